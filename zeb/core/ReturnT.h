@@ -1,0 +1,54 @@
+#pragma once
+
+// The result of every operation that can fail: one 32-bit code, passed in a register.
+//
+//   bits 31..30  severity  0 success, 1 warning, 2 error, 3 critical
+//   bits 29..28  0
+//   bits 27..16  facility  the class or subsystem that owns the code
+//   bits 15..0   code      the number within the facility
+//
+// A code is a failure exactly when bit 31 is set: Failed() is a sign test, and a warning counts as success.
+// Three facilities belong to no class; their low 16 bits carry the source line of the statement that reports:
+// Fail (a system or library call failed), Oom (an allocation failed) and Done (success).
+
+#include "zeb/core/Export.h"
+
+#include <cstdint>
+
+class [[nodiscard]] ReturnT {
+public:
+    static constexpr uint32_t UNDEFINED_CODE = 0;
+
+    static constexpr uint32_t FACILITY_FAIL = 0xFFD;
+    static constexpr uint32_t FACILITY_OOM = 0xFFE;
+    static constexpr uint32_t FACILITY_DONE = 0xFFF;
+
+    // Nothing reported yet. Counts as success.
+    static ReturnT const UNDEFINED;
+
+    constexpr ReturnT() = default;
+    constexpr ReturnT(uint32_t code) : code_(code) {}
+
+    // The generic families. The default argument takes the line of the caller.
+    static constexpr ReturnT Fail(unsigned line = __builtin_LINE()) { return Generic_(0xCFFD0000U, line); }
+    static constexpr ReturnT Oom(unsigned line = __builtin_LINE()) { return Generic_(0xCFFE0000U, line); }
+    static constexpr ReturnT Done(unsigned line = __builtin_LINE()) { return Generic_(0x0FFF0000U, line); }
+
+    constexpr uint32_t Code() const { return code_; }
+    constexpr operator uint32_t() const { return code_; }
+
+    constexpr bool Failed() const { return static_cast<int32_t>(code_) < 0; }
+    constexpr bool Succeeded() const { return !Failed(); }
+    constexpr uint32_t Severity() const { return code_ >> 30; }
+    constexpr uint32_t Facility() const { return (code_ >> 16) & 0xFFF; }
+
+    // Of the out-of-memory family, whatever the severity.
+    constexpr bool IsOom() const { return Facility() == FACILITY_OOM; }
+
+private:
+    static constexpr ReturnT Generic_(uint32_t prefix, unsigned line) { return prefix | (line & 0xFFFF); }
+
+    uint32_t code_ = UNDEFINED_CODE;
+};
+
+inline constexpr ReturnT ReturnT::UNDEFINED{};
