@@ -1,0 +1,37 @@
+#pragma once
+
+// Input and output on one object.
+
+#include "zeb/io/IStream.h"
+#include "zeb/io/OStream.h"
+
+namespace Io {
+
+class ZEB_PUBLIC Stream : public IStream, public OStream {
+public:
+    // Attached to `parent`, which may be this object itself. What is passed must outlive the stream.
+    Stream(Stream& parent, IStreamBuffer& input, OStreamBuffer& output, EndOfLineT const& eol, ModeT const& mode);
+    // A root.
+    Stream(IStreamBuffer& input, OStreamBuffer& output, EndOfLineT const& eol, ModeT const& mode);
+    ~Stream() override;
+
+    // Of the root.
+    EndOfLineT Eol() const { return StreamRoot_()->eol_; }
+    ModeT Mode() const { return StreamRoot_()->mode_; }
+
+    // Makes this object an alias of another stream.
+    void Attach(Stream* parent);
+
+private:
+    Stream const* StreamRoot_() const {
+        Stream const* root = this;
+        while (root->parent_ != root) root = root->parent_;
+        return root;
+    }
+
+    EndOfLineT const& eol_;
+    ModeT const& mode_;
+    Stream* parent_;
+};
+
+} // namespace Io
