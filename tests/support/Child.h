@@ -1,0 +1,77 @@
+// Runs code in a process of its own: for what ends a process, takes real signals, or needs a fresh one.
+//
+//     Child const child = Child::Run([] { abort(); });           // a fork of the test
+//     EXPECT_EQ(child.Signal(), SIGABRT) << child;
+//
+//     ZEB_CHILD(PrintsEnvironment) { puts(getenv("X")); return 3; }
+//     Child const child = Child::Exec("PrintsEnvironment");      // the test program started anew, from its
+//     main
+//
+// Expectations that fail in a forked child fail the test. A child that runs for longer than its limit of real
+// time is killed.
+#pragma once
+
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+class Child {
+public:
+    static constexpr long DEFAULT_LIMIT_MS = 20000;
+
+    // The exit code is what `body` returns, or 0 if it returns nothing. Only the calling thread exists in the
+    // child.
+    template<typename BodyT>
+    static Child Run(BodyT const& body, long limitMs = DEFAULT_LIMIT_MS) {
+        return Fork(
+            [&body] {
+                if constexpr (std::is_void_v<decltype(body())>) {
+                    body();
+                    return 0;
+                } else {
+                    return static_cast<int>(body());
+                }
+            },
+            limitMs);
+    }
+
+    // Runs the ZEB_CHILD of that name. Arguments are in Child::Arguments() there.
+    static Child Exec(std::string const& name, std::vector<std::string> const& arguments = {},
+                      long limitMs = DEFAULT_LIMIT_MS);
+
+    // Runs a program, found by PATH unless it has a slash, with `input` on its standard input.
+    static Child Program(std::vector<std::string> const& command, std::string const& input = {},
+                         long limitMs = DEFAULT_LIMIT_MS);
+
+    int ExitCode() const { return exitCode_; } // -1 if it did not exit
+    int Signal() const { return signal_; }     // 0 if it was not killed by one
+    bool TimedOut() const { return timedOut_; }
+    std::string const& Output() const { return output_; }
+    std::string const& Errors() const { return errors_; }
+
+    static std::vector<std::string> const& Arguments();
+
+    // For ZEB_CHILD and for main.
+    static bool Register(char const* name, int (*body)());
+    static bool Dispatch(int argc, char** argv, int& exitCode);
+
+    friend std::ostream& operator<<(std::ostream& out, Child const& child);
+
+private:
+    static Child Fork(std::function<int()> const& body, long limitMs);
+    static Child Spawn(std::function<int()> const& inChild, std::string const& input, long limitMs);
+    void Collect(int pid, int out, int err, int in, std::string const& input, long limitMs);
+
+    int exitCode_ = -1;
+    int signal_ = 0;
+    bool timedOut_ = false;
+    std::string output_;
+    std::string errors_;
+};
+
+#define ZEB_CHILD(name)                                                                                      \
+    static int ZebChild##name();                                                                             \
+    [[maybe_unused]] static bool const zebChild##name##Registered = Child::Register(#name, ZebChild##name);  \
+    static int ZebChild##name()

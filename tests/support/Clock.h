@@ -1,0 +1,45 @@
+// A clock that the test moves.
+//
+// While a Clock exists the whole process sees it: clock_gettime, gettimeofday, time, and all waits with a
+// limit: nanosleep, clock_nanosleep, usleep, sleep, pthread_cond_timedwait, pthread_cond_clockwait,
+// pthread_mutex_timedlock, poll, ppoll, select, sigtimedwait, sem_timedwait. It starts at the real time.
+// CPU-time clocks stay real. One Clock at a time.
+//
+// A thread in a wait wakes within 2 real milliseconds when the clock has passed its deadline, or when what it
+// waits for happens. A wait that nobody ends within 20 real seconds ends the process with a message.
+#pragma once
+
+#include <ctime>
+
+class Clock {
+public:
+    enum class ModeT {
+        MANUAL,  // stands still but for Advance()
+        AUTO,    // as MANUAL, and a wait of the thread that made the Clock moves it to the wait's deadline at
+                 // once
+        RUNNING, // runs on with the real clock, and Advance() jumps ahead
+    };
+
+    explicit Clock(ModeT mode = ModeT::MANUAL);
+    ~Clock();
+    Clock(Clock const&) = delete;
+    Clock& operator=(Clock const&) = delete;
+
+    void Advance(long milliseconds) { AdvanceNanoseconds(milliseconds * 1000000L); }
+    void AdvanceNanoseconds(long nanoseconds);
+
+    // Sets the wall clock alone; the monotonic clock goes on.
+    void SetWall(long seconds, long nanoseconds = 0);
+
+    // Makes readings of the monotonic clock fail with `error`; 0 ends that.
+    void FailReading(int error);
+
+    // Nanoseconds by which the clock has moved, by Advance() and by waits in AUTO mode.
+    long Moved() const;
+
+    // Threads that are in a wait on this clock now. Wait for it before Advance() when the order matters.
+    unsigned long Waiters() const;
+
+    // True when at least `count` threads are in a wait; false after 2 real seconds without.
+    bool AwaitWaiters(unsigned long count) const;
+};

@@ -1,0 +1,26 @@
+// Gives one text to a test body in all the cuts that a reader must not notice: whole, byte by byte, in
+// prime-sized pieces, and in pieces of seeded random sizes.
+//
+//     ForEveryFeed("{\"a\":1}", [](FeedT const& pieces) {
+//         for (std::string_view const piece : pieces) ASSERT_TRUE(parser.Push(piece));
+//     });
+//
+// Each piece is a copy of its own without a terminator behind it, so that a sanitizer sees a read past its
+// end. Stops at the first cut in which an expectation failed, and names it.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+using FeedT = std::vector<std::string_view>;
+
+void ForEveryFeed(std::string_view text, std::function<void(FeedT const& pieces)> const& body);
+
+// One cut: pieces of `step` bytes; 0 is whole.
+void FeedBySteps(std::string_view text, std::size_t step,
+                 std::function<void(FeedT const& pieces)> const& body);
+
+// The sizes that ForEveryFeed uses for a text of that size: 0 (whole), 1, 2, 3, 5, 7, 11, 13, ...
+std::vector<std::size_t> FeedSteps(std::size_t size);

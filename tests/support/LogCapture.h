@@ -1,0 +1,86 @@
+// Keeps the lines that the process logs while it exists, instead of passing them to syslog.
+//
+//     LogCapture log;
+//     file.Open(O_RDONLY);
+//     EXPECT_EQ(log.Take(), LogCapture::LinesT({"E Io::FileStream: unable to open \"x\": no such file or
+//     directory."}));
+//
+// A line is the level letter (I A W E C), ident, and text. Codes that carry a source line ([0xcffd0139]) read
+// as [0xcffd****]. Lines of all threads are kept; the innermost LogCapture gets them. Outside of any
+// LogCapture lines are dropped, or go to standard error when ZEB_TEST_LOG is in the environment. What console
+// mode prints is for OutputCapture.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+class LogCapture {
+public:
+    using LinesT = std::vector<std::string>;
+
+    struct Record {
+        int priority;      // as given to syslog
+        std::string ident; // up to the first ": " of the line
+        std::string text;
+        int tid;
+    };
+
+    LogCapture();
+    ~LogCapture();
+    LogCapture(LogCapture const&) = delete;
+    LogCapture& operator=(LogCapture const&) = delete;
+
+    // The lines so far.
+    LinesT Lines() const;
+
+    // The lines so far, which are then forgotten.
+    LinesT Take();
+
+    // The lines with their full codes.
+    LinesT RawLines() const;
+
+    std::vector<Record> Records() const;
+
+    // Lines that contain `part`.
+    unsigned long Count(std::string_view part) const;
+    bool Has(std::string_view part) const { return Count(part) != 0; }
+
+    // Waits for another thread to log a line that contains `part`, at most 2 real seconds.
+    bool Await(std::string_view part) const;
+
+    void Clear();
+
+private:
+    friend class LogWatch;
+    struct State;
+
+    State* const state_;
+    LogCapture* const outer_;
+};
+
+// While it exists, syslog() is the system's own; for tests with a /dev/log of their own (Namespace.h).
+class RealSyslog {
+public:
+    RealSyslog();
+    ~RealSyslog();
+    RealSyslog(RealSyslog const&) = delete;
+    RealSyslog& operator=(RealSyslog const&) = delete;
+};
+
+// While it exists, what the process writes to standard output (or error) goes into memory.
+class OutputCapture {
+public:
+    explicit OutputCapture(int fd = 1);
+    ~OutputCapture();
+    OutputCapture(OutputCapture const&) = delete;
+    OutputCapture& operator=(OutputCapture const&) = delete;
+
+    // What was written so far. Ends the capture.
+    std::string Finish();
+
+private:
+    int const fd_;
+    int saved_;
+    int memory_;
+};

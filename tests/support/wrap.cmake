@@ -1,0 +1,20 @@
+# The symbols that the workbench takes the place of in test programs: -Wl,--wrap=<symbol> for each of ZEB_WRAPPED_SYMBOLS.
+
+set(ZEB_WRAPPED_SYMBOLS
+    # Heap
+    malloc calloc realloc reallocarray free aligned_alloc posix_memalign strdup __strdup strndup asprintf vasprintf
+    CRYPTO_malloc CRYPTO_zalloc CRYPTO_realloc CRYPTO_clear_realloc CRYPTO_free CRYPTO_clear_free
+    _ZnwmRKSt9nothrow_t _ZnamRKSt9nothrow_t
+    _ZnwmSt11align_val_tRKSt9nothrow_t _ZnamSt11align_val_tRKSt9nothrow_t
+    _ZdlPv _ZdaPv _ZdlPvm _ZdaPvm _ZdlPvRKSt9nothrow_t _ZdaPvRKSt9nothrow_t
+    _ZdlPvSt11align_val_t _ZdaPvSt11align_val_t _ZdlPvmSt11align_val_t _ZdaPvmSt11align_val_t
+    # LogCapture
+    syslog vsyslog __syslog_chk __vsyslog_chk)
+
+# Calls and Clock: the rows of Calls.inc
+file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/Calls.inc zeb_call_rows REGEX "^ZEB_CALL")
+foreach(zeb_call_row IN LISTS zeb_call_rows)
+    string(REGEX REPLACE "^ZEB_CALL[A-Z_]*\\([^,]+, *([A-Za-z0-9_]+),.*" "\\1" zeb_call_name "${zeb_call_row}")
+    list(APPEND ZEB_WRAPPED_SYMBOLS ${zeb_call_name})
+endforeach()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/Calls.inc)
