@@ -1,0 +1,88 @@
+#pragma once
+
+// A stream or socket that can be waited for, and the one wait of the library.
+//
+// No blocking system call of a socket or pollable file waits by itself: every transfer first waits in
+// Pollable::Wait, which slices the time into polls of 333 ms, so that an interrupted thread notices within a
+// third of a second. A Pollable owns nothing: descriptor and mode belong to the concrete class, and must live as
+// long as it. One object is used by one thread at a time; two threads must not wait on one object.
+
+#include "zeb/io/Mode.h"
+#include "zeb/io/Stateful.h"
+
+#include <poll.h>
+
+namespace Io {
+
+class ZEB_PUBLIC Pollable : public virtual Stateful {
+public:
+    // Results of Wait. Facility 50.
+    static constexpr ReturnT READY{0x00320001};
+    static constexpr ReturnT INTERRUPTED{0x80320001};
+    static constexpr ReturnT TIMED_OUT{0x80320002};
+    static constexpr ReturnT POLL_FAILED{0x80320003};
+    // Failed state, negative descriptor, or a direction that the object's mode lacks.
+    static constexpr ReturnT UNUSABLE{0x80320004};
+
+    // The longest single poll in milliseconds: how soon an interruption is seen.
+    static constexpr int POLL_PERIOD = 333;
+
+    // Attached to `parent`, which may be this object itself. `ident` names the class in log lines.
+    Pollable(Pollable& parent, char const* ident, int const& fd, ModeT const& mode);
+    ~Pollable() override;
+
+    // The limit in milliseconds of each wait that a transfer makes, of the root; negative means none.
+    virtual void SetTimeout(int timeoutMs);
+    virtual int Timeout() const;
+
+    // Data is there although the descriptor may be quiet, as with unread bytes in an input buffer.
+    virtual bool ObjIReady() const;
+    virtual bool ObjOReady() const;
+    virtual bool ObjPReady() const;
+
+    // Waits until one of the objects is ready for what is requested of it (MODE_READ, MODE_WRITE, MODE_PRIORITY).
+    // Null objects are passed over. `fds` is scratch space of `count` entries. A negative time-out waits without
+    // limit. Returns at once, without a system call, when a ready flag or ObjIReady() tells that nothing need be
+    // waited for. Logs only a failed poll, under `ident` ("Pollable" when null).
+    static ReturnT Wait(Pollable** objects, ModeT const* requests, pollfd* fds, unsigned long count, int timeoutMs,
+                        char const* ident);
+
+    // Records a result of Wait as the object's state; true for success.
+    bool SetPollState(ReturnT const& code) const;
+
+    // The kernel's buffers of a socket, in bytes (SO_RCVBUF, SO_SNDBUF). Getting a direction that the mode lacks
+    // gives 0 and true.
+    bool SetSysIBufferSize(unsigned long size);
+    bool SetSysOBufferSize(unsigned long size);
+    bool GetSysIBufferSize(unsigned long& size) const;
+    bool GetSysOBufferSize(unsigned long& size) const;
+
+    void Attach(Pollable* parent);
+
+protected:
+    // What the last wait found, on the root. A transfer that used a flag clears it.
+    void ClearReady_();
+
+private:
+    friend class PollableBase;
+    friend class PollWait_;
+
+    Pollable* PollableRoot_() const {
+        Pollable const* root = this;
+        while (root->parent_ != root) root = root->parent_;
+        return const_cast<Pollable*>(root);
+    }
+    bool SetSysBufferSize_(ModeT direction, int option, char const* message, unsigned long size);
+    bool GetSysBufferSize_(ModeT direction, int option, char const* message, unsigned long& size) const;
+
+    Pollable* parent_;
+    char const* ident_;
+    int const& fd_;
+    ModeT const& mode_;
+    bool inputReady_ = false;
+    bool outputReady_ = false;
+    bool priorityReady_ = false;
+    int timeout_ = -1;
+};
+
+} // namespace Io
