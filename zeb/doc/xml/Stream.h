@@ -1,0 +1,46 @@
+#pragma once
+
+// A tree on a byte stream, in a packed form with no text syntax. There is no header, version or total length.
+//
+//   tree    = node *item
+//   item    = node | attribute | end
+//   node    = tag record     tag: bits 7..6 the mark, bits 5..0 the type of the node
+//                              mark 0 (0x00): first child of the node before it, or the root
+//                              mark 2 (0x80): next sibling of the node before it
+//   attribute = 0x40 record  an attribute of the current node (mark 1)
+//   end     = 0xC0           the child list of the current level ends (mark 3)
+//   record  = length name length value     length: 4 bytes, most significant first; no terminators
+//
+// The data type of a node is not carried.
+
+#include "zeb/core/Export.h"
+
+namespace Io {
+class IStream;
+class OStream;
+} // namespace Io
+
+namespace Xml {
+
+class Node;
+
+class ZEB_PUBLIC Stream {
+public:
+    static char const* const IDENT;
+
+    Stream() = delete;
+
+    // Writes the node and all below it. True when the stream is still good.
+    static bool Write(Io::OStream& stream, Node const& node);
+
+    // Fills the node, which must have the type of the root that was written; children and attributes are
+    // appended. At most `limit` bytes are read. A failure is the state of the stream: STATE_TRUNCATED beyond
+    // the limit, STATE_INVALID for a wrong tag, STATE_NO_MEMORY, STATE_FAILED, or what the stream itself came
+    // to. The tree then stays as far as it came.
+    static bool Read(Io::IStream& stream, Node& node, unsigned long limit);
+
+private:
+    class Reader_;
+};
+
+} // namespace Xml
