@@ -35,6 +35,8 @@ inline Block Splat(char c) { return {_mm_set1_epi8(c)}; }
 inline Block Equal(Block a, Block b) { return {_mm_cmpeq_epi8(a.v, b.v)}; }
 // Bytes compared as signed: with a limit from 1 to 127 this takes the bytes from 128 up as well.
 inline Block SignedBelow(Block a, Block limit) { return {_mm_cmplt_epi8(a.v, limit.v)}; }
+// Bytes compared as unsigned.
+inline Block AtMost(Block a, Block limit) { return {_mm_cmpeq_epi8(_mm_min_epu8(a.v, limit.v), a.v)}; }
 inline Block operator|(Block a, Block b) { return {_mm_or_si128(a.v, b.v)}; }
 
 // One bit for each byte.
@@ -60,6 +62,7 @@ inline Block Equal(Block a, Block b) { return {vceqq_u8(a.v, b.v)}; }
 inline Block SignedBelow(Block a, Block limit) {
     return {vcltq_s8(vreinterpretq_s8_u8(a.v), vreinterpretq_s8_u8(limit.v))};
 }
+inline Block AtMost(Block a, Block limit) { return {vcleq_u8(a.v, limit.v)}; }
 inline Block operator|(Block a, Block b) { return {vorrq_u8(a.v, b.v)}; }
 
 // Four bits for each byte: narrowing is the cheapest way to a mask here.
@@ -98,6 +101,11 @@ inline Block Equal(Block a, Block b) {
 inline Block SignedBelow(Block a, Block limit) {
     for (unsigned i = 0; i < COUNT; ++i)
         a.v[i] = static_cast<int8_t>(a.v[i]) < static_cast<int8_t>(limit.v[i]) ? 0xFF : 0;
+    return a;
+}
+inline Block AtMost(Block a, Block limit) {
+    for (unsigned i = 0; i < COUNT; ++i)
+        a.v[i] = a.v[i] <= limit.v[i] ? 0xFF : 0;
     return a;
 }
 inline Block operator|(Block a, Block b) {

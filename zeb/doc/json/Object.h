@@ -1,0 +1,129 @@
+#pragma once
+
+// The object form of a Json::Value: a list of named members in the order of insertion.
+//
+// An object is embedded in its value and lives as long as that. Members, names and values are blocks of the
+// document's pool: none is freed singly, and all end when the document is cleared. Used by one thread at a
+// time. An operation that needs memory gives null when the pool is exhausted, and takes the document's valid
+// flag down; once it is down every append gives null.
+//
+// A name may occur more than once: the second one is logged as a warning and appended all the same. Lookups
+// give the first. Names are compared by CString::Compare, so that a CString::IgnoreCase finds a member of
+// whatever case. Lookups and appends are linear in the number of members: objects are small.
+
+#include "zeb/core/CString.h"
+#include "zeb/doc/json/Null.h"
+
+namespace Json {
+
+class Array;
+class Document;
+class Parser_;
+class String;
+class Value;
+
+class ZEB_PUBLIC Object {
+public:
+    class Member {
+    public:
+        CString const& Name() const { return name_; }
+        Json::Value* Value() { return value_; }
+        Json::Value const* Value() const { return value_; }
+        Member* Next() { return next_; }
+        Member const* Next() const { return next_; }
+        Member* Prev() { return prev_; }
+        Member const* Prev() const { return prev_; }
+
+    private:
+        friend class Object;
+        friend class Parser_;
+        Member(CString const& name, Json::Value* value)
+            : name_(name)
+            , value_(value) {}
+
+        CString name_;
+        Json::Value* value_;
+        Member* next_ = nullptr;
+        Member* prev_ = nullptr;
+    };
+
+    Object(Object const&) = delete;
+    Object& operator=(Object const&) = delete;
+
+    Member* First() { return first_; }
+    Member const* First() const { return first_; }
+    Member* Last() { return last_; }
+    Member const* Last() const { return last_; }
+    Json::Document* Doc() const { return document_; }
+    // The value that this object is the content of.
+    Json::Value* Value() { return owner_; }
+    Json::Value const* Value() const { return owner_; }
+
+    // The first member of that name, or null.
+    Member* Get(CString const& name);
+    Member const* Get(CString const& name) const;
+
+    // False, and a zeroed result (the nil string for a CString), when there is no such member or it does not
+    // hold a T exactly. T: bool, Array*, Array const*, Object*, Object const*, CString, double and the ten
+    // integer types. Views and pointers live as long as the document's content.
+    template<class T>
+    bool Get(CString const& name, T& result) const;
+
+    // False for an absent member.
+    bool IsNull(CString const& name) const;
+
+    // The new value, last in this object. Name and text are copied; a null text counts as the empty one.
+    Json::Value* Append(CString const& name, NullT const&);
+    Json::Value* Append(CString const& name, bool value);
+    Json::Value* Append(CString const& name, char const* text);
+    Json::Value* Append(CString const& name, CString const& text);
+    Json::Value* Append(CString const& name, char value);
+    Json::Value* Append(CString const& name, unsigned char value);
+    Json::Value* Append(CString const& name, short value);
+    Json::Value* Append(CString const& name, unsigned short value);
+    Json::Value* Append(CString const& name, int value);
+    Json::Value* Append(CString const& name, unsigned int value);
+    Json::Value* Append(CString const& name, long value);
+    Json::Value* Append(CString const& name, unsigned long value);
+    Json::Value* Append(CString const& name, long long value);
+    Json::Value* Append(CString const& name, unsigned long long value);
+    Json::Value* Append(CString const& name, double value);
+    Json::Object* AppendObject(CString const& name);
+    Json::Array* AppendArray(CString const& name);
+
+    // A deep copy of the value, of whatever document; of a null pointer, a null value.
+    Json::Value* AppendCopy(CString const& name, Json::Value const* value);
+
+    // Takes the member from the list; its memory stays until the document is cleared. False if it stands in
+    // another object.
+    bool Remove(Member* member);
+
+    // Internal. Appends copies of all members; false, with those copied so far, on failure.
+    bool Clone_(Json::Object const& from);
+    // Internal. Appends a detached value of this document under a name that lies in its pool already; null on
+    // failure.
+    Json::Value* Append_(Json::String const& name, Json::Value* value);
+    // Internal. Forgets the members.
+    void Clear_();
+
+private:
+    friend class Json::Value;
+    friend class Parser_;
+
+    // Left without content: the value that embeds it sets it up when it becomes an object.
+    Object() {} // NOLINT(modernize-use-equals-default)
+    void Setup_(Json::Value* owner, Json::Document* document);
+    void Link_(Member* member);
+
+    static constexpr char const* IDENT = "Json::Object";
+
+    Member* first_;
+    Member* last_;
+    Json::Value* owner_;
+    Json::Document* document_;
+};
+
+static_assert(sizeof(Object::Member) == 48);
+static_assert(sizeof(Object) == 32);
+
+} // namespace Json
