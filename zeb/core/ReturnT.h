@@ -12,27 +12,42 @@
 // Fail (a system or library call failed), Oom (an allocation failed) and Done (success).
 
 #include "zeb/core/Export.h"
+#include "zeb/core/Facility.h"
 
 #include <cstdint>
 
 class [[nodiscard]] ReturnT {
 public:
+    enum SeverityT : uint32_t { SUCCESS = 0, WARNING = 1, ERROR = 2, CRITICAL = 3 };
+
     static constexpr uint32_t UNDEFINED_CODE = 0;
 
-    static constexpr uint32_t FACILITY_FAIL = 0xFFD;
-    static constexpr uint32_t FACILITY_OOM = 0xFFE;
-    static constexpr uint32_t FACILITY_DONE = 0xFFF;
+    static constexpr uint32_t FACILITY_FAIL = ::Facility::FAIL;
+    static constexpr uint32_t FACILITY_OOM = ::Facility::OOM;
+    static constexpr uint32_t FACILITY_DONE = ::Facility::DONE;
 
     // Nothing reported yet. Counts as success.
     static ReturnT const UNDEFINED;
 
     constexpr ReturnT() = default;
-    constexpr ReturnT(uint32_t code) : code_(code) {}
+    constexpr ReturnT(uint32_t code)
+        : code_(code) {}
+
+    // The code that a class makes of its facility and a number of its own.
+    static constexpr ReturnT Make(SeverityT severity, uint32_t facility, uint32_t number) {
+        return static_cast<uint32_t>(severity) << 30 | (facility & 0xFFF) << 16 | (number & 0xFFFF);
+    }
 
     // The generic families. The default argument takes the line of the caller.
-    static constexpr ReturnT Fail(unsigned line = __builtin_LINE()) { return Generic_(0xCFFD0000U, line); }
-    static constexpr ReturnT Oom(unsigned line = __builtin_LINE()) { return Generic_(0xCFFE0000U, line); }
-    static constexpr ReturnT Done(unsigned line = __builtin_LINE()) { return Generic_(0x0FFF0000U, line); }
+    static constexpr ReturnT Fail(unsigned line = __builtin_LINE()) {
+        return Make(CRITICAL, FACILITY_FAIL, line);
+    }
+    static constexpr ReturnT Oom(unsigned line = __builtin_LINE()) {
+        return Make(CRITICAL, FACILITY_OOM, line);
+    }
+    static constexpr ReturnT Done(unsigned line = __builtin_LINE()) {
+        return Make(SUCCESS, FACILITY_DONE, line);
+    }
 
     constexpr uint32_t Code() const { return code_; }
     constexpr operator uint32_t() const { return code_; }
@@ -46,8 +61,6 @@ public:
     constexpr bool IsOom() const { return Facility() == FACILITY_OOM; }
 
 private:
-    static constexpr ReturnT Generic_(uint32_t prefix, unsigned line) { return prefix | (line & 0xFFFF); }
-
     uint32_t code_ = UNDEFINED_CODE;
 };
 
