@@ -2,9 +2,9 @@
 
 // The transport layer: moves bytes between memory and a descriptor, a socket or a string, and never formats.
 //
-// Contract of a transport: `done` is 0 on entry and then the number of bytes moved; one call may move fewer bytes
-// than asked; true with `done` 0 after a read means that the end of data was reached and the end-of-stream flag was
-// set; false means that a state was recorded in the Stateful.
+// Contract of a transport: `done` is 0 on entry and then the number of bytes moved; one call may move fewer
+// bytes than asked; true with `done` 0 after a read means that the end of data was reached and the
+// end-of-stream flag was set; false means that a state was recorded in the Stateful.
 //
 // A wrapper transport shares the end-of-stream flag of the transport that it wraps. Owns nothing.
 
@@ -18,9 +18,15 @@ public:
     static constexpr int RETRY_COUNT = 5;
     static constexpr long RETRY_TIMEOUT_NS = 50'000'000;
 
-    explicit Base(Stateful& stateful) : parent_(this), eos_(false), stateful_(stateful) {}
+    explicit Base(Stateful& stateful)
+        : parent_(this)
+        , eos_(false)
+        , stateful_(stateful) {}
     // A wrapper around `other`, which must outlive it. Not a copy.
-    explicit Base(Base& other) : parent_(&other), eos_(other.eos_), stateful_(other.stateful_) {}
+    explicit Base(Base& other)
+        : parent_(&other)
+        , eos_(other.eos_)
+        , stateful_(other.stateful_) {}
     Base(Base const&) = delete;
     Base& operator=(Base const&) = delete;
     virtual ~Base();

@@ -2,16 +2,16 @@
 
 // The one implementation of both stream buffers, over a block of memory that it does not own (see Memory).
 //
-// One Buffer serves both directions of an object when the class passes it for both, as files do. Unread input and
-// pending output then never coexist: a read first writes pending output out, a write first drops unread input. A
-// class that needs the directions apart owns two.
+// One Buffer serves both directions of an object when the class passes it for both, as files do. Unread input
+// and pending output then never coexist: a read first writes pending output out, a write first drops unread
+// input. A class that needs the directions apart owns two.
 //
 //   begin      gpos       gend              end          begin   pstart     ppos       end
 //   | taken    | unread   |                 |     or     | sent  | pending  | free     |
 //
-// Fails by the state of the Stateful it was given. Without a block (none set, or one of size 0) everything fails
-// with STATE_FAILED. Choose the size of the block for the work: each transfer is one system call, 64 KiB suits bulk
-// data.
+// Fails by the state of the Stateful it was given. Without a block (none set, or one of size 0) everything
+// fails with STATE_FAILED. Choose the size of the block for the work: each transfer is one system call, 64
+// KiB suits bulk data.
 
 #include "zeb/io/Base.h"
 #include "zeb/io/IStreamBuffer.h"
@@ -25,7 +25,10 @@ class ZEB_PUBLIC Buffer final : public IStreamBuffer, public OStreamBuffer {
 public:
     // Both must outlive the buffer.
     Buffer(Base& transport, Stateful& state)
-        : IStreamBuffer(true), OStreamBuffer(true), transport_(&transport), state_(&state) {}
+        : IStreamBuffer(true)
+        , OStreamBuffer(true)
+        , transport_(&transport)
+        , state_(&state) {}
     ~Buffer() override;
 
     // The Buffer behind an interface, or null when it is of another class.
@@ -77,8 +80,8 @@ public:
         return true;
     }
 
-    // One transfer straight between the caller and the transport, for sizes of a block and above when the block is
-    // empty; otherwise the same as Read and Write.
+    // One transfer straight between the caller and the transport, for sizes of a block and above when the
+    // block is empty; otherwise the same as Read and Write.
     bool ReadBulk(void* data, unsigned long size, unsigned long& done);
     bool WriteBulk(void const* data, unsigned long size, unsigned long& done);
 
@@ -88,6 +91,7 @@ private:
     void DropInput_() { gpos_ = gend_; }
     bool Flush_();
     bool Fill_();
+    bool ReadPast_(void* data, unsigned long size, unsigned long& done);
     int GetCharSlow_();
     bool PutCharSlow_(char c);
 

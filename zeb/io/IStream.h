@@ -2,8 +2,9 @@
 
 // Formatted input through a buffer: lines, numbers, characters.
 //
-// Fails by its state (see Stateful): all operations on a failed object return false, or leave their target alone.
-// The chain of parents decides which buffer and which end-of-line rule are used: those of the root. Owns nothing.
+// Fails by its state (see Stateful): all operations on a failed object return false, or leave their target
+// alone. The chain of parents decides which buffer and which end-of-line rule are used: those of the root.
+// Owns nothing.
 
 #include "zeb/core/CString.h"
 #include "zeb/core/String.h"
@@ -16,7 +17,8 @@ namespace Io {
 
 class ZEB_PUBLIC IStream : public virtual Stateful {
 public:
-    // By unsigned character code: 1 for what line reading takes as text, which is code 9 and all from 32 to 254.
+    // By unsigned character code: 1 for what line reading takes as text, which is code 9 and all from 32 to
+    // 254.
     static unsigned char const PRINTABLE[256];
 
     // The longest line of ordinary files and status lines, and of HTTP header lines.
@@ -43,33 +45,36 @@ public:
     }
     bool PutBack(char c) { return InBuffer().PutBack(c); }
     // See IStreamBuffer.
-    bool Read(void* data, unsigned long size, unsigned long& done) { return InBuffer().Read(data, size, done); }
+    bool Read(void* data, unsigned long size, unsigned long& done) {
+        return InBuffer().Read(data, size, done);
+    }
     bool ReadAll(void* data, unsigned long size) { return InBuffer().ReadAll(data, size); }
 
-    // Reads one line into `out`, without its end, by the end-of-line rule of the root. A longer line comes in pieces
-    // of `limit`, with no error. A last line without an end is accepted; STATE_EOS when nothing at all is left.
-    // STATE_INVALID for a control character or a wrong line end, with the text before it in `out`.
+    // Reads one line into `out`, without its end, by the end-of-line rule of the root. A longer line comes in
+    // pieces of `limit`, with no error. A last line without an end is accepted; STATE_EOS when nothing at all
+    // is left. STATE_INVALID for a control character or a wrong line end, with the text before it in `out`.
     bool ReadLine(String& out, unsigned long limit = LINE_LIMIT);
     bool SkipLine();
 
-    // The same with a rule of the caller's. Appends: the size that `out` has counts for `limit`. A null `out` skips a
-    // line of any length.
+    // The same with a rule of the caller's. Appends: the size that `out` has counts for `limit`. A null `out`
+    // skips a line of any length.
     bool ReadString_(String* out, unsigned long limit, EndOfLineT eol);
 
-    // Consumes exactly `text`. STATE_INVALID at the first character that differs, which is left unread. `count`, if
-    // not null, receives the number of characters that matched.
+    // Consumes exactly `text`. STATE_INVALID at the first character that differs, which is left unread.
+    // `count`, if not null, receives the number of characters that matched.
     bool Skip(CString const& text, unsigned long* count);
 
     // Consumes characters of a class of <ctype.h>; instantiated for isspace. STATE_EOS when nothing is left.
-    template <int (*IsClass)(int)> bool Skip();
+    template<int (*IsClass)(int)>
+    bool Skip();
 
     // One character behind white space; left alone at the end of data.
     IStream& operator>>(signed char& value);
     IStream& operator>>(unsigned char& value);
 
-    // A decimal number behind white space, ended by the first character that is no digit. No plus sign is accepted,
-    // and a minus sign only by the signed types. STATE_INVALID, and the target is left alone, for no digits or a
-    // number out of range, whose digits are consumed.
+    // A decimal number behind white space, ended by the first character that is no digit. No plus sign is
+    // accepted, and a minus sign only by the signed types. STATE_INVALID, and the target is left alone, for
+    // no digits or a number out of range, whose digits are consumed.
     IStream& operator>>(short& value);
     IStream& operator>>(unsigned short& value);
     IStream& operator>>(int& value);
@@ -85,9 +90,14 @@ public:
 private:
     IStream const* InRoot_() const {
         IStream const* root = this;
-        while (root->parent_ != root) root = root->parent_;
+        while (root->parent_ != root)
+            root = root->parent_;
         return root;
     }
+    template<class Char>
+    IStream& Char_(Char& value);
+    template<class Number>
+    IStream& Number_(Number& value);
 
     IStream* parent_;
     IStreamBuffer* buffer_;

@@ -1,7 +1,7 @@
 #pragma once
 
-// The input side of a stream buffer: a block of memory between a transport and a reader. A reader may look at the
-// unread data in place, from GPos() to GEnd(), and take it by GSkip().
+// The input side of a stream buffer: a block of memory between a transport and a reader. A reader may look at
+// the unread data in place, from GPos() to GEnd(), and take it by GSkip().
 
 #include "zeb/core/Export.h"
 
@@ -21,7 +21,8 @@ public:
     virtual bool Ok() const = 0;
     // Moves at most one block. True with `done` 0 means the end of data.
     virtual bool Read(void* data, unsigned long size, unsigned long& done) = 0;
-    // The next character, sign-extended: a byte 0xFF reads as -1. CHAR_END at the end of data and after any failure.
+    // The next character, sign-extended: a byte 0xFF reads as -1. CHAR_END at the end of data and after any
+    // failure.
     virtual int GetChar() = 0;
     // Steps back by one character of the block; `c` need not be the one that was read.
     virtual bool PutBack(char c) = 0;
@@ -41,8 +42,10 @@ public:
     bool ReadAll(void* data, unsigned long size);
 
 protected:
-    // Whether this is the input side of an Io::Buffer, which the format layer then uses without virtual calls.
-    explicit IStreamBuffer(bool isBuffer) : isBuffer_(isBuffer) {}
+    // Whether this is the input side of an Io::Buffer, which the format layer then uses without virtual
+    // calls.
+    explicit IStreamBuffer(bool isBuffer)
+        : isBuffer_(isBuffer) {}
 
 private:
     friend class Buffer;

@@ -1,6 +1,7 @@
 #pragma once
 
-// The directions in which a stream is open, and the rule for ends of lines. Both are shared by every stream class.
+// The directions in which a stream is open, and the rule for ends of lines. Both are shared by every stream
+// class.
 
 #include "zeb/core/Export.h"
 

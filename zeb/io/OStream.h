@@ -2,10 +2,10 @@
 
 // Formatted output through a buffer: text, numbers, ends of lines.
 //
-// Settings are sticky: width, fill, side, base and case stay until changed. They belong to the root of the chain of
-// parents, like the buffer and the end-of-line rule; only LazyEndl belongs to the object itself. All `<<` report by
-// state alone (see Stateful), so a chain is tested once at its end. Nothing here allocates. Destruction does not
-// flush. Owns nothing.
+// Settings are sticky: width, fill, side, base and case stay until changed. They belong to the root of the
+// chain of parents, like the buffer and the end-of-line rule; only LazyEndl belongs to the object itself. All
+// `<<` report by state alone (see Stateful), so a chain is tested once at its end. Nothing here allocates.
+// Destruction does not flush. Owns nothing.
 
 #include "zeb/core/CString.h"
 #include "zeb/io/Buffer.h"
@@ -81,7 +81,8 @@ public:
     // Writes `count` copies of `c`; `done`, if not null, receives the number written.
     bool Fill(char c, unsigned long count, unsigned long* done);
 
-    // Moves all remaining data of `from` to this stream and flushes. True if both streams are good at the end.
+    // Moves all remaining data of `from` to this stream and flushes. True if both streams are good at the
+    // end.
     bool Copy(IStream& from);
 
     // Makes this object an alias of another stream.
@@ -90,13 +91,16 @@ public:
 private:
     OStream* OutRoot_() const {
         OStream const* root = this;
-        while (root->parent_ != root) root = root->parent_;
+        while (root->parent_ != root)
+            root = root->parent_;
         return const_cast<OStream*>(root);
     }
     OStream& Set_(uint32_t set, uint32_t clear);
     void FmtWriteSlow_(OStream& root, char const* text, unsigned long size);
-    bool WriteCase_(OStream& root, char const* text, unsigned long size);
-    template <class Number> void Print_(Number value);
+    void WriteCase_(OStream& root, char const* text, unsigned long size);
+    bool MakeRoom_(OStreamBuffer& buffer);
+    template<class Number>
+    void Print_(Number value);
 
     OStream* parent_;
     OStreamBuffer* buffer_;

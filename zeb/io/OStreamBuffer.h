@@ -1,7 +1,7 @@
 #pragma once
 
-// The output side of a stream buffer: a block of memory between a writer and a transport. A writer may write in
-// place, from PPos() to PEnd(), and commit by PSkip().
+// The output side of a stream buffer: a block of memory between a writer and a transport. A writer may write
+// in place, from PPos() to PEnd(), and commit by PSkip().
 
 #include "zeb/core/Export.h"
 
@@ -19,8 +19,8 @@ public:
     // Takes as much as fits, after writing the block out when it is full; true also when only part was taken.
     virtual bool Write(void const* data, unsigned long size, unsigned long& done) = 0;
     virtual bool PutChar(char c) = 0;
-    // Where the next byte goes; equal to PEnd() while the block is full or holds unread input. After Flush() there
-    // is room.
+    // Where the next byte goes; equal to PEnd() while the block is full or holds unread input. After Flush()
+    // there is room.
     virtual char* PPos() const = 0;
     virtual char* PEnd() const = 0;
     // Commits bytes written at PPos(). STATE_FAILED when they do not fit.
@@ -40,8 +40,10 @@ public:
     bool WriteAll(void const* data, unsigned long size);
 
 protected:
-    // Whether this is the output side of an Io::Buffer, which the format layer then uses without virtual calls.
-    explicit OStreamBuffer(bool isBuffer) : isBuffer_(isBuffer) {}
+    // Whether this is the output side of an Io::Buffer, which the format layer then uses without virtual
+    // calls.
+    explicit OStreamBuffer(bool isBuffer)
+        : isBuffer_(isBuffer) {}
 
 private:
     friend class Buffer;

@@ -3,7 +3,8 @@
 // A stream with a position and a size: a file, or memory. Without a medium of its own the class passes its
 // operations to the object that it is attached to, and fails with STATE_FAILED when it is its own root.
 //
-// Sizes and positions are in bytes. The position is the one that the caller sees: what is buffered is counted.
+// Sizes and positions are in bytes. The position is the one that the caller sees: what is buffered is
+// counted.
 
 #include "zeb/io/Stream.h"
 
@@ -39,7 +40,8 @@ protected:
     bool IsRoot_() const { return parent_ == this; }
     SeekableStream* SeekableRoot_() const {
         SeekableStream const* root = this;
-        while (root->parent_ != root) root = root->parent_;
+        while (root->parent_ != root)
+            root = root->parent_;
         return const_cast<SeekableStream*>(root);
     }
 

@@ -2,15 +2,15 @@
 
 // The one state word of a stream object, and the virtual base of every stream.
 //
-// An operation that fails records a state once and returns false; all later operations on the object then fail at
-// once, so that a caller chains many operations and tests the object one time at the end. The first failure wins:
-// its code and errno stay readable until the state is cleared. STATE_BROKEN is final.
+// An operation that fails records a state once and returns false; all later operations on the object then
+// fail at once, so that a caller chains many operations and tests the object one time at the end. The first
+// failure wins: its code and errno stay readable until the state is cleared. STATE_BROKEN is final.
 //
-// An object reports to its parent, up to the root, the object whose parent is itself; see Attach. The chain must
-// end in a root: Attach(nullptr) leaves an object that must not be used.
+// An object reports to its parent, up to the root, the object whose parent is itself; see Attach. The chain
+// must end in a root: Attach(nullptr) leaves an object that must not be used.
 //
-// Not locked: one object is used by one thread at a time. The operations that record are const, the state being
-// mutable.
+// Not locked: one object is used by one thread at a time. The operations that record are const, the state
+// being mutable.
 
 #include "zeb/core/ReturnT.h"
 
@@ -65,12 +65,13 @@ public:
     // The words for the state.
     char const* ErrorString() const;
 
-    // Record on the root, unless it has a failure already. SetObjState and SetObjBroken give the code to store, as
-    // STATE_FAILED and STATE_BROKEN.
+    // Record on the root, unless it has a failure already. SetObjState and SetObjBroken give the code to
+    // store, as STATE_FAILED and STATE_BROKEN.
     void SetState(StateT const& state) const;
     void SetObjState(ReturnT const& code) const;
     void SetObjBroken(ReturnT const& code) const;
-    // A failed status becomes STATE_NO_MEMORY when its code is of the out-of-memory family, else STATE_BROKEN.
+    // A failed status becomes STATE_NO_MEMORY when its code is of the out-of-memory family, else
+    // STATE_BROKEN.
     void SetObjStatus(Status const& status) const;
     // The same whatever the sign of the code, and the one operation that replaces an earlier failure.
     void SetObjStatusBroken(Status const& status) const;
@@ -93,7 +94,8 @@ public:
 
 protected:
     // Attached to `parent`, or a root when that is null.
-    explicit Stateful(Stateful* parent) : parent_(parent != nullptr ? parent : this) {}
+    explicit Stateful(Stateful* parent)
+        : parent_(parent != nullptr ? parent : this) {}
 
     ReturnT const& OkCode_() const { return okCode_; }
     ReturnT const& FailCode_() const { return failCode_; }
@@ -101,10 +103,11 @@ protected:
 private:
     Stateful const* StateRoot_() const {
         Stateful const* root = this;
-        while (root->parent_ != root) root = root->parent_;
+        while (root->parent_ != root)
+            root = root->parent_;
         return root;
     }
-    void SetStatus_(Stateful const* root, StateT failure, Status const& status) const;
+    void SetFailure_(Stateful const* root, Status const& status) const;
 
     Stateful* parent_;
     mutable StateT state_ = STATE_OK;

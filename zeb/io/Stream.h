@@ -10,7 +10,8 @@ namespace Io {
 class ZEB_PUBLIC Stream : public IStream, public OStream {
 public:
     // Attached to `parent`, which may be this object itself. What is passed must outlive the stream.
-    Stream(Stream& parent, IStreamBuffer& input, OStreamBuffer& output, EndOfLineT const& eol, ModeT const& mode);
+    Stream(Stream& parent, IStreamBuffer& input, OStreamBuffer& output, EndOfLineT const& eol,
+           ModeT const& mode);
     // A root.
     Stream(IStreamBuffer& input, OStreamBuffer& output, EndOfLineT const& eol, ModeT const& mode);
     ~Stream() override;
@@ -22,10 +23,16 @@ public:
     // Makes this object an alias of another stream.
     void Attach(Stream* parent);
 
+protected:
+    // For a class that inherits this one virtually: attached to `parent`, or a root when that is null.
+    Stream(Stream* parent, IStreamBuffer& input, OStreamBuffer& output, EndOfLineT const& eol,
+           ModeT const& mode);
+
 private:
     Stream const* StreamRoot_() const {
         Stream const* root = this;
-        while (root->parent_ != root) root = root->parent_;
+        while (root->parent_ != root)
+            root = root->parent_;
         return root;
     }
 

@@ -2,9 +2,9 @@
 
 // A stream over a text in memory: turns a String into a stream and back.
 //
-// The position starts at 0: a stream built on a text reads it from the start, and writes over it from the start. A
-// write beyond the bound keeps the part that fits and fails with STATE_FAILED. Construction without memory, or with
-// a bound below the size of the text, gives STATE_BROKEN. Owns its text and its block.
+// The position starts at 0: a stream built on a text reads it from the start, and writes over it from the
+// start. A write beyond the bound keeps the part that fits and fails with STATE_FAILED. Construction without
+// memory, or with a bound below the size of the text, gives STATE_BROKEN. Owns its text and its block.
 
 #include "zeb/core/String.h"
 #include "zeb/io/SeekableStream.h"
@@ -16,10 +16,12 @@ public:
     static constexpr unsigned long DEFAULT_BUFFER_SIZE = 128;
     static constexpr long DEFAULT_MAX_SIZE = 65536;
 
-    explicit StringStream(CString const& text = CString::Nil(), ModeT mode = MODE_READ_WRITE, EndOfLineT eol = EOL_ANY_LF,
-                          unsigned long bufferSize = DEFAULT_BUFFER_SIZE, long maxSize = DEFAULT_MAX_SIZE);
-    StringStream(void const* data, unsigned long size, ModeT mode = MODE_READ_WRITE, EndOfLineT eol = EOL_ANY_LF,
-                 unsigned long bufferSize = DEFAULT_BUFFER_SIZE, long maxSize = DEFAULT_MAX_SIZE);
+    explicit StringStream(CString const& text = CString::Nil(), ModeT mode = MODE_READ_WRITE,
+                          EndOfLineT eol = EOL_ANY_LF, unsigned long bufferSize = DEFAULT_BUFFER_SIZE,
+                          long maxSize = DEFAULT_MAX_SIZE);
+    StringStream(void const* data, unsigned long size, ModeT mode = MODE_READ_WRITE,
+                 EndOfLineT eol = EOL_ANY_LF, unsigned long bufferSize = DEFAULT_BUFFER_SIZE,
+                 long maxSize = DEFAULT_MAX_SIZE);
     ~StringStream() override;
 
     // The text that has reached the medium: Flush() first. Gone after Close().

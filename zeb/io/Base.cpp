@@ -1,0 +1,9 @@
+#include "zeb/io/Base.h"
+
+namespace Io {
+
+Base::~Base() = default;
+
+bool Base::IReady() const { return false; }
+
+} // namespace Io
