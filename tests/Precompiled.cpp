@@ -1,0 +1,1 @@
+// Home of the precompiled GoogleTest header that all test programs share.
