@@ -1,0 +1,233 @@
+#pragma once
+
+// Thread: a system thread with a name, a Status, a stack of the locks it holds and a private environment,
+// listed in one registry. A subclass overrides Run(), and Initialize() and Cleanup() as it needs.
+//
+// Start() returns when the new thread has run its Initialize(), with the outcome; Stop() when the thread has
+// ended and was joined. The same object can then be started again. Stopping is cooperative: Stop() raises the
+// flags "stop requested" and "interrupted", which Run() and every blocking operation of the library test, the
+// latter at least every 333 milliseconds. Stop() does not wake a thread out of a system call; a subclass may
+// override it to do so first.
+//
+// The owner stops a thread before it destroys the object. The object of the main thread (ThreadMain) is made
+// first and destroyed last; without it no thread can be made. Misuse is logged and refused.
+//
+// Operations on a thread may be called from any thread, the static ones act on the calling thread. A thread
+// that has no Thread object is not monitored: Self() and SelfStatus() are null there.
+
+#include "zeb/core/Array.h"
+#include "zeb/core/AutoPVector.h"
+#include "zeb/core/CString.h"
+#include "zeb/core/Export.h"
+#include "zeb/core/Log.h"
+#include "zeb/core/ReturnT.h"
+#include "zeb/core/Status.h"
+#include "zeb/core/String.h"
+#include "zeb/core/Time.h"
+#include "zeb/runtime/Mutex.h"
+
+class Condition;
+
+namespace Xml {
+class Node;
+}
+
+class ZEB_PUBLIC Runnable {
+public:
+    virtual ~Runnable();
+    virtual ReturnT Run() = 0;
+};
+
+class ZEB_PUBLIC Thread : public Runnable {
+public:
+    static constexpr char const IDENT[] = "Thread";
+
+    static constexpr int TID_UNKNOWN = 0;
+    static constexpr int TID_SELF = Log::Backtrace::TID_SELF;
+
+    static constexpr unsigned long STACK_SIZE = 0xA0000;
+
+    // Codes of Start(). All but the first are failures.
+    static constexpr ReturnT STARTED{0x00220001};
+    static constexpr ReturnT NOT_CREATED{0x80220001};
+    static constexpr ReturnT ALREADY_RUNNING{0x80220002};
+    static constexpr ReturnT START_FROM_SELF{0x80220003};
+    static constexpr ReturnT ATTRIBUTES_FAILED{0x80220004};
+    static constexpr ReturnT CREATE_FAILED{0x80220005};
+    static constexpr ReturnT INITIALIZE_FAILED{0x80220006};
+
+    enum MaskT_ : unsigned { INTERRUPT_MASK = 0, INTERRUPT_UNMASK = 1 };
+    enum LockPushT_ : unsigned { PUSH_ACQUIRED = 0, PUSH_RELEASED = 1 };
+    enum LockPopT_ : unsigned { POP_ACQUIRED = 0, POP_RELEASED = 1 };
+
+    class Lock;
+    class State;
+
+    // A worker thread, not started. An empty name is refused, and so is a worker without a main thread.
+    explicit Thread(CString const& name);
+    ~Thread() override;
+    Thread(Thread const&) = delete;
+    Thread& operator=(Thread const&) = delete;
+
+    // True if the thread was stopped.
+    virtual bool Stop();
+    virtual bool Initialized() const;
+
+    // Called in the new thread ahead of Run(); a failure ends it, and fails Start().
+    virtual ReturnT Initialize();
+    // Called in the new thread behind Run().
+    virtual void Cleanup();
+
+    ReturnT Start();
+
+    CString const& Name() const;
+    bool Stopped() const;
+    bool StopRequested() const;
+    bool IsInterrupted() const;
+    // The thread does not run, or is not the calling one.
+    bool DifferentContext() const;
+
+    // Ask the thread to end, without waiting.
+    void SetStop();
+    // Stop its blocking operations. Not for the calling thread itself.
+    void Interrupt();
+    void ClearInterrupt();
+    // Sends a signal to the thread if it runs.
+    bool Kill(int signal) const;
+
+    static Thread* Self();
+    static int Id(); // of the kernel
+    static Status* SelfStatus();
+
+    // Another target for the reports of the calling thread. Null brings its own status back.
+    static void SetStatus(Status* status);
+
+    // The calling thread has a Thread object and IsInterrupted(). What a blocking operation tests.
+    static bool SelfInterrupted();
+
+    // INTERRUPT_MASK hides the interruption from the calling thread until the matching INTERRUPT_UNMASK.
+    static void SetInterruptMask(MaskT_ mask);
+
+    static unsigned long StackAddress();
+    static unsigned long StackGuardSize();
+
+    // Sleeps for 50 milliseconds.
+    static void Yield();
+
+    // The private environment of the calling thread. False if there is no Thread object, no such key, or no
+    // memory.
+    static bool SetEnvironment(CString const& key, CString const& value);
+    static bool GetEnvironment(CString const& key, String& value);
+    static bool DelEnvironment(CString const& key);
+    static bool HasEnvironment(CString const& key);
+
+    // The ids of all running threads. False if memory ran out.
+    static bool GetTids(Array<int>& tids);
+
+    // The thread that holds the lock, or TID_UNKNOWN.
+    static int OwnerId(Mutex const& mutex);
+
+    // A snapshot of every thread and its locks. 0x00220190, or an Oom code with the output empty.
+    static ReturnT GetStates(AutoPVector<State, StdDeleter<State>>& states);
+
+protected:
+    // The main thread, which is the calling one.
+    Thread();
+
+private:
+    friend class Condition;
+    friend class Mutex;
+
+    class Control_;
+    class LockRecord_;
+    class Registry_;
+    class SigAltStackManager_;
+
+    friend class ThreadMain;
+
+    // The lock stack. Called by the thread itself.
+    void LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span const& now);
+    void LockAcquired_(Mutex const& mutex, Time::Span const& now);
+    void LockWaitStarted_(Mutex const& mutex);
+    void LockWaitFinished_(Mutex const& mutex, Time::Span const& now);
+    void LockPop_(Mutex const& mutex, LockPopT_ type);
+    bool LockIsAcquired_(Mutex const& mutex, Log::VerboseT verbose) const;
+
+    Status ownStatus_;
+    Status* status_ = &ownStatus_;
+    Control_* control_ = nullptr;
+    LockRecord_* lockRecord_ = nullptr;
+    unsigned worker_;
+    unsigned long stackAddress_ = 0;
+    unsigned long stackSize_ = 0;
+    unsigned long stackGuardSize_ = 0;
+};
+
+// A snapshot of one lock on the stack of a thread.
+class ZEB_PUBLIC Thread::Lock {
+public:
+    // One of three, compared by address; the text is the name. As the operation State() has the same name,
+    // the type is written `class Thread::Lock::State`.
+    class State : public CString {
+    public:
+        using CString::CString;
+    };
+
+    // A moment of the wall clock as text, "Nov 14 07:47:16"; empty if it is not known.
+    struct Time {
+        char text[32] = {};
+
+        char const* Cstr() const { return text; }
+    };
+
+    static class State const RELEASED; // on its way to be taken
+    static class State const ACQUIRED;
+    static class State const WAITING; // given up while waiting on it
+
+    Lock(Mutex::PrecedenceT precedence, class State const& state, struct Time const& since,
+         ::Time::Span const& timespan);
+
+    Mutex::PrecedenceT Precedence() const { return precedence_; }
+    class State const& State() const {
+        return *state_;
+    }
+
+    // The last change of the state, as text and on the monotonic clock.
+    struct Time const& Since() const {
+        return since_;
+    }
+    ::Time::Span const& Timespan() const { return timespan_; }
+
+    // Appends an element "lock" as an array member. False if the document ran out of memory.
+    bool AttachTo(Xml::Node& node) const;
+
+private:
+    Mutex::PrecedenceT precedence_;
+    class State const* state_;
+    struct Time since_;
+    ::Time::Span timespan_;
+};
+
+// A snapshot of one thread and its lock stack, the first lock taken first.
+class ZEB_PUBLIC Thread::State {
+public:
+    State(CString const& name, int tid, bool complete, Array<Lock>&& locks);
+    State(State const& other);
+    State& operator=(State const&) = delete;
+
+    // False if memory ran out in construction.
+    bool Initialized() const { return initialized_; }
+
+    CString const& Name() const { return name_; }
+    int Tid() const { return tid_; }
+    Array<Lock> const& Locks() const { return locks_; }
+    // False if an entry of the stack could not be stored when its lock was taken.
+    bool LockListComplete() const { return complete_; }
+
+private:
+    String name_;
+    int tid_;
+    Array<Lock> locks_;
+    bool complete_;
+    bool initialized_;
+};
