@@ -92,7 +92,12 @@ protected:
 private:
     virtual bool IgnoreCase_() const;
 
-    unsigned long Rest_(unsigned long pos) const { return pos < size_ ? size_ - pos : 0; }
+    unsigned long Part_(unsigned long pos, unsigned long count) const {
+        unsigned long const rest = pos < size_ ? size_ - pos : 0;
+        return count < rest ? count : rest;
+    }
+    unsigned long Find_(unsigned long pos, char const* text, unsigned long size, bool ignoreCase) const;
+    unsigned long FindLast_(unsigned long end, char const* text, unsigned long size, bool ignoreCase) const;
 
 protected:
     char* data_;

@@ -15,6 +15,22 @@ inline constexpr unsigned long MAX_SIZE = 21;
 
 enum CaseT : int { LOWER, UPPER };
 
+// The two hexadecimal digits of each byte, one pair behind the other.
+struct HexPairsT {
+    char text[512];
+
+    constexpr explicit HexPairsT(char const* digits)
+        : text() {
+        for (int i = 0; i < 256; ++i) {
+            text[2 * i] = digits[i >> 4];
+            text[2 * i + 1] = digits[i & 15];
+        }
+    }
+};
+
+// By CaseT.
+inline constexpr HexPairsT HEX_PAIRS[] = {HexPairsT("0123456789abcdef"), HexPairsT("0123456789ABCDEF")};
+
 // Each writes at `out`, which has room, and returns the end of what it wrote.
 ZEB_PUBLIC char* PrintDecimal(char* out, uint64_t value);
 ZEB_PUBLIC char* PrintHex(char* out, uint64_t value, CaseT letters = LOWER);
@@ -25,11 +41,13 @@ inline char* PrintSigned(char* out, int64_t value) {
     return PrintDecimal(out + 1, 0 - static_cast<uint64_t>(value));
 }
 
-// Any integer type; negative numbers in hexadecimal are the bit pattern of their type.
+// Any integer type, in decimal.
 template<class T>
 char* Print(char* out, T value) {
-    if constexpr (T(-1) < T(0)) return PrintSigned(out, value);
-    return PrintDecimal(out, static_cast<uint64_t>(value));
+    if constexpr (T(-1) < T(0))
+        return PrintSigned(out, value);
+    else
+        return PrintDecimal(out, static_cast<uint64_t>(value));
 }
 
 // The whole range must be digits and the number must fit into 64 bits; leading zeros are free, a sign, a

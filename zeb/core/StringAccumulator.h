@@ -68,11 +68,9 @@ public:
 
 private:
     StringAccumulator& SetCase_(bool upper) { return caseSet_ = true, upper_ = upper, *this; }
-    bool Plain_() const { return width_ == 0 && !caseSet_; }
-    void ResetSettings_();
     void Append_(char const* data, unsigned long size);
-    void Pad_(unsigned long size);
-    void Text_(char const* data, unsigned long size);
+    void SetLetters_(unsigned long start);
+    void ResetSettings_();
 
     template<class T>
     StringAccumulator& Number_(T value);

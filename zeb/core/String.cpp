@@ -1,0 +1,109 @@
+#include "zeb/core/String.h"
+
+#include <cctype>
+#include <malloc.h>
+
+namespace {
+
+// The heap hands out whole size classes. While a block has room, growing it needs no call, and a block of the
+// same class is what the exact size would get.
+bool HasRoom_(char* block, unsigned long size) { return block && malloc_usable_size(block) >= size; }
+
+bool IsSpace_(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
+
+} // namespace
+
+// Not inlined: the compiler would take the size of the last realloc() for all there is.
+__attribute__((noinline)) bool String::Resize_(unsigned long pos, unsigned long oldCount,
+                                               unsigned long newCount, char*& data, unsigned long& size) {
+    if (oldCount == newCount) return true;
+    unsigned long const tail = size - pos - oldCount + 1;
+    if (newCount < oldCount) {
+        unsigned long const shorter = size - (oldCount - newCount);
+        if (shorter == 0) {
+            free(data);
+            data = const_cast<char*>(NIL_);
+        } else {
+            memmove(data + pos + newCount, data + pos + oldCount, tail);
+            void* const block = realloc(data, shorter + 1);
+            if (block) data = static_cast<char*>(block);
+        }
+        size = shorter;
+        return true;
+    }
+    unsigned long longer;
+    if (__builtin_add_overflow(size, newCount - oldCount + 1, &longer)) return false;
+    --longer;
+    char* block = size == 0 ? nullptr : data;
+    if (!HasRoom_(block, longer + 1)) {
+        block = static_cast<char*>(realloc(block, longer + 1));
+        if (!block) return false;
+    }
+    memmove(block + pos + newCount, block + pos + oldCount, tail - 1);
+    block[longer] = '\0';
+    data = block;
+    size = longer;
+    return true;
+}
+
+bool String::Resize(unsigned long size) {
+    if (size <= size_) return Truncate(size), true;
+    return Resize_(size_, 0, size - size_, data_, size_);
+}
+
+bool String::Assign(char const* data, unsigned long size) {
+    if (!Resize_(0, size_, size, data_, size_)) return false;
+    if (size != 0) memcpy(data_, data, size);
+    return true;
+}
+
+bool String::Assign(char c, unsigned long count) {
+    if (!Resize_(0, size_, count, data_, size_)) return false;
+    if (count != 0) memset(data_, c, count);
+    return true;
+}
+
+bool String::Replace(unsigned long pos, unsigned long count, char const* data, unsigned long size) {
+    if (!Resize_(pos, count, size, data_, size_)) return false;
+    if (size != 0) memcpy(data_ + pos, data, size);
+    return true;
+}
+
+bool String::Replace(unsigned long pos, unsigned long count, char c, unsigned long n) {
+    if (!Resize_(pos, count, n, data_, size_)) return false;
+    if (n != 0) memset(data_ + pos, c, n);
+    return true;
+}
+
+String& String::Erase(unsigned long pos, unsigned long count) {
+    (void)Resize_(pos, count, 0, data_, size_); // shrinking never fails
+    return *this;
+}
+
+String& String::Truncate(unsigned long size) { return size < size_ ? Erase(size, size_ - size) : *this; }
+
+String& String::Clear() { return Erase(0, size_); }
+
+String& String::Strip() {
+    unsigned long front = 0;
+    while (front < size_ && IsSpace_(data_[front]))
+        ++front;
+    if (front == size_) return Clear();
+    unsigned long end = size_;
+    while (IsSpace_(data_[end - 1]))
+        --end;
+    if (front != 0) memmove(data_, data_ + front, end - front);
+    return Truncate(end - front);
+}
+
+String& String::ToUpper() {
+    for (char *p = data_, *const end = data_ + size_; p != end; ++p)
+        *p = static_cast<char>(toupper(static_cast<unsigned char>(*p)));
+    return *this;
+}
+
+String& String::ToLower() {
+    for (char *p = data_, *const end = data_ + size_; p != end; ++p)
+        *p = static_cast<char>(tolower(static_cast<unsigned char>(*p)));
+    return *this;
+}
