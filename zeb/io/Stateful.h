@@ -97,6 +97,10 @@ protected:
     explicit Stateful(Stateful* parent)
         : parent_(parent != nullptr ? parent : this) {}
 
+    // The end of a constructor that failed: STATE_BROKEN, with the code and errno of the failure recorded so
+    // far.
+    void Break_() const;
+
     ReturnT const& OkCode_() const { return okCode_; }
     ReturnT const& FailCode_() const { return failCode_; }
 
