@@ -126,16 +126,6 @@ char* PrintDecimal(char* out, uint64_t value) {
     return end;
 }
 
-char* PrintHex(char* out, uint64_t value, CaseT letters) {
-    char const* const pairs = HEX_PAIRS[letters].text;
-    char* const end = out + (std::bit_width(value | 1) + 3) / 4;
-    char* p = end;
-    for (; p - out >= 2; value >>= 8)
-        memcpy(p -= 2, pairs + 2 * (value & 0xFF), 2);
-    if (p != out) *out = pairs[2 * value + 1];
-    return end;
-}
-
 bool ParseDecimal(char const* begin, char const* end, uint64_t& value) {
     if (begin == end) return false;
     while (end - begin > SAFE_DECIMAL && *begin == '0')

@@ -6,6 +6,7 @@
 
 #include "zeb/core/Export.h"
 
+#include <bit>
 #include <cstdint>
 
 namespace Digits {
@@ -15,25 +16,20 @@ inline constexpr unsigned long MAX_SIZE = 21;
 
 enum CaseT : int { LOWER, UPPER };
 
-// The two hexadecimal digits of each byte, one pair behind the other.
-struct HexPairsT {
-    char text[512];
-
-    constexpr explicit HexPairsT(char const* digits)
-        : text() {
-        for (int i = 0; i < 256; ++i) {
-            text[2 * i] = digits[i >> 4];
-            text[2 * i + 1] = digits[i & 15];
-        }
-    }
-};
-
-// By CaseT.
-inline constexpr HexPairsT HEX_PAIRS[] = {HexPairsT("0123456789abcdef"), HexPairsT("0123456789ABCDEF")};
-
 // Each writes at `out`, which has room, and returns the end of what it wrote.
 ZEB_PUBLIC char* PrintDecimal(char* out, uint64_t value);
-ZEB_PUBLIC char* PrintHex(char* out, uint64_t value, CaseT letters = LOWER);
+inline char* PrintHex(char* out, uint64_t value, CaseT letters = LOWER) {
+    char const* const digits = letters == LOWER ? "0123456789abcdef" : "0123456789ABCDEF";
+    char* const end = out + (std::bit_width(value | 1) + 3) / 4;
+    char* p = end;
+    for (; value >= 0x100; value >>= 8) {
+        *--p = digits[value & 0xF];
+        *--p = digits[value >> 4 & 0xF];
+    }
+    *--p = digits[value & 0xF];
+    if (value >= 0x10) *--p = digits[value >> 4];
+    return end;
+}
 
 inline char* PrintSigned(char* out, int64_t value) {
     if (value >= 0) return PrintDecimal(out, static_cast<uint64_t>(value));

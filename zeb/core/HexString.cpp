@@ -1,12 +1,33 @@
 #include "zeb/core/HexString.h"
 
-#include "zeb/core/Digits.h"
+#include <cstdint>
 
 namespace {
 
 constexpr unsigned char X = HexString::NO_DIGIT;
 
 unsigned char Digit_(char c) { return HexString::CHAR_DIGIT_MAP[static_cast<unsigned char>(c)]; }
+
+// Sixteen bytes at a time, in the compiler's own form of vectors.
+using BytesT_ = uint8_t __attribute__((vector_size(16)));
+
+BytesT_ Letters_(BytesT_ values) {
+    BytesT_ const isLetter = reinterpret_cast<BytesT_>(values > 9);
+    return values + '0' + (isLetter & ('a' - '0' - 10));
+}
+
+void EncodeMany_(char* out, unsigned char const* data) {
+    BytesT_ bytes;
+    memcpy(&bytes, data, sizeof bytes);
+    BytesT_ const high = bytes >> 4;
+    BytesT_ const low = bytes & 0xF;
+    BytesT_ const text[] = {
+        Letters_(__builtin_shufflevector(high, low, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23)),
+        Letters_(
+            __builtin_shufflevector(high, low, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31)),
+    };
+    memcpy(out, text, sizeof text);
+}
 
 } // namespace
 
@@ -51,8 +72,13 @@ bool HexString::Assign(unsigned char const* data, unsigned long size) {
     String text;
     if (__builtin_mul_overflow(size, 2UL, &count) || !text.Resize(count)) return false;
     char* out = text.Ptr();
-    for (unsigned char const* const end = data + size; data != end; ++data, out += 2)
-        memcpy(out, Digits::HEX_PAIRS[Digits::LOWER].text + 2 * *data, 2);
+    for (; size >= sizeof(BytesT_);
+         size -= sizeof(BytesT_), data += sizeof(BytesT_), out += 2 * sizeof(BytesT_))
+        EncodeMany_(out, data);
+    for (unsigned char const* const end = data + size; data != end; ++data) {
+        *out++ = LOWER_DIGITS[*data >> 4];
+        *out++ = LOWER_DIGITS[*data & 0xF];
+    }
     text_.Swap(text);
     return true;
 }
