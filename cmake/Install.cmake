@@ -1,0 +1,72 @@
+# What is installed: three packages, and the files by which CMake and pkg-config find the library.
+
+include(CMakePackageConfigHelpers)
+
+set(zeb_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zebCore)
+
+set(libraries zebCore)
+if(TARGET zeb)
+    list(APPEND libraries zeb)
+endif()
+foreach(library IN LISTS libraries)
+    target_include_directories(${library} INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    target_compile_features(${library} INTERFACE cxx_std_20)
+    target_compile_options(${library} INTERFACE -fsigned-char)
+endforeach()
+set_target_properties(zebCore PROPERTIES EXPORT_NAME Core)
+if(TARGET zeb)
+    set_target_properties(zeb PROPERTIES EXPORT_NAME Zeb)
+endif()
+
+install(TARGETS ${libraries} EXPORT zebCore
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+install(EXPORT zebCore NAMESPACE zeb:: DESTINATION ${zeb_package_dir} COMPONENT development)
+foreach(folder zeb libzeb)
+    if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${folder})
+        install(DIRECTORY ${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+            FILES_MATCHING PATTERN "*.h" PATTERN "*Impl.h" EXCLUDE)
+    endif()
+endforeach()
+
+configure_package_config_file(cmake/zebCoreConfig.cmake.in ${CMAKE_BINARY_DIR}/package/zebCoreConfig.cmake
+    INSTALL_DESTINATION ${zeb_package_dir} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/zebCoreConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/package/zebCoreConfig.cmake ${CMAKE_BINARY_DIR}/package/zebCoreConfigVersion.cmake
+    DESTINATION ${zeb_package_dir} COMPONENT development)
+file(RELATIVE_PATH zeb_pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/zebCore.pc.in ${CMAKE_BINARY_DIR}/package/zebCore.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/package/zebCore.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "libzebCore developers <libzebcore@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Core framework library of a network device's programs")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libzebcore${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzebcore-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libzebcore${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+
+get_property(tools DIRECTORY tools PROPERTY BUILDSYSTEM_TARGETS)
+set(programs)
+foreach(tool IN LISTS tools)
+    get_target_property(type ${tool} TYPE)
+    if(type STREQUAL "EXECUTABLE")
+        list(APPEND programs ${tool})
+    endif()
+endforeach()
+if(programs)
+    install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    list(APPEND CPACK_COMPONENTS_ALL tools)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zebcore-tools)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+endif()
+include(CPack)
