@@ -16,7 +16,7 @@
 // that has no Thread object is not monitored: Self() and SelfStatus() are null there.
 
 #include "zeb/core/Array.h"
-#include "zeb/core/AutoPVector.h"
+#include "zeb/core/PVector.h"
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"
 #include "zeb/core/Log.h"
@@ -128,7 +128,7 @@ public:
     static int OwnerId(Mutex const& mutex);
 
     // A snapshot of every thread and its locks. 0x00220190, or an Oom code with the output empty.
-    static ReturnT GetStates(AutoPVector<State, StdDeleter<State>>& states);
+    static ReturnT GetStates(AutoPVector<State, StdDeleter>& states);
 
 protected:
     // The main thread, which is the calling one.

@@ -27,5 +27,5 @@ private:
 
     explicit ThreadMain(char const* ident);
 
-    AutoPtr<SigAltStackManager_, StdDeleter<SigAltStackManager_>> stack_;
+    AutoPtr<SigAltStackManager_, StdDeleter> stack_;
 };
