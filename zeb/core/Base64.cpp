@@ -1,6 +1,7 @@
 #include "zeb/core/Base64.h"
 
 #include "zeb/core/Base64Impl.h"
+#include "zeb/core/Buffer.h"
 #include "zeb/core/String.h"
 
 #include <cctype>
@@ -11,11 +12,13 @@ constexpr TablesT TABLES[2] = {TablesT("+/", '+'), TablesT("-_", '-')};
 
 unsigned long EncodeLast(char* out, unsigned char const* in, unsigned long count, Base64::FormatT format) {
     unsigned char block[BLOCK_BYTES] = {};
+    char symbols[BLOCK_SYMBOLS];
     memcpy(block, in, count);
-    EncodeBlock(out, block, TABLES[format]);
-    if (format == Base64::URL) return count + 1;
-    memset(out + count + 1, '=', BLOCK_BYTES - count);
-    return BLOCK_SYMBOLS;
+    EncodeBlock(symbols, block, TABLES[format]);
+    memset(symbols + count + 1, '=', BLOCK_BYTES - count);
+    unsigned long const size = format == Base64::URL ? count + 1 : BLOCK_SYMBOLS;
+    memcpy(out, symbols, size);
+    return size;
 }
 
 char* Encode(char* out, unsigned char const* in, unsigned long size, Base64::FormatT format) {
@@ -86,6 +89,36 @@ unsigned long Base64::DecodedSizeMax(unsigned long size, FormatT format) {
     static constexpr unsigned long LEFT_OUT[BLOCK_SYMBOLS] = {0, 0, 2, 1};
     unsigned long const groups = (size + BLOCK_SYMBOLS - 1) / BLOCK_SYMBOLS;
     return groups * BLOCK_BYTES - (format == URL ? LEFT_OUT[size % BLOCK_SYMBOLS] : 0);
+}
+
+ReturnT Base64::EncodeToString(CBuffer const& data, unsigned char* out, unsigned long capacity,
+                               FormatT format) {
+    if (EncodedSize(data.Size(), format) > capacity) return ReturnT::Fail();
+    if (data.Size() == 0) {
+        if (capacity == 0) return ReturnT::Fail();
+        *out = '\0';
+        return ReturnT::Done();
+    }
+    auto const* const in = static_cast<unsigned char const*>(data.Ptr());
+    *Base64Impl::Encode(reinterpret_cast<char*>(out), in, data.Size(), format) = '\0';
+    return ReturnT::Done();
+}
+
+ReturnT Base64::EncodeToString(CBuffer const& data, String& out, FormatT format) {
+    unsigned long const size = EncodedSize(data.Size(), format);
+    if (!out.Resize(size)) return ReturnT::Oom();
+    if (size == 0) return ReturnT::Done();
+    return EncodeToString(data, reinterpret_cast<unsigned char*>(out.Ptr()), size, format);
+}
+
+ReturnT Base64::DecodeString(CString const& text, Buffer& out, FormatT format) {
+    unsigned long size = text.Empty() ? 0 : DecodedSizeMax(text.Size(), format);
+    if (!out.Resize(size)) return ReturnT::Oom();
+    if (text.Empty()) return ReturnT::Done();
+    ReturnT const result = DecodeString(text, static_cast<unsigned char*>(out.Ptr()), size, format);
+    if (result.Failed()) return result;
+    if (!out.Resize(size)) return ReturnT::Oom();
+    return result;
 }
 
 ReturnT Base64::DecodeString(CString const& text, unsigned char* out, unsigned long& size, FormatT format) {

@@ -1,6 +1,7 @@
 #include "zeb/core/CString.h"
 
 #include "zeb/core/String.h"
+#include "zeb/core/StringVector.h"
 
 #include <cctype>
 #include <strings.h>
@@ -30,6 +31,36 @@ bool IsAll_(CString const& text, int (*isClass)(int)) {
         if (!isClass(static_cast<unsigned char>(*p))) return false;
     }
     return true;
+}
+
+bool IsSpace_(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
+
+bool SplitWords_(CString const& text, StringVector& out) {
+    char const* p = text.Cstr();
+    char const* const end = p + text.Size();
+    for (;;) {
+        while (p != end && IsSpace_(*p))
+            ++p;
+        if (p == end) return true;
+        char const* const word = p;
+        while (p != end && !IsSpace_(*p))
+            ++p;
+        if (!out.PushBack(word, static_cast<unsigned long>(p - word))) return false;
+    }
+}
+
+unsigned long FieldEnd_(CString const& text, char separator, unsigned long pos) {
+    void const* const hit = memchr(text.Cstr() + pos, separator, text.Size() - pos);
+    return hit ? static_cast<unsigned long>(static_cast<char const*>(hit) - text.Cstr()) : text.Size();
+}
+
+bool SplitFields_(CString const& text, StringVector& out, char separator) {
+    for (unsigned long pos = 0;;) {
+        unsigned long const end = FieldEnd_(text, separator, pos);
+        if (!out.PushBack(text.Cstr() + pos, end - pos)) return false;
+        if (end == text.Size()) return true;
+        pos = end + 1;
+    }
 }
 
 } // namespace
@@ -124,4 +155,13 @@ bool CString::Substr(String& out, unsigned long pos) const { return out.Assign(d
 
 bool CString::Substr(String& out, unsigned long pos, unsigned long count) const {
     return out.Assign(data_ + pos, count);
+}
+
+bool CString::Split(StringVector& out, char separator) const {
+    out.Clear();
+    bool const ok = size_ == 0          ? out.PushBack(data_, 0)
+                    : separator == '\0' ? SplitWords_(*this, out)
+                                        : SplitFields_(*this, out, separator);
+    if (!ok) out.Clear();
+    return ok;
 }

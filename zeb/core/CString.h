@@ -83,7 +83,8 @@ public:
 
     // Fields of the text. At a separator other than NUL every field counts, empty ones too: "a,,b" has three,
     // "a," two, "" one. With a NUL as separator the fields stand between runs of white space and none is
-    // empty, but "" still has one empty field. False when memory ran out; `out` is empty then.
+    // empty, but "" still has one empty field. False when memory ran out; `out` is empty then. The text must
+    // not be one of those in `out`.
     bool Split(StringVector& out, char separator) const;
 
 protected:

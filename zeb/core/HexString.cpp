@@ -1,5 +1,7 @@
 #include "zeb/core/HexString.h"
 
+#include "zeb/core/Buffer.h"
+
 #include <cstdint>
 
 namespace {
@@ -83,6 +85,10 @@ bool HexString::Assign(unsigned char const* data, unsigned long size) {
     return true;
 }
 
+bool HexString::Assign(CBuffer const& data) {
+    return Assign(static_cast<unsigned char const*>(data.Ptr()), data.Size());
+}
+
 bool HexString::Assign(CString const& text, bool& valid) {
     valid = IsValid(text);
     if (!valid || !text_.Assign(text)) return false;
@@ -116,4 +122,9 @@ bool HexString::Get(unsigned char* out, unsigned long capacity, unsigned long& s
     for (char const *p = text_.Cstr(), *const end = p + 2 * size; p != end; p += 2)
         *out++ = static_cast<unsigned char>(Digit_(p[0]) << 4 | Digit_(p[1]));
     return true;
+}
+
+bool HexString::Get(Buffer& out) const {
+    unsigned long size = DataSize();
+    return out.Resize(size) && Get(static_cast<unsigned char*>(out.Ptr()), size, size);
 }

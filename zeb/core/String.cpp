@@ -1,5 +1,7 @@
 #include "zeb/core/String.h"
 
+#include "zeb/core/StringVector.h"
+
 #include <cctype>
 #include <malloc.h>
 
@@ -8,6 +10,11 @@ namespace {
 // The heap hands out whole size classes. While a block has room, growing it needs no call, and a block of the
 // same class is what the exact size would get.
 bool HasRoom_(char* block, unsigned long size) { return block && malloc_usable_size(block) >= size; }
+
+// Behind the copied text.
+char* Put_(char* out, CString const& text) {
+    return static_cast<char*>(mempcpy(out, text.Cstr(), text.Size()));
+}
 
 bool IsSpace_(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
 
@@ -106,4 +113,22 @@ String& String::ToLower() {
     for (char *p = data_, *const end = data_ + size_; p != end; ++p)
         *p = static_cast<char>(tolower(static_cast<unsigned char>(*p)));
     return *this;
+}
+
+bool String::Join(StringVector const& parts, CString const& separator) {
+    unsigned long size = 0;
+    unsigned long const gaps = parts.Size() == 0 ? 0 : parts.Size() - 1;
+    if (__builtin_mul_overflow(gaps, separator.Size(), &size)) return false;
+    for (unsigned long i = 0; i < parts.Size(); ++i) {
+        if (__builtin_add_overflow(size, parts[i].Size(), &size)) return false;
+    }
+    String joined;
+    if (!joined.Resize(size)) return false;
+    char* out = joined.data_;
+    for (unsigned long i = 0; i < parts.Size(); ++i) {
+        if (i != 0) out = Put_(out, separator);
+        out = Put_(out, parts[i]);
+    }
+    Swap(joined);
+    return true;
 }
