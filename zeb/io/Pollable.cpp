@@ -132,8 +132,8 @@ private:
     char const* ident_;
 };
 
-ReturnT Pollable::Wait(Pollable** objects, ModeT const* requests, pollfd* fds, unsigned long count, int timeoutMs,
-                       char const* ident) {
+ReturnT Pollable::Wait(Pollable** objects, ModeT const* requests, pollfd* fds, unsigned long count,
+                       int timeoutMs, char const* ident) {
     PollWait_ wait(objects, requests, fds, count, ident);
     bool any = false;
     if (!wait.Prepare(any)) return UNUSABLE;
@@ -169,7 +169,8 @@ bool Pollable::SetSysBufferSize_(ModeT direction, int option, char const* messag
 }
 
 // The length must come back as it was given, which a kernel that keeps the size in 32 bits does not do.
-bool Pollable::GetSysBufferSize_(ModeT direction, int option, char const* message, unsigned long& size) const {
+bool Pollable::GetSysBufferSize_(ModeT direction, int option, char const* message,
+                                 unsigned long& size) const {
     Pollable const* const root = PollableRoot_();
     if (!(root->mode_ & direction)) {
         size = 0;
@@ -197,7 +198,8 @@ bool Pollable::GetSysIBufferSize(unsigned long& size) const {
 }
 
 bool Pollable::GetSysOBufferSize(unsigned long& size) const {
-    return GetSysBufferSize_(MODE_WRITE, SO_SNDBUF, "unable to get a system buffer size for output: %1", size);
+    return GetSysBufferSize_(MODE_WRITE, SO_SNDBUF, "unable to get a system buffer size for output: %1",
+                             size);
 }
 
 } // namespace Io

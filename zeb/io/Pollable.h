@@ -4,8 +4,8 @@
 //
 // No blocking system call of a socket or pollable file waits by itself: every transfer first waits in
 // Pollable::Wait, which slices the time into polls of 333 ms, so that an interrupted thread notices within a
-// third of a second. A Pollable owns nothing: descriptor and mode belong to the concrete class, and must live as
-// long as it. One object is used by one thread at a time; two threads must not wait on one object.
+// third of a second. A Pollable owns nothing: descriptor and mode belong to the concrete class, and must live
+// as long as it. One object is used by one thread at a time; two threads must not wait on one object.
 
 #include "zeb/io/Mode.h"
 #include "zeb/io/Stateful.h"
@@ -40,18 +40,18 @@ public:
     virtual bool ObjOReady() const;
     virtual bool ObjPReady() const;
 
-    // Waits until one of the objects is ready for what is requested of it (MODE_READ, MODE_WRITE, MODE_PRIORITY).
-    // Null objects are passed over. `fds` is scratch space of `count` entries. A negative time-out waits without
-    // limit. Returns at once, without a system call, when a ready flag or ObjIReady() tells that nothing need be
-    // waited for. Logs only a failed poll, under `ident` ("Pollable" when null).
-    static ReturnT Wait(Pollable** objects, ModeT const* requests, pollfd* fds, unsigned long count, int timeoutMs,
-                        char const* ident);
+    // Waits until one of the objects is ready for what is requested of it (MODE_READ, MODE_WRITE,
+    // MODE_PRIORITY). Null objects are passed over. `fds` is scratch space of `count` entries. A negative
+    // time-out waits without limit. Returns at once, without a system call, when a ready flag or ObjIReady()
+    // tells that nothing need be waited for. Logs only a failed poll, under `ident` ("Pollable" when null).
+    static ReturnT Wait(Pollable** objects, ModeT const* requests, pollfd* fds, unsigned long count,
+                        int timeoutMs, char const* ident);
 
     // Records a result of Wait as the object's state; true for success.
     bool SetPollState(ReturnT const& code) const;
 
-    // The kernel's buffers of a socket, in bytes (SO_RCVBUF, SO_SNDBUF). Getting a direction that the mode lacks
-    // gives 0 and true.
+    // The kernel's buffers of a socket, in bytes (SO_RCVBUF, SO_SNDBUF). Getting a direction that the mode
+    // lacks gives 0 and true.
     bool SetSysIBufferSize(unsigned long size);
     bool SetSysOBufferSize(unsigned long size);
     bool GetSysIBufferSize(unsigned long& size) const;
@@ -69,7 +69,8 @@ private:
 
     Pollable* PollableRoot_() const {
         Pollable const* root = this;
-        while (root->parent_ != root) root = root->parent_;
+        while (root->parent_ != root)
+            root = root->parent_;
         return const_cast<Pollable*>(root);
     }
     bool SetSysBufferSize_(ModeT direction, int option, char const* message, unsigned long size);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The transport that waits: wraps another transport and calls Pollable::Wait before each transfer. Shares the end
-// of stream flag of what it wraps. Owns nothing.
+// The transport that waits: wraps another transport and calls Pollable::Wait before each transfer. Shares the
+// end of stream flag of what it wraps. Owns nothing.
 
 #include "zeb/io/Base.h"
 #include "zeb/io/Mode.h"

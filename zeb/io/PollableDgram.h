@@ -13,8 +13,8 @@ public:
     PollableDgram(char const* ident, int const& fd, ModeT const& mode, PollableBase& base);
     ~PollableDgram() override;
 
-    // Waits for one datagram, no longer than Timeout(), and tells its size without taking it. An empty datagram
-    // counts as a failure.
+    // Waits for one datagram, no longer than Timeout(), and tells its size without taking it. An empty
+    // datagram counts as a failure.
     bool GetBytesAvailable(unsigned long& size);
 
 private:

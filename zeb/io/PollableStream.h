@@ -9,8 +9,8 @@ namespace Io {
 
 class ZEB_PUBLIC PollableStream : public Pollable, public virtual Stream {
 public:
-    PollableStream(PollableStream& parent, char const* ident, int const& fd, ModeT const& mode, IStreamBuffer& input,
-                   OStreamBuffer& output, EndOfLineT const& eol);
+    PollableStream(PollableStream& parent, char const* ident, int const& fd, ModeT const& mode,
+                   IStreamBuffer& input, OStreamBuffer& output, EndOfLineT const& eol);
     ~PollableStream() override;
 
     void Attach(PollableStream* parent);

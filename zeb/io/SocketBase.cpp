@@ -94,7 +94,8 @@ bool SocketBase::ReadSsl_(void* data, unsigned long size, unsigned long& done) {
             done = static_cast<unsigned long>(count);
             return true;
         }
-        if (DoSslRetry_(READ, counter, error, SSL_get_error(Ssl(ssl_), count)) != Retry_::AGAIN) return State_().Ok();
+        if (DoSslRetry_(READ, counter, error, SSL_get_error(Ssl(ssl_), count)) != Retry_::AGAIN)
+            return State_().Ok();
     }
 }
 
@@ -210,7 +211,8 @@ SocketBase::Retry_ SocketBase::CheckSslPoll_(char const* operation, short revent
     }
     if (revents & POLLNVAL) {
         State_().SetSysError_(EINVAL);
-        Log(Log::ERROR, ident_, nullptr, "SSL %1 poll failed on an invalid descriptor") << Log::L10n(operation);
+        Log(Log::ERROR, ident_, nullptr, "SSL %1 poll failed on an invalid descriptor")
+            << Log::L10n(operation);
         return Retry_::FAILED;
     }
     return Retry_::AGAIN;

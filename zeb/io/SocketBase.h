@@ -1,8 +1,8 @@
 #pragma once
 
 // The transport of stream sockets: recv and send, or a TLS connection over the same descriptor. Owns neither
-// descriptor nor connection. The owner waits for the descriptor (PollableBase); what a TLS transfer must wait for
-// in between is waited for here, in polls of at most 333 ms, with the time-out of SslSetTimeout.
+// descriptor nor connection. The owner waits for the descriptor (PollableBase); what a TLS transfer must wait
+// for in between is waited for here, in polls of at most 333 ms, with the time-out of SslSetTimeout.
 
 #include "zeb/io/Base.h"
 #include "zeb/io/Mode.h"
@@ -25,8 +25,8 @@ public:
     void SslSetTimeout(int timeoutMs);
 
 private:
-    // What a failed transfer may do next: try again; give up, the state being set; give up since the peer ended the
-    // connection, the end of stream being set.
+    // What a failed transfer may do next: try again; give up, the state being set; give up since the peer
+    // ended the connection, the end of stream being set.
     enum class Retry_ { AGAIN, FAILED, ENDED };
 
     bool Usable_(ModeT direction);
