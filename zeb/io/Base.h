@@ -43,6 +43,8 @@ public:
 
 protected:
     Stateful& State_() const { return stateful_; }
+    // The pause between two tries of a system call.
+    static void RetryPause_();
 
 private:
     Base* parent_;

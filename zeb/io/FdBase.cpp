@@ -3,7 +3,6 @@
 #include "zeb/core/ErrorString.h"
 
 #include <cerrno>
-#include <ctime>
 #include <unistd.h>
 
 namespace Io {
@@ -26,9 +25,7 @@ bool FdBase::Fail_(Stateful::StateT state) {
 // After a transient error: waits for the next try, or gives up behind the last.
 bool FdBase::PauseAfter_(int tries, char const* interrupted) {
     if (tries < RETRY_COUNT) {
-        timespec const pause{0, RETRY_TIMEOUT_NS};
-        // A pause cut short by a signal is long enough.
-        (void)nanosleep(&pause, nullptr);
+        RetryPause_();
         return true;
     }
     State_().SetSysError_(EINTR);
