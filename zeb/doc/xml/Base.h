@@ -16,7 +16,7 @@ class Node;
 class ZEB_PUBLIC Base {
 public:
     // The name of the class in the log.
-    static char const* const IDENT;
+    static constexpr char IDENT[] = "Xml::Base";
 
     // What the value stands for when the tree is turned into a typed form. The printers ignore it.
     enum DataTypeT : uint32_t {

@@ -19,7 +19,7 @@ namespace Xml {
 
 class ZEB_PUBLIC Document : public Node {
 public:
-    static char const* const IDENT;
+    static constexpr char IDENT[] = "Xml::Document";
 
     // Bits of Parse(). With none set it makes elements, attributes, DATA and CDATA nodes, sets the value of
     // each element to its first text, and expands references.
@@ -90,9 +90,10 @@ private:
     friend class Node;
     friend class Stream;
     friend struct Layout_;
-    struct Parser_;
+    class Parser_;
 
     unsigned char* Allocate_(unsigned long size);
+    Attribute* AllocateNilAttribute_();
     String CopyString_(CString const& text);
 
     bool allocationOk_ = true;

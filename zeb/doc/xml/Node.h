@@ -19,7 +19,7 @@ class Attribute;
 
 class ZEB_PUBLIC Node : public Base {
 public:
-    static char const* const IDENT;
+    static constexpr char IDENT[] = "Xml::Node";
 
     enum TypeT : uint32_t {
         DOCUMENT = 0,    // the root, printed as its children
@@ -90,7 +90,13 @@ public:
 
     // Linking. Nothing is allocated or checked: the child must be of this document and hang nowhere.
     void PrependNode(Node* child);
-    void AppendNode(Node* child);
+    void AppendNode(Node* child) {
+        child->parent_ = this;
+        child->previous_ = LastNode();
+        child->next_ = nullptr;
+        (firstNode_ != nullptr ? lastNode_->next_ : firstNode_) = child;
+        lastNode_ = child;
+    }
 
     // Before `where`, which must be a child; null means at the end.
     void InsertNode(Node* where, Node* child);

@@ -26,7 +26,7 @@ class Node;
 
 class ZEB_PUBLIC Stream {
 public:
-    static char const* const IDENT;
+    static constexpr char IDENT[] = "Xml::Stream";
 
     Stream() = delete;
 
