@@ -113,9 +113,8 @@ OStream& OStream::operator<<(unsigned long long const& value) {
 
 OStream& OStream::operator<<(EndlT const&) {
     if (!Ok()) return *this;
-    EndOfLineT const eol = OutRoot_()->eol_;
     // A failure of one is a state, which stops the next.
-    if (eol == EOL_CRLF || eol == EOL_ANY_CRLF) (void)PutChar('\r');
+    if (IsEndlCrlf()) (void)PutChar('\r');
     (void)PutChar('\n');
     if (lazyEndl_ == 0) (void)Flush();
     return *this;

@@ -58,6 +58,12 @@ public:
     OStream& AnyCase() { return Set_(0, FMT_CASE | FMT_UPPER); }
     // Whether Endl leaves the line in the buffer (the setting of a new stream) or flushes; of this object.
     OStream& LazyEndl(bool lazy) { return lazyEndl_ = lazy ? 1 : 0, *this; }
+    bool IsLazyEndl() const { return lazyEndl_ != 0; }
+    // Whether Endl writes CR LF rather than LF.
+    bool IsEndlCrlf() const {
+        EndOfLineT const eol = OutRoot_()->eol_;
+        return eol == EOL_CRLF || eol == EOL_ANY_CRLF;
+    }
 
     // Writes a text with width, fill and case.
     void FmtWrite_(char const* text, unsigned long size);

@@ -95,7 +95,7 @@ public:
     // Internal. Appends a detached value of this document; null (for a null value too) on failure.
     Json::Value* Append_(Json::Value* value);
     // Internal. Forgets the elements.
-    void Clear_();
+    void Clear_() { first_ = last_ = nullptr; }
 
 private:
     friend class Json::Value;
@@ -103,7 +103,13 @@ private:
 
     // Left without content: the value that embeds it sets it up when it becomes an array.
     Array() {} // NOLINT(modernize-use-equals-default)
-    void Setup_(Json::Value* owner, Json::Document* document);
+    void Setup_(Json::Value* owner, Json::Document* document) {
+        Clear_();
+        owner_ = owner;
+        document_ = document;
+    }
+
+    void Link_(Element* element);
 
     Element* first_;
     Element* last_;

@@ -77,14 +77,30 @@ public:
     Json::Value* Append(CString const& name, bool value);
     Json::Value* Append(CString const& name, char const* text);
     Json::Value* Append(CString const& name, CString const& text);
-    Json::Value* Append(CString const& name, char value);
-    Json::Value* Append(CString const& name, unsigned char value);
-    Json::Value* Append(CString const& name, short value);
-    Json::Value* Append(CString const& name, unsigned short value);
-    Json::Value* Append(CString const& name, int value);
-    Json::Value* Append(CString const& name, unsigned int value);
-    Json::Value* Append(CString const& name, long value);
-    Json::Value* Append(CString const& name, unsigned long value);
+    Json::Value* Append(CString const& name, char value) {
+        return Append(name, static_cast<long long>(value));
+    }
+    Json::Value* Append(CString const& name, unsigned char value) {
+        return Append(name, static_cast<unsigned long long>(value));
+    }
+    Json::Value* Append(CString const& name, short value) {
+        return Append(name, static_cast<long long>(value));
+    }
+    Json::Value* Append(CString const& name, unsigned short value) {
+        return Append(name, static_cast<unsigned long long>(value));
+    }
+    Json::Value* Append(CString const& name, int value) {
+        return Append(name, static_cast<long long>(value));
+    }
+    Json::Value* Append(CString const& name, unsigned int value) {
+        return Append(name, static_cast<unsigned long long>(value));
+    }
+    Json::Value* Append(CString const& name, long value) {
+        return Append(name, static_cast<long long>(value));
+    }
+    Json::Value* Append(CString const& name, unsigned long value) {
+        return Append(name, static_cast<unsigned long long>(value));
+    }
     Json::Value* Append(CString const& name, long long value);
     Json::Value* Append(CString const& name, unsigned long long value);
     Json::Value* Append(CString const& name, double value);
@@ -104,7 +120,7 @@ public:
     // failure.
     Json::Value* Append_(Json::String const& name, Json::Value* value);
     // Internal. Forgets the members.
-    void Clear_();
+    void Clear_() { first_ = last_ = nullptr; }
 
 private:
     friend class Json::Value;
@@ -112,8 +128,15 @@ private:
 
     // Left without content: the value that embeds it sets it up when it becomes an object.
     Object() {} // NOLINT(modernize-use-equals-default)
-    void Setup_(Json::Value* owner, Json::Document* document);
+    void Setup_(Json::Value* owner, Json::Document* document) {
+        Clear_();
+        owner_ = owner;
+        document_ = document;
+    }
+    template<class Make>
+    Json::Value* AppendNew_(CString const& name, Make make);
     void Link_(Member* member);
+    void Warn_(CString const& name) const;
 
     static constexpr char const* IDENT = "Json::Object";
 

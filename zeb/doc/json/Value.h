@@ -29,8 +29,8 @@
 #include "zeb/doc/json/Object.h"
 #include "zeb/doc/json/String.h"
 
-#include <concepts>
 #include <cstdint>
+#include <new>
 
 namespace Json {
 
@@ -59,10 +59,20 @@ public:
     static constexpr unsigned long NUMBER_LONGLONG = 256;
     static constexpr unsigned long NUMBER_ULONGLONG = 512;
     static constexpr unsigned long NUMBER_DOUBLE = 1024;
+    static constexpr unsigned long NUMBER_ALL_INTEGERS = 1023;
 
     // A detached value. A number made from its type alone is 0. Text is copied into the document's pool; when
     // that fails the document's valid flag goes down and the string is empty.
-    Value(Document& document, TypeT type);
+    Value(Document& document, TypeT type)
+        : type_(type)
+        , boolean_(type == TYPE_TRUE)
+        , parent_(nullptr)
+        , document_(&document) {
+        StoreNumber_(0ULL);
+        if (type == TYPE_NUMBER) flags_ = NumberFlagsT(NUMBER_ALL_INTEGERS);
+        if (type == TYPE_ARRAY) array_.Setup_(this, document_);
+        if (type == TYPE_OBJECT) object_.Setup_(this, document_);
+    }
     Value(Document& document, NullT const&)
         : Value(document, TYPE_NULL) {}
     Value(Document& document, bool value)
@@ -201,6 +211,7 @@ public:
 
 protected:
     friend class Json::Array;
+    friend class Json::Document;
     friend class Json::Object;
     friend class Parser_;
 
@@ -212,6 +223,9 @@ protected:
 
     // Of text that lies in the pool already.
     Value(Document& document, Json::String const& text);
+
+    template<class T>
+    static Value* New_(Document& document, T const& content);
 
     bool IsNumber_(unsigned long flag) const { return IsNumber() && flags_.Has(flag); }
 
@@ -248,6 +262,20 @@ protected:
 };
 
 static_assert(sizeof(Value) == 136);
+
+inline void Array::Link_(Element* element) {
+    element->prev_ = last_;
+    (last_ != nullptr ? last_->next_ : first_) = element;
+    last_ = element;
+    element->value_->parent_ = owner_;
+}
+
+inline void Object::Link_(Member* member) {
+    member->prev_ = last_;
+    (last_ != nullptr ? last_->next_ : first_) = member;
+    last_ = member;
+    member->value_->parent_ = owner_;
+}
 
 template<class T>
 bool Array::Get(unsigned long index, T& result) const {

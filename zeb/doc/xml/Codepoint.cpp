@@ -1,6 +1,6 @@
 #include "zeb/doc/xml/Codepoint.h"
 
-#include "zeb/doc/xml/Writer.h"
+#include "zeb/doc/Writer.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ Xml::Codepoint Xml::ParseCodepoint_(char const* text, unsigned long left) {
     return {value, size};
 }
 
-void Xml::PrintCodepoint_(Writer& writer, uint32_t value, PrintFlagsT flags) {
+void Xml::PrintCodepoint_(Doc::Writer& writer, uint32_t value, PrintFlagsT flags) {
     if (value < 128) {
         if (value >= 32 || value == '\t' || value == '\n' || value == '\r') {
             return writer.Put(static_cast<char>(value));
@@ -50,7 +50,7 @@ void Xml::PrintCodepoint_(Writer& writer, uint32_t value, PrintFlagsT flags) {
     char text[12] = "&#x";
     unsigned size = 3;
     if ((flags & PRINT_ASCII) == 0) {
-        return writer.Put(text, EncodeUtf8(text, value));
+        return writer.Put(text, Doc::EncodeUtf8(text, value));
     }
     for (int shift = value < 0x100 ? 4 : value < 0x10000 ? 12 : 20; shift >= 0; shift -= 4)
         text[size++] = "0123456789abcdef"[(value >> shift) & 0xF];

@@ -55,7 +55,7 @@ bool Document::Parser_::InsertCodedCharacter_(char*& destination, uint64_t code)
         Fail_(PARSE_BAD_CHARACTER, "invalid numeric character entity");
         return false;
     }
-    destination += EncodeUtf8(destination, static_cast<uint32_t>(code));
+    destination += Doc::EncodeUtf8(destination, static_cast<uint32_t>(code));
     return true;
 }
 

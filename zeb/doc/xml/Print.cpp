@@ -4,7 +4,7 @@
 #include "zeb/doc/xml/Attribute.h"
 #include "zeb/doc/xml/Codepoint.h"
 #include "zeb/doc/xml/Node.h"
-#include "zeb/doc/xml/Writer.h"
+#include "zeb/doc/Writer.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ public:
         }
     }
 
-    void Write(Xml::Writer& writer, CString const& value, Xml::PrintFlagsT flags) const {
+    void Write(Doc::Writer& writer, CString const& value, Xml::PrintFlagsT flags) const {
         char const* at = value.Cstr();
         char const* const end = at + value.Size();
         while (at != end) {
@@ -80,7 +80,7 @@ private:
     }
 
     // Copies up to the first byte that does not stand for itself, and returns it.
-    char const* CopyPlain_(Xml::Writer& writer, char const* at, char const* end) const {
+    char const* CopyPlain_(Doc::Writer& writer, char const* at, char const* end) const {
         while (end - at >= static_cast<long>(Simd::COUNT) && writer.Room() >= Simd::COUNT) {
             Simd::Block const block = Simd::Load(at);
             Simd::Store(writer.At(), block);
@@ -109,7 +109,7 @@ private:
         return nullptr;
     }
 
-    unsigned long WriteOne_(Xml::Writer& writer, char const* at, unsigned long left,
+    unsigned long WriteOne_(Doc::Writer& writer, char const* at, unsigned long left,
                             Xml::PrintFlagsT flags) const {
         EntityT const* const entity = Entity_(*at);
         if (entity != nullptr) {
@@ -158,7 +158,7 @@ private:
     void End_(Node const& node, unsigned long level);
     bool PrintTree_(Node const& top, unsigned long level);
 
-    Xml::Writer writer_;
+    Doc::Writer writer_;
     Xml::PrintFlagsT const flags_;
     Escaper const all_{ESCAPE_ALL};
     Escaper const none_{ESCAPE_NONE};

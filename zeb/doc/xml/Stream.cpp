@@ -2,7 +2,7 @@
 
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/NameLog.h"
-#include "zeb/doc/xml/Writer.h"
+#include "zeb/doc/Writer.h"
 #include "zeb/io/IStream.h"
 
 namespace {
@@ -23,7 +23,7 @@ constexpr unsigned char TYPE_BITS = 0x3F;
 constexpr unsigned long LENGTH_SIZE = 4;
 constexpr unsigned long LENGTH_MAX = 0xFFFFFFFF;
 
-void WriteText(Xml::Writer& writer, CString const& text) {
+void WriteText(Doc::Writer& writer, CString const& text) {
     unsigned long const size = text.Size();
     char const length[LENGTH_SIZE] = {static_cast<char>(size >> 24), static_cast<char>(size >> 16),
                                       static_cast<char>(size >> 8), static_cast<char>(size)};
@@ -34,7 +34,7 @@ void WriteText(Xml::Writer& writer, CString const& text) {
 bool Fits(Base const& base) { return base.Name().Size() <= LENGTH_MAX && base.Value().Size() <= LENGTH_MAX; }
 
 // False when a length has no place in the form.
-bool WriteRecord(Xml::Writer& writer, unsigned char tag, Base const& base) {
+bool WriteRecord(Doc::Writer& writer, unsigned char tag, Base const& base) {
     if (!Fits(base)) return false;
     writer.Put(static_cast<char>(tag));
     WriteText(writer, base.Name());
@@ -42,7 +42,7 @@ bool WriteRecord(Xml::Writer& writer, unsigned char tag, Base const& base) {
     return true;
 }
 
-bool WriteNode(Xml::Writer& writer, MarkT mark, Node const& node) {
+bool WriteNode(Doc::Writer& writer, MarkT mark, Node const& node) {
     if (!WriteRecord(writer, static_cast<unsigned char>(mark | (node.Type() & TYPE_BITS)), node))
         return false;
     for (Attribute const* attribute = node.FirstAttribute(); attribute != nullptr;
@@ -54,7 +54,7 @@ bool WriteNode(Xml::Writer& writer, MarkT mark, Node const& node) {
 
 // The node behind this one in the order of the form, with its mark; null at the end of the tree. `isWhole`
 // falls when the links do not lead back to the root.
-Node const* Next(Xml::Writer& writer, Node const* node, Node const& root, MarkT& mark, bool& isWhole) {
+Node const* Next(Doc::Writer& writer, Node const* node, Node const& root, MarkT& mark, bool& isWhole) {
     mark = MARK_CHILD;
     if (node->FirstNode() != nullptr) return node->FirstNode();
     mark = MARK_SIBLING;
@@ -71,7 +71,7 @@ Node const* Next(Xml::Writer& writer, Node const* node, Node const& root, MarkT&
 } // namespace
 
 bool Xml::Stream::Write(Io::OStream& stream, Node const& root) {
-    Writer writer(stream);
+    Doc::Writer writer(stream);
     Node const* node = &root;
     MarkT mark = MARK_CHILD;
     bool isWhole = true;

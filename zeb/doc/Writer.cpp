@@ -1,18 +1,18 @@
-#include "zeb/doc/xml/Writer.h"
+#include "zeb/doc/Writer.h"
 
-void Xml::Writer::Begin_() {
+void Doc::Writer::Begin_() {
     failed_ = !buffer_.Ok();
     begin_ = at_ = buffer_.PPos();
     end_ = failed_ ? at_ : at_ + buffer_.PFree();
 }
 
-void Xml::Writer::Commit_() {
+void Doc::Writer::Commit_() {
     if (at_ == begin_) return;
     if (!buffer_.PSkip(static_cast<unsigned long>(at_ - begin_))) failed_ = true;
     begin_ = at_;
 }
 
-bool Xml::Writer::Refill_() {
+bool Doc::Writer::Refill_() {
     if (failed_) return false;
     Commit_();
     buffer_.Flush();
@@ -25,7 +25,7 @@ bool Xml::Writer::Refill_() {
     return !failed_;
 }
 
-void Xml::Writer::PutSlow_(char const* data, unsigned long size) {
+void Doc::Writer::PutSlow_(char const* data, unsigned long size) {
     while (size != 0) {
         if (at_ == end_ && !Refill_()) return;
         unsigned long const part = size < Room() ? size : Room();
@@ -36,7 +36,7 @@ void Xml::Writer::PutSlow_(char const* data, unsigned long size) {
     }
 }
 
-void Xml::Writer::FillSlow_(char c, unsigned long count) {
+void Doc::Writer::FillSlow_(char c, unsigned long count) {
     while (count != 0) {
         if (at_ == end_ && !Refill_()) return;
         unsigned long const part = count < Room() ? count : Room();

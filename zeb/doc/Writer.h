@@ -2,13 +2,13 @@
 
 // Writes straight into the block of a stream: the chain of parents is walked once, and what was written is
 // committed when the block is full and at the end. Once the stream has failed nothing more is written.
-// Internal to this folder.
+// Internal to the documents.
 
 #include "zeb/io/OStream.h"
 
 #include <cstring>
 
-namespace Xml {
+namespace Doc {
 
 class Writer {
 public:
@@ -26,6 +26,12 @@ public:
     }
 
     bool Failed() const { return failed_; }
+
+    // Hands what was written to the transport.
+    void Flush() {
+        Commit_();
+        if (!failed_ && buffer_.Flush()) Begin_();
+    }
 
     void Put(char c) {
         if (at_ == end_ && !Refill_()) return;
@@ -91,4 +97,4 @@ private:
     bool failed_ = false;
 };
 
-} // namespace Xml
+} // namespace Doc

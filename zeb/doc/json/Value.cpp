@@ -1,0 +1,112 @@
+#include "zeb/doc/json/Value.h"
+
+#include "zeb/doc/json/Document.h"
+#include "zeb/doc/json/NumberFlags.h"
+
+namespace Json {
+
+constinit NullT const Null{};
+
+Value::Value(Document& document, Json::String const& text)
+    : Value(document, TYPE_STRING) {
+    string_ = text;
+}
+
+Value::Value(Document& document, CString const& text)
+    : Value(document, TYPE_STRING) {
+    Json::String const copy = document.Allocate_(text);
+    if (copy.Cstr() != nullptr) string_ = copy;
+}
+
+Value::Value(Document& document, long long value)
+    : Value(document, TYPE_NUMBER) {
+    StoreNumber_(value);
+    SetupSignedNumberFlags_(value, flags_);
+}
+
+Value::Value(Document& document, unsigned long long value)
+    : Value(document, TYPE_NUMBER) {
+    StoreNumber_(value);
+    SetupUnsignedNumberFlags_(value, flags_);
+}
+
+Value::Value(Document& document, double value)
+    : Value(document, TYPE_NUMBER) {
+    StoreNumber_(value);
+    flags_ = NumberFlagsT(NUMBER_DOUBLE);
+}
+
+bool Value::Get(bool& result) const { return Get_(BoolPtr(), result); }
+bool Value::Get(CString& result) const { return Get_(StringPtr(), result); }
+
+bool Value::Get(Json::Array*& result) const {
+    result = const_cast<Value*>(this)->Array();
+    return result != nullptr;
+}
+
+bool Value::Get(Json::Array const*& result) const {
+    result = Array();
+    return result != nullptr;
+}
+
+bool Value::Get(Json::Object*& result) const {
+    result = const_cast<Value*>(this)->Object();
+    return result != nullptr;
+}
+
+bool Value::Get(Json::Object const*& result) const {
+    result = Object();
+    return result != nullptr;
+}
+
+template<class T>
+Value* Value::New_(Document& document, T const& content) {
+    void* const block = document.Allocate_(sizeof(Value));
+    return block != nullptr ? new (block) Value(document, content) : nullptr;
+}
+
+Value* Value::AllocateNull_() const { return New_(*document_, TYPE_NULL); }
+Value* Value::AllocateBool_(bool value) const { return New_(*document_, value); }
+Value* Value::AllocateSigned_(long long value) const { return New_(*document_, value); }
+Value* Value::AllocateUnsigned_(unsigned long long value) const { return New_(*document_, value); }
+Value* Value::AllocateDouble_(double value) const { return New_(*document_, value); }
+Value* Value::AllocateObject_() const { return New_(*document_, TYPE_OBJECT); }
+Value* Value::AllocateArray_() const { return New_(*document_, TYPE_ARRAY); }
+
+Value* Value::AllocateString_(CString const& text) const {
+    Json::String const copy = document_->Allocate_(text);
+    return copy.Cstr() != nullptr ? New_(*document_, copy) : nullptr;
+}
+
+void Value::Reset_(TypeT type) {
+    type_ = type;
+    flags_.Clear();
+    StoreNumber_(0ULL);
+    boolean_ = type == TYPE_TRUE;
+    array_.Setup_(this, document_);
+    object_.Setup_(this, document_);
+    string_ = Json::String();
+}
+
+Value* Value::Copy_(Document& document) const {
+    if (IsString()) return document.AllocateString_(string_);
+
+    Value* const copy = New_(document, type_);
+    if (copy == nullptr) return nullptr;
+    copy->flags_ = flags_;
+    copy->StoreNumber_(number_);
+    if (IsArray() && !copy->array_.Clone_(array_)) return nullptr;
+    if (IsObject() && !copy->object_.Clone_(object_)) return nullptr;
+    return copy;
+}
+
+void Value::SetupSignedNumberFlags_(long long value, NumberFlagsT& flags) {
+    if (value >= 0) return SetupUnsignedNumberFlags_(static_cast<unsigned long long>(value), flags);
+    flags = NumberFlagsT(NUMBER_FLAGS.OfNegative(value));
+}
+
+void Value::SetupUnsignedNumberFlags_(unsigned long long value, NumberFlagsT& flags) {
+    flags = NumberFlagsT(NUMBER_FLAGS.Of(value));
+}
+
+} // namespace Json
