@@ -51,8 +51,9 @@ public:
     bool ReadAll(void* data, unsigned long size) { return InBuffer().ReadAll(data, size); }
 
     // Reads one line into `out`, without its end, by the end-of-line rule of the root. A longer line comes in
-    // pieces of `limit`, with no error. A last line without an end is accepted; STATE_EOS when nothing at all
-    // is left. STATE_INVALID for a control character or a wrong line end, with the text before it in `out`.
+    // pieces of `limit`, with no error. A last line without an end is accepted, and so is the empty one
+    // behind a last line end; STATE_EOS follows. STATE_INVALID for a control character or a wrong line end,
+    // with the text before it in `out`.
     bool ReadLine(String& out, unsigned long limit = LINE_LIMIT);
     bool SkipLine();
 

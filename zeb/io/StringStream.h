@@ -19,9 +19,8 @@ public:
     explicit StringStream(CString const& text = CString::Nil(), ModeT mode = MODE_READ_WRITE,
                           EndOfLineT eol = EOL_ANY_LF, unsigned long bufferSize = DEFAULT_BUFFER_SIZE,
                           long maxSize = DEFAULT_MAX_SIZE);
-    StringStream(void const* data, unsigned long size, ModeT mode = MODE_READ_WRITE,
-                 EndOfLineT eol = EOL_ANY_LF, unsigned long bufferSize = DEFAULT_BUFFER_SIZE,
-                 long maxSize = DEFAULT_MAX_SIZE);
+    StringStream(void const* data, unsigned long size, ModeT mode, EndOfLineT eol = EOL_ANY_LF,
+                 unsigned long bufferSize = DEFAULT_BUFFER_SIZE, long maxSize = DEFAULT_MAX_SIZE);
     ~StringStream() override;
 
     // The text that has reached the medium: Flush() first. Gone after Close().
