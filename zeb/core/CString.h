@@ -22,11 +22,11 @@ class ZEB_PUBLIC CString {
 public:
     class IgnoreCase;
 
-    CString()
+    constexpr CString()
         : CString(NIL_, 0) {}
-    CString(char const* text)
+    constexpr CString(char const* text)
         : CString(text ? text : NIL_, text ? __builtin_strlen(text) : 0) {}
-    CString(char const* data, unsigned long size)
+    constexpr CString(char const* data, unsigned long size)
         : data_(const_cast<char*>(data))
         , size_(size) {}
     CString(CString const&) = default;

@@ -54,6 +54,12 @@ public:
     bool AppendTo(Json::Object& object) const;
 
 private:
+    friend class StatusLog;
+
+    // The message becomes the word "done".
+    void SetDone_();
+
+    // These expect the lock to be held.
     bool NoMessage_() const { return messageSize_ == 0; }
     void Set_(ReturnT const& code, CString const& ident);
     void Reset_();

@@ -7,7 +7,7 @@
 //   while (queue_.Empty()) condition_.Wait(-1L);
 
 #include "zeb/core/Export.h"
-#include "zeb/core/Time.h"
+#include "zeb/core/TimeSpan.h"
 #include "zeb/runtime/Mutex.h"
 
 class ZEB_PUBLIC Condition : public Mutex {
@@ -27,9 +27,8 @@ public:
     void Broadcast() const;
 
 private:
-    int WaitWithin_(Time::Span const& timeout) const;
-    void Finish_(int error, char const* operation) const;
-    void CheckHeld_() const;
+    int WaitMonitored_(Time::Span const& timeout) const;
+    void Finish_(int error) const;
 
     mutable pthread_cond_t condition_;
     bool conditionInitialized_ = false;

@@ -43,8 +43,6 @@ public:
     bool StopRequested() const;
 
 private:
-    bool SetupHandlers_(char const* ident);
-    bool BlockSignals_(char const* ident);
     void TakeSignal_() const;
 
     sigset_t waitSet_;

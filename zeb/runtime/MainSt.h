@@ -6,11 +6,13 @@
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"
-#include "zeb/core/Time.h"
+#include "zeb/core/TimeSpan.h"
 #include "zeb/runtime/ThreadMain.h"
 
 #include <signal.h>
 #include <time.h>
+
+#include <atomic>
 
 class ZEB_PUBLIC MainSt {
 public:
@@ -41,13 +43,13 @@ public:
 private:
     static void SignalHandler_(int signal, siginfo_t* info, void* context);
 
-    int Setup_();
-    int BlockSignals_();
-    int SetTimer_(Time::Span const& deadline);
+    bool InstallHandlers_();
+    bool CreateTimer_();
+    void SetTimer_(Time::Span const& deadline);
 
     timer_t alarmTimer_ = {};
     sigset_t alarmSet_;
     bool initialized_ = false;
-    bool volatile alarmed_ = false;
+    std::atomic<bool> alarmed_ = false;
     ThreadMain* mainThread_;
 };

@@ -15,13 +15,15 @@
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"
 #include "zeb/core/ReturnT.h"
-#include "zeb/core/Time.h"
+#include "zeb/core/TimeSpan.h"
 #include "zeb/runtime/Precedence.h"
 
 #include <pthread.h>
 
 #include <cstdint>
 #include <type_traits>
+
+class Thread;
 
 class ZEB_PUBLIC Mutex {
 public:
@@ -82,7 +84,8 @@ protected:
 
 private:
     void Initialize_();
-    bool Refuse_(ReturnT const& code) const;
+    // The error for which the lock is not even tried, or 0.
+    int Refusal_(Thread const* self) const;
 };
 
 // Holds a lock for a block of code, if it could be taken.

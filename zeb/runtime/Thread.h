@@ -16,17 +16,16 @@
 // that has no Thread object is not monitored: Self() and SelfStatus() are null there.
 
 #include "zeb/core/Array.h"
-#include "zeb/core/PVector.h"
+#include "zeb/core/Buffer.h"
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"
 #include "zeb/core/Log.h"
+#include "zeb/core/PVector.h"
 #include "zeb/core/ReturnT.h"
 #include "zeb/core/Status.h"
 #include "zeb/core/String.h"
-#include "zeb/core/Time.h"
+#include "zeb/core/TimeSpan.h"
 #include "zeb/runtime/Mutex.h"
-
-class Condition;
 
 namespace Xml {
 class Node;
@@ -130,14 +129,19 @@ public:
     // A snapshot of every thread and its locks. 0x00220190, or an Oom code with the output empty.
     static ReturnT GetStates(AutoPVector<State, StdDeleter>& states);
 
+    // The lock stack, for Mutex and Condition. Called by the thread itself.
+    void LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span const& now);
+    void LockAcquired_(Mutex const& mutex, Time::Span const& now);
+    void LockWaitStarted_(Mutex const& mutex, Time::Span const& now);
+    void LockWaitFinished_(Mutex const& mutex, Time::Span const& now);
+    void LockPop_(Mutex const& mutex, LockPopT_ type);
+    bool LockIsAcquired_(Mutex const& mutex, Log::VerboseT verbose) const;
+
 protected:
     // The main thread, which is the calling one.
     Thread();
 
 private:
-    friend class Condition;
-    friend class Mutex;
-
     class Control_;
     class LockRecord_;
     class Registry_;
@@ -145,13 +149,25 @@ private:
 
     friend class ThreadMain;
 
-    // The lock stack. Called by the thread itself.
-    void LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span const& now);
-    void LockAcquired_(Mutex const& mutex, Time::Span const& now);
-    void LockWaitStarted_(Mutex const& mutex);
-    void LockWaitFinished_(Mutex const& mutex, Time::Span const& now);
-    void LockPop_(Mutex const& mutex, LockPopT_ type);
-    bool LockIsAcquired_(Mutex const& mutex, Log::VerboseT verbose) const;
+    ReturnT Create_(CString const& name);
+    void Destroy_();
+    int BecomeMain_();
+    int ReadStackInfo_();
+
+    ReturnT Start_();
+    ReturnT Launch_(pthread_attr_t const& attributes);
+    bool Stop_();
+    void Join_();
+    static void* Routine_(void* argument);
+    bool Begin_(SigAltStackManager_& stack);
+    bool SetUp_(SigAltStackManager_& stack);
+    void End_(SigAltStackManager_& stack);
+
+    void SetTid_(int tid);
+    int Tid_() const;
+    bool IsRunning_() const;
+    static bool CopyStates_(AutoPVector<State, StdDeleter>& states);
+    void LogFail_(ReturnT const& code) const;
 
     Status ownStatus_;
     Status* status_ = &ownStatus_;
@@ -161,6 +177,27 @@ private:
     unsigned long stackAddress_ = 0;
     unsigned long stackSize_ = 0;
     unsigned long stackGuardSize_ = 0;
+};
+
+// The alternate signal stack of the thread that makes it, on which an overflow of the usual one can be
+// reported.
+class Thread::SigAltStackManager_ {
+public:
+    static constexpr unsigned long SIZE = 26624;
+
+    SigAltStackManager_() = default;
+    ~SigAltStackManager_() { Disable(); }
+    SigAltStackManager_(SigAltStackManager_ const&) = delete;
+    SigAltStackManager_& operator=(SigAltStackManager_ const&) = delete;
+
+    // 0 or an error number.
+    int Enable();
+    void Disable();
+    bool IsEnabled() const { return enabled_; }
+
+private:
+    Buffer memory_;
+    bool enabled_ = false;
 };
 
 // A snapshot of one lock on the stack of a thread.

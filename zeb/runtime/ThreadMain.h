@@ -6,7 +6,6 @@
 // error, as logging is not set up so early. A second one in a process is refused. Main and MainSt make it for
 // a program.
 
-#include "zeb/core/AutoPtr.h"
 #include "zeb/core/Export.h"
 #include "zeb/runtime/Thread.h"
 
@@ -23,9 +22,8 @@ public:
     ReturnT Run() override;
 
 private:
-    class Trace_;
-
     explicit ThreadMain(char const* ident);
 
-    AutoPtr<SigAltStackManager_, StdDeleter> stack_;
+    SigAltStackManager_ stack_;
+    bool traced_ = false;
 };

@@ -1,0 +1,319 @@
+#include "zeb/core/LogImpl.h"
+
+#include "zeb/core/CString.h"
+#include "zeb/core/Digits.h"
+#include "zeb/core/Time.h"
+#include "zeb/core/TimeStamp.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <pthread.h>
+#include <syslog.h>
+
+namespace {
+
+struct Level_ {
+    int priority;
+    char letter;
+};
+
+constexpr Level_ LEVELS[] = {
+    {LOG_INFO, 'I'}, {LOG_AUTH | LOG_NOTICE, 'A'}, {LOG_WARNING, 'W'}, {LOG_ERR, 'E'}, {LOG_CRIT, 'C'},
+};
+
+constexpr char const FULL_STOPS[] = ".,?!*;:";
+constexpr char const CUT_ARGUMENT[] = "???";
+
+std::atomic<uint64_t> defaultFlags_ = 0;
+
+// What one thread needs for its statements, without a destructor of its own, whose registration would
+// allocate.
+struct Storage_ {
+    alignas(Log::Impl_) unsigned char bytes[sizeof(Log::Impl_)];
+    bool built;
+    bool printing;
+};
+
+[[gnu::tls_model("initial-exec")]] constinit thread_local Storage_ storage_ = {};
+
+pthread_once_t keyOnce_ = PTHREAD_ONCE_INIT;
+pthread_key_t key_;
+bool keyMade_;
+
+void Destroy_(void* storage) {
+    Storage_* const own = static_cast<Storage_*>(storage);
+    reinterpret_cast<Log::Impl_*>(own->bytes)->~Impl_();
+    own->built = false;
+}
+
+void MakeKey_() { keyMade_ = pthread_key_create(&key_, Destroy_) == 0; }
+
+void Build_() {
+    new (storage_.bytes) Log::Impl_;
+    storage_.built = true;
+    pthread_once(&keyOnce_, MakeKey_);
+    if (keyMade_)
+        pthread_setspecific(key_, &storage_); // without it nothing is lost: only a grown buffer owns memory
+}
+
+// Guards what follows, and keeps the lines of one statement together.
+pthread_mutex_t logLock_ = PTHREAD_MUTEX_INITIALIZER;
+
+// The text of the present second, so that it is made once.
+struct TimeText_ {
+    long second;
+    unsigned long size;
+    char text[33];
+};
+
+constinit TimeText_ timeText_ = {-1, 0, {}};
+
+void RefreshTime_() {
+    Time::Stamp const now = Time::Now();
+    long const second = static_cast<timespec>(now).tv_sec;
+    if (second == timeText_.second) return;
+    timeText_.text[0] = ' ';
+    bool const ok = now.AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, timeText_.text + 1).Succeeded();
+    timeText_.size = ok ? strlen(timeText_.text) : 0;
+    timeText_.text[timeText_.size] = '\0';
+    timeText_.second = second;
+}
+
+class Line_ {
+public:
+    void Add(char const* text, unsigned long size) {
+        if (size > sizeof(array_) - size_) {
+            fits_ = false;
+            return;
+        }
+        memcpy(array_ + size_, text, size);
+        size_ += size;
+    }
+    void Add(char const* text) { Add(text, strlen(text)); }
+
+    bool Fits() const { return fits_; }
+    void Write() const { fwrite(array_, 1, size_, stdout); }
+
+private:
+    unsigned long size_ = 0;
+    bool fits_ = true;
+    char array_[2048];
+};
+
+void PrintToConsole_(char letter, char const* ident, char const* text) {
+    RefreshTime_();
+    char const head[] = {'[', letter, ']'};
+    Line_ line;
+    line.Add(head, sizeof(head));
+    line.Add(timeText_.text, timeText_.size);
+    line.Add(" zeb: ");
+    line.Add(ident);
+    line.Add(": ");
+    line.Add(text);
+    line.Add("\n", 1);
+    if (line.Fits()) return line.Write();
+    printf("[%c]%s zeb: %s: %s\n", letter, timeText_.text, ident, text);
+}
+
+void PrintLine_(bool console, Log::LevelT level, char const* ident, char const* text) {
+    Level_ const& row = LEVELS[level];
+    if (console) return PrintToConsole_(row.letter, ident, text);
+    syslog(row.priority, "%s: %s", ident, text);
+}
+
+} // namespace
+
+Log::Impl_& Log::Impl_::Self() {
+    if (!storage_.built) Build_();
+    return *reinterpret_cast<Impl_*>(storage_.bytes);
+}
+
+void Log::Impl_::SetConsole() { defaultFlags_.fetch_or(CONSOLE, std::memory_order_relaxed); }
+
+void Log::Impl_::Reset(LevelT level, char const* ident, char const* name, char const* format) {
+    level_ = level;
+    ident_ = ident ? ident : "";
+    name_ = name;
+    format_ = L10n(format ? format : "");
+    flags_ = defaultFlags_.load(std::memory_order_relaxed);
+    code_ = DEFAULT_CODE;
+    argumentCount_ = 0;
+    expectedCount_ = 0;
+    markCount_ = 0;
+    backtraceSkip_ = 0;
+    backtraceTid_ = Backtrace::TID_SELF;
+    backtraceContext_ = Backtrace::DEMANGLE;
+    message_.Clear();
+    arguments_.Clear();
+    message_.SetFlag(StringBuffer_::STORE_TRUNCATED);
+    if (!ScanFormat_()) {
+        flags_ |= BAD_FORMAT;
+        BecomeFault_("invalid message format: ");
+    } else if (name_ && *name_) {
+        Merge_("\"", 1);
+        Merge_(name_);
+        Merge_("\": ", 3);
+    }
+}
+
+// Finds the percent signs and counts the arguments. False if the template is no template.
+bool Log::Impl_::ScanFormat_() {
+    unsigned seen = 0;
+    char const* mark = format_;
+    for (;;) {
+        mark = strchrnul(mark, '%');
+        if (markCount_ < MAX_MARKS) marks_[markCount_++] = static_cast<unsigned>(mark - format_);
+        if (!*mark) break;
+        char const next = mark[1];
+        if (next != '%') {
+            if (next < '1' || next > '9') return false;
+            unsigned const bit = 1U << (next - '0');
+            if (seen & bit) return false;
+            seen |= bit;
+            unsigned long const number = static_cast<unsigned long>(next - '0');
+            if (number > expectedCount_) expectedCount_ = number;
+        }
+        mark += 2;
+    }
+    return seen == (2U << expectedCount_) - 2;
+}
+
+// Merge_ in place of an own text: the class identifier and the name are no longer of use.
+void Log::Impl_::BecomeFault_(char const* words) {
+    message_.Clear();
+    arguments_.Clear();
+    message_.SetFlag(StringBuffer_::STORE_TRUNCATED);
+    level_ = CRITICAL;
+    ident_ = IDENT;
+    name_ = nullptr;
+    flags_ |= FAULT;
+    Merge_(L10n(words));
+    Merge_(format_);
+}
+
+void Log::Impl_::AppendArgument(char const* text, unsigned long size) {
+    bool const glued = (flags_ & NEXT_GLUED) != 0;
+    arguments_.Append(text, size, glued ? StringBuffer_::MERGE : StringBuffer_::NEW, CUT_ARGUMENT);
+    if (!glued) ++argumentCount_;
+    flags_ &= ~(NEXT_GLUED | NEXT_HEX);
+}
+
+void Log::Impl_::Control(ControlT control) {
+    switch (control) {
+    case HEX:
+        flags_ |= NEXT_HEX;
+        break;
+    case QUIET:
+        flags_ |= SILENT;
+        break;
+    case LOUD:
+        break;
+    case GLUE:
+        flags_ |= NEXT_GLUED;
+        break;
+    case NO_DOT:
+        flags_ |= WITHOUT_DOT;
+        break;
+    }
+}
+
+void Log::Impl_::Request(Backtrace const& request) {
+    flags_ |= WITH_BACKTRACE;
+    backtraceSkip_ = request.Skip();
+    backtraceTid_ = request.Tid();
+    backtraceContext_ = request.Context();
+}
+
+void Log::Impl_::SetCode(uint64_t kind, ReturnT const& code) {
+    flags_ |= kind;
+    code_ = code;
+}
+
+ReturnT Log::Impl_::Code() const { return flags_ & OUT_OF_MEMORY ? OUT_OF_MEMORY_CODE : code_; }
+
+char const* Log::Impl_::MakeMessage() {
+    if (!(flags_ & BUILT)) {
+        flags_ |= BUILT;
+        BuildMessage_();
+    }
+    bool const none = !(flags_ & FAULT) && !HasCode_() && !*format_;
+    return none ? nullptr : message_.Data();
+}
+
+void Log::Impl_::BuildMessage_() {
+    if (!(flags_ & BAD_FORMAT)) {
+        if (argumentCount_ != expectedCount_) {
+            BecomeFault_(argumentCount_ < expectedCount_ ? "too few log arguments in a stream: "
+                                                         : "too many log arguments in a stream: ");
+        } else {
+            if (HasCode_()) AppendCode_();
+            Expand_();
+        }
+    }
+    EndMessage_();
+}
+
+void Log::Impl_::AppendCode_() {
+    level_ = flags_ & DONE ? INFO : CRITICAL;
+    Merge_(L10n(flags_ & DONE ? "returned code" : flags_ & FAIL ? "system failed" : "out of memory"));
+
+    constexpr unsigned DIGITS = 8;
+    char text[] = " [0x00000000]";
+    char digits[Digits::MAX_SIZE];
+    unsigned long const size = static_cast<unsigned long>(Digits::PrintHex(digits, code_.Code()) - digits);
+    memcpy(text + sizeof(" [0x") - 1 + DIGITS - size, digits, size);
+    Merge_(text, sizeof(text) - 1);
+    if (*format_) Merge_(", ", 2);
+}
+
+void Log::Impl_::Expand_() {
+    char const* arguments[MAX_ARGUMENTS];
+    unsigned long sizes[MAX_ARGUMENTS];
+    char const* next = arguments_.Data();
+    for (unsigned long i = 0; i < expectedCount_; ++i) {
+        bool const stored = i < arguments_.Count();
+        arguments[i] = stored ? next : CUT_ARGUMENT;
+        sizes[i] = strlen(arguments[i]);
+        if (stored) next += sizes[i] + 1;
+    }
+    char const* from = format_;
+    for (unsigned i = 0; !message_.IsTruncated(); ++i) {
+        char const* const mark = i < markCount_ ? format_ + marks_[i] : strchrnul(from, '%');
+        Merge_(from, static_cast<unsigned long>(mark - from));
+        if (!*mark) return;
+        if (mark[1] == '%') {
+            Merge_("%", 1);
+        } else {
+            Merge_(arguments[mark[1] - '1'], sizes[mark[1] - '1']);
+        }
+        from = mark + 2;
+    }
+}
+
+void Log::Impl_::EndMessage_() {
+    unsigned long const size = message_.Size();
+    if (!(flags_ & WITHOUT_DOT) && size > 1 && !strchr(FULL_STOPS, message_.Data()[size - 2])) Merge_(".", 1);
+    if (!message_.IsTruncated()) return;
+    CString const& cut = Cut();
+    memcpy(message_.Data() + message_.Size() - cut.Size() - 1, cut.Cstr(), cut.Size() + 1);
+}
+
+void Log::Impl_::Merge_(char const* text, unsigned long size) {
+    message_.Append(text, size, StringBuffer_::MERGE);
+}
+
+void Log::Impl_::Merge_(char const* text) { Merge_(text, strlen(text)); }
+
+void Log::Impl_::Print() {
+    if (flags_ & SILENT) return;
+    char const* const message = MakeMessage();
+    // The line of a signal handler that interrupted this very function is dropped: the lock is held.
+    if (!message || storage_.printing) return;
+    storage_.printing = true;
+    pthread_mutex_lock(&logLock_);
+    PrintLine_((flags_ & CONSOLE) != 0, level_, ident_, message);
+    pthread_mutex_unlock(&logLock_);
+    storage_.printing = false;
+}

@@ -1,0 +1,132 @@
+#pragma once
+
+// The storage of the statements of one thread. Not installed.
+
+#include "zeb/core/Log.h"
+#include "zeb/core/ReturnT.h"
+
+#include <cstdint>
+
+class Log::Impl_ {
+public:
+    static constexpr char const IDENT[] = "Log";
+
+    // Flags of a statement.
+    static constexpr uint64_t NEXT_HEX = 0x0002;
+    static constexpr uint64_t NEXT_GLUED = 0x0004;
+    static constexpr uint64_t CONSOLE = 0x0008; // the only one that a statement starts with
+    static constexpr uint64_t SILENT = 0x0010;
+    static constexpr uint64_t WITHOUT_DOT = 0x0020;
+    static constexpr uint64_t OUT_OF_MEMORY = 0x0040;
+    static constexpr uint64_t BAD_FORMAT = 0x0080;
+    static constexpr uint64_t DONE = 0x0100;
+    static constexpr uint64_t FAIL = 0x0200;
+    static constexpr uint64_t OOM = 0x0400;
+    static constexpr uint64_t BUILT = 0x0800;
+    static constexpr uint64_t FAULT = 0x1000; // the message is a fault of the statement itself
+    static constexpr uint64_t WITH_BACKTRACE = 0x2000;
+
+    // Texts in one block, each with its terminator. What does not fit into the inline array is dropped,
+    // unless the buffer may grow, which no statement asks for.
+    class StringBuffer_ {
+    public:
+        static constexpr unsigned long CAPACITY = 1024;
+
+        static constexpr unsigned ALLOW_GROWING = 2;   // may move to the heap
+        static constexpr unsigned TRUNCATED = 4;       // something did not fit; nothing further is stored
+        static constexpr unsigned STORE_TRUNCATED = 8; // of a text that does not fit, what fits is kept
+        static constexpr unsigned CUT = 16;            // the last text is a marker, and takes no merging
+
+        enum MergeT : unsigned { NEW, MERGE };
+
+        StringBuffer_() = default;
+        ~StringBuffer_() { Clear(); }
+        StringBuffer_(StringBuffer_ const&) = delete;
+        StringBuffer_& operator=(StringBuffer_ const&) = delete;
+
+        // Stores the text, up to its first NUL, as a new one or behind the last one. A text that does not fit
+        // is replaced by the marker if there is one.
+        void Append(char const* text, unsigned long size, MergeT merge, char const* marker = nullptr);
+
+        // Empties it and forgets its flags.
+        void Clear();
+
+        void SetFlag(unsigned flag) { flags_ |= flag; }
+        unsigned Flags() const { return flags_; }
+        bool IsTruncated() const { return (flags_ & TRUNCATED) != 0; }
+
+        char* Data() { return current_; }
+        unsigned long Size() const { return size_; } // with all terminators
+        unsigned long Count() const { return count_; }
+        bool IsOnHeap() const { return current_ != array_; }
+
+    private:
+        bool MakeRoom_(unsigned long size);
+        void Store_(unsigned long base, char const* text, unsigned long size);
+        void DropLast_();
+        void AppendMarker_(char const* marker);
+
+        char array_[CAPACITY] = {};
+        char* current_ = array_;
+        unsigned long size_ = 0;
+        unsigned long count_ = 0;
+        unsigned flags_ = 0;
+    };
+
+    Impl_() = default;
+    Impl_(Impl_ const&) = delete;
+    Impl_& operator=(Impl_ const&) = delete;
+
+    // That of the calling thread, built by its first statement and destroyed when the thread ends.
+    static Impl_& Self();
+
+    static void SetConsole();
+
+    void Reset(LevelT level, char const* ident, char const* name, char const* format);
+    void AppendArgument(char const* text, unsigned long size);
+    void Control(ControlT control);
+    void Request(Backtrace const& request);
+    void SetCode(uint64_t kind, ReturnT const& code);
+
+    char const* MakeMessage();
+    void Print();
+
+    bool IsHex() const { return (flags_ & NEXT_HEX) != 0; }
+    bool IsInternal() const { return (flags_ & (FAULT | OUT_OF_MEMORY)) != 0; }
+    ReturnT Code() const;
+
+private:
+    static constexpr unsigned long MAX_ARGUMENTS = 9;
+    static constexpr unsigned MAX_MARKS = 12;
+    static constexpr ReturnT DEFAULT_CODE{0x0FFF002C};
+    static constexpr ReturnT OUT_OF_MEMORY_CODE{0xCFFE0488};
+
+    bool ScanFormat_();
+    void BecomeFault_(char const* words);
+    bool HasCode_() const { return (flags_ & (DONE | FAIL | OOM)) != 0; }
+    void BuildMessage_();
+    void AppendCode_();
+    void Expand_();
+    void EndMessage_();
+    void Merge_(char const* text, unsigned long size);
+    void Merge_(char const* text);
+
+    LevelT level_ = INFO;
+    char const* ident_ = "";
+    char const* name_ = nullptr;
+    char const* format_ = "";
+    uint64_t flags_ = 0;
+    ReturnT code_;
+    StringBuffer_ message_;
+    StringBuffer_ arguments_;
+    uint64_t argumentCount_ = 0;
+    uint64_t expectedCount_ = 0;
+
+    // Where the percent signs of the template stand, as far as they have room here, and then its end.
+    unsigned markCount_ = 0;
+    unsigned marks_[MAX_MARKS];
+
+    unsigned long backtraceSkip_ = 0;
+    int backtraceTid_ = Backtrace::TID_SELF;
+    Backtrace::ContextT backtraceContext_ = Backtrace::DEMANGLE;
+};

@@ -1,0 +1,95 @@
+#include "zeb/runtime/Main.h"
+
+#include "zeb/core/ErrorString.h"
+#include "zeb/core/Log.h"
+#include "zeb/runtime/MainImpl.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+constexpr int BLOCKED[] = {SIGALRM, SIGCHLD, SIGHUP, SIGINT, SIGSTOP, SIGTERM, SIGUSR2};
+constexpr int WAITED[] = {SIGINT, SIGTERM};
+constexpr int RESTORED[] = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGPIPE, SIGSEGV};
+
+char const* ident_ = Main::IDENT;
+int group_ = -1;
+
+template<unsigned long N>
+void Fill_(sigset_t& set, int const (&signals)[N]) {
+    sigemptyset(&set);
+    for (int const signal : signals)
+        sigaddset(&set, signal);
+}
+
+// 0 or an error number.
+int SetAction_(int signal, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    return sigaction(signal, &action, nullptr) == 0 ? 0 : errno;
+}
+
+} // namespace
+
+char const* MainIdent_() { return ident_; }
+
+int MainGroup_() { return group_; }
+
+Main::Main(char const* ident)
+    : mainThread_(ThreadMain::New(ident)) {
+    sigemptyset(&waitSet_);
+    sigemptyset(&blockedSet_);
+    ident_ = ident;
+    group_ = getpid();
+    if (!mainThread_) {
+        fprintf(stderr, "%s: failed to wrap the main thread.\n", ident);
+        return;
+    }
+    int error = SetAction_(SIGPIPE, SIG_IGN);
+    if (error) {
+        fprintf(stderr, "%s: failed to setup signal handlers: %s.\n", ident, ErrorString(error));
+        return;
+    }
+    Fill_(blockedSet_, BLOCKED);
+    error = pthread_sigmask(SIG_BLOCK, &blockedSet_, nullptr);
+    if (error) {
+        fprintf(stderr, "%s: failed to block signals: %s.\n", ident, ErrorString(error));
+        return;
+    }
+    Fill_(waitSet_, WAITED);
+    initialized_ = true;
+}
+
+Main::~Main() {
+    int error = pthread_sigmask(SIG_UNBLOCK, &blockedSet_, nullptr);
+    if (error) fprintf(stderr, "%s: failed to unblock signals: %s.\n", ident_, ErrorString(error));
+    for (int const signal : RESTORED) {
+        error = SetAction_(signal, SIG_DFL);
+        if (!error) continue;
+        fprintf(stderr, "%s: failed to restore signal handlers: %s.\n", ident_, ErrorString(error));
+        break;
+    }
+    delete mainThread_;
+}
+
+bool Main::StopRequested() const {
+    if (!stop_) TakeSignal_();
+    return stop_;
+}
+
+void Main::TakeSignal_() const {
+    timespec const noWait = {};
+    int const signal = sigtimedwait(&waitSet_, nullptr, &noWait);
+    int const error = signal < 0 ? errno : 0;
+    if (signal == SIGINT || signal == SIGTERM) {
+        stop_ = true;
+        Log(Log::INFO, IDENT, nullptr, "stopping...");
+    } else if (signal >= 0) {
+        Log(Log::WARNING, IDENT, nullptr, "caught signal %1, ignored") << signal;
+    } else if (error != EAGAIN && error != EINTR) {
+        Log(Log::ERROR, IDENT, nullptr, "signal wait error: %1") << ErrorString(error);
+    }
+}

@@ -1,0 +1,162 @@
+// Start and stop of a thread, and its routine.
+
+#include "zeb/core/ErrorString.h"
+#include "zeb/core/StatusLog.h"
+#include "zeb/runtime/ThreadImpl.h"
+
+#include <cerrno>
+#include <csignal>
+
+Thread::Control_::~Control_() {
+    pthread_cond_destroy(&condition);
+    pthread_mutex_destroy(&mutex);
+}
+
+void Thread::Control_::Set(unsigned mask) { Reset(flags.load(std::memory_order_relaxed) | mask); }
+
+void Thread::Control_::Clear(unsigned mask) { Reset(flags.load(std::memory_order_relaxed) & ~mask); }
+
+void Thread::Control_::Reset(unsigned value) {
+    flags.store(value, std::memory_order_release);
+    pthread_cond_broadcast(&condition);
+}
+
+void Thread::Control_::AwaitAny(unsigned mask) {
+    while (!Has(mask))
+        pthread_cond_wait(&condition, &mutex);
+}
+
+void Thread::Control_::AwaitNone(unsigned mask) {
+    while (Has(mask))
+        pthread_cond_wait(&condition, &mutex);
+}
+
+ReturnT Thread::Start() {
+    ReturnT const code = control_ ? Start_() : NOT_CREATED;
+    if (code.Failed()) return StatusLog(code, Log::CRITICAL, IDENT, Name().Cstr(), "").SetFail();
+    return StatusLog(code, Log::INFO, IDENT, Name().Cstr(), "").SetDone();
+}
+
+ReturnT Thread::Start_() {
+    if (tlsThread_ == this) return START_FROM_SELF;
+    PlainGuard_ const guard(control_->mutex);
+    control_->AwaitNone(Control_::STARTING | Control_::STOPPING);
+    if (!control_->Has(Control_::NOT_RUNNING)) return ALREADY_RUNNING;
+    control_->Reset(Control_::NOT_RUNNING);
+
+    pthread_attr_t attributes;
+    if (pthread_attr_init(&attributes)) return ATTRIBUTES_FAILED;
+    bool const sized = pthread_attr_setstacksize(&attributes, STACK_SIZE) == 0;
+    ReturnT const code = sized ? Launch_(attributes) : ATTRIBUTES_FAILED;
+    pthread_attr_destroy(&attributes);
+    return code;
+}
+
+ReturnT Thread::Launch_(pthread_attr_t const& attributes) {
+    control_->Reset(Control_::STARTING);
+    if (pthread_create(&control_->thread, &attributes, Routine_, this)) {
+        control_->Reset(Control_::NOT_RUNNING);
+        return CREATE_FAILED;
+    }
+    control_->AwaitAny(Control_::STARTED | Control_::FAILED);
+    if (!control_->Has(Control_::FAILED)) {
+        control_->Clear(Control_::STARTED | Control_::STARTING);
+        return STARTED;
+    }
+    Join_();
+    return INITIALIZE_FAILED;
+}
+
+bool Thread::Stop() {
+    bool const stopped = control_ && Stop_();
+    if (!stopped) LogFail_(ReturnT::Fail());
+    return stopped;
+}
+
+bool Thread::Stop_() {
+    if (tlsThread_ == this || !worker_) return false;
+    PlainGuard_ const guard(control_->mutex);
+    control_->AwaitNone(Control_::STARTING | Control_::STOPPING);
+    if (control_->Has(Control_::NOT_RUNNING)) return false;
+    control_->Set(Control_::STOPPING | Control_::STOP_REQUESTED | Control_::INTERRUPTED);
+    Join_();
+    return true;
+}
+
+// The mutex is free during the join, so that the registry can be walked meanwhile: the flags keep others out.
+void Thread::Join_() {
+    control_->AwaitAny(Control_::FINISHED);
+    pthread_t const thread = control_->thread;
+    pthread_mutex_unlock(&control_->mutex);
+    int const error = pthread_join(thread, nullptr);
+    if (error) Log(Log::CRITICAL, IDENT, Name().Cstr(), "%1").Fail(ReturnT::Fail()) << ErrorString(error);
+    pthread_mutex_lock(&control_->mutex);
+    control_->Reset(Control_::NOT_RUNNING);
+}
+
+void* Thread::Routine_(void* argument) {
+    Thread& self = *static_cast<Thread*>(argument);
+    tlsThread_ = &self;
+    SigAltStackManager_ stack;
+    if (self.Begin_(stack)) {
+        (void)self.Run(); // what it did, it has reported
+        self.Cleanup();
+    }
+    self.End_(stack);
+    tlsThread_ = nullptr;
+    return nullptr;
+}
+
+bool Thread::Begin_(SigAltStackManager_& stack) {
+    bool const initialized = Initialize().Succeeded();
+    PlainGuard_ const guard(control_->mutex);
+    if (!initialized || !SetUp_(stack)) {
+        control_->Set(Control_::FAILED);
+        return false;
+    }
+    SetTid_(Id());
+    control_->Set(Control_::STARTED);
+    control_->AwaitNone(Control_::STARTING);
+    return true;
+}
+
+bool Thread::SetUp_(SigAltStackManager_& stack) {
+    int error = ReadStackInfo_();
+    if (error) {
+        Log(Log::CRITICAL, IDENT, Name().Cstr(), "failed to get info about the thread stack: %1")
+            << ErrorString(error);
+    }
+    error = stack.Enable();
+    if (error == ENOMEM) {
+        Log(Log::CRITICAL, IDENT, Name().Cstr(), "").Oom(ReturnT::Oom());
+    } else if (error) {
+        Log(Log::CRITICAL, IDENT, Name().Cstr(), "failed to setup the alternate signal stack: %1")
+                .Fail(ReturnT::Fail())
+            << ErrorString(error);
+    }
+    return error == 0;
+}
+
+void Thread::End_(SigAltStackManager_& stack) {
+    PlainGuard_ const guard(control_->mutex);
+    SetTid_(TID_UNKNOWN);
+    stack.Disable();
+    control_->Set(Control_::FINISHED);
+}
+
+int Thread::SigAltStackManager_::Enable() {
+    if (!memory_.Resize(SIZE)) return ENOMEM;
+    stack_t stack = {};
+    stack.ss_sp = memory_.Ptr();
+    stack.ss_size = memory_.Size();
+    enabled_ = sigaltstack(&stack, nullptr) == 0;
+    return enabled_ ? 0 : errno;
+}
+
+void Thread::SigAltStackManager_::Disable() {
+    if (!enabled_) return;
+    stack_t stack = {};
+    stack.ss_flags = SS_DISABLE;
+    sigaltstack(&stack, nullptr);
+    enabled_ = false;
+}
