@@ -61,7 +61,7 @@ public:
 
     bool Has(CString const& key) const;
 
-    // There is no entry, or the first one has no value.
+    // There is no whole entry.
     bool Empty() const;
 
     // The block: never null, and NilPtr() and NilSize() when there is none.
@@ -73,9 +73,11 @@ public:
 private:
     struct Entry_;
 
-    bool NextEntry_(Entry_& entry) const;
+    static bool NextEntry_(char const* data, unsigned long size, char separator, Entry_& entry);
     ReturnT Find_(CString const& key, Entry_& entry) const;
+    bool Replace_(Entry_ const& entry, unsigned long size);
     bool Resize_(unsigned long size);
+    void Free_();
 
     ReturnT state_;
     char* data_ = nullptr;

@@ -70,14 +70,16 @@ protected:
     PoolBase(void* block, unsigned long size);
 
 private:
-    // The head of a block from the kernel. Lengths are whole pages, and the low bits free for marks.
+    static constexpr unsigned long REGION = 1;   // given by Reserve
+    static constexpr unsigned long RECYCLED = 2; // was used before, so it is not zero
+
+    // The head of a block from the kernel. Lengths are whole pages, which leaves the low bits for the marks.
     struct Block_ {
         Block_* next;
         unsigned long length;
+
+        unsigned long Length() const { return length & ~(REGION | RECYCLED); }
     };
-    static constexpr unsigned long REGION = 1;   // given by Reserve
-    static constexpr unsigned long RECYCLED = 2; // was used before, so it is not zero
-    static constexpr unsigned long MARKS = REGION | RECYCLED;
     static_assert(sizeof(Block_) == ALIGNMENT);
 
     class Spare_;

@@ -1,0 +1,157 @@
+#include "zeb/core/Pool.h"
+
+#include <atomic>
+#include <new>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+// A signal handler may come here first: no guarded static.
+unsigned long PageSize_() {
+    static constinit std::atomic<long> size = 0;
+    long known = size.load(std::memory_order_relaxed);
+    if (known == 0) {
+        known = sysconf(_SC_PAGESIZE);
+        size.store(known, std::memory_order_relaxed);
+    }
+    return known > 0 ? static_cast<unsigned long>(known) : 0;
+}
+
+} // namespace
+
+// The one region that a thread keeps for its next pool. The value of a key, not a thread_local object: the
+// key's destructor also comes after pools that die with the thread.
+class PoolBase::Spare_ {
+public:
+    static Block_* Take() {
+        if (!HasKey_()) return nullptr;
+        void* const region = pthread_getspecific(key_);
+        if (region) pthread_setspecific(key_, nullptr); // cannot fail: the place exists
+        return static_cast<Block_*>(region);
+    }
+
+    // Keeps the longer one of the region, cut at the limit, and the present spare. The result is the other
+    // one.
+    static Block_* Exchange(Block_* region) {
+        if (!HasKey_()) return region;
+        auto* const spare = static_cast<Block_*>(pthread_getspecific(key_));
+        unsigned long const length = region->Length() < SPARE_MAX ? region->Length() : SPARE_MAX;
+        if (spare && spare->Length() >= length) return region;
+        if (pthread_setspecific(key_, region) != 0) return region;
+        if (region->Length() > length)
+            Unmap_(reinterpret_cast<char*>(region) + length, region->Length() - length);
+        region->length = length | REGION | RECYCLED;
+        Poison_(region + 1, length - sizeof(Block_));
+        return spare;
+    }
+
+private:
+    static bool HasKey_() {
+        pthread_once(&once_, [] { hasKey_ = pthread_key_create(&key_, &Release_) == 0; });
+        return hasKey_;
+    }
+
+    static void Release_(void* region) { Unmap_(region, static_cast<Block_*>(region)->Length()); }
+
+    static pthread_once_t once_;
+    static pthread_key_t key_;
+    static bool hasKey_;
+};
+
+constinit pthread_once_t PoolBase::Spare_::once_ = PTHREAD_ONCE_INIT;
+constinit pthread_key_t PoolBase::Spare_::key_ = 0;
+constinit bool PoolBase::Spare_::hasKey_ = false;
+
+PoolBase::PoolBase(void* block, unsigned long size)
+    : head_(&first_)
+    , first_{nullptr, size}
+    , initial_(static_cast<char*>(block))
+    , initialSize_(size) {
+    UseFirst_();
+}
+
+PoolBase::~PoolBase() {
+    Clear();
+    Unpoison_(initial_, initialSize_);
+}
+
+void PoolBase::UseFirst_() {
+    head_ = &first_;
+    current_ = initial_;
+    left_ = initialSize_;
+    Poison_(current_, left_);
+}
+
+// Whole pages for that many bytes and the head.
+bool PoolBase::Length_(unsigned long size, unsigned long& length) {
+    unsigned long const page = PageSize_();
+    if (page <= sizeof(Block_)) return false;
+    if (__builtin_add_overflow(size, sizeof(Block_) + page - 1, &length)) return false;
+    length -= length % page;
+    return true;
+}
+
+PoolBase::Block_* PoolBase::Map_(unsigned long length, int flags) {
+    void* const block =
+        mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | flags, -1, 0);
+    if (block == MAP_FAILED) return nullptr;
+    return new (block) Block_{nullptr, length};
+}
+
+void PoolBase::Unmap_(void* block, unsigned long length) {
+    Unpoison_(block, length);
+    munmap(block, length); // cannot fail for whole mappings
+}
+
+bool PoolBase::AddBlock_(unsigned long size) {
+    unsigned long length;
+    Block_* const block = Length_(size, length) ? Map_(length, 0) : nullptr;
+    if (!block) return false;
+    Use_(block);
+    return true;
+}
+
+bool PoolBase::Reserve(unsigned long size) {
+    if (size <= left_) return true;
+    Block_* region = Spare_::Take();
+    if (!region) {
+        unsigned long const wanted = size < REGION_MIN ? REGION_MIN : size > REGION_MAX ? REGION_MAX : size;
+        unsigned long length;
+        region = Length_(wanted, length) ? Map_(length, MAP_POPULATE) : nullptr;
+        if (!region) return false;
+        region->length |= REGION;
+    }
+    Use_(region);
+    return true;
+}
+
+void PoolBase::Use_(Block_* block) {
+    block->next = head_;
+    head_ = block;
+    current_ = reinterpret_cast<char*>(block + 1);
+    left_ = block->Length() - sizeof(Block_);
+    Poison_(current_, left_);
+}
+
+void PoolBase::Clear() {
+    char* begin = nullptr;
+    char* end = nullptr;
+    while (head_ != &first_) {
+        Block_* block = head_;
+        head_ = block->next;
+        if ((block->length & REGION) != 0) block = Spare_::Exchange(block);
+        if (!block) continue;
+        // Blocks are likely to lie side by side, and go in one call then.
+        char* const data = reinterpret_cast<char*>(block);
+        unsigned long const length = block->Length();
+        if (data != end) {
+            if (begin) Unmap_(begin, static_cast<unsigned long>(end - begin));
+            begin = data;
+        }
+        end = data + length;
+    }
+    if (begin) Unmap_(begin, static_cast<unsigned long>(end - begin));
+    UseFirst_();
+}
