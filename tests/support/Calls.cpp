@@ -85,7 +85,7 @@ public:
         return step.kind == KindT::FAIL || step.kind == KindT::RETURN || step.kind == KindT::DATA;
     }
 
-    template <typename ResultT>
+    template<typename ResultT>
     static ResultT Result(StepT const& step) {
         bool const fails = step.kind == KindT::FAIL;
         if (fails) errno = static_cast<int>(step.value);
@@ -95,7 +95,7 @@ public:
             return static_cast<ResultT>(fails ? -1 : step.value);
     }
 
-    template <typename DataT>
+    template<typename DataT>
     static ssize_t Moved(StepT const& step, DataT* data, std::size_t size) {
         if (step.kind != KindT::DATA) return Result<ssize_t>(step);
         std::size_t const moved = std::min(size, step.data.size());
@@ -131,7 +131,8 @@ public:
 };
 
 Calls::Calls(ScopeT scope)
-    : state_(new State{.scope = scope}), outer_(scope == ScopeT::THREAD ? ofThread : ofProcess.load()) {
+    : state_(new State{.scope = scope})
+    , outer_(scope == ScopeT::THREAD ? ofThread : ofProcess.load()) {
     if (scope == ScopeT::THREAD) ofThread = this;
     if (scope == ScopeT::PROCESS) ofProcess.store(this, std::memory_order_release);
 }

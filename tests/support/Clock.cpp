@@ -74,15 +74,14 @@ bool IsMoved(clockid_t clock) {
 }
 
 long Now(bool wall) {
-    long const flowed =
-        mode == Clock::ModeT::RUNNING ? Real(CLOCK_MONOTONIC) - startMonotonic.load() : 0;
+    long const flowed = mode == Clock::ModeT::RUNNING ? Real(CLOCK_MONOTONIC) - startMonotonic.load() : 0;
     return (wall ? startWall + wallShift : startMonotonic.load()) + moved + flowed;
 }
 
 timespec RealIn(clockid_t clock, long nanoseconds) { return Timespec(Real(clock) + nanoseconds); }
 
 // Waits in slices until `attempt(nanoseconds)` is true (the result), or the deadline has passed (false).
-template <typename AttemptT>
+template<typename AttemptT>
 bool Wait(bool wall, long deadline, AttemptT const& attempt) {
     if (mode == Clock::ModeT::AUTO && owner) {
         if (attempt(0)) return true;
@@ -143,7 +142,9 @@ Clock::~Clock() {
 
 void Clock::AdvanceNanoseconds(long nanoseconds) { moved += nanoseconds; }
 
-void Clock::SetWall(long seconds, long nanoseconds) { wallShift += seconds * SECOND + nanoseconds - Now(true); }
+void Clock::SetWall(long seconds, long nanoseconds) {
+    wallShift += seconds * SECOND + nanoseconds - Now(true);
+}
 
 void Clock::FailReading(int error) { readingError = error; }
 
@@ -203,7 +204,8 @@ int Nanosleep(timespec const* time, timespec* left) {
 }
 
 int ClockNanosleep(clockid_t clock, int flags, timespec const* time, timespec* left) {
-    if (!active || !IsMoved(clock) || !IsValid(*time)) return __real_clock_nanosleep(clock, flags, time, left);
+    if (!active || !IsMoved(clock) || !IsValid(*time))
+        return __real_clock_nanosleep(clock, flags, time, left);
     bool const wall = IsWall(clock);
     if ((flags & TIMER_ABSTIME) != 0) return SleepUntil(wall, Nanoseconds(*time), nullptr);
     return SleepUntil(wall, Sum(Now(wall), Nanoseconds(*time)), left);
@@ -314,8 +316,8 @@ static int CondWait(pthread_cond_t* condition, pthread_mutex_t* mutex, bool wall
 
 int CondTimedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, timespec const* deadline) {
     if (!active) return __real_pthread_cond_timedwait(condition, mutex, deadline);
-    return CondWait(condition, mutex, deadline->tv_sec > WALL_SECONDS && deadline->tv_sec < 100 * WALL_SECONDS,
-                    *deadline);
+    return CondWait(condition, mutex,
+                    deadline->tv_sec > WALL_SECONDS && deadline->tv_sec < 100 * WALL_SECONDS, *deadline);
 }
 
 int CondClockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,

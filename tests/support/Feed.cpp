@@ -40,8 +40,9 @@ std::vector<std::size_t> FeedSteps(std::size_t size) {
 }
 
 void FeedBySteps(std::string_view text, std::size_t step, std::function<void(FeedT const&)> const& body) {
-    Give(text, step == 0 ? "whole" : "by " + std::to_string(step),
-         [&] { return step == 0 ? text.size() : step; }, body);
+    Give(
+        text, step == 0 ? "whole" : "by " + std::to_string(step),
+        [&] { return step == 0 ? text.size() : step; }, body);
 }
 
 void ForEveryFeed(std::string_view text, std::function<void(FeedT const&)> const& body) {
@@ -52,8 +53,9 @@ void ForEveryFeed(std::string_view text, std::function<void(FeedT const&)> const
     }
     for (unsigned seed = 1; seed <= RANDOM_CUTS && text.size() > 2; ++seed) {
         std::mt19937 random(seed);
-        Give(text, "by random sizes of seed " + std::to_string(seed),
-             [&] { return 1 + random() % std::max<std::size_t>(2, text.size() / 3); }, body);
+        Give(
+            text, "by random sizes of seed " + std::to_string(seed),
+            [&] { return 1 + random() % std::max<std::size_t>(2, text.size() / 3); }, body);
         if (Workbench::FailedParts() != failedBefore) return;
     }
 }

@@ -106,8 +106,8 @@ public:
         ++state.serial;
         if (!state.armed) return false;
         ++state.calls;
-        bool const hit = state.mode == Heap::ModeT::ONCE ? state.calls == state.failing
-                                                         : state.calls >= state.failing;
+        bool const hit =
+            state.mode == Heap::ModeT::ONCE ? state.calls == state.failing : state.calls >= state.failing;
         if (state.failing == Heap::NEVER || !hit) return false;
         if (++state.failures == ENDLESS_FAILURES) {
             fprintf(stderr, "Heap: an allocation that fails is tried again without end.\n");
@@ -117,7 +117,7 @@ public:
         return true;
     }
 
-    template <typename PointerT>
+    template<typename PointerT>
     static PointerT Note(PointerT block, std::size_t size, std::size_t clean = 0) {
         Heap* const heap = Current();
         if (heap == nullptr || block == nullptr) return block;
@@ -281,7 +281,10 @@ void ForEveryAllocation(std::function<void(Heap&)> const& body, Heap::ScopeT sco
     }
 }
 
-Footprint::Footprint() : systemCalls_(Workbench::CallsOfThread()) { heap_.Arm(); }
+Footprint::Footprint()
+    : systemCalls_(Workbench::CallsOfThread()) {
+    heap_.Arm();
+}
 
 unsigned long Footprint::SystemCalls() const { return Workbench::CallsOfThread() - systemCalls_; }
 
@@ -426,7 +429,8 @@ void __wrap_CRYPTO_free(void* block, char const*, int) { __wrap_free(block); }
     }
 #define ZEB_ALIGNED_NEW(symbol)                                                                              \
     void* __wrap_##symbol(size_t size, std::align_val_t alignment, std::nothrow_t const& tag) {              \
-        return HeapWatch::MustFail() ? nullptr : HeapWatch::Note(__real_##symbol(size, alignment, tag), size); \
+        return HeapWatch::MustFail() ? nullptr                                                               \
+                                     : HeapWatch::Note(__real_##symbol(size, alignment, tag), size);         \
     }
 #define ZEB_DELETE(symbol, parameters, arguments)                                                            \
     void __wrap_##symbol parameters {                                                                        \

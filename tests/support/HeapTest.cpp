@@ -60,7 +60,8 @@ Row const ROWS[] = {
          return asprintf(&text, "%d", 5) < 0 ? nullptr : text;
      },
      free},
-    {"new", []() -> void* { return new (std::nothrow) int; }, [](void* block) { delete static_cast<int*>(block); }},
+    {"new", []() -> void* { return new (std::nothrow) int; },
+     [](void* block) { delete static_cast<int*>(block); }},
     {"new[]", []() -> void* { return new (std::nothrow) char[9]; },
      [](void* block) { delete[] static_cast<char*>(block); }},
     {"aligned new", []() -> void* { return new (std::nothrow) Aligned; },
@@ -132,7 +133,8 @@ TEST(HeapTest, ReallocMovesKeepsTheTextAndLeavesTheOldBlockOnFailure) {
     EXPECT_EQ(moved[5], static_cast<char>(0xA5));
     EXPECT_EQ(heap.Live(), 1u);
     bool wiped = false;
-    heap.OnRelease([&](void const* data, std::size_t size) { wiped = size == 6 && memcmp(data, "\0\0\0\0\0", 6) == 0; });
+    heap.OnRelease(
+        [&](void const* data, std::size_t size) { wiped = size == 6 && memcmp(data, "\0\0\0\0\0", 6) == 0; });
     CRYPTO_clear_free(sink, 6, "", 0);
     EXPECT_TRUE(wiped);
 }
@@ -171,7 +173,9 @@ TEST(HeapTest, AFootprintSeesWatchedAllocationsOnly) {
 TEST(LogCaptureTest, KeepsLinesOfAllThreadsWithLetterAndIdent) {
     LogCapture log;
     syslog(LOG_ERR, "%s: %s", "Io::File", "\"etc\": unable: no.");
-    std::thread([] { syslog(LOG_CRIT, "%s: %s", "Task", "out of memory [0xcffe0139], x [0x8022cffd]."); }).join();
+    std::thread([] {
+        syslog(LOG_CRIT, "%s: %s", "Task", "out of memory [0xcffe0139], x [0x8022cffd].");
+    }).join();
     {
         LogCapture inner;
         syslog(LOG_AUTH | LOG_NOTICE, "%s: %s", "A", "b");

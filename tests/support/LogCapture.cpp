@@ -25,12 +25,18 @@ constinit std::atomic<int> realDepth{0};
 
 char Letter(int priority) {
     switch (priority) {
-    case LOG_INFO: return 'I';
-    case LOG_AUTH | LOG_NOTICE: return 'A';
-    case LOG_WARNING: return 'W';
-    case LOG_ERR: return 'E';
-    case LOG_CRIT: return 'C';
-    default: return '?';
+    case LOG_INFO:
+        return 'I';
+    case LOG_AUTH | LOG_NOTICE:
+        return 'A';
+    case LOG_WARNING:
+        return 'W';
+    case LOG_ERR:
+        return 'E';
+    case LOG_CRIT:
+        return 'C';
+    default:
+        return '?';
     }
 }
 
@@ -69,7 +75,9 @@ public:
     }
 };
 
-LogCapture::LogCapture() : state_(new State), outer_(innermost) {
+LogCapture::LogCapture()
+    : state_(new State)
+    , outer_(innermost) {
     Workbench::SpinLock::Guard const guard(lock);
     innermost = this;
 }
@@ -129,7 +137,9 @@ RealSyslog::RealSyslog() { ++realDepth; }
 RealSyslog::~RealSyslog() { --realDepth; }
 
 OutputCapture::OutputCapture(int fd)
-    : fd_(fd), saved_(dup(fd)), memory_(static_cast<int>(syscall(SYS_memfd_create, "output", 0))) {
+    : fd_(fd)
+    , saved_(dup(fd))
+    , memory_(static_cast<int>(syscall(SYS_memfd_create, "output", 0))) {
     fflush(nullptr);
     dup2(memory_, fd_);
 }

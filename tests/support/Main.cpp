@@ -1,4 +1,5 @@
-// The main of every test program: runs a ZEB_CHILD when asked to, else the tests; prints failures, slow tests and a summary.
+// The main of every test program: runs a ZEB_CHILD when asked to, else the tests; prints failures, slow tests
+// and a summary.
 #include "tests/support/Child.h"
 
 #include <clocale>
@@ -36,8 +37,8 @@ class Printer : public testing::EmptyTestEventListener {
 
     void OnTestPartResult(testing::TestPartResult const& part) override {
         if (part.passed()) return;
-        printf("%s:%d: %s in %s\n%s\n", part.file_name() == nullptr ? "?" : part.file_name(), part.line_number(),
-               part.skipped() ? "SKIPPED" : "FAILED", running_.c_str(), part.message());
+        printf("%s:%d: %s in %s\n%s\n", part.file_name() == nullptr ? "?" : part.file_name(),
+               part.line_number(), part.skipped() ? "SKIPPED" : "FAILED", running_.c_str(), part.message());
         fflush(stdout);
     }
 

@@ -52,7 +52,8 @@ char const* Namespace::WhyNot() {
     return can ? nullptr : "needs root and namespaces";
 }
 
-Namespace::Namespace(int kinds) : kinds_(kinds) {
+Namespace::Namespace(int kinds)
+    : kinds_(kinds) {
     Workbench::Own const own;
     mount_ = open("/proc/thread-self/ns/mnt", O_RDONLY | O_CLOEXEC);
     net_ = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
@@ -107,7 +108,8 @@ bool Namespace::SmallDisk(std::string const& path, unsigned long bytes) {
 
 bool Namespace::Bind(std::string const& source, std::string const& target) {
     Workbench::Own const own;
-    return Step(mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0, "bind", target);
+    return Step(mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0, "bind",
+                target);
 }
 
 bool Namespace::PrivateDev() {
@@ -129,7 +131,8 @@ bool Namespace::PrivateDev() {
     return Step(mount(fresh.c_str(), "/dev", nullptr, MS_MOVE, nullptr) == 0, "move to", "/dev");
 }
 
-DevLog::DevLog(Namespace& space) : fd_(-1) {
+DevLog::DevLog(Namespace& space)
+    : fd_(-1) {
     Workbench::Own const own;
     if (!space.PrivateDev()) return;
     fd_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 // The messages of the expectations that fail in `body` on this thread.
-template <typename BodyT>
+template<typename BodyT>
 std::string FailuresOf(BodyT const& body) {
     testing::TestPartResultArray failures;
     {
@@ -22,5 +22,4 @@ std::string FailuresOf(BodyT const& body) {
 }
 
 #define EXPECT_THAT_FAILS(statement, words)                                                                  \
-    EXPECT_NE(FailuresOf([&] { statement; }).find(words), std::string::npos)                                 \
-        << FailuresOf([&] { statement; })
+    EXPECT_NE(FailuresOf([&] { statement; }).find(words), std::string::npos) << FailuresOf([&] { statement; })

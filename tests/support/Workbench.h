@@ -1,4 +1,5 @@
-// What the parts of the workbench share; tests do not include it. __real_x is the system's x, __wrap_x is ours.
+// What the parts of the workbench share; tests do not include it. __real_x is the system's x, __wrap_x is
+// ours.
 #pragma once
 
 #include <atomic>
@@ -29,7 +30,8 @@ class SpinLock {
 public:
     class Guard {
     public:
-        explicit Guard(SpinLock& lock) : lock_(lock) {
+        explicit Guard(SpinLock& lock)
+            : lock_(lock) {
             while (lock_.taken_.exchange(true, std::memory_order_acquire))
                 sched_yield();
         }
