@@ -1,5 +1,6 @@
 #include "zeb/io/SocketBase.h"
 
+#include "tests/io/Interrupted.h"
 #include "tests/support/Calls.h"
 #include "tests/support/Child.h"
 #include "tests/support/Clock.h"
@@ -122,7 +123,8 @@ TEST_F(SocketBaseTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
             calls.Script(reading ? SysCall::recv : SysCall::send, {Calls::Fail(row.error)}, row.times);
             Socket socket(pair_[0]);
             ASSERT_EQ(write(pair_[1], "x", 1), 1);
-            bool const ok = reading ? socket.base.SysRead(data_, 1, done_) : socket.base.SysWrite("x", 1, done_);
+            bool const ok =
+                reading ? socket.base.SysRead(data_, 1, done_) : socket.base.SysWrite("x", 1, done_);
             EXPECT_EQ(ok, row.state == Stateful::STATE_OK);
             EXPECT_EQ(done_, ok ? 1u : 0u);
             EXPECT_EQ(socket.CurrentState(), row.state);
@@ -141,8 +143,8 @@ class TlsTest : public SocketBaseTest {
 protected:
     TlsTest() {
         Child const made = Child::Program({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                                           "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=test", "-days",
-                                           "2", "-keyout", dir_ / "key", "-out", dir_ / "cert"});
+                                           "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=test",
+                                           "-days", "2", "-keyout", dir_ / "key", "-out", dir_ / "cert"});
         EXPECT_EQ(made.ExitCode(), 0) << made;
         serverContext_ = SSL_CTX_new(TLS_server_method());
         EXPECT_EQ(SSL_CTX_use_certificate_file(serverContext_, (dir_ / "cert").c_str(), SSL_FILETYPE_PEM), 1);
@@ -175,7 +177,8 @@ protected:
         ERR_clear_error();
     }
     void Send(std::string const& text) {
-        ASSERT_EQ(SSL_write(server_, text.data(), static_cast<int>(text.size())), static_cast<int>(text.size()));
+        ASSERT_EQ(SSL_write(server_, text.data(), static_cast<int>(text.size())),
+                  static_cast<int>(text.size()));
     }
 
     TempDir dir_;
@@ -263,18 +266,20 @@ TEST_F(TlsTest, WaitInsideATransferEndsByTimeHangUpOrPollFailure) {
     closer.join();
 }
 
-TEST_F(TlsTest, GarbageAndSystemErrorsFail) {
-    {
-        Calls calls;
-        calls.Script(SysCall::poll, {Calls::Return(1)});
-        ASSERT_EQ(write(pair_[1], "this is not a record of any version", 35), 35);
+TEST_F(TlsTest, InterruptionEndsTheWaitInsideATransfer) {
+    Interrupted([this] {
         EXPECT_FALSE(socket_.base.SysRead(data_, 16, done_));
-        EXPECT_EQ(socket_.CurrentState(), Stateful::STATE_FAILED);
-        LogCapture::LinesT const lines = log_.Take();
-        ASSERT_EQ(lines.size(), 1u);
-        EXPECT_EQ(lines[0].find("E Socket: SSL read failed (0x"), 0u) << lines[0];
-        calls.Clear();
-    }
+        EXPECT_EQ(socket_.CurrentState(), Stateful::STATE_INTERRUPTED);
+    });
+}
+
+TEST_F(TlsTest, GarbageFails) {
+    ASSERT_EQ(write(pair_[1], "this is not a record of any version", 35), 35);
+    EXPECT_FALSE(socket_.base.SysRead(data_, 16, done_));
+    EXPECT_EQ(socket_.CurrentState(), Stateful::STATE_FAILED);
+    LogCapture::LinesT const lines = log_.Take();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].find("E Socket: SSL read failed (0x"), 0u) << lines[0];
 }
 
 TEST_F(TlsTest, ClosedDescriptorIsASystemError) {
