@@ -7,6 +7,7 @@
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/json/Object.h"
 #include "zeb/doc/xml/Document.h"
+#include "zeb/doc/xml/Print.h"
 #include "zeb/io/StringStream.h"
 #include "zeb/runtime/ThreadMain.h"
 
@@ -110,13 +111,13 @@ TEST(Status, HasAnXmlAndAJsonForm) {
         Xml::Document xml;
         EXPECT_TRUE(status.AttachTo(xml));
         Io::StringStream text;
-        xml.Print(text, Xml::Node::COMPACT);
+        EXPECT_TRUE(Xml::Print(text, xml, Xml::PRINT_COMPACT) && text.Flush());
         EXPECT_STREQ(text.Str().Cstr(), form.xml);
 
         Json::Document json;
         EXPECT_TRUE(status.AppendTo(*json.Object()));
         Io::StringStream jsonText;
-        json.Print(jsonText, true);
+        EXPECT_TRUE(json.Print(jsonText, true) && jsonText.Flush());
         EXPECT_STREQ(jsonText.Str().Cstr(), form.json);
     }
 }
