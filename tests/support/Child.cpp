@@ -73,9 +73,9 @@ Child Child::Fork(std::function<int()> const& body, long limitMs) {
     return child;
 }
 
-Child Child::Exec(std::string const& name, std::vector<std::string> const& arguments, long limitMs) {
+// The head of a command that starts a program of this build: one for another processor needs its emulator.
+static std::vector<std::string> StartOf(std::string const& program) {
     std::vector<std::string> command;
-    // A program for another processor cannot start itself without its emulator.
     if (char const* const emulator = getenv("ZEB_TEST_EMULATOR"); emulator != nullptr) {
         std::string const words = emulator;
         for (std::size_t at = 0, end; at < words.size(); at = end + 1) {
@@ -83,12 +83,23 @@ Child Child::Exec(std::string const& name, std::vector<std::string> const& argum
             if (end != at) command.push_back(words.substr(at, end - at));
         }
     }
+    command.push_back(program);
+    return command;
+}
+
+Child Child::Exec(std::string const& name, std::vector<std::string> const& arguments, long limitMs) {
     char self[4096] = {};
     if (readlink("/proc/self/exe", self, sizeof(self) - 1) < 0) return {};
-    command.emplace_back(self);
+    std::vector<std::string> command = StartOf(self);
     command.push_back(PREFIX + name);
     command.insert(command.end(), arguments.begin(), arguments.end());
     return Program(command, {}, limitMs);
+}
+
+std::vector<std::string> Child::Built(std::string const& name, std::vector<std::string> const& arguments) {
+    std::vector<std::string> command = StartOf(ZEB_PROGRAMS "/" + name);
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return command;
 }
 
 Child Child::Program(std::vector<std::string> const& command, std::string const& input, long limitMs) {

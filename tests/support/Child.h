@@ -45,6 +45,9 @@ public:
     static Child Program(std::vector<std::string> const& command, std::string const& input = {},
                          long limitMs = DEFAULT_LIMIT_MS);
 
+    // The command for Program() that runs a program of this build: a tool, or the sample daemon.
+    static std::vector<std::string> Built(std::string const& name, std::vector<std::string> const& arguments);
+
     int ExitCode() const { return exitCode_; } // -1 if it did not exit
     int Signal() const { return signal_; }     // 0 if it was not killed by one
     bool TimedOut() const { return timedOut_; }

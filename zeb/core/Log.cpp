@@ -17,14 +17,11 @@ constinit CString const cut_(" [...]");
 }
 
 Log::Log(LevelT level, char const* ident, char const* name, char const* message)
-    : impl_(&Impl_::Enter()) {
+    : impl_(&Impl_::Self()) {
     impl_->Reset(level, ident, name, message);
 }
 
-Log::~Log() {
-    impl_->Print();
-    Impl_::Leave();
-}
+Log::~Log() { impl_->Print(); }
 
 template<class T>
 Log& Log::Number_(T number) {

@@ -44,7 +44,7 @@ public:
         Assign(other);
     }
     RString& operator=(RString const& other) {
-        if (this != &other) Assign(other);
+        Assign(other);
         return *this;
     }
 

@@ -37,20 +37,25 @@ constexpr char Escaped(unsigned char letter) {
 } // namespace
 
 Parser_::Byte const* Parser_::ParseText_(Byte const* at, Value*& value) {
-    String_ string;
-    Byte const* const end = ParseString_(at, string);
+    Json::String string;
+    unsigned long length = 0;
+    Byte const* const end = ParseString_(at, string, length);
     if (end == nullptr) return nullptr;
     value = TakeValue_(end, Value::TYPE_STRING);
     if (value == nullptr) return Oom_(at);
-    value->string_ = Json::String(string.data, string.size);
+    value->string_ = string;
     return end;
 }
 
-Parser_::Byte const* Parser_::ParseString_(Byte const* at, String_& string) {
+Parser_::Byte const* Parser_::ParseString_(Byte const* at, Json::String& string, unsigned long& length) {
     Byte const* const end = FindSpecial(at, text_.end);
-    if (Peek_(end) != '"') return ParseEscaped_(at, string);
+    if (Peek_(end) != '"') {
+        Byte const* const next = ParseEscaped_(at, string);
+        if (next != nullptr) length = strnlen(string.Cstr(), string.Size());
+        return next;
+    }
 
-    unsigned long const length = static_cast<unsigned long>(end - at);
+    length = static_cast<unsigned long>(end - at);
     char* const block = TakeString_(end, length);
     if (block == nullptr) return Oom_(at);
     if (static_cast<unsigned long>(text_.end - at) >= RoundUp_(length + 1)) {
@@ -61,12 +66,12 @@ Parser_::Byte const* Parser_::ParseString_(Byte const* at, String_& string) {
         memcpy(block, at, length);
     }
     block[length] = '\0';
-    string = {block, length, length};
+    string = Json::String(block, length);
     return end + 1;
 }
 
 // Two passes, so that the block fits exactly; the first one keeps what a short text needs.
-Parser_::Byte const* Parser_::ParseEscaped_(Byte const* at, String_& string) {
+Parser_::Byte const* Parser_::ParseEscaped_(Byte const* at, Json::String& string) {
     char buffer[STACK_TEXT];
     unsigned long size = 0;
     Byte const* const end = Unescape_(at, buffer, sizeof(buffer) - 1, size);
@@ -80,7 +85,7 @@ Parser_::Byte const* Parser_::ParseEscaped_(Byte const* at, String_& string) {
         (void)Unescape_(at, block, size, size); // it passed before
     }
     block[size] = '\0';
-    string = {block, size, strlen(block)};
+    string = Json::String(block, size);
     return end;
 }
 

@@ -1,0 +1,104 @@
+#include "Sample.h"
+
+#include "Config.h"
+
+#include "zeb/core/Log.h"
+#include "zeb/core/RString.h"
+#include "zeb/core/Time.h"
+#include "zeb/io/File.h"
+#include "zeb/io/StringStream.h"
+
+#include <cstring>
+#include <fcntl.h>
+
+namespace {
+
+constexpr char const* IDENT = "Gateway";
+
+using PathT = RString<128>;
+
+// Of the sixteen counters of an interface: received bytes, packets, six others; sent bytes, packets, six
+// others.
+constexpr int OTHER_COUNTERS = 6;
+
+bool Good(Io::File const& file) {
+    if (file.Ok()) return true;
+    Log(Log::ERROR, IDENT, file.PathName().Cstr(), "unexpected content: %1") << file.ErrorString();
+    return false;
+}
+
+bool ReadCpu(CString const& path, CpuSample& cpu) {
+    Io::File file(path, O_RDONLY);
+    if (file.Skip("cpu", nullptr)) file >> cpu.user >> cpu.nice >> cpu.system >> cpu.idle;
+    return Good(file);
+}
+
+// "MemTotal:       24629180 kB" gives its number to `out` when the line has that name.
+void TakeMemory(CString const& line, CString const& name, unsigned long& out) {
+    if (line.Size() < name.Size() || line.Compare(0, name.Size(), name) != 0) return;
+    Io::StringStream number(line.Cstr() + name.Size(), line.Size() - name.Size(), Io::MODE_READ);
+    number >> out;
+}
+
+bool ReadMemory(CString const& path, MemorySample& memory) {
+    Io::File file(path, O_RDONLY);
+    String line;
+    while (memory.total == 0 || memory.available == 0) {
+        if (!file.ReadLine(line)) break;
+        TakeMemory(line, "MemTotal:", memory.total);
+        TakeMemory(line, "MemAvailable:", memory.available);
+    }
+    return Good(file);
+}
+
+bool ReadInterface(Io::File& file, InterfaceSample& interface) {
+    memset(interface.name, 0, sizeof(interface.name));
+    int c = 0;
+    for (unsigned long i = 0; (c = file.GetChar()) != ':'; ++i) {
+        if (c == Io::IStreamBuffer::CHAR_END || i + 1 == sizeof(interface.name)) return false;
+        interface.name[i] = static_cast<char>(c);
+    }
+    unsigned long other = 0;
+    file >> interface.rxBytes >> interface.rxPackets;
+    for (int i = 0; i < OTHER_COUNTERS; ++i)
+        file >> other;
+    file >> interface.txBytes >> interface.txPackets;
+    return file.SkipLine();
+}
+
+bool ReadInterfaces(CString const& path, Config const& config, Array<InterfaceSample>& interfaces) {
+    Io::File file(path, O_RDONLY);
+    interfaces.Clear();
+    // Two lines of headings.
+    if (!file.SkipLine() || !file.SkipLine()) return Good(file);
+    while (file.Skip<&isspace>() && !file.Eos()) {
+        InterfaceSample interface;
+        if (!ReadInterface(file, interface)) {
+            file.SetState(Io::Stateful::STATE_INVALID);
+            break;
+        }
+        if (!config.Reports(interface.name) || interfaces.PushBack(interface)) continue;
+        file.SetState(Io::Stateful::STATE_NO_MEMORY);
+    }
+    return Good(file);
+}
+
+} // namespace
+
+bool Sample::Read(CString const& root, Config const& config) {
+    at = Time::Now();
+    memory = {};
+    PathT stat, meminfo, netDev;
+    return stat.Assignf("%s/stat", root.Cstr()) && meminfo.Assignf("%s/meminfo", root.Cstr()) &&
+           netDev.Assignf("%s/net/dev", root.Cstr()) && ReadCpu(stat, cpu) && ReadMemory(meminfo, memory) &&
+           ReadInterfaces(netDev, config, interfaces);
+}
+
+bool Sample::Assign(Sample const& other) {
+    if (!interfaces.Assign(other.interfaces)) return false;
+    number = other.number;
+    at = other.at;
+    cpu = other.cpu;
+    memory = other.memory;
+    return true;
+}
