@@ -85,12 +85,13 @@ public:
         return step.kind == KindT::FAIL || step.kind == KindT::RETURN || step.kind == KindT::DATA;
     }
 
-    template<typename ResultT>
+    template<typename ResultT, SysCall CALL = SysCall::COUNT>
     static ResultT Result(StepT const& step) {
+        constexpr bool MINUS_ONE = CALL == SysCall::mmap || CALL == SysCall::mmap64 || CALL == SysCall::sbrk;
         bool const fails = step.kind == KindT::FAIL;
         if (fails) errno = static_cast<int>(step.value);
         if constexpr (std::is_pointer_v<ResultT>)
-            return fails ? nullptr : reinterpret_cast<ResultT>(step.value);
+            return reinterpret_cast<ResultT>(!fails ? step.value : MINUS_ONE ? -1 : 0);
         else
             return static_cast<ResultT>(fails ? -1 : step.value);
     }
@@ -103,7 +104,7 @@ public:
         return static_cast<ssize_t>(moved);
     }
 
-    static ssize_t Moved(StepT const& step, iovec const* vector, std::size_t count) {
+    static ssize_t MovedVector(StepT const& step, iovec const* vector, std::size_t count) {
         if (step.kind != KindT::DATA) return Result<ssize_t>(step);
         std::size_t moved = 0;
         for (std::size_t i = 0; i < count && moved < step.data.size(); ++i) {
@@ -191,14 +192,14 @@ unsigned long Workbench::CallsOfThread() { return callsOfThread; }
     extern "C" result __real_##name parameters;                                                              \
     extern "C" result __wrap_##name parameters {                                                             \
         auto const step = CallsWatch::Take(SysCall::name);                                                   \
-        if (CallsWatch::Ends(step)) return CallsWatch::Result<result>(step);                                 \
+        if (CallsWatch::Ends(step)) return (CallsWatch::Result<result, SysCall::name>(step));                \
         return __real_##name arguments;                                                                      \
     }
 
 #define ZEB_CALL_VIA(result, name, parameters, arguments, function)                                          \
     extern "C" result __wrap_##name parameters {                                                             \
         auto const step = CallsWatch::Take(SysCall::name);                                                   \
-        if (CallsWatch::Ends(step)) return CallsWatch::Result<result>(step);                                 \
+        if (CallsWatch::Ends(step)) return (CallsWatch::Result<result, SysCall::name>(step));                \
         return function arguments;                                                                           \
     }
 
@@ -226,7 +227,8 @@ unsigned long Workbench::CallsOfThread() { return callsOfThread; }
     extern "C" result __real_##name parameters;                                                              \
     extern "C" result __wrap_##name parameters {                                                             \
         auto const step = CallsWatch::Take(SysCall::name);                                                   \
-        if (CallsWatch::Ends(step)) return CallsWatch::Moved(step, vector, static_cast<size_t>(count));      \
+        if (CallsWatch::Ends(step))                                                                          \
+            return CallsWatch::MovedVector(step, vector, static_cast<size_t>(count));                        \
         iovec cut[VECTOR_LIMIT];                                                                             \
         if (step.kind == Calls::Step::KindT::SHORT && count <= VECTOR_LIMIT) {                               \
             count = static_cast<int>(CallsWatch::Limit(step, vector, static_cast<size_t>(count), cut));      \
@@ -239,7 +241,8 @@ unsigned long Workbench::CallsOfThread() { return callsOfThread; }
     extern "C" result __real_##name parameters;                                                              \
     extern "C" result __wrap_##name parameters {                                                             \
         auto const step = CallsWatch::Take(SysCall::name);                                                   \
-        if (CallsWatch::Ends(step)) return CallsWatch::Moved(step, message->msg_iov, message->msg_iovlen);   \
+        if (CallsWatch::Ends(step))                                                                          \
+            return CallsWatch::MovedVector(step, message->msg_iov, message->msg_iovlen);                     \
         if (step.kind != Calls::Step::KindT::SHORT || message->msg_iovlen > VECTOR_LIMIT)                    \
             return __real_##name arguments;                                                                  \
         iovec cut[VECTOR_LIMIT];                                                                             \

@@ -160,6 +160,8 @@ bool Clock::AwaitWaiters(unsigned long count) const {
     return true;
 }
 
+void Clock::RealPause(long milliseconds) { Workbench::RealSleep(milliseconds); }
+
 namespace Workbench {
 
 long RealMilliseconds() { return Real(CLOCK_MONOTONIC) / 1000000; }

@@ -42,4 +42,7 @@ public:
 
     // True when at least `count` threads are in a wait; false after 2 real seconds without.
     bool AwaitWaiters(unsigned long count) const;
+
+    // Real time, whether a Clock exists or not: lets other threads run.
+    static void RealPause(long milliseconds);
 };

@@ -1,0 +1,137 @@
+#include "tests/support/Child.h"
+
+#include "tests/support/Feed.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/Namespace.h"
+#include "tests/support/SelfTest.h"
+#include "tests/support/TempDir.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <set>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace {
+
+ZEB_CHILD(Answers) {
+    printf("%s", Child::Arguments().at(1).c_str());
+    return static_cast<int>(Child::Arguments().size());
+}
+
+TEST(ChildTest, TellsHowAProcessEnded) {
+    EXPECT_EQ(Child::Run([] { raise(SIGTERM); }).Signal(), SIGTERM);
+    Child const plain = Child::Run([] {
+        printf("out");
+        fprintf(stderr, "err");
+        return 7;
+    });
+    EXPECT_EQ(plain.ExitCode(), 7);
+    EXPECT_EQ(plain.Output() + plain.Errors(), "outerr");
+    Child const late = Child::Run([] { pause(); }, 20);
+    EXPECT_TRUE(late.TimedOut()) << late;
+    // Of another thread, since a failure of this one would not be seen in the child either.
+    EXPECT_THAT_FAILS(Child::Run([] { std::thread([] { EXPECT_EQ(1, 2); }).join(); }), "failed in a child");
+}
+
+TEST(ChildTest, StartsTheTestProgramAnewAndOtherPrograms) {
+    Child const again = Child::Exec("Answers", {"a", "b c"});
+    EXPECT_EQ(again.ExitCode(), 2) << again;
+    EXPECT_EQ(again.Output(), "b c");
+    EXPECT_EQ(Child::Exec("Unknown").ExitCode(), 127);
+    std::string const large(200000, 'x');
+    EXPECT_EQ(Child::Program({"cat"}, large).Output(), large);
+    EXPECT_EQ(Child::Program({"/nowhere/at/all"}).ExitCode(), 127);
+}
+
+TEST(TempDirTest, KeepsFilesAndGoesAway) {
+    std::string path;
+    {
+        TempDir const dir;
+        path = dir.Path();
+        dir.Write("b", std::string_view("1\0 2", 4));
+        dir.Write("a", "");
+        EXPECT_EQ(dir.Read("b"), std::string("1\0 2", 4));
+        EXPECT_EQ(dir.List(), "a b");
+        EXPECT_TRUE(dir.Exists("a") && !dir.Exists("c"));
+        EXPECT_EQ(dir.Read("c"), "(absent)");
+    }
+    EXPECT_NE(access(path.c_str(), F_OK), 0);
+}
+
+TEST(NamespaceTest, ChangesOfFilesAreSeenInsideOnly) {
+    ZEB_NEED_ROOT();
+    TempDir const dir;
+    {
+        Namespace space(Namespace::MOUNT);
+        EXPECT_TRUE(space.Private("/etc"));
+        EXPECT_EQ(access("/etc/passwd", R_OK), 0);
+        close(open("/etc/zeb-test-file", O_CREAT | O_WRONLY, 0600));
+        EXPECT_EQ(access("/etc/zeb-test-file", F_OK), 0);
+        ASSERT_TRUE(space.SmallDisk(dir / "small", 65536));
+        int const fd = open((dir / "small/file").c_str(), O_CREAT | O_WRONLY, 0600);
+        std::string const block(65536, 'x');
+        EXPECT_EQ(write(fd, block.data(), block.size()), 65536);
+        EXPECT_EQ(write(fd, "x", 1), -1);
+        EXPECT_EQ(errno, ENOSPC);
+        close(fd);
+        EXPECT_THAT_FAILS(space.Bind("/nowhere", "/etc"), "bind /etc");
+    }
+    EXPECT_NE(access("/etc/zeb-test-file", F_OK), 0);
+    EXPECT_FALSE(dir.Exists("small/file"));
+}
+
+TEST(NamespaceTest, LoopbackOfItsOwnIsUp) {
+    ZEB_NEED_ROOT();
+    Namespace space(Namespace::NET);
+    int const fd = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(1);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(sendto(fd, "x", 1, 0, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 1);
+    close(fd);
+}
+
+TEST(NamespaceTest, AnOwnSystemLogTakesRealLines) {
+    ZEB_NEED_ROOT();
+    Child const child = Child::Run([] {
+        Namespace space;
+        DevLog log(space);
+        RealSyslog const real;
+        openlog("me", LOG_NDELAY, LOG_USER);
+        syslog(LOG_ERR, "%s: %d", "A", 5);
+        std::string const line = log.Next();
+        EXPECT_EQ(line.rfind("<11>", 0), 0u) << line;
+        EXPECT_NE(line.find("me: A: 5"), std::string::npos) << line;
+        EXPECT_EQ(access("/dev/null", W_OK), 0);
+    });
+    EXPECT_EQ(child.ExitCode(), 0) << child;
+}
+
+TEST(FeedTest, GivesTheWholeTextInManyCuts) {
+    std::string const text = "The quick brown fox";
+    std::set<std::size_t> counts;
+    ForEveryFeed(text, [&](FeedT const& pieces) {
+        std::string joined;
+        for (std::string_view const piece : pieces) {
+            EXPECT_FALSE(piece.empty());
+            joined += piece;
+        }
+        EXPECT_EQ(joined, text);
+        counts.insert(pieces.size());
+    });
+    EXPECT_TRUE(counts.count(1) == 1 && counts.count(19) == 1 && counts.count(10) == 1);
+    ForEveryFeed("", [](FeedT const& pieces) { EXPECT_TRUE(pieces.empty()); });
+    EXPECT_THAT_FAILS(ForEveryFeed("ab", [](FeedT const& pieces) { EXPECT_EQ(pieces.size(), 1u); }),
+                      "fed by 1");
+}
+
+} // namespace
