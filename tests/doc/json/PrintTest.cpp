@@ -1,0 +1,147 @@
+#include "tests/doc/json/Text.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+using Json::Document;
+using Json::Value;
+using JsonTest::Text;
+
+namespace {
+
+constexpr char WIDE[] = "{\n"
+                        "  \"a\": [\n"
+                        "    1,\n"
+                        "    -2,\n"
+                        "    [\n"
+                        "    ],\n"
+                        "    {\n"
+                        "    }\n"
+                        "  ],\n"
+                        "  \"b\": {\n"
+                        "    \"c\": \"d\"\n"
+                        "  },\n"
+                        "  \"e\": null\n"
+                        "}";
+constexpr char COMPACT[] = R"({"a":[1,-2,[],{}],"b":{"c":"d"},"e":null})";
+
+TEST(JsonPrint, WritesTheWideAndTheCompactForm) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc, COMPACT), Json::CODE_OK);
+    EXPECT_EQ(Text(doc, true), COMPACT);
+    EXPECT_EQ(Text(doc, false), WIDE);
+    EXPECT_EQ(Text(*doc.Object()->First()->Value()->Array()->Last()->Value(), false), "{\n}");
+    doc.InitArray();
+    EXPECT_EQ(Text(doc, false), "[\n]");
+}
+
+TEST(JsonPrint, TreatsEachByteByItsKind) {
+    std::string plain;
+    for (unsigned c = 0; c < 256; ++c) {
+        char const byte = static_cast<char>(c);
+        std::string expected(1, byte);
+        if (c < 0x20) {
+            char code[8];
+            snprintf(code, sizeof(code), "\\u00%02X", c);
+            expected = code;
+        }
+        for (char const* pair : {"\bb", "\tt", "\nn", "\ff", "\rr", "\"\"", "\\\\"})
+            if (byte == pair[0]) expected = std::string("\\") + pair[1];
+        Document doc;
+        // At each place of a text that is shorter and longer than what is looked at in one step.
+        for (unsigned long at = 0; at < 20; ++at) {
+            std::string text(19, 'x');
+            text.insert(at, 1, byte);
+            std::string printed(19, 'x');
+            printed.insert(at, expected);
+            Value const value(doc, JsonTest::View(text));
+            ASSERT_EQ(Text(value), '"' + printed + '"') << c;
+        }
+        ASSERT_EQ(Text(Value(doc, CString(&byte, 1))), '"' + expected + '"');
+        ASSERT_EQ(Text(Value(doc, JsonTest::View(std::string(9, byte)))).size(), 2 + 9 * expected.size());
+    }
+}
+
+TEST(JsonPrint, WritesNumbersAsTheirKindSays) {
+    Document doc;
+    EXPECT_EQ(Text(Value(doc, std::numeric_limits<long long>::min())), "-9223372036854775808");
+    EXPECT_EQ(Text(Value(doc, std::numeric_limits<unsigned long long>::max())), "18446744073709551615");
+    double const values[] = {0.0,
+                             -0.0,
+                             1.0,
+                             0.1,
+                             1e5,
+                             123456.0,
+                             1234567.0,
+                             0.0001,
+                             0.00001234567,
+                             5e-324,
+                             1.7976931348623157e308,
+                             -2.5,
+                             999999.5,
+                             1e100,
+                             HUGE_VAL,
+                             -HUGE_VAL,
+                             std::nan("")};
+    for (double value : values) {
+        char expected[40];
+        snprintf(expected, sizeof(expected), "%g", value);
+        EXPECT_EQ(Text(Value(doc, value)), expected);
+    }
+}
+
+TEST(JsonPrint, TheBlockOfTheStreamMayBeOfAnySize) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc,
+                              R"({"name":["long text that has \n more than one block",1234567890123,-0.5,)"
+                              R"(18446744073709551615],"b\u0001":{"c":[[[true]]]}})"),
+              Json::CODE_OK);
+    for (bool compact : {true, false}) {
+        std::string const expected = Text(doc, compact);
+        for (unsigned long size : {1UL, 2UL, 3UL, 7UL, 16UL, 17UL, 31UL, 64UL, 101UL}) {
+            Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, size);
+            EXPECT_TRUE(doc.Print(stream, compact) && stream.Flush());
+            EXPECT_EQ(std::string(stream.Str().Cstr(), stream.Str().Size()), expected) << size;
+        }
+    }
+}
+
+TEST(JsonPrint, FollowsTheLineEndOfTheStream) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc, "[1]"), Json::CODE_OK);
+    for (bool lazy : {true, false}) {
+        Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_CRLF);
+        stream.LazyEndl(lazy);
+        EXPECT_TRUE(doc.Print(stream, false));
+        EXPECT_EQ(stream.Str(), CString(lazy ? "" : "[\r\n  1\r\n")); // each line end has flushed
+        EXPECT_TRUE(stream.Flush());
+        EXPECT_EQ(stream.Str(), CString("[\r\n  1\r\n]"));
+    }
+}
+
+TEST(JsonPrint, AWrapperAndFormatSettingsChangeNothing) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc, "{\"Abc\":15}"), Json::CODE_OK);
+    Io::StringStream root;
+    Io::StringStream wrapper;
+    wrapper.Attach(&root);
+    wrapper.Width(12).Hex().Upper();
+    EXPECT_TRUE(doc.Print(wrapper, true));
+    EXPECT_TRUE(root.Flush());
+    EXPECT_EQ(root.Str(), CString("{\"Abc\":15}"));
+}
+
+TEST(JsonPrint, AStreamThatFailsGetsNothingMore) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc, R"(["0123456789","0123456789","0123456789"])"), Json::CODE_OK);
+    for (long bound : {0L, 1L, 12L, 20L}) {
+        Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4, bound);
+        EXPECT_FALSE(doc.Print(stream, true) && stream.Flush());
+        EXPECT_EQ(stream.Str().Size(), static_cast<unsigned long>(bound));
+        EXPECT_EQ(stream.ErrorString(), std::string("operation failed"));
+        EXPECT_FALSE(doc.Print(stream, true));
+    }
+}
+
+} // namespace

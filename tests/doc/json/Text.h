@@ -1,0 +1,28 @@
+#pragma once
+
+#include "zeb/doc/json/Codes.h"
+#include "zeb/doc/json/Document.h"
+#include "zeb/io/StringStream.h"
+
+#include <string>
+#include <string_view>
+
+namespace JsonTest {
+
+inline constexpr long ANY_SIZE = 1L << 40;
+
+inline std::string Text(Json::Value const& value, bool compact = true) {
+    Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4096, ANY_SIZE);
+    EXPECT_TRUE(Json::Print(stream, value, compact) && stream.Flush());
+    return {stream.Str().Cstr(), stream.Str().Size()};
+}
+
+inline CString View(std::string_view text) { return {text.data(), text.size()}; }
+
+// The code, as a number that compares and prints.
+inline uint32_t Parse(Json::Document& document, std::string_view text,
+                      Json::Document::ParseT what = Json::Document::PARSE_ANY) {
+    return document.Parse(View(text), what).Code();
+}
+
+} // namespace JsonTest
