@@ -47,13 +47,11 @@ void Xml::PrintCodepoint_(Doc::Writer& writer, uint32_t value, PrintFlagsT flags
         }
         value = REPLACEMENT_CHARACTER;
     }
-    char text[12] = "&#x";
-    unsigned size = 3;
-    if ((flags & PRINT_ASCII) == 0) {
-        return writer.Put(text, Doc::EncodeUtf8(text, value));
-    }
-    for (int shift = value < 0x100 ? 4 : value < 0x10000 ? 12 : 20; shift >= 0; shift -= 4)
-        text[size++] = "0123456789abcdef"[(value >> shift) & 0xF];
-    text[size++] = ';';
-    writer.Put(text, size);
+    char text[10] = "&#x";
+    if ((flags & PRINT_ASCII) == 0) return writer.Put(text, Doc::EncodeUtf8(text, value));
+    unsigned const digits = value < 0x100 ? 2 : value < 0x10000 ? 4 : 6;
+    for (unsigned i = 0; i < digits; ++i)
+        text[3 + i] = "0123456789abcdef"[(value >> (4 * (digits - 1 - i))) & 0xF];
+    text[3 + digits] = ';';
+    writer.Put(text, digits + 4);
 }
