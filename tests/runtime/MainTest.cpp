@@ -1,0 +1,257 @@
+#include "zeb/runtime/Main.h"
+
+#include "tests/runtime/Worker.h"
+#include "tests/support/Calls.h"
+#include "tests/support/Child.h"
+#include "tests/support/LogCapture.h"
+#include "zeb/core/Time.h"
+#include "zeb/runtime/MainImpl.h"
+#include "zeb/runtime/MainSt.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+class Daemon : public Main {
+public:
+    Daemon()
+        : Main("daemon") {}
+    int Run() override { return StopRequested() ? 1 : 0; }
+};
+
+class Tool : public MainSt {
+public:
+    Tool()
+        : MainSt("tool") {}
+    int Run() override { return 0; }
+};
+
+// Those of the signals that the calling thread blocks.
+std::string Blocked() {
+    sigset_t set;
+    pthread_sigmask(SIG_BLOCK, nullptr, &set);
+    std::string names;
+    for (int number = 1; number < 32; ++number) {
+        if (sigismember(&set, number)) names += std::string(names.empty() ? "" : " ") + sigabbrev_np(number);
+    }
+    return names;
+}
+
+void (*HandlerOf(int number))(int) {
+    struct sigaction action = {};
+    sigaction(number, nullptr, &action);
+    return action.sa_handler;
+}
+
+// Runs the body in a process of its own, and expects it to end well.
+template<class BodyT>
+void InChild(BodyT const& body) {
+    Child const child = Child::Run(body);
+    EXPECT_EQ(child.ExitCode(), 0) << child;
+}
+
+TEST(Main, TakesSignalsBetweenUnitsOfWork) {
+    for (int number : {SIGTERM, SIGINT}) {
+        InChild([number] {
+            LogCapture log;
+            EXPECT_STREQ(MainIdent_(), "Main");
+            EXPECT_EQ(MainGroup_(), -1);
+            Daemon daemon;
+            ASSERT_TRUE(daemon.Initialized());
+            EXPECT_STREQ(MainIdent_(), "daemon");
+            EXPECT_EQ(MainGroup_(), getpid());
+            EXPECT_EQ(daemon.Run(), 0);
+            kill(getpid(), SIGHUP); // stays pending
+            kill(getpid(), SIGPIPE);
+            EXPECT_EQ(daemon.Run(), 0);
+            kill(getpid(), number);
+            EXPECT_EQ(daemon.Run(), 1);
+            kill(getpid(), number);
+            EXPECT_EQ(daemon.Run(), 1);
+            EXPECT_EQ(log.Take(), LogCapture::LinesT{"I Main: stopping..."});
+            sigset_t pending;
+            sigpending(&pending);
+            EXPECT_TRUE(sigismember(&pending, number)) << "the second one was not even looked for";
+            signal(SIGHUP, SIG_IGN);
+            signal(number, SIG_IGN);
+        });
+    }
+}
+
+TEST(Main, StopsFromAWorker) {
+    InChild([] {
+        LogCapture log;
+        Daemon daemon;
+        RunInWorker([&] {
+            EXPECT_EQ(Blocked(), "HUP INT USR2 ALRM TERM CHLD");
+            daemon.SetStop();
+        });
+        EXPECT_TRUE(daemon.StopRequested());
+        EXPECT_TRUE(log.Take().empty());
+    });
+}
+
+TEST(Main, PutsSignalsBackAtItsEnd) {
+    InChild([] {
+        {
+            Daemon daemon;
+            EXPECT_EQ(HandlerOf(SIGPIPE), SIG_IGN);
+            EXPECT_EQ(Blocked(), "HUP INT USR2 ALRM TERM CHLD");
+        }
+        EXPECT_EQ(HandlerOf(SIGPIPE), SIG_DFL);
+        EXPECT_EQ(Blocked(), "");
+        EXPECT_EQ(Thread::Self(), nullptr);
+    });
+}
+
+TEST(Main, ReportsOtherSignalsAndErrors) {
+    InChild([] {
+        LogCapture log;
+        Daemon daemon;
+        Calls calls;
+        calls.Script(SysCall::sigtimedwait,
+                     {Calls::Return(SIGHUP), Calls::Fail(EINVAL), Calls::Fail(EAGAIN), Calls::Fail(EINTR)});
+        for (int i = 0; i < 4; ++i)
+            EXPECT_FALSE(daemon.StopRequested());
+        EXPECT_EQ(log.Take(), (LogCapture::LinesT{"W Main: caught signal 1, ignored.",
+                                                  "E Main: signal wait error: invalid argument."}));
+    });
+}
+
+TEST(Main, SaysOnStandardErrorWhyItFailed) {
+    struct Row {
+        SysCall call;
+        unsigned long before; // calls that succeed
+        char const* text;
+    } const rows[] = {
+        {SysCall::sigaltstack, 0,
+         "daemon: failed to setup the alternate signal stack: operation not permitted\ndaemon: failed to "
+         "wrap the main thread.\n"},
+        {SysCall::sigaction, 1, "daemon: failed to setup signal handlers: operation not permitted.\n"},
+        {SysCall::pthread_sigmask, 0, "daemon: failed to block signals: operation not permitted.\n"},
+    };
+    for (Row const& row : rows) {
+        Child const child = Child::Run([&] {
+            Calls calls;
+            if (row.before) calls.Script(row.call, {Calls::Real()}, row.before);
+            calls.Script(row.call, {Calls::Fail(EPERM)});
+            Daemon daemon;
+            EXPECT_FALSE(daemon.Initialized());
+        });
+        EXPECT_EQ(child.ExitCode(), 0) << child;
+        EXPECT_EQ(child.Errors(), row.text);
+    }
+    Child const end = Child::Run([] {
+        Calls calls;
+        Daemon daemon;
+        calls.Script(SysCall::pthread_sigmask, {Calls::Fail(EPERM)});
+        calls.Script(SysCall::sigaction, {Calls::Fail(EPERM)});
+    });
+    EXPECT_EQ(end.Errors(), "daemon: failed to unblock signals: operation not permitted.\n"
+                            "daemon: failed to restore signal handlers: operation not permitted.\n");
+    Child const second = Child::Run([] {
+        Daemon daemon;
+        Daemon another;
+        EXPECT_TRUE(daemon.Initialized());
+        EXPECT_FALSE(another.Initialized());
+    });
+    EXPECT_EQ(second.Errors(), "daemon: failed to wrap the main thread.\n");
+}
+
+// Waits for at most two seconds.
+template<class ConditionT>
+bool Await(ConditionT const& condition) {
+    for (int i = 0; i < 2000 && !condition(); ++i)
+        usleep(1000);
+    return condition();
+}
+
+TEST(MainSt, RaisesAnAlarmOnce) {
+    InChild([] {
+        Tool tool;
+        ASSERT_TRUE(static_cast<MainSt&>(tool).Initialized());
+        EXPECT_EQ(Blocked(), "HUP INT USR2 PIPE CHLD");
+        EXPECT_FALSE(tool.IsAlarmed());
+        tool.SetAlarm(-1L);
+        EXPECT_TRUE(Await([&] { return tool.IsAlarmed(); }));
+        tool.ClearAlarm();
+        kill(getpid(), SIGALRM); // not ours: no address comes with it
+        EXPECT_FALSE(tool.IsAlarmed());
+        tool.SetAlarm(Time::Span(5));
+        EXPECT_TRUE(Await([&] { return tool.IsAlarmed(); }));
+    });
+}
+
+TEST(MainSt, AlarmCanBeCancelledAndHeldBack) {
+    InChild([] {
+        Tool tool;
+        tool.SetAlarm(30L);
+        tool.CancelAlarm();
+        usleep(60000);
+        EXPECT_FALSE(tool.IsAlarmed());
+        tool.MaskAlarm();
+        tool.SetAlarm(0L);
+        EXPECT_TRUE(Await([&] {
+            sigset_t pending;
+            sigpending(&pending);
+            return sigismember(&pending, SIGALRM) == 1;
+        }));
+        EXPECT_FALSE(tool.IsAlarmed());
+        tool.UnmaskAlarm();
+        EXPECT_TRUE(tool.IsAlarmed());
+    });
+}
+
+TEST(MainSt, TermReachesTheThread) {
+    InChild([] {
+        LogCapture log;
+        Tool tool;
+        errno = ERANGE;
+        kill(getpid(), SIGTERM); // for the calling thread, which cannot interrupt itself
+        EXPECT_EQ(errno, ERANGE);
+        EXPECT_EQ(log.Take(), LogCapture::LinesT{"C Thread: \"Main\": system failed [0xcffd****]."});
+        EXPECT_FALSE(Thread::SelfInterrupted() || tool.StopRequested());
+        tool.SetStop();
+        EXPECT_TRUE(tool.StopRequested());
+        kill(getpid(), SIGPIPE);
+    });
+}
+
+TEST(MainSt, ReportsFailures) {
+    struct Row {
+        SysCall call;
+        unsigned long before;
+    } const rows[] = {{SysCall::pthread_sigmask, 0},
+                      {SysCall::sigaction, 1},
+                      {SysCall::sigaction, 2},
+                      {SysCall::timer_create, 0}};
+    for (Row const& row : rows) {
+        InChild([&] {
+            LogCapture log;
+            Calls calls;
+            if (row.before) calls.Script(row.call, {Calls::Real()}, row.before);
+            calls.Script(row.call, {Calls::Fail(EPERM)});
+            Tool tool;
+            EXPECT_FALSE(tool.Initialized());
+            tool.SetAlarm(1L); // no timer: no effect
+            EXPECT_EQ(log.Take(), LogCapture::LinesT{"C tool: system failed [0xcffd****]."});
+        });
+    }
+    Child const second = Child::Run([] {
+        Tool tool;
+        Tool another;
+        EXPECT_FALSE(another.Initialized() || another.StopRequested());
+        another.SetStop();
+    });
+    EXPECT_EQ(second.ExitCode(), 0) << second;
+    EXPECT_EQ(second.Errors(), "tool: failed to wrap the main thread.\n");
+}
+
+} // namespace
