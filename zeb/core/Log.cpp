@@ -17,11 +17,14 @@ constinit CString const cut_(" [...]");
 }
 
 Log::Log(LevelT level, char const* ident, char const* name, char const* message)
-    : impl_(&Impl_::Self()) {
+    : impl_(&Impl_::Enter()) {
     impl_->Reset(level, ident, name, message);
 }
 
-Log::~Log() { impl_->Print(); }
+Log::~Log() {
+    impl_->Print();
+    Impl_::Leave();
+}
 
 template<class T>
 Log& Log::Number_(T number) {

@@ -31,7 +31,10 @@ std::atomic<uint64_t> defaultFlags_ = 0;
 // What one thread needs for its statements, without a destructor of its own, whose registration would
 // allocate.
 struct Storage_ {
-    alignas(Log::Impl_) unsigned char bytes[sizeof(Log::Impl_)];
+    Log::Impl_* At(unsigned index) { return reinterpret_cast<Log::Impl_*>(bytes[index]); }
+
+    alignas(Log::Impl_) unsigned char bytes[2][sizeof(Log::Impl_)];
+    unsigned live; // statements
     bool built;
     bool printing;
 };
@@ -44,14 +47,16 @@ bool keyMade_;
 
 void Destroy_(void* storage) {
     Storage_* const own = static_cast<Storage_*>(storage);
-    reinterpret_cast<Log::Impl_*>(own->bytes)->~Impl_();
+    own->At(0)->~Impl_();
+    own->At(1)->~Impl_();
     own->built = false;
 }
 
 void MakeKey_() { keyMade_ = pthread_key_create(&key_, Destroy_) == 0; }
 
 void Build_() {
-    new (storage_.bytes) Log::Impl_;
+    new (storage_.At(0)) Log::Impl_;
+    new (storage_.At(1)) Log::Impl_;
     storage_.built = true;
     pthread_once(&keyOnce_, MakeKey_);
     if (keyMade_)
@@ -125,10 +130,12 @@ void PrintLine_(bool console, Log::LevelT level, char const* ident, char const* 
 
 } // namespace
 
-Log::Impl_& Log::Impl_::Self() {
+Log::Impl_& Log::Impl_::Enter() {
     if (!storage_.built) Build_();
-    return *reinterpret_cast<Impl_*>(storage_.bytes);
+    return *storage_.At(storage_.live++ == 0 ? 0 : 1);
 }
+
+void Log::Impl_::Leave() { --storage_.live; }
 
 void Log::Impl_::SetConsole() { defaultFlags_.fetch_or(CONSOLE, std::memory_order_relaxed); }
 

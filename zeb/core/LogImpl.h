@@ -77,8 +77,11 @@ public:
     Impl_(Impl_ const&) = delete;
     Impl_& operator=(Impl_ const&) = delete;
 
-    // That of the calling thread, built by its first statement and destroyed when the thread ends.
-    static Impl_& Self();
+    // That of the calling thread, built by its first statement and destroyed when the thread ends. A
+    // statement that is made while another one of the thread lives, by a signal handler or by the monitor of
+    // the lock of a status, gets a second one. Each Enter is ended by a Leave.
+    static Impl_& Enter();
+    static void Leave();
 
     static void SetConsole();
 

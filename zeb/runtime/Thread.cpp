@@ -57,7 +57,7 @@ ReturnT Thread::Create_(CString const& name) {
     if (control_ && control_->name.Assign(name.Cstr(), name.Size())) {
         lockRecord_ = new (std::nothrow) LockRecord_(control_->name);
     }
-    if (lockRecord_ && Registry_::threads.PushBack(this)) return ReturnT::Done();
+    if (lockRecord_ && lockRecord_->Grow() && Registry_::threads.PushBack(this)) return ReturnT::Done();
     delete lockRecord_;
     delete control_;
     lockRecord_ = nullptr;

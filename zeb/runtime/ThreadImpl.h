@@ -77,6 +77,8 @@ public:
 // other threads. The thread itself reads without it.
 class Thread::LockRecord_ {
 public:
+    static constexpr unsigned long GROWTH = 8;
+
     struct Entry {
         Mutex const* mutex = nullptr;
         class Lock::State const* state = nullptr;
@@ -93,6 +95,8 @@ public:
     // An entry could not be stored: there is nothing to compare with until the depth has fallen again.
     bool IsIncomplete() const { return depth > entries.Size(); }
 
+    // By one group; the first one comes with the thread, so that a report needs no memory.
+    bool Grow();
     bool MakeRoom();
     void CheckOrder(Mutex const& taken) const;
     Entry* ExpectTop(Mutex const& expected, char const* operation);

@@ -14,11 +14,18 @@ char const* Name_(Mutex const& mutex) { return Mutex::PrecedenceName(mutex.Prece
 
 Thread::LockRecord_::~LockRecord_() { pthread_mutex_destroy(&mutex); }
 
+bool Thread::LockRecord_::Grow() {
+    if (!entries.PushBack(Entry())) return false;
+    while (entries.Size() % GROWTH != 0)
+        (void)entries.PushBack(Entry()); // the array has room for a whole group
+    return true;
+}
+
 // Room for one more entry. If there is no memory, the list is incomplete from here on.
 bool Thread::LockRecord_::MakeRoom() {
     if (depth < entries.Size()) return true;
     if (depth == entries.Size()) {
-        if (entries.PushBack(Entry())) return true;
+        if (Grow()) return true;
         (Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "") << Log::Backtrace(1)).Oom(ReturnT::Oom());
     }
     return false;

@@ -1,0 +1,356 @@
+#include "zeb/core/Log.h"
+
+#include "tests/support/Child.h"
+#include "tests/support/Clock.h"
+#include "tests/support/Heap.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/Namespace.h"
+#include "zeb/core/CString.h"
+#include "zeb/core/LogImpl.h"
+#include "zeb/core/StringAccumulator.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using StringBuffer = Log::Impl_::StringBuffer_;
+
+std::string Cut(unsigned long kept, char c = 'x') { return std::string(kept, c) + " [...]"; }
+
+// The lines that a statement of these arguments logs.
+LogCapture::LinesT Lines(char const* name, char const* format, std::vector<std::string> const& arguments) {
+    LogCapture capture;
+    {
+        Log log(Log::ERROR, "T", name, format);
+        for (std::string const& argument : arguments)
+            log << argument.c_str();
+    }
+    return capture.Take();
+}
+
+struct Pair : Log::Combo {
+    void Draw(Log& log) const override { log << "10.0.0.1" << Log::GLUE << ':' << Log::GLUE << 80; }
+};
+
+TEST(Log, ExpandsTheTemplate) {
+    struct Row {
+        char const* name;
+        char const* format;
+        std::vector<std::string> arguments;
+        std::string line; // behind "E T: "; empty for none
+    } const rows[] = {
+        {nullptr, "plain", {}, "plain."},
+        {"", "no name", {}, "no name."},
+        {"eth0", "link %1", {"up"}, "\"eth0\": link up."},
+        {nullptr, "%2 then %1", {"a", "b"}, "b then a."},
+        {nullptr, "%9%8%7%6%5%4%3%2%1", {"1", "2", "3", "4", "5", "6", "7", "8", "9"}, "987654321."},
+        {nullptr, "100%%", {}, "100%."},
+        {nullptr, "%%1 %1 %%", {"x"}, "%1 x %."},
+        {nullptr, "%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%1%%", {"x"}, "%%%%%%%%%%%%%%%%x%."},
+        {nullptr, "%1", {""}, ""},
+        {nullptr, "list:", {}, "list:"},
+        {nullptr, "well, %1", {"really?"}, "well, really?"},
+        {nullptr, "a. b; c! d* e,", {}, "a. b; c! d* e,"},
+        {nullptr, "%1", {"%2 stays"}, "%2 stays."},
+    };
+    for (Row const& row : rows) {
+        LogCapture::LinesT expected = {"E T: " + row.line};
+        EXPECT_EQ(Lines(row.name, row.format, row.arguments), expected) << row.format;
+    }
+    EXPECT_TRUE(Lines("name", "", {}).empty());
+    EXPECT_TRUE(Lines(nullptr, nullptr, {}).empty());
+}
+
+TEST(Log, ReportsFaultsOfTheStatement) {
+    struct Row {
+        char const* format;
+        std::vector<std::string> arguments;
+        std::string text;
+    } const rows[] = {
+        {"100%", {}, "invalid message format: 100%."},
+        {"%x", {}, "invalid message format: %x."},
+        {"%0", {"a"}, "invalid message format: %0."},
+        {"%1 %1:", {"a"}, "invalid message format: %1 %1:"},
+        {"%2", {"a", "b"}, "invalid message format: %2."},
+        {"%1 %3", {"a", "b"}, "invalid message format: %1 %3."},
+        {"a %1 b", {}, "too few log arguments in a stream: a %1 b."},
+        {"%1", {"a", "b"}, "too many log arguments in a stream: %1."},
+        {"", {"a"}, "too many log arguments in a stream: ."},
+        {"%%", {"a"}, "too many log arguments in a stream: %%."},
+    };
+    for (Row const& row : rows) {
+        LogCapture::LinesT expected = {"C Log: " + row.text};
+        EXPECT_EQ(Lines("name", row.format, row.arguments), expected) << row.format;
+    }
+}
+
+TEST(Log, TakesEveryTypeAndSteersTheNextOne) {
+    StringAccumulator accumulator;
+    accumulator << "acc" << 1;
+    LogCapture capture;
+    Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4 %5 %6")
+        << 'c' << static_cast<signed char>('s') << static_cast<unsigned char>('u') << accumulator
+        << Log::Slice("0123456", 2, 3) << Pair();
+    Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4 %5 %6 %7 %8")
+        << short{-1} << static_cast<unsigned short>(65535) << INT_MIN << UINT_MAX << LONG_MIN << ULONG_MAX
+        << LLONG_MIN << ULLONG_MAX;
+    Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4")
+        << Log::HEX << 255 << 255 << Log::HEX << short{-1} << Log::HEX << ULONG_MAX;
+    Log(Log::INFO, "T", nullptr, "%1 %2") << Log::HEX << 'a' << 16; // a text uses the wish up
+    Log(Log::INFO, "T", nullptr, "%1|%2") << static_cast<char const*>(nullptr) << CString("ab\0cd", 5);
+    Log(Log::INFO, "T", nullptr, "no dot") << Log::LOUD << Log::NO_DOT;
+    Log(Log::INFO, "T", nullptr, "%1") << Log::GLUE << "glued to nothing is no argument";
+    EXPECT_EQ(capture.Take(),
+              (LogCapture::LinesT{
+                  "I T: c s u acc1 234 10.0.0.1:80.",
+                  "I T: -1 65535 -2147483648 4294967295 -9223372036854775808 18446744073709551615 "
+                  "-9223372036854775808 18446744073709551615.",
+                  "I T: ff 255 ffff ffffffffffffffff.",
+                  "I T: a 16.",
+                  "I T: |ab.",
+                  "I T: no dot",
+                  "C Log: too few log arguments in a stream: %1.",
+              }));
+}
+
+TEST(Log, LeadsWithTheCode) {
+    LogCapture capture;
+    ReturnT const code{0x0FFF0139};
+    Log(Log::ERROR, "T", nullptr, "").Done(code);
+    Log(Log::WARNING, "T", "n", "why: %1").Fail(0xCFFD00BE) << "x";
+    Log(Log::WARNING, "T", nullptr, "").Oom(0xCFFE00B1);
+    Log(Log::ERROR, "T", nullptr, "done").Fail(1).Oom(2).Done(3);
+    Log(Log::INFO, "T", nullptr, "failed").Oom(2).Fail(0);
+    Log(Log::INFO, "T", nullptr, "%1").Fail(code);
+    EXPECT_EQ(capture.RawLines(), (LogCapture::LinesT{
+                                      "I T: returned code [0x0fff0139].",
+                                      "C T: \"n\": system failed [0xcffd00be], why: x.",
+                                      "C T: out of memory [0xcffe00b1].",
+                                      "I T: returned code [0x00000003], done.",
+                                      "C T: system failed [0x00000000], failed.",
+                                      "C Log: too few log arguments in a stream: %1.",
+                                  }));
+}
+
+TEST(Log, CutsALongMessage) {
+    struct Row {
+        unsigned long size;
+        std::string text;
+    } const rows[] = {
+        {1021, std::string(1021, 'x') + "."},
+        {1022, std::string(1022, 'x') + "."},
+        {1023, Cut(1017)},
+        {1024, Cut(1017)},
+        {5000, Cut(1017)},
+    };
+    for (Row const& row : rows) {
+        std::string const format(row.size, 'x');
+        EXPECT_EQ(Lines(nullptr, format.c_str(), {}), LogCapture::LinesT{"E T: " + row.text}) << row.size;
+    }
+    // Nothing is written behind what was cut.
+    EXPECT_EQ(Lines(nullptr, (std::string(1100, 'x') + "%1").c_str(), {"tail"}),
+              LogCapture::LinesT{"E T: " + Cut(1017)});
+    EXPECT_EQ(Lines(nullptr, ("%1" + std::string(1100, 'x')).c_str(), {}),
+              LogCapture::LinesT{"C Log: too few log arguments in a stream: %1" + Cut(1017 - 37)});
+    EXPECT_EQ(Lines(std::string(1100, 'x').c_str(), "m", {}), LogCapture::LinesT{"E T: \"" + Cut(1016)});
+}
+
+TEST(Log, ReplacesArgumentsThatDoNotFit) {
+    std::string const huge(2000, 'h');
+    std::string const most(1010, 'm');
+    EXPECT_EQ(Lines(nullptr, "%1-%2-%3", {"a", huge, "c"}), LogCapture::LinesT{"E T: a-\?\?\?-c."});
+    EXPECT_EQ(Lines(nullptr, "%2 %3 %4%1", {most, "0123456789abc", "ok", "x"}).front().substr(0, 17),
+              "E T: \?\?\? ok x" + std::string(4, 'm'));
+    LogCapture capture;
+    Log(Log::INFO, "T", nullptr, "%1|%2|%3") << "a" << Log::GLUE << huge.c_str() << Log::GLUE << "lost"
+                                             << "b" << Log::GLUE << "c"
+                                             << "d";
+    EXPECT_EQ(capture.Lines().front(), "I T: \?\?\?|bc|d.");
+}
+
+TEST(Log, QuietPrintsNothing) {
+    LogCapture capture;
+    Log(Log::CRITICAL, "T", nullptr, "%1") << Log::QUIET;
+    Log(Log::CRITICAL, "T", nullptr, "text") << Log::Control(Log::VERBOSE_OFF);
+    EXPECT_TRUE(capture.Take().empty());
+    Log(Log::CRITICAL, "T", nullptr, "text") << Log::Control(Log::VERBOSE_ON) << Log::Backtrace(~0UL);
+    EXPECT_EQ(capture.Take(), LogCapture::LinesT{"C T: text."}); // the wish was that of one statement
+}
+
+TEST(Log, AllocatesNothing) {
+    LogCapture capture;
+    std::string text;
+    text.reserve(64);
+    std::thread([&] { // the first statement of a thread builds its storage
+        Heap heap(1, Heap::ModeT::FOREVER);
+        heap.Arm();
+        Log(Log::ERROR, "T", "name", "%1 %2 %3").Oom(0xCFFE0001) << -5 << Log::Slice("abc", 1, 1) << Pair();
+        heap.Disarm();
+        EXPECT_EQ(heap.Calls(), 0u);
+    })
+        .join();
+    EXPECT_EQ(capture.Lines(),
+              LogCapture::LinesT{"C T: \"name\": out of memory [0xcffe****], -5 b 10.0.0.1:80."});
+}
+
+TEST(Log, TakesAStatementWithinAnother) {
+    LogCapture capture;
+    Log outer(Log::ERROR, "Outer", nullptr, "%1 %2");
+    outer << "a";
+    Log(Log::ERROR, "Inner", nullptr, "%1") << "b"; // as from a signal handler
+    outer << "c";
+    char const* const message = outer.MakeMessage_(nullptr);
+    Log(Log::ERROR, "Inner", nullptr, "%1") << "d"; // as from the monitor of a lock
+    EXPECT_STREQ(message, "a c.");
+    EXPECT_EQ(capture.Take(), (LogCapture::LinesT{"E Inner: b.", "E Inner: d."}));
+}
+
+TEST(Log, EachThreadHasItsOwnStatement) {
+    LogCapture capture;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([i] {
+            for (int n = 0; n < 50; ++n)
+                Log(Log::INFO, "T", nullptr, "%1%1" + 2)
+                    << std::string(100, static_cast<char>('a' + i)).c_str();
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    for (char c = 'a'; c < 'e'; ++c)
+        EXPECT_EQ(capture.Count("I T: " + std::string(100, c) + "."), 50u);
+}
+
+// What is printed in a process of its own: syslog and console mode are for its whole life.
+
+TEST(Log, ConsoleLinesHaveLetterTimeAndIdent) {
+    Child const child = Child::Run([] {
+        setenv("TZ", "UTC-3", 1);
+        Clock clock;
+        clock.SetWall(784111777);
+        Log::ConsoleMode();
+        Heap heap(1, Heap::ModeT::FOREVER);
+        heap.Arm();
+        Log(Log::INFO, "A", nullptr, "i");
+        Log(Log::AUTH, "A", nullptr, "a");
+        clock.Advance(999);
+        Log(Log::WARNING, "A", nullptr, "w");
+        clock.Advance(1);
+        Log(Log::ERROR, "A::B", "n", "e: %1") << 5;
+        Log(Log::CRITICAL, "A", nullptr, "c");
+        Log(Log::ERROR, "A", nullptr, "hidden") << Log::QUIET;
+        heap.Disarm();
+        EXPECT_EQ(heap.Calls(), 0u);
+        Log(Log::ERROR, std::string(3000, 'i').c_str(), nullptr, "long");
+    });
+    EXPECT_EQ(child.ExitCode(), 0) << child;
+    EXPECT_EQ(child.Output(), "[I] Nov  6 11:49:37 zeb: A: i.\n"
+                              "[A] Nov  6 11:49:37 zeb: A: a.\n"
+                              "[W] Nov  6 11:49:37 zeb: A: w.\n"
+                              "[E] Nov  6 11:49:38 zeb: A::B: \"n\": e: 5.\n"
+                              "[C] Nov  6 11:49:38 zeb: A: c.\n"
+                              "[E] Nov  6 11:49:38 zeb: " +
+                                  std::string(3000, 'i') + ": long.\n");
+}
+
+TEST(Log, SyslogGetsPriorityAndIdent) {
+    ZEB_NEED_ROOT();
+    Child const child = Child::Run([] {
+        Namespace space;
+        DevLog log(space);
+        RealSyslog real;
+        char path[] = "/usr/sbin/netd";
+        char* arguments[] = {path, nullptr};
+        EXPECT_STREQ(Log::ProcessIdent(1, arguments), "netd");
+        struct Row {
+            Log::LevelT level;
+            char const* priority;
+        } const rows[] = {
+            {Log::INFO, "<14>"},  {Log::AUTH, "<37>"},     {Log::WARNING, "<12>"},
+            {Log::ERROR, "<11>"}, {Log::CRITICAL, "<10>"},
+        };
+        for (Row const& row : rows) {
+            Log(row.level, "Io::File", "n", "100%% %1") << "%s";
+            std::string const line = log.Next();
+            EXPECT_EQ(line.substr(0, 4), row.priority);
+            EXPECT_NE(line.find(" netd: Io::File: \"n\": 100% %s."), std::string::npos) << line;
+        }
+        Log::Close();
+    });
+    EXPECT_EQ(child.ExitCode(), 0) << child;
+}
+
+TEST(Log, ProcessIdentIsTheLastPartOfThePath) {
+    struct Row {
+        char const* path;
+        char const* ident;
+    } const rows[] = {{"netd", "netd"}, {"/bin/", ""}, {"./a/b", "b"}};
+    for (Row const& row : rows) {
+        char* arguments[] = {const_cast<char*>(row.path), nullptr};
+        EXPECT_STREQ(Log::ProcessIdent(1, arguments), row.ident);
+    }
+    char* none[] = {nullptr};
+    EXPECT_STREQ(Log::ProcessIdent(0, none), "");
+    Log::Close();
+}
+
+TEST(LogStringBuffer, StoresMergesAndCuts) {
+    StringBuffer buffer;
+    buffer.Append("ab", 2, StringBuffer::MERGE); // into nothing: a text of its own
+    buffer.Append("cde", 2, StringBuffer::MERGE);
+    buffer.Append("x\0y", 3, StringBuffer::NEW);
+    EXPECT_EQ(std::string(buffer.Data(), buffer.Size()), std::string("abcd\0x\0", 7));
+    EXPECT_EQ(buffer.Count(), 2u);
+
+    // A merged piece that does not fit takes the whole text down; the mark takes no merging.
+    std::string const big(1020, 'b');
+    buffer.Append(big.c_str(), big.size(), StringBuffer::MERGE, "?");
+    buffer.Append("z", 1, StringBuffer::MERGE, "?");
+    EXPECT_EQ(std::string(buffer.Data(), buffer.Size()), std::string("abcd\0?\0", 7));
+    EXPECT_EQ(buffer.Flags(), StringBuffer::CUT);
+    buffer.Append(big.c_str(), 1017 - 1, StringBuffer::NEW, "?"); // to the last byte
+    EXPECT_EQ(buffer.Size(), 1024u);
+    buffer.Append("", 0, StringBuffer::NEW, "?"); // not even the mark fits
+    EXPECT_TRUE(buffer.IsTruncated());
+    EXPECT_EQ(buffer.Count(), 3u);
+
+    buffer.Clear();
+    EXPECT_EQ(buffer.Flags(), 0u);
+    buffer.SetFlag(StringBuffer::STORE_TRUNCATED);
+    buffer.Append(big.c_str(), 1000, StringBuffer::NEW);
+    buffer.Append(big.c_str(), 1000, StringBuffer::NEW);
+    EXPECT_EQ(buffer.Size(), 1024u);
+    EXPECT_EQ(buffer.Data()[1023], '\0');
+    EXPECT_EQ(buffer.Count(), 2u);
+    buffer.Append("more", 4, StringBuffer::MERGE);
+    EXPECT_EQ(buffer.Size(), 1024u);
+}
+
+TEST(LogStringBuffer, GrowsWhenAsked) {
+    std::string const text(700, 't');
+    ForEveryAllocation([&](Heap& heap) {
+        StringBuffer buffer;
+        buffer.SetFlag(StringBuffer::ALLOW_GROWING);
+        buffer.Append(text.c_str(), text.size(), StringBuffer::NEW);
+        heap.Arm();
+        buffer.Append(text.c_str(), text.size(), StringBuffer::MERGE);
+        buffer.Append(text.c_str(), text.size(), StringBuffer::NEW);
+        heap.Disarm();
+        EXPECT_EQ(buffer.IsTruncated(), heap.Fired());
+        if (heap.Fired()) return;
+        EXPECT_TRUE(buffer.IsOnHeap());
+        EXPECT_EQ(std::string(buffer.Data()), text + text);
+        EXPECT_EQ(std::string(buffer.Data() + 1401), text);
+        EXPECT_EQ(buffer.Count(), 2u);
+        buffer.Clear();
+        EXPECT_FALSE(buffer.IsOnHeap());
+    });
+}
+
+} // namespace
