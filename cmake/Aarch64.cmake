@@ -8,5 +8,6 @@ set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/aarch64-linux-gnu/pkgconfig:/usr/share/pkgconfig)
 
-# Tests ask the environment for ZEB_EMULATED where the emulation lacks a service of the kernel.
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static -L /usr/aarch64-linux-gnu -E ZEB_EMULATED=1)
+# The emulated programs use the libraries of Debian's arm64 packages. Tests ask the environment for ZEB_EMULATED where
+# the emulation lacks a service of the kernel.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static -E ZEB_EMULATED=1)

@@ -21,4 +21,4 @@ endif()
 # zeb_warnings: for our own code only.
 add_library(zeb_warnings INTERFACE)
 target_compile_options(zeb_warnings INTERFACE
-    -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wcast-align -Wundef -Wvla)
+    -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wformat -Wformat-security -Wcast-align -Wundef -Wvla)

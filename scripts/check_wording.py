@@ -8,9 +8,9 @@ import tree
 
 SOURCES = (".h", ".cpp", ".inc")
 
-# (where, pattern, what is wrong)
+# (pattern, what is wrong). Written in pieces where the words would else stand here.
 EVERYWHERE = (
-    (r"(?i)\bspecifications?\b|\bthe specs?\b|\bspec\.md\b", "the text stands for itself: no reference to another document"),
+    (r"(?i)\bspecif" r"ications?\b|\bthe sp" r"ecs?\b|\bsp" r"ec\.md\b", "the text stands for itself: no reference to another document"),
     (r"\bParts? \d+(\.\d+)?\b", "the text stands for itself: no reference to a section of another document"),
 )
 IN_SOURCES = (
@@ -31,7 +31,7 @@ def find(label, content, rules):
 
 complaints = []
 for name in tree.files():
-    if name == "scripts/check_wording.py" or b"\0" in (tree.ROOT / name).read_bytes()[:4096]:
+    if b"\0" in (tree.ROOT / name).read_bytes()[:4096]:
         continue
     if name.startswith("fuzz/corpus/"):
         continue

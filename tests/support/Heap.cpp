@@ -306,7 +306,12 @@ void* Workbench::Mmap(void* address, size_t size, int protection, int flags, int
 }
 
 int Workbench::Munmap(void* address, size_t size) {
-    HeapWatch::Forget(address);
+    // One call may give back several blocks that lie side by side.
+    constexpr std::size_t PAGE = 4096;
+    for (std::size_t at = 0; at < size && HeapWatch::Active();) {
+        std::size_t const block = HeapWatch::Forget(static_cast<char*>(address) + at);
+        at += block != 0 ? (block + PAGE - 1) / PAGE * PAGE : PAGE;
+    }
     return __real_munmap(address, size);
 }
 

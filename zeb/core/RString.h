@@ -44,7 +44,7 @@ public:
         Assign(other);
     }
     RString& operator=(RString const& other) {
-        Assign(other);
+        if (this != &other) Assign(other);
         return *this;
     }
 

@@ -7,9 +7,26 @@
 
 namespace {
 
-// The heap hands out whole size classes. While a block has room, growing it needs no call, and a block of the
+// The heap hands out whole size classes. While the block has room, growing needs no call, and a block of the
 // same class is what the exact size would get.
-bool HasRoom_(char* block, unsigned long size) { return block && malloc_usable_size(block) >= size; }
+bool HasRoom_(char* data, unsigned long size, unsigned long longer) {
+    return size != 0 && malloc_usable_size(data) > longer;
+}
+
+// Not inlined: the compiler would take the size of the last realloc() for all there is.
+__attribute__((noinline)) bool Reallocate_(char*& data, unsigned long size, unsigned long longer) {
+    if (longer == ~0UL) return false;
+    void* const block = realloc(size == 0 ? nullptr : data, longer + 1);
+    if (!block) return false;
+    data = static_cast<char*>(block);
+    return true;
+}
+
+// Makes room for the longer text. False, with nothing changed, if there is none.
+bool Grow_(char*& data, unsigned long size, unsigned long more, unsigned long& longer) {
+    if (__builtin_add_overflow(size, more, &longer)) return false;
+    return HasRoom_(data, size, longer) || Reallocate_(data, size, longer);
+}
 
 // Behind the copied text.
 char* Put_(char* out, CString const& text) {
@@ -20,18 +37,17 @@ bool IsSpace_(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
 
 } // namespace
 
-// Not inlined: the compiler would take the size of the last realloc() for all there is.
-__attribute__((noinline)) bool String::Resize_(unsigned long pos, unsigned long oldCount,
-                                               unsigned long newCount, char*& data, unsigned long& size) {
+bool String::Resize_(unsigned long pos, unsigned long oldCount, unsigned long newCount, char*& data,
+                     unsigned long& size) {
     if (oldCount == newCount) return true;
-    unsigned long const tail = size - pos - oldCount + 1;
+    unsigned long const tail = size - pos - oldCount;
     if (newCount < oldCount) {
         unsigned long const shorter = size - (oldCount - newCount);
         if (shorter == 0) {
             free(data);
             data = const_cast<char*>(NIL_);
         } else {
-            memmove(data + pos + newCount, data + pos + oldCount, tail);
+            memmove(data + pos + newCount, data + pos + oldCount, tail + 1);
             void* const block = realloc(data, shorter + 1);
             if (block) data = static_cast<char*>(block);
         }
@@ -39,16 +55,9 @@ __attribute__((noinline)) bool String::Resize_(unsigned long pos, unsigned long 
         return true;
     }
     unsigned long longer;
-    if (__builtin_add_overflow(size, newCount - oldCount + 1, &longer)) return false;
-    --longer;
-    char* block = size == 0 ? nullptr : data;
-    if (!HasRoom_(block, longer + 1)) {
-        block = static_cast<char*>(realloc(block, longer + 1));
-        if (!block) return false;
-    }
-    memmove(block + pos + newCount, block + pos + oldCount, tail - 1);
-    block[longer] = '\0';
-    data = block;
+    if (!Grow_(data, size, newCount - oldCount, longer)) return false;
+    memmove(data + pos + newCount, data + pos + oldCount, tail);
+    data[longer] = '\0';
     size = longer;
     return true;
 }
@@ -79,6 +88,16 @@ bool String::Replace(unsigned long pos, unsigned long count, char const* data, u
 bool String::Replace(unsigned long pos, unsigned long count, char c, unsigned long n) {
     if (!Resize_(pos, count, n, data_, size_)) return false;
     if (n != 0) memset(data_ + pos, c, n);
+    return true;
+}
+
+bool String::Append_(char const* data, unsigned long size) {
+    unsigned long longer;
+    if (size == 0) return true;
+    if (!Grow_(data_, size_, size, longer)) return false;
+    memcpy(data_ + size_, data, size);
+    data_[longer] = '\0';
+    size_ = longer;
     return true;
 }
 

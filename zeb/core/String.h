@@ -39,7 +39,7 @@ public:
     // not.
     bool Replace(unsigned long pos, unsigned long count, char const* data, unsigned long size);
     bool Replace(unsigned long pos, unsigned long count, char c, unsigned long n);
-    bool Append(CString const& text) { return Replace(size_, 0, text.Cstr(), text.Size()); }
+    bool Append(CString const& text) { return Append_(text.Cstr(), text.Size()); }
 
     // The new size; bytes that come in behind the old end are undefined.
     bool Resize(unsigned long size);
@@ -68,6 +68,9 @@ public:
     // A view can be aimed elsewhere; an owner cannot.
     void Reset(char const*) = delete;
     void Reset(CString const&) = delete;
+
+protected:
+    bool Append_(char const* data, unsigned long size);
 
 private:
     void Forget_() {

@@ -20,7 +20,12 @@ StringAccumulator& StringAccumulator::Clear() {
 }
 
 StringAccumulator& StringAccumulator::Write(char const* data, unsigned long size) {
-    if (valid_) Append_(data, size);
+    if (valid_) {
+        if (width_ <= size && !caseSet_)
+            valid_ = Append_(data, size);
+        else
+            Format_(data, size);
+    }
     ResetSettings_();
     return *this;
 }
@@ -30,12 +35,12 @@ StringAccumulator& StringAccumulator::Write(char c, unsigned long count) {
     return *this;
 }
 
-void StringAccumulator::Append_(char const* data, unsigned long size) {
+void StringAccumulator::Format_(char const* data, unsigned long size) {
     unsigned long const padding = width_ > size ? width_ - size : 0;
     if (right_) Write(fill_, padding);
     if (!valid_) return;
     unsigned long const start = Size();
-    valid_ = Replace(start, 0, data, size);
+    valid_ = Append_(data, size);
     if (!valid_) return;
     if (caseSet_) SetLetters_(start);
     if (!right_) Write(fill_, padding);
@@ -46,14 +51,6 @@ void StringAccumulator::SetLetters_(unsigned long start) {
         int const c = static_cast<unsigned char>(*p);
         *p = static_cast<char>(upper_ ? toupper(c) : tolower(c));
     }
-}
-
-void StringAccumulator::ResetSettings_() {
-    width_ = 0;
-    fill_ = ' ';
-    right_ = true;
-    hex_ = false;
-    caseSet_ = false;
 }
 
 template<class T>

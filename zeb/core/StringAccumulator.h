@@ -68,9 +68,15 @@ public:
 
 private:
     StringAccumulator& SetCase_(bool upper) { return caseSet_ = true, upper_ = upper, *this; }
-    void Append_(char const* data, unsigned long size);
+    void Format_(char const* data, unsigned long size);
     void SetLetters_(unsigned long start);
-    void ResetSettings_();
+    void ResetSettings_() {
+        width_ = 0;
+        fill_ = ' ';
+        right_ = true;
+        hex_ = false;
+        caseSet_ = false;
+    }
 
     template<class T>
     StringAccumulator& Number_(T value);

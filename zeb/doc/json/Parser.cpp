@@ -35,13 +35,13 @@ ReturnT Parser_::Parse(char const* text, unsigned long size, Document::ParseT wh
     return SkipSpace_(at) == text_.end ? CODE_OK : CODE_TRAILING;
 }
 
-// A byte of text becomes some 4 to 14 bytes of tree. What was needed so far tells how many it is here. Pages
-// that are mapped one by one serve when nothing can be reserved.
-void Parser_::Reserve_(Byte const* at) {
+// A byte of text becomes some 4 to 14 bytes of tree. Pages that are mapped one by one serve when nothing can
+// be reserved.
+void* Parser_::TakeSlow_(Byte const* at, unsigned long size) {
     constexpr unsigned long GUESS = 10;
     unsigned long const left = static_cast<unsigned long>(text_.end - at);
-    unsigned long const wanted = left * GUESS + PoolBase::REGION_MIN / 4;
-    (void)document_.pool_.Reserve(wanted);
+    (void)document_.pool_.Reserve(left * GUESS + size);
+    return document_.Allocate_(size);
 }
 
 Parser_::Byte const* Parser_::ParseRoot_(Byte const* at, Document::ParseT what) {
@@ -146,9 +146,8 @@ Parser_::Byte const* Parser_::ParseArray_(Byte const* at, unsigned depth, Array&
 
 inline Parser_::Byte const* Parser_::ParseMember_(Byte const* at, unsigned depth, Object& object,
                                                   Names_& names) {
-    Json::String name;
-    unsigned long length = 0;
-    at = ParseString_(at, name, length);
+    String_ string;
+    at = ParseString_(at, string);
     if (at == nullptr) return nullptr;
     at = SkipSpace_(at);
     if (Peek_(at) != ':') return Fail_(at, CODE_NO_COLON);
@@ -160,8 +159,9 @@ inline Parser_::Byte const* Parser_::ParseMember_(Byte const* at, unsigned depth
         return nullptr;
     }
 
+    CString const name(string.data, string.size);
     bool found = false;
-    if (!names.Add(object, name, length, found)) {
+    if (!names.Add(object, name, string.length, found)) {
         document_.valid_ = false;
         return Oom_(at);
     }

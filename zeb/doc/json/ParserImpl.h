@@ -37,6 +37,13 @@ private:
         Byte const* end = nullptr;
     };
 
+    // A text in its block of the pool.
+    struct String_ {
+        char* data;
+        unsigned long size;
+        unsigned long length; // up to the first NUL
+    };
+
     static constexpr unsigned MAX_DEPTH = 128;
     static constexpr unsigned long STACK_TEXT = 256;
     static constexpr unsigned long SURCHARGE = (sizeof(Value) + 15) & ~15UL;
@@ -61,12 +68,13 @@ private:
                               Value*& value);
     Byte const* ParseArray_(Byte const* at, unsigned depth, Array& array);
     Byte const* ParseObject_(Byte const* at, unsigned depth, Object& object);
-    Byte const* ParseMember_(Byte const* at, unsigned depth, Object& object, class Names_& names);
+    [[gnu::always_inline]] Byte const* ParseMember_(Byte const* at, unsigned depth, Object& object,
+                                                    class Names_& names);
 
     Byte const* ParseText_(Byte const* at, Value*& value);
-    // At the byte behind the opening quote. `length` counts the bytes up to the first NUL.
-    Byte const* ParseString_(Byte const* at, Json::String& string, unsigned long& length);
-    Byte const* ParseEscaped_(Byte const* at, Json::String& string);
+    // At the byte behind the opening quote.
+    Byte const* ParseString_(Byte const* at, String_& string);
+    Byte const* ParseEscaped_(Byte const* at, String_& string);
     Byte const* Unescape_(Byte const* at, char* out, unsigned long capacity, unsigned long& size);
     Byte const* ParseEscape_(Byte const* at, char* out, unsigned& size);
     Byte const* ParseUnicode_(Byte const* at, char* out, unsigned& size);
@@ -90,16 +98,15 @@ private:
 
     // Memory of the pool, of which the text from `at` on will need more.
     void* Take_(Byte const* at, unsigned long size) {
-        if (document_.pool_.Left() < size) [[unlikely]]
-            Reserve_(at);
-        return document_.Allocate_(size);
+        bool const fits = document_.pool_.Left() >= RoundUp_(size);
+        return fits ? document_.pool_.Alloc(RoundUp_(size)) : TakeSlow_(at, size);
     }
-    void Reserve_(Byte const* at);
+    void* TakeSlow_(Byte const* at, unsigned long size);
     // A block for a text of that size and its NUL, behind the unused one.
     char* TakeString_(Byte const* at, unsigned long size) {
         unsigned long const whole = SURCHARGE + RoundUp_(size + 1);
         if (document_.pool_.Left() >= whole) [[likely]]
-            return static_cast<char*>(document_.Allocate_(whole)) + SURCHARGE;
+            return static_cast<char*>(document_.pool_.Alloc(whole)) + SURCHARGE;
         if (Take_(at, sizeof(Value)) == nullptr) return nullptr;
         return static_cast<char*>(Take_(at, RoundUp_(size + 1)));
     }

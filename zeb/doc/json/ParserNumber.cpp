@@ -1,7 +1,7 @@
 #include "zeb/doc/json/NumberFlags.h"
 #include "zeb/doc/json/ParserImpl.h"
 
-#include "zeb/doc/json/Quotient.h"
+#include "zeb/doc/json/Decimal.h"
 
 #include <bit>
 #include <charconv>

@@ -37,25 +37,20 @@ constexpr char Escaped(unsigned char letter) {
 } // namespace
 
 Parser_::Byte const* Parser_::ParseText_(Byte const* at, Value*& value) {
-    Json::String string;
-    unsigned long length = 0;
-    Byte const* const end = ParseString_(at, string, length);
+    String_ string;
+    Byte const* const end = ParseString_(at, string);
     if (end == nullptr) return nullptr;
     value = TakeValue_(end, Value::TYPE_STRING);
     if (value == nullptr) return Oom_(at);
-    value->string_ = string;
+    value->string_ = Json::String(string.data, string.size);
     return end;
 }
 
-Parser_::Byte const* Parser_::ParseString_(Byte const* at, Json::String& string, unsigned long& length) {
+Parser_::Byte const* Parser_::ParseString_(Byte const* at, String_& string) {
     Byte const* const end = FindSpecial(at, text_.end);
-    if (Peek_(end) != '"') {
-        Byte const* const next = ParseEscaped_(at, string);
-        if (next != nullptr) length = strnlen(string.Cstr(), string.Size());
-        return next;
-    }
+    if (Peek_(end) != '"') return ParseEscaped_(at, string);
 
-    length = static_cast<unsigned long>(end - at);
+    unsigned long const length = static_cast<unsigned long>(end - at);
     char* const block = TakeString_(end, length);
     if (block == nullptr) return Oom_(at);
     if (static_cast<unsigned long>(text_.end - at) >= RoundUp_(length + 1)) {
@@ -66,12 +61,12 @@ Parser_::Byte const* Parser_::ParseString_(Byte const* at, Json::String& string,
         memcpy(block, at, length);
     }
     block[length] = '\0';
-    string = Json::String(block, length);
+    string = {block, length, length};
     return end + 1;
 }
 
 // Two passes, so that the block fits exactly; the first one keeps what a short text needs.
-Parser_::Byte const* Parser_::ParseEscaped_(Byte const* at, Json::String& string) {
+Parser_::Byte const* Parser_::ParseEscaped_(Byte const* at, String_& string) {
     char buffer[STACK_TEXT];
     unsigned long size = 0;
     Byte const* const end = Unescape_(at, buffer, sizeof(buffer) - 1, size);
@@ -85,7 +80,7 @@ Parser_::Byte const* Parser_::ParseEscaped_(Byte const* at, Json::String& string
         (void)Unescape_(at, block, size, size); // it passed before
     }
     block[size] = '\0';
-    string = Json::String(block, size);
+    string = {block, size, strlen(block)};
     return end;
 }
 

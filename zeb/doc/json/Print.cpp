@@ -1,9 +1,9 @@
 #include "zeb/core/Digits.h"
 #include "zeb/doc/Writer.h"
+#include "zeb/doc/json/Decimal.h"
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/json/Plain.h"
 
-#include <charconv>
 #include <cstring>
 
 namespace Json {
@@ -13,9 +13,42 @@ namespace {
 using Byte = unsigned char;
 
 constexpr unsigned long INDENT = 2;
-constexpr unsigned long NUMBER_SIZE = 39;
-constexpr int DOUBLE_DIGITS = 6;
 constexpr char HEX_DIGITS[] = "0123456789ABCDEF";
+
+// Ends of a text of 4 to 16 bytes, which overlap: all of it is looked at and copied. False when a byte may be
+// none that stands for itself.
+template<class Word>
+bool CopyPlainEnds(char* to, char const* from, unsigned long size) {
+    Word first;
+    Word last;
+    memcpy(&first, from, sizeof(Word));
+    memcpy(&last, from + size - sizeof(Word), sizeof(Word));
+    memcpy(to, &first, sizeof(Word));
+    memcpy(to + size - sizeof(Word), &last, sizeof(Word));
+    if constexpr (sizeof(Word) == 4) return !MayHaveSpecial(first | uint64_t{last} << 32);
+    return !MayHaveSpecial(first) && !MayHaveSpecial(last);
+}
+
+// The text as it is; false when a byte of it does not, or may not, stand for itself.
+bool CopyPlain(char* to, char const* from, unsigned long size) {
+    if (size < 4) {
+        for (unsigned long i = 0; i < size; ++i) {
+            if (!IsPlain(static_cast<Byte>(from[i]))) return false;
+            to[i] = from[i];
+        }
+        return true;
+    }
+    if (size < 8) return CopyPlainEnds<uint32_t>(to, from, size);
+    if (size < Simd::COUNT) return CopyPlainEnds<uint64_t>(to, from, size);
+
+    for (unsigned long i = 0; i < size; i += Simd::COUNT) {
+        unsigned long const at = i + Simd::COUNT <= size ? i : size - Simd::COUNT; // the last ones overlap
+        Simd::Block const block = Simd::Load(from + at);
+        Simd::Store(to + at, block);
+        if (FindSpecials(block) != 0) return false;
+    }
+    return true;
+}
 
 class Printer_ {
 public:
@@ -34,7 +67,6 @@ public:
 private:
     void PrintValue_(Value const& value);
     void PrintNumber_(Value const& value);
-    void PrintDouble_(double value);
     void PrintArray_(Array const& array);
     void PrintObject_(Object const& object);
 
@@ -72,23 +104,15 @@ void Printer_::PrintValue_(Value const& value) {
 }
 
 void Printer_::PrintNumber_(Value const& value) {
-    if (!value.IsLongLong() && !value.IsULongLong()) return PrintDouble_(value.Double());
-    char text[Digits::MAX_SIZE];
+    char text[DOUBLE_SIZE];
     bool const inPlace = writer_.Room() >= sizeof(text);
     char* const begin = inPlace ? writer_.At() : text;
-    char* const end = value.IsLongLong() ? Digits::PrintSigned(begin, value.LongLong())
-                                         : Digits::PrintDecimal(begin, value.ULongLong());
+    char* const end = value.IsLongLong()    ? Digits::PrintSigned(begin, value.LongLong())
+                      : value.IsULongLong() ? Digits::PrintDecimal(begin, value.ULongLong())
+                                            : PrintDouble(begin, value.Double());
     unsigned long const size = static_cast<unsigned long>(end - begin);
+    if (size == 0) return stream_.SetState(Io::Stateful::STATE_FAILED);
     inPlace ? writer_.Advance(size) : writer_.Put(text, size);
-}
-
-// As "%g" of printf, whatever the locale.
-void Printer_::PrintDouble_(double value) {
-    char text[NUMBER_SIZE];
-    std::to_chars_result const result =
-        std::to_chars(text, text + sizeof(text), value, std::chars_format::general, DOUBLE_DIGITS);
-    if (result.ec != std::errc() || result.ptr == text) return stream_.SetState(Io::Stateful::STATE_FAILED);
-    writer_.Put(text, static_cast<unsigned long>(result.ptr - text));
 }
 
 void Printer_::PrintArray_(Array const& array) {
@@ -129,9 +153,18 @@ void Printer_::EndLine_() {
 }
 
 void Printer_::PrintString_(CString const& text) {
+    unsigned long const size = text.Size();
+    if (writer_.Room() >= size + 2) {
+        char* const out = writer_.At();
+        out[0] = '"';
+        if (CopyPlain(out + 1, text.Cstr(), size)) {
+            out[size + 1] = '"';
+            return writer_.Advance(size + 2);
+        }
+    }
     writer_.Put('"');
     Byte const* const begin = reinterpret_cast<Byte const*>(text.Cstr());
-    PrintEscaped_(begin, begin + text.Size());
+    PrintEscaped_(begin, begin + size);
     writer_.Put('"');
 }
 

@@ -1,10 +1,10 @@
 #include "zeb/doc/xml/Print.h"
 
 #include "zeb/core/Simd.h"
+#include "zeb/doc/Writer.h"
 #include "zeb/doc/xml/Attribute.h"
 #include "zeb/doc/xml/Codepoint.h"
 #include "zeb/doc/xml/Node.h"
-#include "zeb/doc/Writer.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "zeb/doc/xml/Stream.h"
 
+#include "zeb/doc/Writer.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/NameLog.h"
-#include "zeb/doc/Writer.h"
 #include "zeb/io/IStream.h"
 
 namespace {

@@ -1,7 +1,12 @@
 #pragma once
 
-// The double next to a quotient of an integer and a power of ten: the fast way to the decimal fractions of a
-// document. Internal to the library.
+// Decimal fractions: the double next to a quotient, and six digits of a double. Both are the quick ways of
+// the common cases and exact: they say so when they cannot tell, and then std::from_chars and std::to_chars
+// do the work. Internal to the library.
+//
+// A power of ten has 64 bits here, cut off, so a product of 128 bits with it is too small by less than 2^64.
+// What is wanted is a rounded part of its high word. The true high word is thus this one or the next, and
+// only a rest that is one half, or the next below, leaves open how to round.
 
 #include <bit>
 #include <cstdint>
@@ -33,12 +38,10 @@ struct PowersOfTen_ {
 
 inline constexpr PowersOfTen_ POWERS_OF_TEN;
 
-// The double next to number / 10^exponent, for an exponent from 1 to 19. False, in one case of some hundred,
-// when the product with the reciprocal is not exact enough to tell.
-//
-// The reciprocal is too small by less than 1, so the product, shifted down by 64 bits, is too small by less
-// than 1, and its lowest bits by less than 2. Only when they are within that distance below the middle of two
-// doubles, or on it, does the error decide how to round.
+// Whether the dropped bits of a high word, of which `half` is the highest, are too close to the middle.
+constexpr bool IsOpen(uint64_t rest, uint64_t half) { return rest == half || rest == half - 1; }
+
+// The double next to number / 10^exponent, for an exponent from 1 to 19. False in one case of some hundred.
 inline bool DivideByPower(uint64_t number, unsigned long exponent, double& quotient) {
     if (number == 0) {
         quotient = 0;
@@ -50,7 +53,7 @@ inline bool DivideByPower(uint64_t number, unsigned long exponent, double& quoti
     unsigned const drop = 10 + static_cast<unsigned>(high >> 63); // leaves 53 bits
     uint64_t const half = uint64_t{1} << (drop - 1);
     uint64_t const rest = high & (2 * half - 1);
-    if (rest == half || rest == half - 1) return false;
+    if (IsOpen(rest, half)) return false;
 
     // The hidden bit of the mantissa counts one into the exponent, as does a carry by rounding.
     uint64_t const mantissa = (high >> drop) + (rest > half ? 1 : 0);
@@ -58,5 +61,10 @@ inline bool DivideByPower(uint64_t number, unsigned long exponent, double& quoti
     quotient = std::bit_cast<double>((static_cast<uint64_t>(binary + 1074) << 52) + mantissa);
     return true;
 }
+
+// Writes what "%g" of printf writes in the C locale, whatever the locale is. `out` has room for DOUBLE_SIZE.
+// Returns the end.
+inline constexpr unsigned long DOUBLE_SIZE = 39;
+char* PrintDouble(char* out, double value);
 
 } // namespace Json

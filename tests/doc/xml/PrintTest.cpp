@@ -1,0 +1,174 @@
+#include "tests/doc/xml/Trees.h"
+#include "tests/support/LogCapture.h"
+
+using Xml::Document;
+using Xml::Node;
+
+namespace {
+
+constexpr auto ALL_NODES = Document::PARSE_DECLARATION_NODE | Document::PARSE_COMMENT_NODES |
+                           Document::PARSE_DOCTYPE_NODE | Document::PARSE_PI_NODES;
+
+TEST(XmlPrint, LaysOutEveryKindOfNode) {
+    struct {
+        char const* text;
+        unsigned flags;
+        char const* printed;
+    } const rows[] = {
+        {"<x/>", Xml::PRINT_DEFAULT, "<x/>\n\n"},
+        {"<x/>", Xml::PRINT_NO_EMPTY_TAG, "<x></x>\n\n"},
+        {"<x/>", Xml::PRINT_CRLF, "<x/>\r\n\r\n"},
+        {"<x/><y/>", Xml::PRINT_COMPACT, "<x/><y/>"},
+        {"<x/>", Xml::PRINT_COMPACT | Xml::PRINT_CRLF | Xml::PRINT_NO_EMPTY_TAG, "<x></x>"},
+        {"<x>1</x>", Xml::PRINT_DEFAULT, "<x>1</x>\n\n"},
+        {"<x>1<!--c--></x>", Xml::PRINT_DEFAULT, "<x>\n    1\n    <!--c-->\n</x>\n\n"},
+        {"<x><!--c--></x>", Xml::PRINT_DEFAULT, "<x>\n    <!--c-->\n</x>\n\n"},
+        {"<x><![CDATA[<&]]></x>", Xml::PRINT_COMPACT, "<x><![CDATA[<&]]></x>"},
+        {"<x a='1' b='2'><y c=''/></x>", Xml::PRINT_DEFAULT,
+         "<x a=\"1\" b=\"2\">\n    <y c=\"\"/>\n</x>\n\n"},
+        {"<?xml version='1.0' ?><!DOCTYPE a [<b>]><?p  q r?><a/>", Xml::PRINT_DEFAULT,
+         "<?xml version=\"1.0\"?>\n<!DOCTYPE a [<b>]>\n<?p q r?>\n<a/>\n\n"},
+        {"<a><b><c>1</c></b></a>", Xml::PRINT_CRLF,
+         "<a>\r\n    <b>\r\n        <c>1</c>\r\n    </b>\r\n</a>\r\n\r\n"},
+    };
+    for (auto const& row : rows) {
+        Parsed const parsed(row.text, ALL_NODES);
+        for (unsigned long const block : {1, 2, 7, 13, 128, 4096})
+            EXPECT_EQ(Printed(parsed.document, static_cast<Xml::PrintFlagsT>(row.flags), 0, block),
+                      row.printed)
+                << block;
+    }
+    Parsed const parsed("<a><b/></a>");
+    EXPECT_EQ(Printed(*parsed.document.FirstNode(), Xml::PRINT_DEFAULT, 2),
+              "        <a>\n            <b/>\n        </a>\n");
+    EXPECT_EQ(Printed(Document(), Xml::PRINT_DEFAULT), "\n");
+}
+
+TEST(XmlPrint, PrintsWhatATreeMayHoldBesides) {
+    LogCapture log;
+    Document document;
+    Node& element = *document.AppendElement("e", "own & value");
+    EXPECT_EQ(Printed(document), "<e>own &amp; value</e>");
+    element.PrependAttribute(document.AllocateAttribute("", "nameless"));
+    element.AppendNode(document.AllocateNilNode(static_cast<Node::TypeT>(9)));
+    EXPECT_EQ(Printed(document, Xml::PRINT_DEFAULT), "<e>\n    \n</e>\n\n");
+    element.AppendElement("1 <");
+    EXPECT_EQ(Printed(document), "<e><1 </></e>");
+}
+
+TEST(XmlPrint, EscapesTextsAndChoosesQuotes) {
+    struct {
+        char const* value;
+        char const* text;      // in an element
+        char const* attribute; // behind "a="
+    } const rows[] = {
+        {"plain", "plain", "\"plain\""},
+        {"a<b>c&d", "a&lt;b&gt;c&amp;d", "\"a&lt;b&gt;c&amp;d\""},
+        {"it's", "it&apos;s", "\"it's\""},
+        {"say \"x\" & go", "say &quot;x&quot; &amp; go", "'say \"x\" &amp; go'"},
+        {"'\"", "&apos;&quot;", "\"&apos;&quot;\""},
+        {"\t\n\r\x7F", "\t\n\r\x7F", "\"\t\n\r\x7F\""},
+        {"0123456789abcde<0123456789abcdef>", "0123456789abcde&lt;0123456789abcdef&gt;",
+         "\"0123456789abcde&lt;0123456789abcdef&gt;\""},
+    };
+    for (auto const& row : rows) {
+        Document document;
+        document.AppendElement("e", row.value)->AppendAttribute("a", row.value);
+        for (unsigned long const block : {1, 5, 128})
+            EXPECT_EQ(Printed(document, Xml::PRINT_COMPACT, 0, block),
+                      std::string("<e a=") + row.attribute + ">" + row.text + "</e>");
+    }
+}
+
+TEST(XmlPrint, RepairsCodePoints) {
+    std::string const bad = "\xEF\xBF\xBD";
+    struct {
+        std::string value;
+        std::string printed;
+        char const* ascii;
+    } const rows[] = {
+        {"\xC3\xA9", "\xC3\xA9", "&#xe9;"},
+        {"\xE2\x82\xAC", "\xE2\x82\xAC", "&#x20ac;"},
+        {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80", "&#x01f600;"},
+        {"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF", "&#x10ffff;"},
+        {"\xED\xA0\x80", "\xED\xA0\x80", "&#xd800;"}, // surrogates pass
+        {"\x01", bad, "&#xfffd;"},
+        {std::string("a\0b", 3), "a" + bad + "b", "a&#xfffd;b"},
+        {"\xFF", bad, "&#xfffd;"},
+        {"\xFF\x80\xC1\xF5z", bad + "z", "&#xfffd;z"},
+        {"\xC3", bad, "&#xfffd;"},
+        {"\xC3z", bad + "z", "&#xfffd;z"},
+        {"\xC3\xC3\xA9", bad + "\xC3\xA9", "&#xfffd;&#xe9;"},
+        {"\xE2\x82", bad, "&#xfffd;"},
+        {"\xE2z", bad, "&#xfffd;"}, // what is left of a short sequence goes as a whole
+        {"\xE2z\x82y", bad + "z" + bad + "y", "&#xfffd;z&#xfffd;y"},
+        {"\xE0\x9F\x80z", bad + "z", "&#xfffd;z"},
+        {"\xE0\xA0\x80", "\xE0\xA0\x80", "&#x0800;"},
+        {"\xE2\x82zy", bad + "zy", "&#xfffd;zy"},
+        {"\xF0\x9F\x98", bad, "&#xfffd;"},
+        {"\xF0\x8F\x80\x80z", bad + "z", "&#xfffd;z"},
+        {"\xF4\x90\x80\x80z", bad + "z", "&#xfffd;z"},
+        {"\xF1\x80\x80yz", bad + "yz", "&#xfffd;yz"},
+        {"\xF1\x80yzx", bad + "yzx", "&#xfffd;yzx"},
+    };
+    for (auto const& row : rows) {
+        Document document;
+        document.AppendElement("e", View(row.value));
+        EXPECT_EQ(Printed(document), "<e>" + row.printed + "</e>");
+        EXPECT_EQ(Printed(document, Xml::PRINT_COMPACT | Xml::PRINT_ASCII),
+                  std::string("<e>") + row.ascii + "</e>");
+        document.Clear();
+        document.AppendNode(document.AllocateNode(Node::COMMENT, CString(), View(row.value)));
+        EXPECT_EQ(Printed(document, Xml::PRINT_COMPACT | Xml::PRINT_ASCII), "<!--" + row.printed + "-->");
+    }
+}
+
+TEST(XmlPrint, EscapesLikeASlowTwin) {
+    std::mt19937 random(5);
+    std::string const alphabet = "abcdefgh \n<>&'\"";
+    for (unsigned round = 0; round < 2000; ++round) {
+        std::string value;
+        std::string expected;
+        for (unsigned i = random() % 40; i != 0; --i) {
+            char const c = random() % 4 != 0 ? 'x' : alphabet[random() % alphabet.size()];
+            value += c;
+            expected += c == '<'    ? "&lt;"
+                        : c == '>'  ? "&gt;"
+                        : c == '&'  ? "&amp;"
+                        : c == '\'' ? "&apos;"
+                        : c == '"'  ? "&quot;"
+                                    : std::string(1, c);
+        }
+        Document document;
+        document.AppendElement("e", View(value));
+        unsigned long const block = 1 + random() % 80;
+        ASSERT_EQ(Printed(document, Xml::PRINT_COMPACT | Xml::PRINT_NO_EMPTY_TAG, 0, block),
+                  "<e>" + expected + "</e>");
+    }
+}
+
+TEST(XmlPrint, StopsAtAFailedStream) {
+    Parsed const parsed("<a><b>12345678</b><c>12345678</c></a>");
+    for (long room = 0; room < 37; ++room) {
+        Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4, room);
+        bool const ok = Xml::Print(stream, parsed.document, Xml::PRINT_COMPACT) && stream.Flush();
+        EXPECT_FALSE(ok);
+        EXPECT_EQ(stream.CurrentState(), Io::Stateful::STATE_FAILED);
+        EXPECT_EQ(Text(stream.Str()),
+                  std::string("<a><b>12345678</b><c>12345678</c></a>").substr(0, static_cast<size_t>(room)));
+        EXPECT_FALSE(Xml::Print(stream, parsed.document));
+    }
+    Io::StringStream noBlock(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 0, 100);
+    EXPECT_FALSE(Xml::Print(noBlock, parsed.document));
+    EXPECT_EQ(noBlock.CurrentState(), Io::Stateful::STATE_FAILED);
+}
+
+TEST(XmlPrint, NeedsNoStackForADeepTree) {
+    Document document;
+    Node* node = &document;
+    for (unsigned i = 0; i < 200000; ++i)
+        node = node->AppendElement("a");
+    EXPECT_EQ(Printed(document, Xml::PRINT_COMPACT, 0, 65536).size(), 199999u * 7 + 4);
+}
+
+} // namespace
