@@ -1,5 +1,7 @@
 #include "zeb/core/ErrorString.h"
 
+#include "zeb/core/Log.h"
+
 #include <cerrno>
 
 namespace {
@@ -144,4 +146,4 @@ constexpr char const* Find_(int error) {
 
 } // namespace
 
-char const* ErrorString(int error) { return Find_(error); }
+char const* ErrorString(int error) { return Log::L10n(Find_(error)); }

@@ -53,8 +53,13 @@ private:
                                 format == PRINT_HEX ? Digits::LOWER : Digits::UPPER);
     }
 
-    static bool ParseUnsigned_(char const* text, unsigned long size, ParseFormatT format, uint64_t max,
-                               uint64_t& value);
+    static bool ParseUnsigned_(char const* text, unsigned long size, ParseFormatT format, uint64_t& value) {
+        if (size == 0) return false;
+        char const* const end = text + size;
+        if (format == PARSE_HEX) return Digits::ParseHex(text, end, value);
+        return Digits::ParseDecimal(text + (*text == '+'), end, value);
+    }
+
     static bool ParseSigned_(char const* text, unsigned long size, int64_t min, int64_t max, int64_t& value);
 
     char text_[ARRAY_SIZE];
@@ -71,8 +76,8 @@ bool Integer::Parse(char const* text, unsigned long size, T& value, ParseFormatT
         return true;
     }
     uint64_t number;
-    uint64_t const max = std::numeric_limits<std::make_unsigned_t<T>>::max();
-    if (!ParseUnsigned_(text, size, format, max, number)) return false;
+    if (!ParseUnsigned_(text, size, format, number)) return false;
+    if (number > std::numeric_limits<std::make_unsigned_t<T>>::max()) return false;
     value = static_cast<T>(number);
     return true;
 }
