@@ -7,8 +7,8 @@
 #include <iterator>
 #include <string>
 
-// The whole file, or empty text when no folder was named or it has no such file. A benchmark then generates its input,
-// or leaves the case out.
+// The whole file, or empty text when no folder was named or it has no such file. A benchmark then generates
+// its input, or leaves the case out.
 inline std::string CorpusFile(std::string const& name) {
     char const* folder = std::getenv("ZEB_BENCH_CORPUS");
     if (folder == nullptr) return {};
