@@ -1,0 +1,10 @@
+#include "zeb/network/TrafficSelector.h"
+
+namespace Network {
+
+TrafficSelector const& TrafficSelector::Zero() {
+    static constexpr TrafficSelector zero;
+    return zero;
+}
+
+} // namespace Network
