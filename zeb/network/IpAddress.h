@@ -6,6 +6,7 @@
 #include "zeb/core/Export.h"
 #include "zeb/network/AddressStr.h"
 
+#include <bit>
 #include <cstdint>
 #include <netinet/in.h>
 
@@ -20,13 +21,13 @@ public:
         : address_(address) {}
     // In host order.
     constexpr IpAddress(unsigned int value)
-        : address_{htonl(value)} {}
+        : address_{Swap_(value)} {}
 
     // A dotted quad of decimal numbers without leading zeros. On false the old value stays.
     bool Assign(CString const& text);
 
-    constexpr unsigned int Value() const { return ntohl(address_.s_addr); }
-    void SetValue(unsigned int value) { address_.s_addr = htonl(value); }
+    constexpr unsigned int Value() const { return Swap_(address_.s_addr); }
+    void SetValue(unsigned int value) { address_.s_addr = Swap_(value); }
     in_addr const& Inaddr() const { return address_; }
     void Clear() { address_.s_addr = 0; }
 
@@ -34,7 +35,10 @@ public:
     static IpAddress const& Loopback();
 
     constexpr bool operator==(IpAddress const& other) const { return Value() == other.Value(); }
-    constexpr auto operator<=>(IpAddress const& other) const { return Value() <=> other.Value(); }
+    constexpr bool operator<(IpAddress const& other) const { return Value() < other.Value(); }
+    constexpr bool operator<=(IpAddress const& other) const { return Value() <= other.Value(); }
+    constexpr bool operator>(IpAddress const& other) const { return Value() > other.Value(); }
+    constexpr bool operator>=(IpAddress const& other) const { return Value() >= other.Value(); }
 
     // The distance, negative when the other address is the higher one.
     long operator-(IpAddress const& other) const { return long{Value()} - long{other.Value()}; }
@@ -78,6 +82,10 @@ public:
     static unsigned long Print(char* buffer, in_addr const* address);
 
 private:
+    // Between the order of the host and that of the network, as htonl does.
+    static constexpr uint32_t Swap_(uint32_t value) {
+        return std::endian::native == std::endian::little ? __builtin_bswap32(value) : value;
+    }
     bool In_(unsigned int network, unsigned int length) const {
         return (Value() ^ network) >> (32 - length) == 0;
     }

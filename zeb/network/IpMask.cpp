@@ -56,7 +56,7 @@ bool IpMask::Assign(CString const& text) {
 
 bool IpMask::Generate(unsigned int length) {
     if (length > 32) return false;
-    SetValue(Bits_(length));
+    IpAddress::SetValue(Bits_(length));
     return true;
 }
 

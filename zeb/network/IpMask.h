@@ -6,7 +6,7 @@
 
 namespace Network {
 
-class ZEB_PUBLIC IpMask : private IpAddress {
+class ZEB_PUBLIC IpMask : public IpAddress {
 public:
     class Str;
 
@@ -31,11 +31,14 @@ public:
     unsigned int Length() const;
     IpAddress Invert() const { return ~Value(); }
 
-    using IpAddress::Clear;
-    using IpAddress::Inaddr;
-    using IpAddress::IsZero;
-    using IpAddress::Value;
-    operator IpAddress() const { return Value(); } // NOLINT(clang-diagnostic-class-conversion)
+    // What would make it something else than a mask.
+    void SetValue(unsigned int) = delete;
+    IpAddress& operator+=(unsigned long) = delete;
+    IpAddress& operator-=(unsigned long) = delete;
+    IpAddress& operator++() = delete;
+    IpAddress& operator--() = delete;
+    IpAddress& operator&=(IpAddress const&) = delete;
+    IpAddress& operator|=(IpAddress const&) = delete;
 
     bool operator==(IpMask const& other) const { return Value() == other.Value(); }
     bool operator>(IpMask const& other) const { return Value() > other.Value(); }

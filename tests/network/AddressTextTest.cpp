@@ -1,0 +1,116 @@
+// The text forms of addresses against those of the C library.
+#include "zeb/network/AddressText.h"
+
+#include "zeb/core/CString.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+namespace {
+
+std::string Printed4(in_addr const& address) {
+    char text[16];
+    return std::string(text, Network::PrintIp4(text, address));
+}
+
+std::string Printed6(in6_addr const& address) {
+    char text[46];
+    return std::string(text, Network::PrintIp6(text, address));
+}
+
+void ExpectAlike4(std::string const& text) {
+    in_addr ours{}, theirs{};
+    bool const expected = inet_pton(AF_INET, text.c_str(), &theirs) == 1;
+    EXPECT_EQ(Network::ScanIp4(text.c_str(), text.size(), ours), expected) << text;
+    EXPECT_EQ(ours.s_addr, theirs.s_addr) << text;
+}
+
+void ExpectAlike6(std::string const& text) {
+    in6_addr ours{}, theirs{};
+    bool const expected = inet_pton(AF_INET6, text.c_str(), &theirs) == 1;
+    EXPECT_EQ(Network::ScanIp6(text.c_str(), text.size(), ours), expected) << text;
+    if (expected) EXPECT_EQ(Printed6(ours), Printed6(theirs)) << text;
+}
+
+TEST(AddressTextTest, AcceptsWhatTheSystemAccepts) {
+    for (char const* const text : {"", "0.0.0.0", "255.255.255.255", "256.0.0.0", "1.2.3", "1.2.3.4.5",
+                                   "1.2.3.", ".1.2.3", "01.2.3.4", "1.2.3.00", "1..2.3", "1.2.3.4 ",
+                                   " 1.2.3.4", "1.2.3.4x", "0x1.2.3.4", "1.2.3.-4", "1234.1.1.1", "1"})
+        ExpectAlike4(text);
+    for (char const* const text : {"",
+                                   ":",
+                                   "::",
+                                   ":::",
+                                   "::1",
+                                   "1::",
+                                   "1:",
+                                   ":1",
+                                   "1::2",
+                                   "1::2::3",
+                                   "1:2:3:4:5:6:7:8",
+                                   "1:2:3:4:5:6:7",
+                                   "1:2:3:4:5:6:7:8:9",
+                                   "1:2:3:4:5:6:7::",
+                                   "::2:3:4:5:6:7:8",
+                                   "1:2:3:4::5:6:7:8",
+                                   "12345::",
+                                   "g::",
+                                   "::1.2.3.4",
+                                   "::1.2.3",
+                                   "::1.2.3.4.5",
+                                   "1:2:3:4:5:6:1.2.3.4",
+                                   "1:2:3:4:5:6:7:1.2.3.4",
+                                   "::01.2.3.4",
+                                   "::1.2.3.4:5",
+                                   "::ffff:1.2.3.4",
+                                   "::a.2.3.4",
+                                   "fe80::1%eth0",
+                                   "ABCD:ef::",
+                                   "::1 ",
+                                   "1.2.3.4",
+                                   "::1:",
+                                   "0:0:0:0:0:0:0:0",
+                                   "::1.2.3.256",
+                                   "1:2:3:4:5:6:7:8::",
+                                   "::1.2.3.4::"})
+        ExpectAlike6(text);
+    in_addr untouched{7};
+    EXPECT_FALSE(Network::ScanIp4("1.2.3.4", 6, untouched)) << "the size counts, not the terminator";
+    EXPECT_EQ(untouched.s_addr, 7u);
+    EXPECT_TRUE(Network::ScanIp4("1.2.3.45", 7, untouched));
+}
+
+TEST(AddressTextTest, AgreesWithTheSystemOnRandomAddressesAndBrokenTexts) {
+    std::mt19937 random(20261124);
+    for (int round = 0; round < 20000; ++round) {
+        in_addr v4{static_cast<in_addr_t>(random())};
+        char text[64];
+        EXPECT_EQ(Printed4(v4), inet_ntop(AF_INET, &v4, text, sizeof(text)));
+        ExpectAlike4(text);
+
+        in6_addr v6;
+        for (auto& byte : v6.s6_addr)
+            byte = random() % 3 == 0 ? static_cast<uint8_t>(random()) : 0;
+        if (round % 7 == 0) v6 = {{{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 1, 2, 3, v6.s6_addr[15]}}};
+        std::string broken = inet_ntop(AF_INET6, &v6, text, sizeof(text));
+        EXPECT_EQ(Printed6(v6), broken);
+        ExpectAlike6(broken);
+        constexpr char LETTERS[] = "0123456789abcF:.:";
+        for (unsigned edits = random() % 4 + 1; edits != 0; --edits) {
+            std::size_t const at = random() % (broken.size() + 1);
+            char const letter = LETTERS[random() % (sizeof(LETTERS) - 1)];
+            if (random() % 2 == 0) {
+                broken.insert(at, 1, letter);
+            } else if (at < broken.size()) {
+                broken[at] = letter;
+            }
+        }
+        ExpectAlike6(broken);
+        ExpectAlike4(broken);
+    }
+}
+
+} // namespace

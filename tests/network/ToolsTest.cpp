@@ -1,0 +1,89 @@
+#include "zeb/network/Tools.h"
+
+#include "libzeb/zeb_punycode.h"
+#include "tests/support/Heap.h"
+#include "zeb/core/String.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using Network::Tools;
+
+TEST(NetworkToolsTest, DomainNames) {
+    std::string const label63(63, 'a');
+    std::string const name253 = label63 + "." + label63 + "." + label63 + "." + std::string(61, 'b');
+    struct {
+        std::string name;
+        bool good;
+    } const rows[] = {{"a", true},
+                      {"a.b-c.D9", true},
+                      {"1.2", true},
+                      {label63, true},
+                      {label63 + "a", false},
+                      {name253, true},
+                      {name253 + "b", false},
+                      {"", false},
+                      {"a.", false},
+                      {".a", false},
+                      {"a..b", false},
+                      {"a-.b", false},
+                      {"-a", false},
+                      {"a_b", false},
+                      {"a b", false},
+                      {"\xC3\xA9.b", false},
+                      {"-", false}};
+    for (auto const& row : rows)
+        EXPECT_EQ(Tools::IsDomainName(row.name.c_str()), row.good) << row.name;
+    EXPECT_NE(Tools::IfNameToIndex("lo"), 0u);
+    EXPECT_EQ(Tools::IfNameToIndex("no-such-one"), 0u);
+}
+
+// The first rows are samples of RFC 3492, section 7.1.
+TEST(NetworkToolsTest, PunycodeDecodes) {
+    struct {
+        char const* text;
+        char const* utf8; // null: refused
+    } const rows[] = {
+        {"egbpdaj6bu4bxfgehfvwxn", "ليهمابتكلموشعربي؟"},
+        {"ihqwcrb4cv8a8dqg056pqjye", "他们为什么不说中文"},
+        {"ihqwctvzc91f659drss3x8bo0yb", "他們爲什麽不說中文"},
+        {"Proprostnemluvesky-uyb24dma41a", "Pročprostěnemluvíčesky"},
+        {"4dbcagdahymbxekheh6e0a7fei0b", "למההםפשוטלאמדבריםעברית"},
+        {"PorqunopuedensimplementehablarenEspaol-fmd56a", "PorquénopuedensimplementehablarenEspañol"},
+        {"TisaohkhngthchnitingVit-kjcr8268qyxafd2f1b9g", "TạisaohọkhôngthểchỉnóitiếngViệt"},
+        {"3B-ww4c5e180e575a65lsy2b", "3年B組金八先生"},
+        {"MajiKoi5-783gue6qz075azm5e", "MajiでKoiする5秒前"},
+        {"-> $1.00 <--", "-> $1.00 <-"},
+        {"bcher-kva", "bücher"},
+        {"", ""},
+        {"abc-", "abc"},
+        {"n3h", "☃"},
+        {"bcher-kv", nullptr},
+        {"bcher-kv!", nullptr},
+        {"b\xC3\xBC-kva", nullptr},
+        {"99999999", nullptr},
+        {"a-zzzzzzzzzzzzzzzzzzzz", nullptr},
+    };
+    for (auto const& row : rows) {
+        String out;
+        ASSERT_TRUE(out.Assign("old", 3));
+        EXPECT_EQ(Tools::DecodePunycode(row.text, out), row.utf8 != nullptr) << row.text;
+        EXPECT_STREQ(out.Cstr(), row.utf8 ? row.utf8 : "old") << row.text;
+    }
+}
+
+TEST(NetworkToolsTest, PunycodeReportsThatMemoryRanOut) {
+    ForEveryAllocation([](Heap& heap) {
+        String out;
+        heap.Arm();
+        bool const ok = Tools::DecodePunycode("bcher-kva", out);
+        heap.Disarm();
+        EXPECT_EQ(ok, !heap.Fired());
+        EXPECT_STREQ(out.Cstr(), ok ? "bücher" : "");
+    });
+}
+
+} // namespace
