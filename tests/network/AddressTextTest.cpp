@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 
@@ -32,7 +33,7 @@ void ExpectAlike6(std::string const& text) {
     in6_addr ours{}, theirs{};
     bool const expected = inet_pton(AF_INET6, text.c_str(), &theirs) == 1;
     EXPECT_EQ(Network::ScanIp6(text.c_str(), text.size(), ours), expected) << text;
-    if (expected) EXPECT_EQ(Printed6(ours), Printed6(theirs)) << text;
+    EXPECT_EQ(memcmp(&ours, &theirs, sizeof(ours)), 0) << text;
 }
 
 TEST(AddressTextTest, AcceptsWhatTheSystemAccepts) {
