@@ -420,13 +420,6 @@ TEST_F(ThreadLife, MainThreadReportsFailuresOnStandardError) {
     });
 }
 
-TEST_F(ThreadLife, TraceSignalLogsWithoutHarm) {
-    errno = ERANGE;
-    EXPECT_TRUE(main_->Kill(SIGUSR1));
-    EXPECT_EQ(errno, ERANGE);
-    EXPECT_EQ(log_.Take(), LogCapture::LinesT{"I Thread: interrupted by a signal."});
-}
-
 TEST_F(SleepTest, EndsAtItsTime) {
     Clock clock(Clock::ModeT::AUTO);
     for (long milliseconds : {0L, -5L, 1L, 333L, 1000L}) {
