@@ -1,0 +1,115 @@
+// Runs the real program on files.
+#include "tests/support/Child.h"
+#include "tests/support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+Child Probe(std::vector<std::string> const& words, std::string const& paths) {
+    return Child::Program(Child::Built("zebprobe", words), paths);
+}
+
+struct Row {
+    std::vector<std::string> words;
+    std::string text;
+    char const* expected; // the line behind the path
+};
+
+Row const ROWS[] = {
+    {{"json", "any"},
+     "{\"a\":[1,-5,1.5,true,null,\"x\\u0001\\n\\\"\"]}",
+     R"(00380064	{"a":[3ff:1,155:-5,400:0x1.8p+0,true,null,"x\x01\n\""]})"},
+    {{"json", "any"}, "18446744073709551615", "00380064\t280:18446744073709551615"},
+    {{"json", "any"}, "\"\xC3\xA4\"", R"(00380064	"\xc3\xa4")"},
+    {{"json", "container"}, "12", "80380078\t"},
+    {{"json", "any"}, "", "80380077\t"},
+    {{"json-print", "compact"}, "[1, {\"a\" : 2.5}]", R"(00380064	"[1,{\"a\":2.5}]")"},
+    {{"json-print", "indent", "--split", "1"}, "[1]", R"(00380064	"[\n  1\n]")"},
+    {{"xml", "0"},
+     "<a b='1'>x<c/></a>",
+     R"(00370001	(0 "" "" (1 "a" "x" @"b"="1" (2 "" "x") (1 "c" ""))))"},
+    {{"xml", "0x40"}, "<!--y--><a/>", R"(00370001	(0 "" "" (4 "" "y") (1 "a" "")))"},
+    {{"xml", "512"}, "<a></b>", "80370004\t"},
+    {{"xml-print", "0", "1"}, "<a> <b>&#65;</b> </a>", R"(00370001	"<a><b>A</b></a>")"},
+    {{"xml-packed"}, "<?p q?><a b='1'>x<c/></a>", "00370001\tsame, 64 bytes"},
+    {{"xml-packed", "--split", "3"}, "<?p q?><a b='1'>x<c/></a>", "00370001\tsame, 64 bytes"},
+    {{"date", "0", "gmt"},
+     "Sun,  6 Nov 1994 08:49:37 GMTx",
+     "00fb0002\t29 bytes 784111777000000 us \"Sun,  6 Nov 1994 08:49:37 GMT\""},
+    {{"date", "8", "gmt"}, "24:00", "80fb0007\t0 bytes"},
+    {{"date", "0", "local"}, "x", "80fb0001\t0 bytes"},
+    {{"span"}, "-0.5", "0fff0000\t-0.500000"},
+    {{"span"}, "1.x", "cffd0000\t"},
+    {{"int", "char", "hex"}, "ff", "0fff0000\t-1 0xff"},
+    {{"int", "ushort", "decimal"}, "65536", "cffd0000\t"},
+    {{"int", "long", "decimal"}, "-9223372036854775808", "0fff0000\t-9223372036854775808 0x8000000000000000"},
+};
+
+TEST(ZebprobeTest, EachVerbTellsCodeAndResult) {
+    TempDir const dir;
+    for (Row const& row : ROWS) {
+        SCOPED_TRACE(testing::PrintToString(row.words) + " " + row.text);
+        std::string const path = dir.Write("file", row.text);
+        Child const child = Probe(row.words, path + "\n");
+        EXPECT_EQ(child.Output(), path + "\t" + row.expected + "\n");
+        EXPECT_EQ(child.ExitCode(), 0) << child;
+    }
+}
+
+TEST(ZebprobeTest, PrefixesAreCountedByCode) {
+    TempDir const dir;
+    std::string const path = dir.Write("file", "[1]");
+    EXPECT_EQ(Probe({"json", "any", "--prefixes"}, path).Output(),
+              path + "\t00380064\t00380064:1 80380073:1 80380077:1 8038007a:1\n");
+}
+
+TEST(ZebprobeTest, AFileThatCannotBeReadIsALineAndAnExitCode) {
+    TempDir const dir;
+    std::string const path = dir.Write("file", "1");
+    Child const child = Probe({"json", "any"}, dir.Path() + "\n/nowhere\n" + path + "\n");
+    EXPECT_EQ(child.Output(), dir.Path() + "\t--------\tcannot read: Is a directory\n" +
+                                  "/nowhere\t--------\tcannot read: No such file or directory\n" + path +
+                                  "\t00380064\t3ff:1\n");
+    EXPECT_EQ(child.ExitCode(), 1);
+}
+
+TEST(ZebprobeTest, LogShowsWhatTheLibraryHasToSay) {
+    TempDir const dir;
+    std::string const path = dir.Write("file", "<a>");
+    Child const child = Probe({"xml", "0", "--log"}, path);
+    EXPECT_NE(child.Output().find("unexpected end of stream"), std::string::npos) << child;
+    EXPECT_EQ(Probe({"xml", "0"}, path).Output(), path + "\t80370002\t\n");
+}
+
+TEST(ZebprobeTest, AWrongCommandIsToldWithExitCode2) {
+    struct Wrong {
+        std::vector<std::string> words;
+        char const* message;
+    };
+    Wrong const wrongs[] = {
+        {{}, "a verb is missing"},
+        {{"frob"}, "unknown verb 'frob'"},
+        {{"json"}, "usage: zebprobe json any|container"},
+        {{"json", "some"}, "'any' or 'container'"},
+        {{"json-print", "any"}, "'compact' or 'indent'"},
+        {{"xml", "0x1000"}, "FLAGS is a number"},
+        {{"xml-print", "0", "-"}, "PRINTFLAGS is a number"},
+        {{"date", "23", "gmt"}, "FORMAT is a number"},
+        {{"date", "1", "utc"}, "MODE is"},
+        {{"int", "byte", "hex"}, "TYPE is"},
+        {{"int", "int", "octal"}, "FORMAT is"},
+        {{"span", "--split", "0"}, "--split takes"},
+        {{"span", "--what"}, "--what"},
+    };
+    for (Wrong const& wrong : wrongs) {
+        Child const child = Probe(wrong.words, "");
+        EXPECT_EQ(child.ExitCode(), 2) << child;
+        EXPECT_NE(child.Errors().find(wrong.message), std::string::npos) << wrong.message << "\n" << child;
+    }
+    Child const help = Probe({"--help"}, "");
+    EXPECT_EQ(help.ExitCode(), 0);
+    EXPECT_NE(help.Output().find("xml-print FLAGS PRINTFLAGS"), std::string::npos);
+}
+
+} // namespace
