@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -32,12 +33,12 @@ public:
         return static_cast<Block_*>(region);
     }
 
-    // Keeps the longer one of the region, cut at the limit, and the present spare. The result is the other
-    // one.
-    static Block_* Exchange(Block_* region) {
+    // Keeps the region, cut at the limit, if it is longer than the present spare. The result is the one that
+    // is left over, or null.
+    static Block_* Keep(Block_* region) {
         if (!HasKey_()) return region;
         auto* const spare = static_cast<Block_*>(pthread_getspecific(key_));
-        unsigned long const length = region->Length() < SPARE_MAX ? region->Length() : SPARE_MAX;
+        unsigned long const length = Kept(region);
         if (spare && spare->Length() >= length) return region;
         if (pthread_setspecific(key_, region) != 0) return region;
         if (region->Length() > length)
@@ -45,6 +46,12 @@ public:
         region->length = length | REGION | RECYCLED;
         Poison_(region + 1, length - sizeof(Block_));
         return spare;
+    }
+
+    // How much of a block could be kept.
+    static unsigned long Kept(Block_ const* block) {
+        if (!block || (block->length & REGION) == 0) return 0;
+        return block->Length() < SPARE_MAX ? block->Length() : SPARE_MAX;
     }
 
 private:
@@ -135,23 +142,45 @@ void PoolBase::Use_(Block_* block) {
     Poison_(current_, left_);
 }
 
+namespace {
+
+// Collects blocks to unmap. They are likely to lie side by side, and go in one call then.
+template<void (*F)(void*, unsigned long)>
+class Run_ {
+public:
+    ~Run_() { Flush_(); }
+
+    void Add(void* block, unsigned long length) {
+        auto* const data = static_cast<char*>(block);
+        if (data != end_) {
+            Flush_();
+            begin_ = data;
+        }
+        end_ = data + length;
+    }
+
+private:
+    void Flush_() {
+        if (begin_) F(begin_, static_cast<unsigned long>(end_ - begin_));
+    }
+
+    char* begin_ = nullptr;
+    char* end_ = nullptr;
+};
+
+} // namespace
+
 void PoolBase::Clear() {
-    char* begin = nullptr;
-    char* end = nullptr;
+    Run_<&Unmap_> run;
+    Block_* kept = nullptr; // the best one to keep; of equals the oldest, which is the warmest
     while (head_ != &first_) {
         Block_* block = head_;
         head_ = block->next;
-        if ((block->length & REGION) != 0) block = Spare_::Exchange(block);
-        if (!block) continue;
-        // Blocks are likely to lie side by side, and go in one call then.
-        char* const data = reinterpret_cast<char*>(block);
-        unsigned long const length = block->Length();
-        if (data != end) {
-            if (begin) Unmap_(begin, static_cast<unsigned long>(end - begin));
-            begin = data;
-        }
-        end = data + length;
+        if (unsigned long const length = Spare_::Kept(block); length != 0 && length >= Spare_::Kept(kept))
+            std::swap(block, kept);
+        if (block) run.Add(block, block->Length());
     }
-    if (begin) Unmap_(begin, static_cast<unsigned long>(end - begin));
+    if (kept) kept = Spare_::Keep(kept);
+    if (kept) run.Add(kept, kept->Length());
     UseFirst_();
 }
