@@ -30,6 +30,9 @@ struct Block {
 };
 
 inline Block Load(void const* from) { return {_mm_loadu_si128(static_cast<__m128i const*>(from))}; }
+inline Block Pair(uint64_t low, uint64_t high) {
+    return {_mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low))};
+}
 inline void Store(void* to, Block block) { _mm_storeu_si128(static_cast<__m128i*>(to), block.v); }
 inline Block Splat(char c) { return {_mm_set1_epi8(c)}; }
 inline Block Equal(Block a, Block b) { return {_mm_cmpeq_epi8(a.v, b.v)}; }
@@ -56,6 +59,7 @@ struct Block {
 };
 
 inline Block Load(void const* from) { return {vld1q_u8(static_cast<uint8_t const*>(from))}; }
+inline Block Pair(uint64_t low, uint64_t high) { return {vcombine_u8(vcreate_u8(low), vcreate_u8(high))}; }
 inline void Store(void* to, Block block) { vst1q_u8(static_cast<uint8_t*>(to), block.v); }
 inline Block Splat(char c) { return {vdupq_n_u8(static_cast<uint8_t>(c))}; }
 inline Block Equal(Block a, Block b) { return {vceqq_u8(a.v, b.v)}; }
@@ -86,6 +90,10 @@ inline Block Load(void const* from) {
     Block block;
     memcpy(block.v, from, COUNT);
     return block;
+}
+inline Block Pair(uint64_t low, uint64_t high) {
+    uint64_t const words[] = {low, high};
+    return Load(words);
 }
 inline void Store(void* to, Block block) { memcpy(to, block.v, COUNT); }
 inline Block Splat(char c) {
@@ -133,5 +141,25 @@ inline unsigned First(Set set) { return static_cast<unsigned>(std::countr_zero(s
 
 // The positions 0 to count - 1; count is at most 15.
 inline Set Below(unsigned count) { return (Set{1} << (count * BITS)) - 1; }
+
+// The bytes of a text of 1 to 15 bytes, each at least once, in no order: for "is any of them ...?".
+inline Block Gather(char const* text, unsigned long size) {
+    if (size >= 8) {
+        uint64_t words[2];
+        memcpy(&words[0], text, 8);
+        memcpy(&words[1], text + size - 8, 8);
+        return Pair(words[0], words[1]);
+    }
+    if (size >= 4) {
+        uint32_t halves[2];
+        memcpy(&halves[0], text, 4);
+        memcpy(&halves[1], text + size - 4, 4);
+        uint64_t const word = halves[0] | uint64_t{halves[1]} << 32;
+        return Pair(word, word);
+    }
+    auto const at = [text](unsigned long i) { return uint64_t{static_cast<unsigned char>(text[i])}; };
+    uint64_t const word = (at(0) | at(size / 2) << 8 | at(size - 1) << 16 | at(0) << 24) * 0x100000001U;
+    return Pair(word, word);
+}
 
 } // namespace Simd

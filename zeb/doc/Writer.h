@@ -53,6 +53,16 @@ public:
         at_ += count;
     }
 
+    // Writes a piece of at most `size` bytes at one go: `write` is called with an object that has the Put and
+    // Fill operations above, without their tests when there is room.
+    template<typename WriteT>
+    void PutPiece(unsigned long size, WriteT const& write) {
+        if (size + Unchecked::SLACK > Room()) return write(*this);
+        Unchecked out(at_);
+        write(out);
+        at_ = out.At();
+    }
+
     // For writing in place: up to Room() bytes may be stored at At() and taken by Advance().
     unsigned long Room() const { return static_cast<unsigned long>(end_ - at_); }
     char* At() const { return at_; }
@@ -72,6 +82,32 @@ public:
         }
         return to + size;
     }
+
+    // What PutPiece hands out when there is room for the piece.
+    class Unchecked {
+    public:
+        static constexpr unsigned long SLACK = 16; // bytes behind the piece that may be overwritten
+
+        explicit Unchecked(char* at)
+            : at_(at) {}
+
+        void Put(char c) { *at_++ = c; }
+        void Put(CString const& text) { at_ = Copy(at_, text.Cstr(), text.Size()); }
+        template<unsigned long N>
+        void Put(char const (&text)[N]) {
+            memcpy(at_, text, N - 1);
+            at_ += N - 1;
+        }
+        void Fill(char c, unsigned long count) {
+            for (unsigned long i = 0; i < count; i += SLACK)
+                memset(at_ + i, c, SLACK);
+            at_ += count;
+        }
+        char* At() const { return at_; }
+
+    private:
+        char* at_;
+    };
 
 private:
     template<typename T>

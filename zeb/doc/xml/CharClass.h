@@ -42,6 +42,21 @@ inline bool IsChar(char c, unsigned bits) {
     return (CHAR_CLASS.of[static_cast<unsigned char>(c)] & bits) != 0;
 }
 
+// All characters of a text are of the class.
+inline bool AreAll(char const* text, unsigned long size, unsigned bits) {
+    auto const of = [text](unsigned long i) { return CHAR_CLASS.of[static_cast<unsigned char>(text[i])]; };
+    for (; size >= 4; text += 4, size -= 4) {
+        if ((of(0) & of(1) & of(2) & of(3) & bits) == 0) return false;
+    }
+    while (size != 0 && (of(size - 1) & bits) != 0)
+        --size;
+    return size == 0;
+}
+
+inline bool IsName(char const* text, unsigned long size) {
+    return size != 0 && IsChar(*text, CHAR_NAME_START) && AreAll(text, size, CHAR_NAME);
+}
+
 // The first character at or behind `at` that is not of the class, or is of it. There must be one.
 inline char* SkipWhile(char* at, unsigned bits) {
     for (;; at += 4) {

@@ -15,12 +15,6 @@ void Xml::Document::Clear() {
     pool_.Clear();
 }
 
-unsigned char* Xml::Document::Allocate_(unsigned long size) {
-    auto* const memory = static_cast<unsigned char*>(pool_.Alloc(size));
-    if (memory == nullptr) allocationOk_ = false;
-    return memory;
-}
-
 Xml::Node* Xml::Document::AllocateNilNode(TypeT type) {
     unsigned char* const memory = Allocate_(sizeof(Node));
     return memory != nullptr ? new (memory) Node(type, this) : nullptr;

@@ -92,9 +92,16 @@ private:
     friend struct Layout_;
     class Parser_;
 
-    unsigned char* Allocate_(unsigned long size);
+    unsigned char* Allocate_(unsigned long size) {
+        auto* const memory = static_cast<unsigned char*>(pool_.Alloc(size));
+        if (memory == nullptr) allocationOk_ = false;
+        return memory;
+    }
     Attribute* AllocateNilAttribute_();
     String CopyString_(CString const& text);
+    template<typename T, typename... ArgumentsT>
+    T* Make_(CString const& name, CString const& value, ArgumentsT... arguments);
+    static String Keep_(char* to, CString const& text);
 
     bool allocationOk_ = true;
     Pool<2048ul> pool_;

@@ -1,5 +1,9 @@
 #include "zeb/core/Integer.h"
+#include "zeb/doc/Writer.h"
 #include "zeb/doc/xml/Document.h"
+#include "zeb/doc/xml/NameLog.h"
+
+#include <new>
 
 namespace {
 
@@ -24,14 +28,36 @@ private:
 
 } // namespace
 
+// Nodes and attributes with texts of their own: one piece of the pool for all three.
+template<typename T, typename... ArgumentsT>
+[[gnu::always_inline]] inline T* Xml::Document::Make_(CString const& name, CString const& value,
+                                                      ArgumentsT... arguments) {
+    if (!allocationOk_) return nullptr;
+    unsigned long size = sizeof(T) + 2;
+    if (__builtin_add_overflow(size, name.Size(), &size) ||
+        __builtin_add_overflow(size, value.Size(), &size)) {
+        allocationOk_ = false;
+        return nullptr;
+    }
+    unsigned char* const memory = Allocate_(size);
+    if (memory == nullptr) return nullptr;
+    auto* const texts = reinterpret_cast<char*>(memory) + sizeof(T);
+    String const ownName = Keep_(texts, name);
+    String const ownValue = Keep_(texts + name.Size() + 1, value);
+    return new (memory) T(arguments..., this, ownName, ownValue);
+}
+
+// The nil string serves for an empty text.
+inline Xml::String Xml::Document::Keep_(char* to, CString const& text) {
+    if (text.Empty()) return String();
+    *Doc::Writer::Copy(to, text.Cstr(), text.Size()) = '\0';
+    return String(to, text.Size());
+}
+
 Xml::Node* Xml::Node::AppendElement_(CString const& name, CString const& value, DataTypeT dataType) {
-    Xml::Document& document = *document_;
-    if (!document.allocationOk_) return nullptr;
-    String const ownName = document.CopyString_(name);
-    String const ownValue = document.CopyString_(value);
-    if (!document.allocationOk_) return nullptr;
-    Node* const element = document.AllocateNode(ELEMENT, ownName, ownValue);
+    Node* const element = document_->Make_<Node>(name, value, ELEMENT);
     if (element == nullptr) return nullptr;
+    CheckNodeName(Document::IDENT, ELEMENT, element->name_);
     element->dataType_ = dataType;
     AppendNode(element);
     return element;
@@ -74,14 +100,10 @@ Xml::Node* Xml::Node::AppendElement(CString const& name, unsigned long long valu
 }
 
 Xml::Attribute* Xml::Node::AppendAttribute_(CString const& name, CString const& value, DataTypeT dataType) {
-    Xml::Document& document = *document_;
-    if (!document.allocationOk_) return nullptr;
-    String const ownName = document.CopyString_(name);
-    String const ownValue = document.CopyString_(value);
-    if (!document.allocationOk_) return nullptr;
-    Attribute* const attribute = document.AllocateAttribute(ownName, ownValue);
+    auto* const attribute = document_->Make_<Attribute>(name, value);
     if (attribute == nullptr) return nullptr;
-    attribute->dataType_ = dataType;
+    CheckAttributeName(Document::IDENT, attribute->Name());
+    attribute->SetDataType(dataType);
     AppendAttribute(attribute);
     return attribute;
 }
@@ -126,11 +148,7 @@ Xml::Node* Xml::Node::AppendToArray_(CString const& name, Node* child) {
 }
 
 Xml::Node* Xml::Node::AppendValueToArray_(CString const& name, CString const& value, DataTypeT dataType) {
-    Xml::Document& document = *document_;
-    if (!document.allocationOk_) return nullptr;
-    String const ownValue = document.CopyString_(value);
-    if (!document.allocationOk_) return nullptr;
-    Node* const data = document.AllocateNode(DATA, CString::Nil(), ownValue);
+    Node* const data = document_->Make_<Node>(CString::Nil(), value, DATA);
     if (data == nullptr) return nullptr;
     data->dataType_ = dataType;
     return AppendToArray_(name, data);
@@ -178,14 +196,12 @@ bool Xml::Node::CopyAttributes_(Node const& source) {
 }
 
 Xml::Node* Xml::Node::AppendRecursive(Node const* source) {
-    Xml::Document& document = *document_;
-    if (source == nullptr || !document.allocationOk_) return nullptr;
-    String const name = document.CopyString_(source->name_);
-    String const value = document.CopyString_(source->value_);
-    if (!document.allocationOk_) return nullptr;
+    if (source == nullptr) return nullptr;
     TypeT const type = source->type_ == DOCUMENT ? ELEMENT : source->type_;
-    Node* const copy = document.AllocateNode(type, name, value);
-    if (copy == nullptr || !copy->CopyAttributes_(*source)) return nullptr;
+    Node* const copy = document_->Make_<Node>(source->name_, source->value_, type);
+    if (copy == nullptr) return nullptr;
+    CheckNodeName(Document::IDENT, type, copy->name_);
+    if (!copy->CopyAttributes_(*source)) return nullptr;
     for (Node const* child = source->FirstNode(); child != nullptr; child = child->next_) {
         if (copy->AppendRecursive(child) == nullptr) return nullptr;
     }

@@ -1,9 +1,7 @@
 #include "zeb/doc/xml/Print.h"
 
-#include "zeb/core/Simd.h"
-#include "zeb/doc/Writer.h"
 #include "zeb/doc/xml/Attribute.h"
-#include "zeb/doc/xml/Codepoint.h"
+#include "zeb/doc/xml/Escape.h"
 #include "zeb/doc/xml/Node.h"
 
 namespace {
@@ -11,125 +9,15 @@ namespace {
 using Xml::Attribute;
 using Xml::Node;
 
-// One row for each character that has an entity, in the order of the bits of an escape mask.
-struct EntityT {
-    char character;
-    char size;
-    char text[7];
-};
-constexpr EntityT ENTITIES[] = {
-    {'<', 4, "&lt;"}, {'>', 4, "&gt;"}, {'\'', 6, "&apos;"}, {'"', 6, "&quot;"}, {'&', 5, "&amp;"},
-};
-constexpr unsigned ENTITY_COUNT = 5;
-
-using MaskT = unsigned;
-constexpr MaskT ESCAPE_NONE = 0;
-constexpr MaskT ESCAPE_ALL = 31;
-constexpr MaskT ESCAPE_ALL_BUT_QUOTES = 23;
-constexpr MaskT ESCAPE_ALL_BUT_APOSTROPHES = 27;
-
-// Copies values: runs of bytes that stand for themselves at one go, the others one by one.
-class Escaper {
-public:
-    explicit Escaper(MaskT mask)
-        : mask_(mask) {
-        for (unsigned i = 0; i < ENTITY_COUNT; ++i) {
-            // A row that is off looks for a control character, which never stands for itself.
-            needles_[i] = Simd::Splat((mask & (1U << i)) != 0 ? ENTITIES[i].character : '\1');
-        }
-    }
-
-    void Write(Doc::Writer& writer, CString const& value, Xml::PrintFlagsT flags) const {
-        char const* at = value.Cstr();
-        char const* const end = at + value.Size();
-        while (at != end) {
-            at = CopyPlain_(writer, at, end);
-            if (at == end) return;
-            at += WriteOne_(writer, at, static_cast<unsigned long>(end - at), flags);
-        }
-    }
-
-    // Whether the whole value stands for itself; false when that takes longer to tell.
-    bool IsShortPlain(CString const& value) const {
-        unsigned long const size = value.Size();
-        if (size < 4 || size > Simd::COUNT) return false;
-        return Specials_(LoadShort_(value.Cstr(), size)) == 0;
-    }
-
-private:
-    Simd::Set Specials_(Simd::Block block) const {
-        Simd::Block found = Simd::SignedBelow(block, Simd::Splat(' '));
-        for (Simd::Block const& needle : needles_)
-            found = found | Simd::Equal(block, needle);
-        return Simd::Positions(found);
-    }
-
-    // All bytes of a text of 4 to 16 bytes, in no order.
-    static Simd::Block LoadShort_(char const* text, unsigned long size) {
-        char bytes[Simd::COUNT];
-        unsigned long const part = size >= 8 ? 8 : 4;
-        if (part == 8) {
-            memcpy(bytes, text, 8);
-            memcpy(bytes + 8, text + size - 8, 8);
-        } else {
-            memcpy(bytes, text, 4);
-            memcpy(bytes + 4, text + size - 4, 4);
-            memcpy(bytes + 8, bytes, 8);
-        }
-        return Simd::Load(bytes);
-    }
-
-    // Copies up to the first byte that does not stand for itself, and returns it.
-    char const* CopyPlain_(Doc::Writer& writer, char const* at, char const* end) const {
-        while (end - at >= static_cast<long>(Simd::COUNT) && writer.Room() >= Simd::COUNT) {
-            Simd::Block const block = Simd::Load(at);
-            Simd::Store(writer.At(), block);
-            Simd::Set const specials = Specials_(block);
-            unsigned const count = specials != 0 ? Simd::First(specials) : Simd::COUNT;
-            writer.Advance(count);
-            at += count;
-            if (specials != 0) return at;
-        }
-        auto const left = static_cast<unsigned long>(end - at);
-        if (left >= 4 && left <= Simd::COUNT && Specials_(LoadShort_(at, left)) == 0) {
-            writer.Put(at, left);
-            return end;
-        }
-        while (at != end && IsPlain_(*at))
-            writer.Put(*at++);
-        return at;
-    }
-
-    bool IsPlain_(char c) const { return c >= ' ' && Entity_(c) == nullptr; }
-
-    EntityT const* Entity_(char c) const {
-        for (unsigned i = 0; i < ENTITY_COUNT; ++i) {
-            if (ENTITIES[i].character == c) return (mask_ & (1U << i)) != 0 ? &ENTITIES[i] : nullptr;
-        }
-        return nullptr;
-    }
-
-    unsigned long WriteOne_(Doc::Writer& writer, char const* at, unsigned long left,
-                            Xml::PrintFlagsT flags) const {
-        EntityT const* const entity = Entity_(*at);
-        if (entity != nullptr) {
-            writer.Put(entity->text, static_cast<unsigned long>(entity->size));
-            return 1;
-        }
-        Xml::Codepoint const codepoint = Xml::ParseCodepoint_(at, left);
-        Xml::PrintCodepoint_(writer, codepoint.value, flags);
-        return codepoint.size;
-    }
-
-    MaskT const mask_;
-    Simd::Block needles_[ENTITY_COUNT];
-};
-
 class Printer {
 public:
     Printer(Io::OStream& stream, Xml::PrintFlagsT flags)
         : writer_(stream)
-        , flags_(flags) {}
+        , flags_(flags)
+        , isCompact_((flags & Xml::PRINT_COMPACT) != 0)
+        , endOfLine_(isCompact_                       ? ""
+                     : (flags & Xml::PRINT_CRLF) != 0 ? "\r\n"
+                                                      : "\n") {}
 
     bool Print(Node const& node, unsigned long level) {
         PrintTree_(node, level);
@@ -137,22 +25,19 @@ public:
     }
 
 private:
-    bool Is_(Xml::PrintFlagsT flag) const { return (flags_ & flag) != 0; }
-
-    void PrintIndent_(unsigned long level) {
-        if (!Is_(Xml::PRINT_COMPACT)) writer_.Fill(' ', level * 4);
+    unsigned long Indent_(unsigned long level) const { return isCompact_ ? 0 : level * 4; }
+    void PrintEndOfLine_() { writer_.Put(endOfLine_); }
+    void PrintEscaped_(CString const& value) { Xml::WriteEscaped<Xml::ESCAPE_ALL>(writer_, value, flags_); }
+    void PrintCodepoints_(CString const& value) {
+        Xml::WriteEscaped<Xml::ESCAPE_NONE>(writer_, value, Xml::PRINT_DEFAULT);
     }
-    void PrintEndOfLine_() {
-        if (Is_(Xml::PRINT_COMPACT)) return;
-        if (Is_(Xml::PRINT_CRLF)) writer_.Put('\r');
-        writer_.Put('\n');
-    }
-    void PrintEscaped_(CString const& value) { all_.Write(writer_, value, flags_); }
-    void PrintCodepoints_(CString const& value) { none_.Write(writer_, value, Xml::PRINT_DEFAULT); }
 
     void PrintAttributes_(Node const& node);
-    void PrintAttributeValue_(CString const& value);
-    bool BeginElement_(Node const& node);
+    void PrintAttribute_(CString const& name, CString const& value);
+    void PrintClosingTag_(CString const& name, unsigned long indent);
+    template<typename WriteT>
+    void PrintText_(CString const& value, CString const& name, unsigned long size, WriteT const& ahead);
+    bool BeginElement_(Node const& node, unsigned long level);
     void PrintLeaf_(Node const& node);
     bool Begin_(Node const& node, unsigned long level);
     void End_(Node const& node, unsigned long level);
@@ -160,60 +45,102 @@ private:
 
     Doc::Writer writer_;
     Xml::PrintFlagsT const flags_;
-    Escaper const all_{ESCAPE_ALL};
-    Escaper const none_{ESCAPE_NONE};
+    bool const isCompact_;
+    CString const endOfLine_;
 };
 
-void Printer::PrintAttributeValue_(CString const& value) {
-    if (value.Empty() || all_.IsShortPlain(value)) {
-        writer_.Put('"');
-        writer_.Put(value);
-        return writer_.Put('"');
+void Printer::PrintAttribute_(CString const& name, CString const& value) {
+    if (Xml::IsPlain<Xml::ESCAPE_ALL>(value.Cstr(), value.Size())) {
+        return writer_.PutPiece(name.Size() + value.Size() + 4, [&](auto& out) {
+            out.Put(' ');
+            out.Put(name);
+            out.Put("=\"");
+            out.Put(value);
+            out.Put('"');
+        });
     }
+    // Which quotes the value holds decides the quotes around it.
     bool const quotes = memchr(value.Cstr(), '"', value.Size()) != nullptr;
     bool const apostrophes = memchr(value.Cstr(), '\'', value.Size()) != nullptr;
-    char const quote = quotes && !apostrophes ? '\'' : '"';
+    Xml::EscapeMaskT const mask = quotes == apostrophes ? Xml::ESCAPE_ALL
+                                  : quotes              ? Xml::ESCAPE_ALL_BUT_QUOTES
+                                                        : Xml::ESCAPE_ALL_BUT_APOSTROPHES;
+    char const quote = mask == Xml::ESCAPE_ALL_BUT_QUOTES ? '\'' : '"';
+    writer_.Put(' ');
+    writer_.Put(name);
+    writer_.Put('=');
     writer_.Put(quote);
-    if (quotes == apostrophes) {
-        PrintEscaped_(value);
-    } else {
-        Escaper(quotes ? ESCAPE_ALL_BUT_QUOTES : ESCAPE_ALL_BUT_APOSTROPHES).Write(writer_, value, flags_);
-    }
+    Xml::WriteEscapedSlow(writer_, value, mask, flags_);
     writer_.Put(quote);
 }
 
 void Printer::PrintAttributes_(Node const& node) {
     for (Attribute const* attribute = node.FirstAttribute(); attribute != nullptr;
          attribute = attribute->NextAttribute()) {
-        if (attribute->Name().Empty()) continue;
-        writer_.Put(' ');
-        writer_.Put(attribute->Name());
-        writer_.Put('=');
-        PrintAttributeValue_(attribute->Value());
+        if (!attribute->Name().Empty()) PrintAttribute_(attribute->Name(), attribute->Value());
     }
 }
 
-// True when the children follow, each on lines of its own.
-bool Printer::BeginElement_(Node const& node) {
-    writer_.Put('<');
-    writer_.Put(node.Name());
-    PrintAttributes_(node);
+void Printer::PrintClosingTag_(CString const& name, unsigned long indent) {
+    writer_.PutPiece(indent + name.Size() + 5, [&](auto& out) {
+        out.Fill(' ', indent);
+        out.Put("</");
+        out.Put(name);
+        out.Put('>');
+        out.Put(endOfLine_);
+    });
+}
+
+// The text of an element, from the end of its start tag to its own end. `ahead`, of at most `size` bytes, is
+// written in one piece with it.
+template<typename WriteT>
+void Printer::PrintText_(CString const& value, CString const& name, unsigned long size, WriteT const& ahead) {
+    if (Xml::IsPlain<Xml::ESCAPE_ALL>(value.Cstr(), value.Size())) {
+        return writer_.PutPiece(size + value.Size() + name.Size() + 6, [&](auto& out) {
+            ahead(out);
+            out.Put('>');
+            out.Put(value);
+            out.Put("</");
+            out.Put(name);
+            out.Put('>');
+            out.Put(endOfLine_);
+        });
+    }
+    ahead(writer_);
+    writer_.Put('>');
+    Xml::WriteEscapedSlow(writer_, value, Xml::ESCAPE_ALL, flags_);
+    PrintClosingTag_(name, 0);
+}
+
+// Prints the element and gives false; or what stands ahead of its children, when they stand on lines of their
+// own.
+bool Printer::BeginElement_(Node const& node, unsigned long level) {
+    unsigned long const indent = Indent_(level);
+    unsigned long const size = indent + node.Name().Size() + 1;
+    auto const start = [&](auto& out) {
+        out.Fill(' ', indent);
+        out.Put('<');
+        out.Put(node.Name());
+    };
     Node const* const child = node.FirstNode();
-    if (child == nullptr && node.Value().Empty() && !Is_(Xml::PRINT_NO_EMPTY_TAG)) {
-        writer_.Put("/>");
+    bool const isText = child == nullptr || (child->Type() == Node::DATA && child->NextSibling() == nullptr);
+    CString const& text = child != nullptr ? child->Value() : node.Value();
+    bool const isEmpty = child == nullptr && text.Empty() && (flags_ & Xml::PRINT_NO_EMPTY_TAG) == 0;
+    bool const isWhole = isText && !isEmpty;
+    if (isWhole && node.FirstAttribute() == nullptr) {
+        PrintText_(text, node.Name(), size, start);
         return false;
     }
-    writer_.Put('>');
-    bool const isText = child == nullptr || (child->Type() == Node::DATA && child->NextSibling() == nullptr);
-    if (!isText) {
-        PrintEndOfLine_();
-        return true;
+    writer_.PutPiece(size, start);
+    PrintAttributes_(node);
+    if (isWhole) {
+        PrintText_(text, node.Name(), 0, [](auto&) {});
+        return false;
     }
-    PrintEscaped_(child != nullptr ? child->Value() : node.Value());
-    writer_.Put("</");
-    writer_.Put(node.Name());
+    if (isEmpty) writer_.Put('/');
     writer_.Put('>');
-    return false;
+    PrintEndOfLine_();
+    return !isEmpty;
 }
 
 void Printer::PrintLeaf_(Node const& node) {
@@ -247,29 +174,21 @@ void Printer::PrintLeaf_(Node const& node) {
     }
 }
 
-// Prints what stands ahead of the children and gives true, or the whole node and gives false.
+// Prints the node and gives false; or what stands ahead of its children, and gives true.
 bool Printer::Begin_(Node const& node, unsigned long level) {
+    if (node.Type() == Node::ELEMENT) return BeginElement_(node, level);
     if (node.Type() == Node::DOCUMENT) {
         if (node.FirstNode() != nullptr) return true;
     } else {
-        PrintIndent_(level);
-        if (node.Type() != Node::ELEMENT) {
-            PrintLeaf_(node);
-        } else if (BeginElement_(node)) {
-            return true;
-        }
+        writer_.Fill(' ', Indent_(level));
+        PrintLeaf_(node);
     }
     PrintEndOfLine_();
     return false;
 }
 
 void Printer::End_(Node const& node, unsigned long level) {
-    if (node.Type() == Node::ELEMENT) {
-        PrintIndent_(level);
-        writer_.Put("</");
-        writer_.Put(node.Name());
-        writer_.Put('>');
-    }
+    if (node.Type() == Node::ELEMENT) return PrintClosingTag_(node.Name(), Indent_(level));
     PrintEndOfLine_();
 }
 
