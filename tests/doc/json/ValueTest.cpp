@@ -86,18 +86,21 @@ TEST(JsonValue, AnIntegerIsOfEveryTypeThatHoldsIt) {
 
 TEST(JsonValue, TheTypeItIsMadeFromDoesNotMatter) {
     Document doc;
-    EXPECT_EQ(Flags(Value(doc, static_cast<char>(-1))), 341u);
-    EXPECT_EQ(Flags(Value(doc, static_cast<unsigned char>(200))), 1022u);
-    EXPECT_EQ(Flags(Value(doc, static_cast<short>(-200))), 340u);
-    EXPECT_EQ(Flags(Value(doc, static_cast<unsigned short>(40000))), 1016u);
-    EXPECT_EQ(Flags(Value(doc, 5)), 1023u);
-    EXPECT_EQ(Flags(Value(doc, 3000000000U)), 992u);
-    EXPECT_EQ(Flags(Value(doc, -5L)), 341u);
-    EXPECT_EQ(Flags(Value(doc, ULONG_MAX)), 640u);
-    EXPECT_EQ(Flags(Value(doc, Value::TYPE_NUMBER)), 1023u);
-    EXPECT_EQ(Flags(Value(doc, 5.0)), 1024u);
-    EXPECT_EQ(Value(doc, 5.0).Double(), 5.0);
-    EXPECT_EQ(*Value(doc, -0.5).DoublePtr(), -0.5);
+    Value const values[] = {{doc, static_cast<char>(-1)},
+                            {doc, static_cast<unsigned char>(200)},
+                            {doc, static_cast<short>(-200)},
+                            {doc, static_cast<unsigned short>(40000)},
+                            {doc, 5},
+                            {doc, 3000000000U},
+                            {doc, -5L},
+                            {doc, ULONG_MAX},
+                            {doc, Value::TYPE_NUMBER},
+                            {doc, 5.0}};
+    unsigned const flags[] = {341, 1022, 340, 1016, 1023, 992, 341, 640, 1023, 1024};
+    for (unsigned i = 0; i < std::size(values); ++i)
+        EXPECT_EQ(Flags(values[i]), flags[i]) << i;
+    EXPECT_EQ(values[9].Double(), 5.0);
+    EXPECT_EQ(*values[9].DoublePtr(), 5.0);
 }
 
 TEST(JsonValue, OnlyTheAccessorsOfItsTypeAnswer) {
@@ -107,21 +110,20 @@ TEST(JsonValue, OnlyTheAccessorsOfItsTypeAnswer) {
     for (unsigned type = 0; type < 7; ++type) {
         Value const& v = values[type];
         EXPECT_EQ(v.Type(), type);
-        EXPECT_EQ(v.IsNull(), type == 0);
-        EXPECT_EQ(v.IsFalse(), type == 1);
-        EXPECT_EQ(v.IsTrue(), type == 2);
-        EXPECT_EQ(v.Bool(), type == 2);
+        bool const is[] = {v.IsNull(),  v.IsFalse(),  v.IsTrue(),  v.IsObject(),
+                           v.IsArray(), v.IsString(), v.IsNumber()};
+        bool const has[] = {v.NullPtr() == &Json::Null,
+                            v.BoolPtr() && !v.Bool(),
+                            v.BoolPtr() && v.Bool(),
+                            v.Object() != nullptr,
+                            v.Array() != nullptr,
+                            v.StringPtr() != nullptr,
+                            Flags(v) == 1023};
+        for (unsigned other = 0; other < 7; ++other) {
+            EXPECT_EQ(is[other], other == type);
+            EXPECT_EQ(has[other], other == type);
+        }
         EXPECT_EQ(v.IsBool(), type == 1 || type == 2);
-        EXPECT_EQ(v.IsObject(), type == 3);
-        EXPECT_EQ(v.IsArray(), type == 4);
-        EXPECT_EQ(v.IsString(), type == 5);
-        EXPECT_EQ(v.IsNumber(), type == 6);
-        EXPECT_EQ(Flags(v), type == 6 ? 1023u : 0u);
-        EXPECT_EQ(v.NullPtr(), type == 0 ? &Json::Null : nullptr);
-        EXPECT_EQ(v.BoolPtr() != nullptr, v.IsBool());
-        EXPECT_EQ(v.StringPtr() != nullptr, type == 5);
-        EXPECT_EQ(v.Object() != nullptr, type == 3);
-        EXPECT_EQ(v.Array() != nullptr, type == 4);
         EXPECT_EQ(v.String().Size(), type == 5 ? 4u : 0u);
         EXPECT_EQ(v.Parent(), nullptr);
         EXPECT_EQ(v.Doc(), &doc);

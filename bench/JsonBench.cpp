@@ -1,0 +1,265 @@
+// Reading and writing of JSON beside its peers: whole documents (parse, print compact and wide), a small
+// record (parse, read, print). Real documents are taken when a corpus is named, else those of JsonCorpus.h.
+
+#include "bench/Corpus.h"
+#include "bench/JsonCorpus.h"
+#include "zeb/doc/json/Codes.h"
+#include "zeb/doc/json/Document.h"
+#include "zeb/io/Base.h"
+#include "zeb/io/OStream.h"
+
+#include <benchmark/benchmark.h>
+#include <vector>
+
+#ifdef ZEB_PEER_RAPIDJSON
+#ifdef __SSE2__
+#define RAPIDJSON_SSE2
+#elif defined(__aarch64__)
+#define RAPIDJSON_NEON
+#endif
+#include <rapidjson/document.h>
+#include <rapidjson/prettywriter.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#endif
+#ifdef ZEB_PEER_NLOHMANN
+#include <nlohmann/json.hpp>
+#endif
+#ifdef ZEB_PEER_CJSON
+#include <cJSON.h>
+#endif
+
+namespace {
+
+enum FormT { COMPACT, WIDE };
+
+std::string const& Input(unsigned which) {
+    static std::string const texts[] = {
+        CorpusFile("twitter.json"),
+        CorpusFile("citm_catalog.json"),
+        CorpusFile("canada.json"),
+    };
+    static std::string const generated[] = {JsonCorpus::Messages(), JsonCorpus::Catalogue(),
+                                            JsonCorpus::Outline(), JsonCorpus::Record()};
+    return which < 3 && !texts[which].empty() ? texts[which] : generated[which];
+}
+
+void Count(benchmark::State& state, unsigned long bytes) {
+    state.SetBytesProcessed(static_cast<long>(state.iterations() * bytes));
+}
+
+// A stream into one block of memory, which holds all of a document.
+class MemoryStream : public Io::OStream {
+public:
+    explicit MemoryStream(std::vector<char>& block)
+        : Io::OStream(buffer_, eol_)
+        , base_(*this)
+        , buffer_(base_, *this) {
+        buffer_.Set(block.data(), block.size());
+    }
+    unsigned long Size() const { return buffer_.PCount(); }
+
+private:
+    class Base_ final : public Io::Base {
+    public:
+        using Io::Base::Base;
+        bool SysRead(void*, unsigned long, unsigned long& done) override { return done = 0, false; }
+        bool SysWrite(void const*, unsigned long, unsigned long& done) override { return done = 0, false; }
+        bool SysFlush() override { return true; }
+    };
+
+    Base_ base_;
+    Io::Buffer buffer_;
+    Io::EndOfLineT eol_ = Io::EOL_LF;
+};
+
+void ParseOurs(benchmark::State& state, unsigned which) {
+    std::string const& text = Input(which);
+    for (auto _ : state) {
+        Json::Document document;
+        if (document.Parse(CBuffer(text.data(), text.size()), Json::Document::PARSE_ANY) != Json::CODE_OK) {
+            state.SkipWithError("refused");
+        }
+        benchmark::DoNotOptimize(document.Object());
+    }
+    Count(state, text.size());
+}
+
+void PrintOurs(benchmark::State& state, unsigned which, FormT form) {
+    std::string const& text = Input(which);
+    Json::Document document;
+    (void)document.Parse(CBuffer(text.data(), text.size()), Json::Document::PARSE_ANY);
+    std::vector<char> block(4 * text.size() + 65536);
+    unsigned long size = 0;
+    for (auto _ : state) {
+        MemoryStream stream(block);
+        if (!document.Print(stream, form == COMPACT)) state.SkipWithError("failed");
+        size = stream.Size();
+    }
+    Count(state, size);
+}
+
+void RecordOurs(benchmark::State& state) {
+    std::string const& text = Input(3);
+    std::vector<char> block(1024);
+    for (auto _ : state) {
+        Json::Document document;
+        (void)document.Parse(CBuffer(text.data(), text.size()), Json::Document::PARSE_CONTAINER);
+        unsigned short mtu = 0;
+        CString name;
+        document.Object()->Get("mtu", mtu);
+        document.Object()->Get("name", name);
+        benchmark::DoNotOptimize(mtu);
+        benchmark::DoNotOptimize(name.Cstr());
+        MemoryStream stream(block);
+        document.Print(stream, true);
+        benchmark::DoNotOptimize(stream.Size());
+    }
+}
+
+#ifdef ZEB_PEER_RAPIDJSON
+void ParseRapid(benchmark::State& state, unsigned which) {
+    std::string const& text = Input(which);
+    for (auto _ : state) {
+        rapidjson::Document document;
+        document.Parse(text.data(), text.size());
+        benchmark::DoNotOptimize(document.HasParseError());
+    }
+    Count(state, text.size());
+}
+
+void ParseRapidInPlace(benchmark::State& state, unsigned which) {
+    std::string const& text = Input(which);
+    std::vector<char> copy(text.size() + 1);
+    for (auto _ : state) {
+        memcpy(copy.data(), text.c_str(), text.size() + 1);
+        rapidjson::Document document;
+        document.ParseInsitu(copy.data());
+        benchmark::DoNotOptimize(document.HasParseError());
+    }
+    Count(state, text.size());
+}
+
+template<class Writer>
+void PrintRapidBy(benchmark::State& state, unsigned which, void (*set)(Writer&)) {
+    std::string const& text = Input(which);
+    rapidjson::Document document;
+    document.Parse(text.data(), text.size());
+    rapidjson::StringBuffer buffer(nullptr, 4 * text.size() + 65536);
+    for (auto _ : state) {
+        buffer.Clear();
+        Writer writer(buffer);
+        set(writer);
+        document.Accept(writer);
+        benchmark::DoNotOptimize(buffer.GetSize());
+    }
+    Count(state, buffer.GetSize());
+}
+
+void PrintRapid(benchmark::State& state, unsigned which, FormT form) {
+    using Compact = rapidjson::Writer<rapidjson::StringBuffer>;
+    using Wide = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
+    if (form == COMPACT) return PrintRapidBy<Compact>(state, which, [](Compact&) {});
+    PrintRapidBy<Wide>(state, which, [](Wide& writer) { writer.SetIndent(' ', 2); });
+}
+
+void RecordRapid(benchmark::State& state) {
+    std::string const& text = Input(3);
+    for (auto _ : state) {
+        rapidjson::Document document;
+        document.Parse(text.data(), text.size());
+        benchmark::DoNotOptimize(document["mtu"].GetUint());
+        benchmark::DoNotOptimize(document["name"].GetString());
+        rapidjson::StringBuffer buffer;
+        rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+        document.Accept(writer);
+        benchmark::DoNotOptimize(buffer.GetSize());
+    }
+}
+#endif
+
+#ifdef ZEB_PEER_NLOHMANN
+void ParseNlohmann(benchmark::State& state, unsigned which) {
+    std::string const& text = Input(which);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(nlohmann::json::parse(text, nullptr, false).size());
+    Count(state, text.size());
+}
+
+void PrintNlohmann(benchmark::State& state, unsigned which, FormT form) {
+    nlohmann::json const document = nlohmann::json::parse(Input(which), nullptr, false);
+    unsigned long size = 0;
+    for (auto _ : state)
+        size = document.dump(form == COMPACT ? -1 : 2).size();
+    Count(state, size);
+}
+
+void RecordNlohmann(benchmark::State& state) {
+    for (auto _ : state) {
+        nlohmann::json const document = nlohmann::json::parse(Input(3), nullptr, false);
+        benchmark::DoNotOptimize(document["mtu"].get<unsigned short>());
+        benchmark::DoNotOptimize(document["name"].get_ref<std::string const&>().size());
+        benchmark::DoNotOptimize(document.dump().size());
+    }
+}
+#endif
+
+#ifdef ZEB_PEER_CJSON
+void ParseCJson(benchmark::State& state, unsigned which) {
+    std::string const& text = Input(which);
+    for (auto _ : state)
+        cJSON_Delete(cJSON_ParseWithLength(text.data(), text.size()));
+    Count(state, text.size());
+}
+
+void PrintCJson(benchmark::State& state, unsigned which, FormT form) {
+    std::string const& text = Input(which);
+    cJSON* const document = cJSON_ParseWithLength(text.data(), text.size());
+    for (auto _ : state)
+        free(form == COMPACT ? cJSON_PrintUnformatted(document) : cJSON_Print(document));
+    cJSON_Delete(document);
+}
+#endif
+
+struct Case {
+    char const* name;
+    unsigned which;
+};
+
+using ParseT = void (*)(benchmark::State&, unsigned);
+using PrintT = void (*)(benchmark::State&, unsigned, FormT);
+
+void Register(Case const& input, char const* who, ParseT parse, PrintT print) {
+    std::string const name = input.name;
+    benchmark::RegisterBenchmark(("Json.Parse/" + name + '/' + who).c_str(), parse, input.which);
+    if (print == nullptr) return;
+    benchmark::RegisterBenchmark(("Json.Print/" + name + "-compact/" + who).c_str(), print, input.which,
+                                 COMPACT);
+    benchmark::RegisterBenchmark(("Json.Print/" + name + "-wide/" + who).c_str(), print, input.which, WIDE);
+}
+
+int const registered = [] {
+    for (Case const& input : {Case{"messages", 0}, Case{"catalogue", 1}, Case{"outline", 2}}) {
+        Register(input, "ours", ParseOurs, PrintOurs);
+#ifdef ZEB_PEER_RAPIDJSON
+        Register(input, "rapidjson", ParseRapid, PrintRapid);
+        Register(input, "rapidjson-in-place", ParseRapidInPlace, nullptr);
+#endif
+#ifdef ZEB_PEER_NLOHMANN
+        Register(input, "nlohmann", ParseNlohmann, PrintNlohmann);
+#endif
+#ifdef ZEB_PEER_CJSON
+        Register(input, "cjson", ParseCJson, PrintCJson);
+#endif
+    }
+    benchmark::RegisterBenchmark("Json.Record/ten/ours", RecordOurs);
+#ifdef ZEB_PEER_RAPIDJSON
+    benchmark::RegisterBenchmark("Json.Record/ten/rapidjson", RecordRapid);
+#endif
+#ifdef ZEB_PEER_NLOHMANN
+    benchmark::RegisterBenchmark("Json.Record/ten/nlohmann", RecordNlohmann);
+#endif
+    return 0;
+}();
+
+} // namespace
