@@ -107,6 +107,17 @@ PoolBase::Block_* PoolBase::Map_(unsigned long length, int flags) {
     return new (block) Block_{nullptr, length};
 }
 
+// A region, with memory behind it from the start; in huge pages where it fills them and the kernel has them.
+// What the kernel refuses comes page by page later.
+PoolBase::Block_* PoolBase::MapRegion_(unsigned long length) {
+    if (length % (HUGE_REGION + ALIGNMENT) != 0) return Map_(length, MAP_POPULATE);
+    void* const block = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (block == MAP_FAILED) return nullptr;
+    madvise(block, length, MADV_HUGEPAGE);
+    madvise(block, length, MADV_POPULATE_WRITE);
+    return new (block) Block_{nullptr, length};
+}
+
 void PoolBase::Unmap_(void* block, unsigned long length) {
     Unpoison_(block, length);
     munmap(block, length); // cannot fail for whole mappings
@@ -126,7 +137,7 @@ bool PoolBase::Reserve(unsigned long size) {
     if (!region) {
         unsigned long const wanted = size < REGION_MIN ? REGION_MIN : size > REGION_MAX ? REGION_MAX : size;
         unsigned long length;
-        region = Length_(wanted, length) ? Map_(length, MAP_POPULATE) : nullptr;
+        region = Length_(wanted, length) ? MapRegion_(length) : nullptr;
         if (!region) return false;
         region->length |= REGION;
     }

@@ -10,9 +10,15 @@ namespace {
 
 // Pool bytes that a byte of text comes to in documents of many small elements.
 constexpr unsigned long POOL_PER_TEXT = 6;
-// Below the one, pages do; above the other, the text that is then left decides again.
+// Below this, pages do.
 constexpr unsigned long RESERVE_MIN = 16UL << 10;
-constexpr unsigned long RESERVE_MAX = 4UL << 20;
+
+// What to take ahead for text that is left; once it is used up, the rest of the text decides again.
+unsigned long RegionSize(unsigned long text) {
+    unsigned long const estimate = text * POOL_PER_TEXT;
+    if (estimate <= PoolBase::HUGE_REGION * 3 / 4) return estimate;
+    return estimate <= PoolBase::HUGE_REGION ? PoolBase::HUGE_REGION : PoolBase::REGION_MAX;
+}
 
 } // namespace
 
@@ -47,11 +53,9 @@ ReturnT Document::Parser_::Run(char* at) {
 }
 
 void* Document::Parser_::AllocateMore_(char const* at, unsigned long size) {
-    unsigned long const estimate = static_cast<unsigned long>(end_ - at) * POOL_PER_TEXT;
-    if (estimate >= RESERVE_MIN) {
-        // Without it the pool grows page by page.
-        static_cast<void>(document_.pool_.Reserve(estimate < RESERVE_MAX ? estimate : RESERVE_MAX));
-    }
+    unsigned long const region = RegionSize(static_cast<unsigned long>(end_ - at));
+    // Without the region the pool grows page by page.
+    if (region >= RESERVE_MIN) static_cast<void>(document_.pool_.Reserve(region));
     return document_.Allocate_(size);
 }
 
