@@ -188,6 +188,9 @@ char const* Calls::Name(SysCall call) { return NAMES[static_cast<std::size_t>(ca
 
 unsigned long Workbench::CallsOfThread() { return callsOfThread; }
 
+// A sanitizer in a shared object may bind to these.
+#pragma GCC visibility push(default)
+
 #define ZEB_CALL(result, name, parameters, arguments)                                                        \
     extern "C" result __real_##name parameters;                                                              \
     extern "C" result __wrap_##name parameters {                                                             \
@@ -259,3 +262,5 @@ unsigned long Workbench::CallsOfThread() { return callsOfThread; }
     }
 
 #include "tests/support/Calls.inc"
+
+#pragma GCC visibility pop

@@ -315,6 +315,9 @@ int Workbench::Munmap(void* address, size_t size) {
     return __real_munmap(address, size);
 }
 
+// A sanitizer in a shared object may bind to these.
+#pragma GCC visibility push(default)
+
 extern "C" {
 
 void* __wrap_malloc(size_t size) {
@@ -460,3 +463,5 @@ ZEB_DELETE(_ZdlPvmSt11align_val_t, (void* block, size_t size, std::align_val_t a
 ZEB_DELETE(_ZdaPvmSt11align_val_t, (void* block, size_t size, std::align_val_t alignment),
            (block, size, alignment))
 }
+
+#pragma GCC visibility pop

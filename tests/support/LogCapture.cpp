@@ -159,6 +159,9 @@ std::string OutputCapture::Finish() {
     return text;
 }
 
+// A sanitizer in a shared object may bind to these.
+#pragma GCC visibility push(default)
+
 extern "C" {
 
 void __wrap_vsyslog(int priority, char const* format, va_list arguments) {
@@ -193,3 +196,5 @@ void __wrap___syslog_chk(int priority, int, char const* format, ...) {
     va_end(arguments);
 }
 }
+
+#pragma GCC visibility pop

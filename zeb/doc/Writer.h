@@ -48,6 +48,7 @@ public:
     }
 
     void Fill(char c, unsigned long count) {
+        if (count == 0) return;
         if (count > Room()) return FillSlow_(c, count);
         memset(at_, c, count);
         at_ += count;
