@@ -16,69 +16,43 @@ std::vector<unsigned char> Sample(unsigned long size) {
     return data;
 }
 
-std::string Digits(std::vector<unsigned char> const& data) {
-    std::string text;
-    for (unsigned char byte : data) {
-        text += HexString::LOWER_DIGITS[byte / 16];
-        text += HexString::LOWER_DIGITS[byte % 16];
-    }
-    return text;
-}
-
 } // namespace
 
 TEST(HexStringTest, WritesAndReadsBytesOfEverySize) {
     for (unsigned long size = 0; size < 70; ++size) {
-        std::vector<unsigned char> const data = Sample(size);
+        std::vector<unsigned char> const data = Sample(size), untouched(size, 0xEE);
+        std::string expected;
+        for (unsigned char byte : data) {
+            expected += HexString::LOWER_DIGITS[byte / 16];
+            expected += HexString::LOWER_DIGITS[byte % 16];
+        }
         HexString text;
         ASSERT_TRUE(text.Assign(data.data(), size));
-        EXPECT_EQ(text.Str().Cstr(), Digits(data));
-        EXPECT_EQ(text.DataSize(), size);
-        std::vector<unsigned char> back(size, 0xEE);
+        EXPECT_EQ(text.Str(), expected.c_str());
+        std::vector<unsigned char> back = untouched;
         unsigned long count = 77;
-        if (size != 0) {
-            EXPECT_FALSE(text.Get(back.data(), size - 1, count));
-            EXPECT_EQ(back, std::vector<unsigned char>(size, 0xEE)) << "nothing is written";
-            EXPECT_EQ(count, size);
-        }
-        EXPECT_TRUE(text.Get(back.data(), size, count));
-        EXPECT_EQ(back, data);
-        EXPECT_EQ(count, size);
+        EXPECT_TRUE(size == 0 || !text.Get(back.data(), size - 1, count));
+        EXPECT_TRUE(back == untouched && (size == 0 || count == size)) << "nothing is written";
+        EXPECT_TRUE(text.Get(back.data(), size, count) && back == data && count == size);
     }
 }
 
-TEST(HexStringTest, KnowsItsDigits) {
+TEST(HexStringTest, TakesPairsOfDigitsInEitherCaseAndShowsLower) {
     for (int c = 0; c < 256; ++c) {
-        int const value = isdigit(c) ? c - '0' : isxdigit(c) ? tolower(c) - 'a' + 10 : 0xFF;
-        EXPECT_EQ(HexString::CHAR_DIGIT_MAP[c], value) << c;
+        int const value = isdigit(c) ? c - '0' : tolower(c) - 'a' + 10;
+        EXPECT_EQ(HexString::CHAR_DIGIT_MAP[c], isxdigit(c) ? value : 0xFF) << c;
     }
-    unsigned long size = 77;
-    for (char const* bad : {"0", "0g", "0x12", "12 3", "abc"})
-        EXPECT_FALSE(HexString::IsValid(bad, &size)) << bad;
-    EXPECT_EQ(size, 77U);
-    EXPECT_TRUE(HexString::IsValid("00fFaB", &size));
-    EXPECT_EQ(size, 3U);
-    EXPECT_TRUE(HexString::IsValid("", nullptr));
-}
-
-TEST(HexStringTest, TakesTextInEitherCaseAndShowsLower) {
-    HexString text;
-    bool valid = false;
-    EXPECT_TRUE(text.Assign("ABcd09", valid));
-    EXPECT_TRUE(valid);
-    EXPECT_EQ(text.Str(), "abcd09");
-    EXPECT_FALSE(text.Assign("xy", valid));
-    EXPECT_FALSE(valid);
-    EXPECT_EQ(text.ToUpper().Str(), "ABCD09");
+    HexString text, other;
     Buffer data;
-    ASSERT_TRUE(text.Get(data));
-    EXPECT_EQ(data, CBuffer("\xAB\xCD\x09"));
-    HexString other;
-    EXPECT_TRUE(other.Assign(data) && other.Assign(other));
-    EXPECT_EQ(other.Str(), "abcd09");
-    other.Swap(text);
-    EXPECT_EQ(text.ToLower().Str(), other.ToLower().Str());
-    EXPECT_TRUE(other.Clear().Empty() && HexString::Nil().Empty());
+    bool valid = false;
+    unsigned long size = 77;
+    EXPECT_TRUE(text.Assign("ABcd09", valid) && valid && text.Str() == "abcd09");
+    for (char const* bad : {"0", "0g", "0x12", "12 3"})
+        EXPECT_TRUE(!text.Assign(bad, valid) && !valid && !HexString::IsValid(bad, &size) && size == 77)
+            << bad;
+    EXPECT_TRUE(HexString::IsValid("00fFaB", &size) && size == 3 && HexString::IsValid(""));
+    EXPECT_TRUE(text.ToUpper().Get(data) && data == CBuffer("\xAB\xCD\x09") && other.Assign(data));
+    EXPECT_TRUE(other.Swap(text).Str() == "ABCD09" && text.Str() == "abcd09" && other.Clear().Empty());
 }
 
 TEST(HexStringTest, KeepsItsValueWhenMemoryRunsOut) {
@@ -87,29 +61,20 @@ TEST(HexStringTest, KeepsItsValueWhenMemoryRunsOut) {
     ASSERT_TRUE(source.Assign(data.data(), data.size()));
     bool valid = true;
     std::function<bool(HexString&)> const changes[] = {
-        [&](HexString& text) { return text.Assign(data.data(), data.size()); },
         [&](HexString& text) { return text.Assign(CBuffer(data.data(), data.size())); },
         [&](HexString& text) { return text.Assign(source); },
-        [&](HexString& text) { return text.Assign(source.Str(), valid); },
-    };
+        [&](HexString& text) { return text.Assign(source.Str(), valid); }};
     for (auto const& change : changes) {
         ForEveryAllocation([&](Heap& heap) {
             HexString text;
+            Buffer out;
             ASSERT_TRUE(text.Assign(data.data(), 1));
             heap.Arm();
-            bool const ok = change(text);
+            bool const ok = change(text), got = source.Get(out);
             heap.Disarm();
-            EXPECT_EQ(ok, !heap.Fired());
+            EXPECT_EQ(ok && got, !heap.Fired());
             EXPECT_EQ(text.DataSize(), ok ? 100U : 1U);
-            EXPECT_TRUE(valid);
+            EXPECT_TRUE(out.Size() == (got ? 100U : 0U) && valid);
         });
     }
-    ForEveryAllocation([&](Heap& heap) {
-        Buffer out;
-        heap.Arm();
-        bool const ok = source.Get(out);
-        heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
-        EXPECT_EQ(out.Size(), ok ? 100U : 0U);
-    });
 }

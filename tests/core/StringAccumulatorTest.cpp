@@ -7,38 +7,34 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
 namespace {
 
 StringAccumulator& Comma(StringAccumulator& text) { return text << ", "; }
 
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-std::string Printed(char const* format, auto value) {
-    char text[40];
-    snprintf(text, sizeof text, format, value);
-    return text;
-}
-
-void ExpectBoth(auto value, char const* decimal, char const* hex) {
+void ExpectAsPrintf(auto value, std::string const& decimal, std::string const& hex) {
+    char expected[80];
+    snprintf(expected, sizeof expected, (decimal + " " + hex).c_str(), value, value);
     StringAccumulator text;
-    text << value << ' ';
-    text.Hex() << value;
-    EXPECT_EQ(text.Str().Cstr(), Printed(decimal, value) + " " + Printed(hex, value));
+    (text << value << ' ').Hex() << value;
+    EXPECT_EQ(text.Str(), expected);
 }
 
 } // namespace
 
 TEST(StringAccumulatorTest, NumbersReadAsPrintfWritesThem) {
-    for (long const bits : {0L, 1L, -1L, 9L, 10L, 127L, -128L, 32767L, -32768L, 65536L, long{INT_MIN},
-                            LONG_MIN, LONG_MAX, 1234567890123456789L}) {
-        ExpectBoth(static_cast<short>(bits), "%hi", "%hx");
-        ExpectBoth(static_cast<unsigned short>(bits), "%hu", "%hx");
-        ExpectBoth(static_cast<int>(bits), "%i", "%x");
-        ExpectBoth(static_cast<unsigned>(bits), "%u", "%x");
-        ExpectBoth(bits, "%li", "%lx");
-        ExpectBoth(static_cast<unsigned long>(bits), "%lu", "%lx");
-        ExpectBoth(static_cast<long long>(bits), "%lli", "%llx");
-        ExpectBoth(static_cast<unsigned long long>(bits), "%llu", "%llx");
-        ExpectBoth(reinterpret_cast<void const*>(bits), "%p", "%p");
+    for (long const bits :
+         {0L, 1L, -1L, 9L, 10L, -128L, 32767L, -32768L, 65536L, long{INT_MIN}, LONG_MIN, LONG_MAX}) {
+        ExpectAsPrintf(static_cast<short>(bits), "%hi", "%hx");
+        ExpectAsPrintf(static_cast<unsigned short>(bits), "%hu", "%hx");
+        ExpectAsPrintf(static_cast<int>(bits), "%i", "%x");
+        ExpectAsPrintf(static_cast<unsigned>(bits), "%u", "%x");
+        ExpectAsPrintf(bits, "%li", "%lx");
+        ExpectAsPrintf(static_cast<unsigned long>(bits), "%lu", "%lx");
+        ExpectAsPrintf(static_cast<long long>(bits), "%lli", "%llx");
+        ExpectAsPrintf(static_cast<unsigned long long>(bits), "%llu", "%llx");
+        ExpectAsPrintf(reinterpret_cast<void const*>(bits), "%p", "%p");
     }
 }
 
@@ -54,12 +50,8 @@ TEST(StringAccumulatorTest, EachSettingLastsForOneItem) {
     text.Width(1) << "longer" << static_cast<char const*>(nullptr);
     text.Left().Right().Hex().Dec().Width(3) << 10;
     EXPECT_EQ(text.Str(), "   12, ab**|00cd, ABCDEF171xyzQffGHghlonger 10");
-}
-
-TEST(StringAccumulatorTest, RawCharactersNeitherUseNorEndSettings) {
-    StringAccumulator text;
-    text.Width(3).Write('-', 2).Write("x", 1).Write('-', 0).Write("y", 1);
-    EXPECT_EQ(text, "--  xy");
+    text.Clear().Width(3).Write('-', 2).Write("x", 1).Write('-', 0).Write("y", 1);
+    EXPECT_EQ(text, "--  xy") << "raw characters neither use nor end the settings";
 }
 
 TEST(StringAccumulatorTest, InvalidUntilClearedButSettingsStillEnd) {
@@ -68,20 +60,18 @@ TEST(StringAccumulatorTest, InvalidUntilClearedButSettingsStillEnd) {
     text.Invalidate();
     text.Width(9) << "lost";
     text.Write('x', 3);
-    EXPECT_FALSE(text.Valid());
-    EXPECT_EQ(text, "kept");
-    text.Width(3).Clear();
-    EXPECT_TRUE(text.Valid() && text.Empty());
+    EXPECT_TRUE(!text.Valid() && text == "kept");
+    EXPECT_TRUE(text.Width(3).Clear().Valid() && text.Empty());
     text << 'a' << 'b';
-    EXPECT_EQ(text, "  ab") << "Clear leaves the settings";
     String taken;
     text.Swap(taken);
-    EXPECT_EQ(taken, "  ab");
+    EXPECT_EQ(taken, "  ab") << "Clear leaves the settings";
     EXPECT_TRUE(text.Empty());
 }
 
 TEST(StringAccumulatorTest, KeepsWhatItHadWhenMemoryRunsOut) {
-    std::string const big(400, 'b');
+    std::string const big(400, 'b'), pad(500, ' ');
+    std::string const whole = "start" + pad.substr(400) + big + std::string(400, 'B') + pad + "x";
     ForEveryAllocation([&](Heap& heap) {
         StringAccumulator text;
         heap.Arm();
@@ -90,9 +80,7 @@ TEST(StringAccumulatorTest, KeepsWhatItHadWhenMemoryRunsOut) {
         text << 'x';
         heap.Disarm();
         EXPECT_EQ(text.Valid(), !heap.Fired());
-        std::string const whole =
-            "start" + std::string(100, ' ') + big + std::string(400, 'B') + std::string(500, ' ') + "x";
-        EXPECT_EQ(whole.substr(0, text.Size()), text.Cstr());
+        EXPECT_EQ(text, whole.substr(0, text.Size()).c_str());
         EXPECT_EQ(text.Size() == whole.size(), text.Valid());
         text.Clear() << 1 << 2;
         EXPECT_EQ(text, "12") << "no setting is left over";

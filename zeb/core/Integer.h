@@ -68,12 +68,14 @@ private:
 
 template<std::integral T>
 bool Integer::Parse(char const* text, unsigned long size, T& value, ParseFormatT format) {
-    using LimitsT = std::numeric_limits<T>;
-    if (std::is_signed_v<T> && format != PARSE_HEX) {
-        int64_t number;
-        if (!ParseSigned_(text, size, LimitsT::min(), LimitsT::max(), number)) return false;
-        value = static_cast<T>(number);
-        return true;
+    if constexpr (std::is_signed_v<T>) {
+        using LimitsT = std::numeric_limits<T>;
+        if (format != PARSE_HEX) {
+            int64_t number;
+            if (!ParseSigned_(text, size, LimitsT::min(), LimitsT::max(), number)) return false;
+            value = static_cast<T>(number);
+            return true;
+        }
     }
     uint64_t number;
     if (!ParseUnsigned_(text, size, format, number)) return false;
