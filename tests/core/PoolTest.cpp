@@ -95,8 +95,12 @@ TEST(PoolReserve, GivesOneRegionWithinItsLimits) {
             unsigned long asked;
             unsigned long left;
         } const rows[] = {
-            {2048, 2048},           {2049, PoolBase::REGION_MIN},        {300000, 300000},
-            {3UL << 20, 3UL << 20}, {100UL << 20, PoolBase::REGION_MAX}, {~0UL, PoolBase::REGION_MAX},
+            {2048, 2048},
+            {2049, PoolBase::REGION_MIN},
+            {300000, 300000},
+            {3UL << 20, PoolBase::REGION_MAX},
+            {100UL << 20, PoolBase::REGION_MAX},
+            {~0UL, PoolBase::REGION_MAX},
         };
         for (auto const& row : rows) {
             std::thread([&row] { // without a spare region
@@ -148,6 +152,21 @@ TEST(PoolReserve, TheThreadKeepsTheLongestRegionUpToItsLimitAndReleasesItAtItsEn
         EXPECT_EQ(heap.Live(), 1u) << heap.Describe();
     });
     EXPECT_EQ(heap.Live(), 0u) << heap.Describe();
+}
+
+TEST(PoolReserve, AProgramMayHaveItKeepMore) {
+    PoolBase::KeepUpTo(6UL << 20);
+    OnFreshThread([] {
+        Pool<2048> pool;
+        ASSERT_TRUE(pool.Reserve(100UL << 20));
+        EXPECT_EQ(pool.Left(), (6UL << 20) - 16);
+        pool.Clear();
+        Calls calls;
+        ASSERT_TRUE(pool.Reserve(100000));
+        EXPECT_EQ(pool.Left(), (6UL << 20) - 16);
+        EXPECT_EQ(calls.Count(SysCall::mmap), 0u);
+    });
+    PoolBase::KeepUpTo(0);
 }
 
 TEST(PoolReserve, AFailureChangesNothing) {

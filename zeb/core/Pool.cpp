@@ -20,6 +20,9 @@ unsigned long PageSize_() {
     return known > 0 ? static_cast<unsigned long>(known) : 0;
 }
 
+constinit std::atomic<unsigned long> regionMax = PoolBase::REGION_MAX;
+constinit std::atomic<unsigned long> spareMax = PoolBase::SPARE_MAX;
+
 } // namespace
 
 // The one region that a thread keeps for its next pool. The value of a key, not a thread_local object: the
@@ -51,7 +54,8 @@ public:
     // How much of a block could be kept.
     static unsigned long Kept(Block_ const* block) {
         if (!block || (block->length & REGION) == 0) return 0;
-        return block->Length() < SPARE_MAX ? block->Length() : SPARE_MAX;
+        unsigned long const most = spareMax.load(std::memory_order_relaxed);
+        return block->Length() < most ? block->Length() : most;
     }
 
 private:
@@ -107,15 +111,27 @@ PoolBase::Block_* PoolBase::Map_(unsigned long length, int flags) {
     return new (block) Block_{nullptr, length};
 }
 
-// A region, with memory behind it from the start; in huge pages where it fills them and the kernel has them.
-// What the kernel refuses comes page by page later.
-PoolBase::Block_* PoolBase::MapRegion_(unsigned long length) {
-    if (length % (HUGE_REGION + ALIGNMENT) != 0) return Map_(length, MAP_POPULATE);
+// A region, with memory behind it from the start. One that about fills a huge page gets whole ones, where the
+// kernel has them. What the kernel refuses comes page by page later.
+PoolBase::Block_* PoolBase::MapRegion_(unsigned long size) {
+    unsigned long const most = regionMax.load(std::memory_order_relaxed);
+    size = size < REGION_MIN ? REGION_MIN : size > most ? most : size;
+    unsigned long length;
+    if (!Length_(size, length)) return nullptr;
+    if (length < HUGE_PAGE * 3 / 4) return Map_(length, MAP_POPULATE);
+
+    length = (length + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1);
     void* const block = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (block == MAP_FAILED) return nullptr;
     madvise(block, length, MADV_HUGEPAGE);
     madvise(block, length, MADV_POPULATE_WRITE);
     return new (block) Block_{nullptr, length};
+}
+
+void PoolBase::KeepUpTo(unsigned long size) {
+    unsigned long const whole = (size + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1);
+    spareMax.store(whole > SPARE_MAX ? whole : SPARE_MAX, std::memory_order_relaxed);
+    regionMax.store(whole > REGION_MAX ? whole - ALIGNMENT : REGION_MAX, std::memory_order_relaxed);
 }
 
 void PoolBase::Unmap_(void* block, unsigned long length) {
@@ -135,9 +151,7 @@ bool PoolBase::Reserve(unsigned long size) {
     if (size <= left_) return true;
     Block_* region = Spare_::Take();
     if (!region) {
-        unsigned long const wanted = size < REGION_MIN ? REGION_MIN : size > REGION_MAX ? REGION_MAX : size;
-        unsigned long length;
-        region = Length_(wanted, length) ? MapRegion_(length) : nullptr;
+        region = MapRegion_(size);
         if (!region) return false;
         region->length |= REGION;
     }

@@ -27,9 +27,9 @@ class ZEB_PUBLIC PoolBase {
 public:
     static constexpr unsigned long ALIGNMENT = 16;
 
-    // Limits of one region that Reserve gets, and of the one that a thread keeps. A region of HUGE_REGION or
-    // of REGION_MAX bytes fills whole huge pages, which come at a tenth of the cost of others.
-    static constexpr unsigned long HUGE_REGION = (2UL << 20) - ALIGNMENT;
+    // Limits of one region that Reserve gets, and of the one that a thread keeps. Large regions fill whole
+    // huge pages, which come at a tenth of the cost of others.
+    static constexpr unsigned long HUGE_PAGE = 2UL << 20;
     static constexpr unsigned long REGION_MIN = 64UL << 10;
     static constexpr unsigned long REGION_MAX = (4UL << 20) - ALIGNMENT;
     static constexpr unsigned long SPARE_MAX = 1UL << 20;
@@ -52,8 +52,8 @@ public:
     }
 
     // Makes it likely that the next `size` bytes are there without a further system call. When less is left,
-    // the pool gets one region, already backed by memory: of that size, but within the limits above, or the
-    // thread's spare one, whatever its size; so a user tests Left() and comes again when it runs low. The
+    // the pool gets one region, already backed by memory: about of that size, but within the limits above, or
+    // the thread's spare one, whatever its size; so a user tests Left() and comes again when it runs low. The
     // rest of the present block is lost until Clear(). False when there was no memory, and nothing has
     // changed. Not for signal handlers.
     bool Reserve(unsigned long size);
@@ -66,6 +66,10 @@ public:
 
     // All memory that was handed out is gone.
     void Clear();
+
+    // Raises REGION_MAX and SPARE_MAX to whole huge pages of that size, for a program that reads large
+    // documents again and again and has the memory to keep. Of the whole process.
+    static void KeepUpTo(unsigned long size);
 
 protected:
     // The first block: aligned to 16, and outlives the pool.
@@ -89,7 +93,7 @@ private:
     static unsigned long Round_(unsigned long size) { return (size + ALIGNMENT - 1) & ~(ALIGNMENT - 1); }
     static bool Length_(unsigned long size, unsigned long& length);
     static Block_* Map_(unsigned long length, int flags);
-    static Block_* MapRegion_(unsigned long length);
+    static Block_* MapRegion_(unsigned long size);
     static void Unmap_(void* block, unsigned long length);
     bool AddBlock_(unsigned long size);
     void Use_(Block_* block);

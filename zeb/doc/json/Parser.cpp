@@ -38,7 +38,7 @@ ReturnT Parser_::Parse(char const* text, unsigned long size, Document::ParseT wh
 // A byte of text becomes some 4 to 14 bytes of tree. Pages that are mapped one by one serve when nothing can
 // be reserved.
 void* Parser_::TakeSlow_(Byte const* at, unsigned long size) {
-    constexpr unsigned long GUESS = 10;
+    constexpr unsigned long GUESS = 12;
     unsigned long const left = static_cast<unsigned long>(text_.end - at);
     (void)document_.pool_.Reserve(left * GUESS + size);
     return document_.Allocate_(size);

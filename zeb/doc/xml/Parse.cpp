@@ -13,13 +13,6 @@ constexpr unsigned long POOL_PER_TEXT = 6;
 // Below this, pages do.
 constexpr unsigned long RESERVE_MIN = 16UL << 10;
 
-// What to take ahead for text that is left; once it is used up, the rest of the text decides again.
-unsigned long RegionSize(unsigned long text) {
-    unsigned long const estimate = text * POOL_PER_TEXT;
-    if (estimate <= PoolBase::HUGE_REGION * 3 / 4) return estimate;
-    return estimate <= PoolBase::HUGE_REGION ? PoolBase::HUGE_REGION : PoolBase::REGION_MAX;
-}
-
 } // namespace
 
 ReturnT Document::Parse(char* text, ParseFlagsT flags, Log::VerboseT verbose) {
@@ -53,9 +46,9 @@ ReturnT Document::Parser_::Run(char* at) {
 }
 
 void* Document::Parser_::AllocateMore_(char const* at, unsigned long size) {
-    unsigned long const region = RegionSize(static_cast<unsigned long>(end_ - at));
-    // Without the region the pool grows page by page.
-    if (region >= RESERVE_MIN) static_cast<void>(document_.pool_.Reserve(region));
+    unsigned long const estimate = static_cast<unsigned long>(end_ - at) * POOL_PER_TEXT;
+    // Without the region the pool grows page by page. Once it is used up, the rest of the text decides again.
+    if (estimate >= RESERVE_MIN) static_cast<void>(document_.pool_.Reserve(estimate));
     return document_.Allocate_(size);
 }
 
