@@ -16,7 +16,7 @@ bool HasRoom_(char* data, unsigned long size, unsigned long longer) {
 // Not inlined: the compiler would take the size of the last realloc() for all there is.
 __attribute__((noinline)) bool Reallocate_(char*& data, unsigned long size, unsigned long longer) {
     if (longer == ~0UL) return false;
-    void* const block = realloc(size == 0 ? nullptr : data, longer + 1);
+    void* const block = size == 0 ? malloc(longer + 1) : realloc(data, longer + 1);
     if (!block) return false;
     data = static_cast<char*>(block);
     return true;
@@ -108,7 +108,11 @@ String& String::Erase(unsigned long pos, unsigned long count) {
 
 String& String::Truncate(unsigned long size) { return size < size_ ? Erase(size, size_ - size) : *this; }
 
-String& String::Clear() { return Erase(0, size_); }
+String& String::Clear() {
+    if (size_ != 0) free(data_);
+    Forget_();
+    return *this;
+}
 
 String& String::Strip() {
     unsigned long front = 0;

@@ -27,110 +27,85 @@ inline void Take(IStreamBuffer& buffer, unsigned long count) {
     if (count > 0) (void)buffer.GSkip(count);
 }
 
-// Where the text of a line goes: nowhere, behind what is there, or in the place of what is there. The last is
-// decided with the first piece, so that the target's memory is used again.
-class LineTarget_ {
-public:
-    LineTarget_(String* out, unsigned long limit, bool replace)
-        : out_(out)
-        , limit_(limit)
-        , replace_(replace) {}
-    LineTarget_(LineTarget_ const&) = delete;
-    LineTarget_& operator=(LineTarget_ const&) = delete;
-    ~LineTarget_() {
-        if (replace_) out_->Clear();
-    }
-
-    unsigned long Room() const {
-        if (out_ == nullptr) return std::numeric_limits<unsigned long>::max();
-        unsigned long const size = replace_ ? 0 : out_->Size();
-        return size < limit_ ? limit_ - size : 0;
-    }
-
-    bool Add(char const* text, unsigned long size) {
-        if (out_ == nullptr || size == 0) return true;
-        if (!replace_) return out_->Append(CString(text, size));
-        if (!out_->Assign(text, size)) return false;
-        replace_ = false;
-        return true;
-    }
-
-private:
-    String* out_;
-    unsigned long limit_;
-    bool replace_;
-};
-
-class LineReader_ {
-public:
-    LineReader_(IStream& stream, EndOfLineT eol)
-        : stream_(stream)
-        , eol_(eol) {}
-
-    template<class B>
-    bool Read(B& buffer, LineTarget_& target) {
-        while (!AtEnd(buffer)) {
-            unsigned long const unread = buffer.GCount();
-            unsigned long const room = target.Room();
-            char const* const text = buffer.GPos();
-            unsigned long const size = TextRun(text, unread < room ? unread : room);
-            if (!target.Add(text, size)) return Fail_(Stateful::STATE_NO_MEMORY);
-            Take(buffer, size);
-            if (size < unread) return End_(buffer, target);
-            if (!buffer.Fill()) return false;
-        }
-        return true;
-    }
-
-private:
-    // At the first character that is no text, or at the limit.
-    template<class B>
-    bool End_(B& buffer, LineTarget_ const& target) {
-        char const c = *buffer.GPos();
-        if (c == '\n') {
-            if (eol_ == EOL_CRLF) return Fail_(Stateful::STATE_INVALID);
-            Take(buffer, 1);
-            return true;
-        }
-        if (c != '\r') return target.Room() == 0 || Fail_(Stateful::STATE_INVALID);
-        if (eol_ == EOL_LF) return Fail_(Stateful::STATE_INVALID);
-        Take(buffer, 1);
-        if (buffer.GCount() == 0) {
-            if (!buffer.Fill()) return false;
-            if (AtEnd(buffer)) return Fail_(Stateful::STATE_TRUNCATED);
-        }
-        if (*buffer.GPos() != '\n') return Fail_(Stateful::STATE_INVALID);
-        Take(buffer, 1);
-        return true;
-    }
-
-    bool Fail_(Stateful::StateT state) {
-        stream_.SetState(state);
-        return false;
-    }
-
-    IStream& stream_;
-    EndOfLineT eol_;
-};
-
-bool ReadInto(IStream& stream, LineTarget_& target, EndOfLineT eol) {
-    return With(stream.InBuffer(),
-                [&](auto& buffer) { return LineReader_(stream, eol).Read(buffer, target); });
-}
-
-// The start of every reader: false on a failed object, and at the end of the stream.
-bool CanRead(IStream const& stream) {
-    if (!stream.Ok()) return false;
-    if (!stream.Eos()) return true;
-    stream.SetState(Stateful::STATE_EOS);
+bool Fail(IStream const& stream, Stateful::StateT state) {
+    stream.SetState(state);
     return false;
 }
 
+// The start of every reader: false on a failed object, and at the end of the stream.
+template<class B>
+inline bool CanRead(IStream const& stream, B const& buffer) {
+    return stream.Ok() && (!AtEnd(buffer) || Fail(stream, Stateful::STATE_EOS));
+}
+
+class LineReader_ {
+public:
+    LineReader_(IStream& stream, String* out, unsigned long limit, EndOfLineT eol)
+        : stream_(stream)
+        , out_(out)
+        , limit_(limit)
+        , eol_(eol) {}
+
+    template<class B>
+    bool Read(B& buffer) {
+        if (!CanRead(stream_, buffer)) return false;
+        while (!AtEnd(buffer)) {
+            unsigned long const unread = buffer.GCount();
+            unsigned long const room = Room_();
+            char const* const text = buffer.GPos();
+            unsigned long const size = TextRun(text, unread < room ? unread : room);
+            if (!Add_(text, size)) return Fail(stream_, Stateful::STATE_NO_MEMORY);
+            Take(buffer, size);
+            if (size < unread) return End_(buffer);
+            if (!buffer.Fill()) return false;
+        }
+        return true;
+    }
+
+private:
+    // How much more text the caller wants.
+    unsigned long Room_() const {
+        if (out_ == nullptr) return std::numeric_limits<unsigned long>::max();
+        return out_->Size() < limit_ ? limit_ - out_->Size() : 0;
+    }
+
+    bool Add_(char const* text, unsigned long size) {
+        return out_ == nullptr || size == 0 || out_->Append(CString(text, size));
+    }
+
+    // At the first character that is no text, or at the limit.
+    template<class B>
+    bool End_(B& buffer) {
+        char const c = *buffer.GPos();
+        if (c == '\n') {
+            if (eol_ == EOL_CRLF) return Fail(stream_, Stateful::STATE_INVALID);
+            Take(buffer, 1);
+            return true;
+        }
+        if (c != '\r') return Room_() == 0 || Fail(stream_, Stateful::STATE_INVALID);
+        if (eol_ == EOL_LF) return Fail(stream_, Stateful::STATE_INVALID);
+        Take(buffer, 1);
+        if (buffer.GCount() == 0) {
+            if (!buffer.Fill()) return false;
+            if (AtEnd(buffer)) return Fail(stream_, Stateful::STATE_TRUNCATED);
+        }
+        if (*buffer.GPos() != '\n') return Fail(stream_, Stateful::STATE_INVALID);
+        Take(buffer, 1);
+        return true;
+    }
+
+    IStream& stream_;
+    String* out_;
+    unsigned long limit_;
+    EndOfLineT eol_;
+};
+
 template<int (*IsClass)(int)>
 bool IsOf(char c) {
-    // Visible characters are not worth a call.
+    // What is the same in every locale is not worth a call.
     if constexpr (IsClass == &isspace) {
         if (static_cast<unsigned char>(c - '!') < 0x7F - '!') return false;
+        if (c == ' ' || c == '\n') return true;
     }
     return IsClass(static_cast<unsigned char>(c)) != 0;
 }
@@ -190,7 +165,8 @@ struct Digits_ {
 
 template<class B>
 bool ReadNumber(B& buffer, IStream& stream, bool isSigned, unsigned width, uint64_t& value) {
-    if (!SkipClass<&isspace>(buffer) || !CanRead(stream)) return false;
+    if (!CanRead(stream, buffer) || !SkipClass<&isspace>(buffer)) return false;
+    if (AtEnd(buffer)) return Fail(stream, Stateful::STATE_EOS);
     Digits_ digits{std::numeric_limits<uint64_t>::max() >> (64 - 8 * width + (isSigned ? 1 : 0))};
     bool const minus = *buffer.GPos() == '-';
     bool valid = isSigned || !minus;
@@ -202,10 +178,7 @@ bool ReadNumber(B& buffer, IStream& stream, bool isSigned, unsigned width, uint6
         if (!digits.Read(buffer)) return false;
         valid = digits.any && !digits.overflow;
     }
-    if (!valid) {
-        stream.SetState(Stateful::STATE_INVALID);
-        return false;
-    }
+    if (!valid) return Fail(stream, Stateful::STATE_INVALID);
     value = minus ? 0 - digits.value : digits.value;
     return true;
 }
@@ -246,15 +219,15 @@ bool IStream::Eos() const {
 }
 
 bool IStream::ReadLine(String& out, unsigned long limit) {
-    LineTarget_ target(&out, limit, true);
-    return CanRead(*this) && ReadInto(*this, target, InRoot_()->eol_);
+    out.Clear();
+    return ReadString_(&out, limit, InRoot_()->eol_);
 }
 
 bool IStream::SkipLine() { return ReadString_(nullptr, 0, InRoot_()->eol_); }
 
 bool IStream::ReadString_(String* out, unsigned long limit, EndOfLineT eol) {
-    LineTarget_ target(out, limit, false);
-    return CanRead(*this) && ReadInto(*this, target, eol);
+    LineReader_ reader(*this, out, limit, eol);
+    return With(InBuffer(), [&](auto& buffer) { return reader.Read(buffer); });
 }
 
 bool IStream::Skip(CString const& text, unsigned long* count) {
@@ -279,7 +252,8 @@ bool IStream::Skip(CString const& text, unsigned long* count) {
 
 template<int (*IsClass)(int)>
 bool IStream::Skip() {
-    return CanRead(*this) && With(InBuffer(), [](auto& buffer) { return SkipClass<IsClass>(buffer); });
+    return With(InBuffer(),
+                [&](auto& buffer) { return CanRead(*this, buffer) && SkipClass<IsClass>(buffer); });
 }
 
 template ZEB_PUBLIC bool IStream::Skip<&isspace>();
@@ -295,10 +269,9 @@ IStream& IStream::Char_(Char& value) {
 template<class Number>
 IStream& IStream::Number_(Number& value) {
     uint64_t read = 0;
-    bool const done =
-        CanRead(*this) && With(InBuffer(), [&](auto& buffer) {
-            return ReadNumber(buffer, *this, std::numeric_limits<Number>::is_signed, sizeof(Number), read);
-        });
+    bool const done = With(InBuffer(), [&](auto& buffer) {
+        return ReadNumber(buffer, *this, std::numeric_limits<Number>::is_signed, sizeof(Number), read);
+    });
     if (done) value = static_cast<Number>(read);
     return *this;
 }
