@@ -26,55 +26,41 @@ TEST(XmlNode, NamesItsTypes) {
     EXPECT_STREQ(Node::TypeName(static_cast<Node::TypeT>(63)).Cstr(), "UNKNOWN");
 }
 
-TEST(XmlNode, BuildsElementsOfEveryDataType) {
+TEST(XmlNode, BuildsEveryDataType) {
     Document document;
-    struct {
-        Node* node;
-        char const* dump;
-        Xml::Base::DataTypeT type;
-    } const rows[] = {
-        {document.AppendElement("a"), "E:a", Node::DATA_OBJECT},
-        {document.AppendElement("a", CString("v")), "E:a=v", Node::DATA_STRING},
-        {document.AppendElement("a", "v"), "E:a=v", Node::DATA_STRING},
-        {document.AppendElement("a", static_cast<char const*>(nullptr)), "E:a", Node::DATA_NULL},
-        {document.AppendElement("a", true), "E:a=yes", Node::DATA_BOOL},
-        {document.AppendElement("a", false), "E:a=no", Node::DATA_BOOL},
-        {document.AppendElement("a", -7), "E:a=-7", Node::DATA_NUMBER},
-        {document.AppendElement("a", 4294967295U), "E:a=4294967295", Node::DATA_NUMBER},
-        {document.AppendElement("a", INT64_MIN), "E:a=-9223372036854775808", Node::DATA_NUMBER},
-        {document.AppendElement("a", UINT64_MAX), "E:a=18446744073709551615", Node::DATA_NUMBER},
-        {document.AppendElement("a", -1LL), "E:a=-1", Node::DATA_NUMBER},
-        {document.AppendElement("a", 1ULL), "E:a=1", Node::DATA_NUMBER},
-        {document.AppendToArray("a"), "E:a", Node::DATA_ARRAY},
-        {document.AppendToArray("a", CString("v")), "E:a=v(D=v)", Node::DATA_ARRAY},
-        {document.AppendToArray("a", static_cast<char const*>(nullptr)), "E:a(D)", Node::DATA_ARRAY},
-        {document.AppendToArray("a", true), "E:a=yes(D=yes)", Node::DATA_ARRAY},
-        {document.AppendToArray("a", -5), "E:a=-5(D=-5)", Node::DATA_ARRAY},
-        {document.AppendToArray("a", 5UL), "E:a=5(D=5)", Node::DATA_ARRAY},
-    };
-    Node const* child = document.FirstNode();
-    for (auto const& row : rows) {
-        ASSERT_EQ(child, row.node) << row.dump;
-        EXPECT_EQ(Dump(*child), row.dump);
-        EXPECT_EQ(child->DataType(), row.type) << row.dump;
-        child = child->NextSibling();
-    }
-    auto const slotType = [&](unsigned row) { return rows[row].node->FirstNode()->DataType(); };
-    EXPECT_EQ(slotType(13), Node::DATA_STRING);
-    EXPECT_EQ(slotType(14), Node::DATA_NULL);
-    EXPECT_EQ(slotType(15), Node::DATA_BOOL);
-    EXPECT_EQ(slotType(16), Node::DATA_NUMBER);
-    rows[4].node->ClearDataType();
-    EXPECT_EQ(rows[4].node->DataType(), Node::DATA_STRING);
-
-    EXPECT_EQ(document.AppendElement("", true), nullptr);
-    EXPECT_EQ(document.AppendElement("", 1L), nullptr);
-    EXPECT_EQ(child, nullptr);
-    Node& element = *rows[0].node;
-    EXPECT_EQ(element.AppendAttribute("b", true)->DataType(), Node::DATA_BOOL);
-    EXPECT_EQ(element.AppendAttribute("n", -2)->DataType(), Node::DATA_NUMBER);
-    EXPECT_EQ(element.AppendAttribute("s", "t")->DataType(), Node::DATA_STRING);
-    EXPECT_EQ(Dump(element), "E:a @b=yes @n=-2 @s=t");
+    Node& a = *document.AppendElement("a");
+    Node const* const first = a.AppendElement("b", CString("v"));
+    EXPECT_EQ(a.FirstNode(), first);
+    a.AppendElement("b", "v");
+    a.AppendElement("b", static_cast<char const*>(nullptr));
+    a.AppendElement("b", true);
+    a.AppendElement("b", -7);
+    a.AppendElement("b", 4294967295U);
+    a.AppendElement("b", INT64_MIN);
+    a.AppendElement("b", UINT64_MAX);
+    a.AppendElement("b", -1LL);
+    a.AppendElement("b", 1ULL);
+    EXPECT_EQ(Dump(a),
+              "E:a#5(E:b=v E:b=v E:b#0 E:b=yes#2 E:b=-7#3 E:b=4294967295#3 E:b=-9223372036854775808#3 "
+              "E:b=18446744073709551615#3 E:b=-1#3 E:b=1#3)");
+    EXPECT_EQ(a.AppendElement("", true), nullptr);
+    EXPECT_EQ(a.AppendElement("", 1L), nullptr);
+    document.Clear();
+    document.AppendToArray("a")->AppendElement("x", false);
+    document.AppendToArray("a", "v");
+    document.AppendToArray("a", static_cast<char const*>(nullptr));
+    document.AppendToArray("a", true);
+    Node const* const last = document.AppendToArray("a", -5);
+    EXPECT_EQ(document.LastNode(), last);
+    EXPECT_EQ(Dump(document),
+              "DOC(E:a#4(E:x=no#2) E:a=v#4(D=v) E:a#4(D#0) E:a=yes#4(D=yes#2) E:a=-5#4(D=-5#3))");
+    Node& slot = *document.FirstNode();
+    slot.ClearDataType();
+    slot.AppendAttribute("b", true);
+    slot.AppendAttribute("n", -2);
+    Attribute const* const attribute = slot.AppendAttribute("s", "t");
+    EXPECT_EQ(slot.LastAttribute(), attribute);
+    EXPECT_EQ(Dump(slot), "E:a @b=yes#2 @n=-2#3 @s=t(E:x=no#2)");
 }
 
 TEST(XmlNode, ReportsNamesThatDoNotFitAndGoesOn) {
@@ -98,11 +84,9 @@ TEST(XmlNode, ReportsNamesThatDoNotFitAndGoesOn) {
                       "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"\".",
                       "W Xml::Node: empty attribute name.", "W Xml::Node: duplicate attribute: \"b\"."}));
     ASSERT_TRUE(nameless != nullptr && second != nullptr);
-    EXPECT_EQ(nameless->Parent(), nullptr);
-    EXPECT_EQ(second->Parent(), nullptr);
+    EXPECT_TRUE(nameless->Parent() == nullptr && second->Parent() == nullptr);
     EXPECT_EQ(second->NextAttribute("b"), nullptr);
-    EXPECT_EQ(first->PreviousAttribute("a=")->Value()[0], 'v');
-    EXPECT_EQ(Dump(element), "E:e @a==v @b=1");
+    EXPECT_EQ(Dump(element), "E:e#5 @a==v @b=1");
     Log(Log::INFO, "x", nullptr, "%1 and %2") << static_cast<Xml::Base const*>(document.FirstNode()) << first;
     EXPECT_EQ(log.Take(), LinesT{"I x: v and 1."});
 }
@@ -110,8 +94,7 @@ TEST(XmlNode, ReportsNamesThatDoNotFitAndGoesOn) {
 // Random links beside a plain vector, of nodes and of attributes.
 template<typename ITEM>
 struct LinksT {
-    std::string before; // as Dump() shows it
-    std::string after;
+    char const* mark; // in front of a name, as Dump() shows it
     ITEM* (*make)(Document& document, Xml::String const& name);
     void (Node::*prepend)(ITEM*);
     void (Node::*append)(ITEM*);
@@ -132,50 +115,37 @@ void CheckLinks(LinksT<ITEM> const& links) {
             links.make(document, document.AllocateString(("n" + std::to_string(round)).c_str(), 0));
         auto const at = twin.begin() + static_cast<long>(random() % (twin.size() + 1));
         ITEM* gone = nullptr;
-        switch (random() % (twin.empty() ? 3 : 6)) {
-        case 0:
-            (node.*links.prepend)(item), twin.insert(twin.begin(), item);
-            break;
-        case 1:
-            (node.*links.append)(item), twin.push_back(item);
-            break;
-        case 2:
-            (node.*links.insert)(at != twin.end() ? *at : nullptr, item), twin.insert(at, item);
-            break;
-        case 3:
-            (node.*links.removeFirst)(), gone = twin.front(), twin.erase(twin.begin());
-            break;
-        case 4:
-            (node.*links.removeLast)(), gone = twin.back(), twin.pop_back();
-            break;
-        default:
-            (node.*links.remove)(gone = twin[random() % twin.size()]), std::erase(twin, gone);
-        }
-        std::string expected = "E:p";
+        std::function<void()> const steps[] = {
+            [&] { (node.*links.prepend)(item), twin.insert(twin.begin(), item); },
+            [&] { (node.*links.append)(item), twin.push_back(item); },
+            [&] { (node.*links.insert)(at != twin.end() ? *at : nullptr, item), twin.insert(at, item); },
+            [&] { (node.*links.removeFirst)(), gone = twin.front(), twin.erase(twin.begin()); },
+            [&] { (node.*links.removeLast)(), gone = twin.back(), twin.pop_back(); },
+            [&] { (node.*links.remove)(gone = twin[random() % twin.size()]), std::erase(twin, gone); },
+        };
+        steps[random() % (twin.empty() ? 3 : 6)]();
+        std::string expected = "E:p#5";
         for (ITEM const* i : twin)
-            expected += links.before + Text(i->Name()) + links.after;
+            expected += links.mark + Text(i->Name());
         std::string tree = Dump(node); // follows the links both ways
         std::replace(tree.begin(), tree.end(), '(', ' ');
         std::erase(tree, ')');
         ASSERT_EQ(tree, expected);
-        if (gone != nullptr) {
-            ASSERT_EQ(gone->Parent(), nullptr);
-        }
+        ASSERT_TRUE(gone == nullptr || gone->Parent() == nullptr);
     }
     node.RemoveAllNodes();
     node.RemoveAllAttributes();
-    EXPECT_EQ(Dump(node), "E:p");
+    EXPECT_EQ(Dump(node), "E:p#5");
     for (ITEM const* item : twin)
         EXPECT_EQ(item->Parent(), nullptr);
 }
 
 TEST(XmlNode, KeepsItsListsThroughRandomLinks) {
-    CheckLinks<Node>({" E:", "",
-                      [](Document& d, Xml::String const& n) { return d.AllocateNode(Node::ELEMENT, n, ""); },
-                      &Node::PrependNode, &Node::AppendNode, &Node::InsertNode, &Node::RemoveFirstNode,
-                      &Node::RemoveLastNode, &Node::RemoveNode});
-    CheckLinks<Attribute>({" @", "=",
-                           [](Document& d, Xml::String const& n) { return d.AllocateAttribute(n, ""); },
+    CheckLinks<Node>(
+        {" E:", [](Document& d, Xml::String const& n) { return d.AllocateNode(Node::ELEMENT, n, ""); },
+         &Node::PrependNode, &Node::AppendNode, &Node::InsertNode, &Node::RemoveFirstNode,
+         &Node::RemoveLastNode, &Node::RemoveNode});
+    CheckLinks<Attribute>({" @", [](Document& d, Xml::String const& n) { return d.AllocateAttribute(n, ""); },
                            &Node::PrependAttribute, &Node::AppendAttribute, &Node::InsertAttribute,
                            &Node::RemoveFirstAttribute, &Node::RemoveLastAttribute, &Node::RemoveAttribute});
 }
@@ -191,7 +161,7 @@ TEST(XmlNode, RemovesATailThatAWalkStillReaches) {
     EXPECT_TRUE(b->Parent() == nullptr && c->Parent() == nullptr && a->Parent() == &document);
     EXPECT_EQ(Printed(document), "<a/><b/><c/>");
     Node* const d = document.AppendElement("d");
-    EXPECT_EQ(Dump(document), "DOC(E:a E:d)");
+    EXPECT_EQ(Dump(document), "DOC(E:a#5 E:d#5)");
     document.RemoveAllNodes(d);
     document.RemoveFirstNode();
     EXPECT_EQ(document.FirstNode(), nullptr);
@@ -201,68 +171,51 @@ TEST(XmlNode, RemovesATailThatAWalkStillReaches) {
 }
 
 TEST(XmlNode, FindsByNameTypeAndCase) {
-    Document document;
-    Node* const data = document.AllocateNode(Node::DATA, CString(), "t");
-    document.AppendNode(data);
-    Node* const a1 = document.AppendElement("a");
-    Node* const b = document.AppendElement("b");
-    Node* const a2 = document.AppendElement("a");
-    Node* const pi = document.AllocateNode(Node::PI, "a", CString());
-    document.AppendNode(pi);
+    Parsed const parsed("<r>t<a x='1' y='2'/><b/><a/><?a?></r>", Document::PARSE_PI_NODES);
+    Node const& r = parsed.First();
+    Node* const data = r.FirstNode();
+    Node* const a1 = data->NextSibling();
+    Node* const b = a1->NextSibling();
+    Node* const a2 = b->NextSibling();
+    Attribute* const x = a1->FirstAttribute();
+    Attribute* const y = a1->LastAttribute();
     CString const& any = CString::Nil();
-    EXPECT_EQ(document.FirstNode(any), data);
-    EXPECT_EQ(document.FirstNode("a"), a1);
-    EXPECT_EQ(document.FirstNode("A"), nullptr);
-    EXPECT_EQ(document.FirstNode(CString::IgnoreCase("A")), a1);
-    EXPECT_EQ(document.LastNode("a"), pi);
-    EXPECT_EQ(document.LastNode("a", Node::ELEMENT), a2);
-    EXPECT_EQ(document.FirstNode("a", Node::PI), pi);
-    EXPECT_EQ(document.FirstNode(any, Node::DATA), data);
-    EXPECT_EQ(document.FirstNode(any, Node::ELEMENT), nullptr);
-    EXPECT_EQ(a1->NextSibling("a"), a2);
-    EXPECT_EQ(a1->NextSibling(any), b);
-    EXPECT_EQ(a2->PreviousSibling("a"), a1);
-    EXPECT_EQ(a1->PreviousSibling("b"), nullptr);
-    Attribute* const x = a1->AppendAttribute("x", "1");
-    Attribute* const y = a1->AppendAttribute("y", "2");
-    EXPECT_EQ(a1->FirstAttribute("y"), y);
-    EXPECT_EQ(a1->LastAttribute("x"), x);
-    EXPECT_EQ(a1->LastAttribute(any), y);
-    EXPECT_EQ(x->NextAttribute("y"), y);
-    EXPECT_EQ(y->PreviousAttribute(any), x);
+    EXPECT_TRUE(r.FirstNode(any) == data && r.FirstNode("a") == a1 && r.FirstNode("A") == nullptr);
+    EXPECT_TRUE(r.FirstNode(CString::IgnoreCase("B")) == b && r.LastNode("a") == r.LastNode(any));
+    EXPECT_TRUE(r.LastNode("a", Node::ELEMENT) == a2 && r.FirstNode("a", Node::PI) == r.LastNode());
+    EXPECT_TRUE(r.FirstNode(any, Node::DATA) == data && r.FirstNode(any, Node::ELEMENT) == nullptr);
+    EXPECT_TRUE(a1->NextSibling("a") == a2 && a1->NextSibling(any) == b && a1->NextSibling("c") == nullptr);
+    EXPECT_TRUE(a2->PreviousSibling("a") == a1 && a1->PreviousSibling("b") == nullptr);
+    EXPECT_TRUE(a1->FirstAttribute("y") == y && a1->LastAttribute("x") == x && a1->LastAttribute(any) == y);
+    EXPECT_TRUE(x->NextAttribute("y") == y && y->PreviousAttribute(any) == x &&
+                y->NextAttribute() == nullptr);
 }
 
 TEST(XmlNode, CopiesTreesBetweenDocuments) {
+    LogCapture log; // a document has no name for the element that it becomes
     Document source;
     RandomTree(3).Fill(source, 4);
     Document target;
-    {
-        LogCapture log; // a document has no name for the element that it becomes
-        Node const* const copy = target.AppendElement("x")->AppendRecursive(&source);
-        ASSERT_NE(copy, nullptr);
-        EXPECT_EQ("DOC" + Dump(*copy).substr(1), Dump(source));
-    }
+    Node const* const copy = target.AppendElement("x")->AppendRecursive(&source);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ("DOC" + Dump(*copy).substr(1), Dump(source));
     Node& element = *source.AppendElement("e");
     element.AppendAttribute("k", "v");
     element.AppendElement("n", 5);
-    element.AppendToArray("l", "w");
     target.Clear();
     Node& place = *target.AppendElement("old", "value");
     place.AppendAttribute("gone", "1");
     place.AppendElement("kept");
     EXPECT_TRUE(place.ReplaceRecursive(&element));
-    EXPECT_EQ(Dump(target), "DOC(E:e @k=v(E:kept E:n=5 E:l=w(D=w)))");
-    EXPECT_EQ(place.DataType(), Node::DATA_OBJECT);
-    EXPECT_EQ(place.FirstNode("n")->DataType(), Node::DATA_NUMBER);
     EXPECT_TRUE(place.ReplaceRecursive(&place));
-    EXPECT_TRUE(target.ReplaceRecursive(&place));
-    EXPECT_EQ(target.Type(), Node::DOCUMENT);
-    EXPECT_EQ(Text(target.Name()), "e");
-    EXPECT_FALSE(place.ReplaceRecursive(nullptr));
-    EXPECT_EQ(place.AppendRecursive(nullptr), nullptr);
+    EXPECT_EQ(Dump(target), "DOC(E:e#5 @k=v(E:kept#5 E:n=5#3))");
     // A copy of an ancestor is whole before it is linked, so this ends.
     EXPECT_NE(place.AppendRecursive(&place), nullptr);
-    EXPECT_EQ(Dump(*place.LastNode()), "E:e @k=v(E:kept E:n=5 E:l=w(D=w))");
+    EXPECT_EQ(Dump(*place.LastNode()), "E:e#5 @k=v(E:kept#5 E:n=5#3)");
+    EXPECT_TRUE(target.ReplaceRecursive(&place));
+    EXPECT_EQ(Dump(target).substr(0, 12), "DOC:e#5 @k=v");
+    EXPECT_FALSE(place.ReplaceRecursive(nullptr));
+    EXPECT_EQ(place.AppendRecursive(nullptr), nullptr);
 }
 
 TEST(XmlDocument, KeepsASmallTreeInsideTheObject) {
@@ -272,14 +225,12 @@ TEST(XmlDocument, KeepsASmallTreeInsideTheObject) {
     status.AppendAttribute("index", 1);
     for (unsigned i = 0; i < 8; ++i)
         status.AppendElement("counter", i);
-    char text[] = "<a b='1'>x<c/></a>";
-    EXPECT_EQ(Dump(status),
-              "E:status @index=1(E:counter=0 E:counter=1 E:counter=2 E:counter=3 E:counter=4 E:counter=5 "
-              "E:counter=6 E:counter=7)");
+    EXPECT_NE(status.LastNode(), nullptr);
+    document.Clear();
+    char text[] = "<a b='1'>x<c/>&amp;<d>2</d></a>";
     EXPECT_TRUE(document.Parse(text, Document::PARSE_DEFAULT, Log::VERBOSE_ON).Succeeded());
     EXPECT_EQ(footprint.Allocations(), 0u);
     EXPECT_EQ(footprint.SystemCalls(), 0u);
-    EXPECT_TRUE(document.Valid());
 }
 
 TEST(XmlDocument, AllocatesStringsWithATerminator) {

@@ -77,7 +77,7 @@ TEST(XmlStream, ReadsIntoANodeInTheMiddleOfATree) {
     document.AppendElement("y");
     Input input("\x01\0\0\0\1a\0\0\0\0\x02\0\0\0\0\0\0\0\1t\xC0"_bytes);
     ASSERT_TRUE(Xml::Stream::Read(input.stream, place, NO_LIMIT));
-    EXPECT_EQ(Dump(document), "DOC(E:a=t(D=t) E:y)");
+    EXPECT_EQ(Dump(document), "DOC(E:a=t(D=t) E:y#5)");
 }
 
 TEST(XmlStream, GivesBackRandomTrees) {
@@ -106,12 +106,8 @@ TEST(XmlStream, RefusesByState) {
         {root + "\0\0\0\0\0\0\0\0\0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},    // a document is no child
         {root + "\x81\0\0\0\1a\0\0\0\0"_bytes, NO_LIMIT, Stateful::STATE_INVALID}, // the root has no sibling
         {root + "\1\0\0\0\1a\0\0\0\0\x80\0\0\0\0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},
-        {root + "\1\0\0\1\0"
-                "aaaa"_bytes,
-         100, Stateful::STATE_TRUNCATED}, // a length beyond the limit
-        {root + "\1\0\0\0\x5B"
-                "a"_bytes,
-         104, Stateful::STATE_TRUNCATED},
+        {root + "\1\0\0\1\0zzzz"_bytes, 100, Stateful::STATE_TRUNCATED}, // a length beyond the limit
+        {root + "\1\0\0\0\x5Bz"_bytes, 104, Stateful::STATE_TRUNCATED},
         {SAMPLE.substr(0, 12), NO_LIMIT, Stateful::STATE_EOS},
     };
     for (auto const& row : rows) {
@@ -120,16 +116,14 @@ TEST(XmlStream, RefusesByState) {
         EXPECT_FALSE(Xml::Stream::Read(input.stream, document, row.limit));
         EXPECT_EQ(input.stream.CurrentState(), row.state) << testing::PrintToString(row.bytes);
     }
-    for (unsigned long limit = 1; limit < SAMPLE.size(); ++limit) {
+    for (unsigned long size = 1; size < SAMPLE.size(); ++size) {
         Document document;
         Input input(SAMPLE);
-        EXPECT_FALSE(Xml::Stream::Read(input.stream, document, limit));
-        EXPECT_EQ(input.stream.CurrentState(), Stateful::STATE_TRUNCATED) << limit;
-    }
-    for (unsigned long size = 0; size < SAMPLE.size(); ++size) {
-        Document document;
-        Input input(SAMPLE.substr(0, size));
-        EXPECT_FALSE(Xml::Stream::Read(input.stream, document, NO_LIMIT)) << size;
+        EXPECT_FALSE(Xml::Stream::Read(input.stream, document, size));
+        EXPECT_EQ(input.stream.CurrentState(), Stateful::STATE_TRUNCATED) << size;
+        Input cut(SAMPLE.substr(0, size));
+        document.Clear();
+        EXPECT_FALSE(Xml::Stream::Read(cut.stream, document, NO_LIMIT)) << size;
         EXPECT_EQ(Dump(document).find("!l"), std::string::npos);
     }
 }
@@ -143,7 +137,7 @@ TEST(XmlStream, ReportsNamesAndGoesOn) {
                 "\x40\0\0\0\1-\0\0\0\0\x40\0\0\0\1k\0\0\0\0\x40\0\0\0\1k\0\0\0\0"
                 "\xC0"_bytes);
     EXPECT_TRUE(Xml::Stream::Read(input.stream, document, NO_LIMIT));
-    EXPECT_EQ(Dump(document), "DOC:n(E:1 @-= @k=)");
+    EXPECT_EQ(Dump(document), "DOC:n(E:1 @- @k)");
     EXPECT_EQ(log.Take(),
               (LinesT{"C Xml::Stream: system failed [0xcffd****], non-empty DOCUMENT node name.",
                       "C Xml::Stream: system failed [0xcffd****], invalid ELEMENT node name: \"1\".",

@@ -1,4 +1,4 @@
-// What the tests of the trees share: a short form of a tree, its printed forms, parsed texts, and random
+// What the tests of the trees share: a short form of a tree, its printed form, parsed texts, and random
 // trees.
 #pragma once
 
@@ -13,42 +13,40 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <vector>
 
 inline std::string Text(CString const& text) { return std::string(text.Cstr(), text.Size()); }
-
 inline CString View(std::string const& text) { return CString(text.data(), text.size()); }
 
-// One word for each node: a mark for its type, name, "=value", attributes, children in brackets;
-// and the links of each list are walked both ways.
+// For each node: a mark for its type, name, "=value", "#data type" unless it is a string, attributes,
+// children in brackets. The links of each list are followed both ways.
 inline std::string Dump(Xml::Node const& node) {
     static char const* const marks[] = {"DOC", "E", "D", "CD", "CO", "DEC", "DT", "PI", "?"};
-    std::string out = marks[node.Type() <= Xml::Node::PI ? node.Type() : Xml::Node::PI + 1];
-    if (!node.Name().Empty()) out += ":" + Text(node.Name());
-    if (!node.Value().Empty()) out += "=" + Text(node.Value());
+    auto const words = [](Xml::Base const& base) {
+        std::string out = base.Value().Empty() ? "" : "=" + Text(base.Value());
+        return base.DataType() == Xml::Base::DATA_STRING ? out : out + "#" + std::to_string(base.DataType());
+    };
+    std::string out = marks[std::min<unsigned>(node.Type(), 8)];
+    out += (node.Name().Empty() ? "" : ":" + Text(node.Name())) + words(node);
     Xml::Attribute const* lastAttribute = nullptr;
     for (auto const* a = node.FirstAttribute(); a != nullptr; lastAttribute = a, a = a->NextAttribute()) {
-        out += " @" + Text(a->Name()) + "=" + Text(a->Value());
+        out += " @" + Text(a->Name()) + words(*a);
         if (a->Parent() != &node || a->PreviousAttribute() != lastAttribute) out += "!link";
     }
-    if (node.LastAttribute() != lastAttribute) out += "!last";
     Xml::Node const* last = nullptr;
-    for (auto const* child = node.FirstNode(); child != nullptr; last = child, child = child->NextSibling()) {
-        out += (last == nullptr ? "(" : " ") + Dump(*child);
-        if (child->Parent() != &node || child->PreviousSibling() != last || child->Doc() != node.Doc())
-            out += "!link";
+    for (auto const* n = node.FirstNode(); n != nullptr; last = n, n = n->NextSibling()) {
+        out += (last == nullptr ? "(" : " ") + Dump(*n);
+        if (n->Parent() != &node || n->PreviousSibling() != last || n->Doc() != node.Doc()) out += "!link";
     }
-    if (node.LastNode() != last) out += "!last";
+    if (node.LastAttribute() != lastAttribute || node.LastNode() != last) out += "!link";
     return last == nullptr ? out : out + ")";
 }
 
-// The printed form through a block of that size.
-inline std::string Printed(Xml::Node const& node, Xml::PrintFlagsT flags = Xml::PRINT_COMPACT,
+// The printed form, through a block of that size.
+inline std::string Printed(Xml::Node const& node, unsigned flags = Xml::PRINT_COMPACT,
                            unsigned long indent = 0, unsigned long block = 128) {
     Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, block, 1L << 24);
-    if (!Xml::Print(stream, node, flags, indent) || !stream.Flush())
-        return "failed: " + std::string(stream.ErrorString());
-    return Text(stream.Str());
+    bool const ok = Xml::Print(stream, node, static_cast<Xml::PrintFlagsT>(flags), indent) && stream.Flush();
+    return ok ? Text(stream.Str()) : "failed";
 }
 
 // A parsed text. It stands alone on the heap, so that a read beyond its end is seen.
@@ -59,6 +57,7 @@ struct Parsed {
         code = document.Parse(buffer.get(), static_cast<Xml::Document::ParseFlagsT>(flags), verbose);
     }
     std::string Tree() const { return Dump(document); }
+    Xml::Node& First() const { return *document.FirstNode(); }
 
     std::unique_ptr<char[]> buffer;
     Xml::Document document;
@@ -78,25 +77,26 @@ public:
         : random_(seed) {}
 
     void Fill(Xml::Node& node, unsigned depth) {
-        bool wasText = node.Type() == Xml::Node::DOCUMENT;
+        bool const isTop = node.Type() == Xml::Node::DOCUMENT;
         for (unsigned i = Below_(6); i != 0; --i) {
+            bool const mayBeText =
+                !isTop && (node.LastNode() == nullptr || node.LastNode()->Type() != Xml::Node::DATA);
             unsigned const kind = Below_(8);
-            if (kind < 2 && !wasText) {
+            if (kind < 2 && mayBeText) {
                 Xml::Node* const data = Add_(node, Xml::Node::DATA, "", "x" + Value_());
                 if (node.Value().Empty()) node.SetValue(data->Value());
             } else if (kind == 2) {
-                Add_(node, Xml::Node::COMMENT, "", "c" + std::to_string(Below_(1000)));
+                Add_(node, Xml::Node::COMMENT, "", "comment");
             } else if (kind == 3) {
-                Add_(node, Xml::Node::PI, Name_(), "p" + std::to_string(Below_(1000)));
-            } else if (kind == 4 && node.Type() != Xml::Node::DOCUMENT) {
-                Add_(node, Xml::Node::CDATA, "", "<&>" + std::to_string(Below_(1000)));
+                Add_(node, Xml::Node::PI, Name_(), "pi");
+            } else if (kind == 4 && !isTop) {
+                Add_(node, Xml::Node::CDATA, "", "<&>");
             } else {
                 Xml::Node* const element = Add_(node, Xml::Node::ELEMENT, Name_(), "");
                 for (unsigned a = Below_(4); a != 0; --a)
                     element->AppendAttribute(View(Name_() + std::to_string(a)), View(Value_()));
                 if (depth != 0) Fill(*element, depth - 1);
             }
-            wasText = node.LastNode()->Type() == Xml::Node::DATA || node.Type() == Xml::Node::DOCUMENT;
         }
     }
 
@@ -104,32 +104,19 @@ private:
     unsigned Below_(unsigned bound) { return static_cast<unsigned>(random_() % bound); }
     std::string Name_() { return std::string(1 + Below_(20), static_cast<char>('a' + Below_(26))); }
     std::string Value_() {
-        static char const* const parts[] = {"<",
-                                            ">",
-                                            "&",
-                                            "'",
-                                            "\"",
-                                            "\n",
-                                            "\t",
-                                            " ",
-                                            "1234567",
-                                            "\xC3\xA9",
-                                            "\xE2\x82\xAC",
-                                            "\xF0\x9F\x98\x80",
-                                            "plain text of some length",
-                                            "z"};
+        static char const* const parts[] = {
+            "<", "&", "'", "\"", "\n\t ", "123456", "\xC3\xA9", "\xF0\x9F\x98\x80", "plain text"};
         std::string value;
         for (unsigned i = Below_(5); i != 0; --i)
             value += parts[Below_(std::size(parts))];
         return value;
     }
-    Xml::Node* Add_(Xml::Node& parent, Xml::Node::TypeT type, std::string const& name,
-                    std::string const& value) {
-        Xml::Document& document = *parent.Doc();
+    static Xml::Node* Add_(Xml::Node& parent, Xml::Node::TypeT type, std::string const& name,
+                           std::string const& value) {
         auto const copy = [&](std::string const& s) {
-            return s.empty() ? Xml::String() : document.AllocateString(s.data(), s.size());
+            return parent.Doc()->AllocateString(s.c_str(), s.size());
         };
-        Xml::Node* const node = document.AllocateNode(type, copy(name), copy(value));
+        Xml::Node* const node = parent.Doc()->AllocateNode(type, copy(name), copy(value));
         parent.AppendNode(node);
         return node;
     }

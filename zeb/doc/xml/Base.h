@@ -12,6 +12,7 @@ namespace Xml {
 
 class Document;
 class Node;
+struct Layout_; // checks the order of the fields
 
 class ZEB_PUBLIC Base {
 public:

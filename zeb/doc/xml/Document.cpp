@@ -5,6 +5,22 @@
 #include <cstring>
 #include <new>
 
+// The order of the fields.
+struct Xml::Layout_ {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+    static_assert(offsetof(Base, parent_) == 0 && offsetof(Base, dataType_) == 8 &&
+                  offsetof(Base, name_) == 16);
+    static_assert(offsetof(Base, value_) == 40 && offsetof(Base, document_) == 64);
+    static_assert(offsetof(Attribute, previous_) == 72 && offsetof(Attribute, next_) == 80);
+    static_assert(offsetof(Node, type_) == 72 && offsetof(Node, firstNode_) == 80 &&
+                  offsetof(Node, lastNode_) == 88);
+    static_assert(offsetof(Node, firstAttribute_) == 96 && offsetof(Node, lastAttribute_) == 104);
+    static_assert(offsetof(Node, previous_) == 112 && offsetof(Node, next_) == 120);
+    static_assert(offsetof(Document, allocationOk_) == 128 && offsetof(Document, pool_) == 144);
+#pragma GCC diagnostic pop
+};
+
 void Xml::Document::Clear() {
     RemoveAllNodes(nullptr);
     RemoveAllAttributes();

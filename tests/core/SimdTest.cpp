@@ -1,0 +1,2 @@
+#define ZEB_SIMD_FORM Simd
+#include "tests/core/SimdTest.inc"
