@@ -76,7 +76,7 @@ TYPED_TEST(ArrayOf, RandomOperationsMatchAStandardVector) {
         std::mt19937 random(6);
         Array<TypeParam> array;
         std::vector<int> twin;
-        for (int step = 0; step < 6000; ++step) {
+        for (int step = 0; step < 2500; ++step) {
             unsigned long const at = random() % (twin.size() + 2);
             switch (random() % 7) {
             case 0:
@@ -138,6 +138,14 @@ TYPED_TEST(ArrayOf, FailureLeavesItAsItWasAndShrinkingNeverFails) {
         EXPECT_EQ(other.Size(), assigned ? size : 1u);
     });
     Array<TypeParam> array;
+    for (int i = 0; i < 9; ++i)
+        ASSERT_TRUE(array.PushBack(i));
+    Heap heap(1, Heap::ModeT::FOREVER);
+    heap.Arm();
+    array.Remove(0), array.Remove(0);
+    EXPECT_TRUE(array.PushBack(9)) << "there is room in the block that could not shrink";
+    heap.Disarm();
+    EXPECT_EQ(List(array), (std::vector{2, 3, 4, 5, 6, 7, 8, 9}));
     TypeParam const one(1);
     EXPECT_FALSE(array.Assign(&one, ~0UL));
     EXPECT_FALSE(array.Assign(&one, ~0UL / sizeof(TypeParam)));

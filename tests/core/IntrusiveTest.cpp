@@ -48,7 +48,7 @@ TEST(Intrusive, RandomOperationsMatchAStandardList) {
         items.emplace_back(i);
     AgeListT list;
     std::list<int> twin;
-    for (int step = 0; step < 20000; ++step) {
+    for (int step = 0; step < 8000; ++step) {
         Item& item = items[random() % items.size()];
         Item& other = items[random() % items.size()];
         if (item.byAge.IsLinked()) {

@@ -49,7 +49,7 @@ TEST(StringMap, RandomOperationsMatchAStandardMap) {
     std::mt19937 random(5);
     StringMap map;
     TwinT twin;
-    for (int step = 0; step < 8000; ++step) {
+    for (int step = 0; step < 5000; ++step) {
         std::string const key = std::to_string(random() % 60);
         std::string const value = std::to_string(step);
         switch (random() % 5) {

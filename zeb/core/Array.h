@@ -100,13 +100,14 @@ void Array<T>::Replace_(T* block, unsigned long size, unsigned long capacity) {
     capacity_ = capacity;
 }
 
-// Moves the elements to a block for `size` of them, if that is another one.
+// Moves the elements to a block for `size` of them, if that is another one. A larger one than needed stays in
+// use when there is no other.
 template<class T>
 bool Array<T>::Fit_(unsigned long size) {
     unsigned long const capacity = CapacityFor_(size);
     if (capacity == capacity_) return true;
     T* const block = Allocate_(capacity);
-    if (!block) return false;
+    if (!block) return capacity < capacity_;
     for (unsigned long i = 0; i < size_; ++i)
         new (block + i) T(data_[i]);
     Replace_(block, size_, capacity);
@@ -137,7 +138,7 @@ void Array<T>::Remove(unsigned long index) {
     for (unsigned long i = index + 1; i < size_; ++i)
         data_[i - 1] = data_[i];
     data_[--size_].~T();
-    (void)Fit_(size_); // without a smaller block the larger one stays
+    (void)Fit_(size_); // shrinking never fails
 }
 
 template<class T>
