@@ -29,12 +29,12 @@ Log::~Log() {
 template<class T>
 Log& Log::Number_(T number) {
     Integer const text(number, impl_->IsHex() ? Integer::PRINT_HEX : Integer::PRINT_DECIMAL);
-    impl_->AppendArgument(text.Cstr(), text.Size());
+    impl_->AppendMeasured(text.Cstr(), text.Size());
     return *this;
 }
 
 Log& Log::operator<<(char const* text) {
-    impl_->AppendArgument(text ? text : "", text ? strlen(text) : 0);
+    impl_->AppendMeasured(text ? text : "", text ? strlen(text) : 0);
     return *this;
 }
 

@@ -201,8 +201,12 @@ void Log::Impl_::BecomeFault_(char const* words) {
 }
 
 void Log::Impl_::AppendArgument(char const* text, unsigned long size) {
+    AppendMeasured(text, strnlen(text, size));
+}
+
+void Log::Impl_::AppendMeasured(char const* text, unsigned long size) {
     bool const glued = (flags_ & NEXT_GLUED) != 0;
-    arguments_.Append(text, size, glued ? StringBuffer_::MERGE : StringBuffer_::NEW, CUT_ARGUMENT);
+    arguments_.AppendMeasured(text, size, glued ? StringBuffer_::MERGE : StringBuffer_::NEW, CUT_ARGUMENT);
     if (!glued) ++argumentCount_;
     flags_ &= ~(NEXT_GLUED | NEXT_HEX);
 }
@@ -306,12 +310,6 @@ void Log::Impl_::EndMessage_() {
     CString const& cut = Cut();
     memcpy(message_.Data() + message_.Size() - cut.Size() - 1, cut.Cstr(), cut.Size() + 1);
 }
-
-void Log::Impl_::Merge_(char const* text, unsigned long size) {
-    message_.Append(text, size, StringBuffer_::MERGE);
-}
-
-void Log::Impl_::Merge_(char const* text) { Merge_(text, strlen(text)); }
 
 void Log::Impl_::Print() {
     if (flags_ & SILENT) return;

@@ -6,6 +6,7 @@
 #include "zeb/core/ReturnT.h"
 
 #include <cstdint>
+#include <cstring>
 
 class Log::Impl_ {
 public:
@@ -48,6 +49,20 @@ public:
         // is replaced by the marker if there is one.
         void Append(char const* text, unsigned long size, MergeT merge, char const* marker = nullptr);
 
+        // The same for a text that is known to hold no NUL.
+        void AppendMeasured(char const* text, unsigned long size, MergeT merge,
+                            char const* marker = nullptr) {
+            bool const merging = merge == MERGE && size_ != 0;
+            unsigned long const base = size_ - (merging ? 1 : 0);
+            if ((flags_ & (TRUNCATED | CUT)) != 0 || base + size >= CAPACITY || IsOnHeap()) {
+                return AppendSlowly_(text, size, merge, marker);
+            }
+            Copy_(array_ + base, text, size);
+            array_[base + size] = '\0';
+            size_ = base + size + 1;
+            count_ += merging ? 0 : 1;
+        }
+
         // Empties it and forgets its flags.
         void Clear();
 
@@ -61,6 +76,32 @@ public:
         bool IsOnHeap() const { return current_ != array_; }
 
     private:
+        // Most pieces of a line are short: no call for them.
+        static void Copy_(char* to, char const* from, unsigned long size) {
+            if (size > 16) {
+                memcpy(to, from, size);
+            } else if (size >= 8) {
+                CopyEnds_<8>(to, from, size);
+            } else if (size >= 4) {
+                CopyEnds_<4>(to, from, size);
+            } else if (size != 0) {
+                to[0] = from[0];
+                to[size / 2] = from[size / 2];
+                to[size - 1] = from[size - 1];
+            }
+        }
+        // The first and the last N bytes, which meet or overlap.
+        template<unsigned long N>
+        static void CopyEnds_(char* to, char const* from, unsigned long size) {
+            char first[N];
+            char last[N];
+            memcpy(first, from, N);
+            memcpy(last, from + size - N, N);
+            memcpy(to, first, N);
+            memcpy(to + size - N, last, N);
+        }
+
+        void AppendSlowly_(char const* text, unsigned long size, MergeT merge, char const* marker);
         bool MakeRoom_(unsigned long size);
         void Store_(unsigned long base, char const* text, unsigned long size);
         void DropLast_();
@@ -86,7 +127,9 @@ public:
     static void SetConsole();
 
     void Reset(LevelT level, char const* ident, char const* name, char const* format);
+    // The text ends at its first NUL.
     void AppendArgument(char const* text, unsigned long size);
+    void AppendMeasured(char const* text, unsigned long size);
     void Control(ControlT control);
     void Request(Backtrace const& request);
     void SetCode(uint64_t kind, ReturnT const& code);
@@ -111,8 +154,10 @@ private:
     void AppendCode_();
     void Expand_();
     void EndMessage_();
-    void Merge_(char const* text, unsigned long size);
-    void Merge_(char const* text);
+    void Merge_(char const* text, unsigned long size) {
+        message_.AppendMeasured(text, size, StringBuffer_::MERGE);
+    }
+    void Merge_(char const* text) { Merge_(text, strlen(text)); }
 
     LevelT level_ = INFO;
     char const* ident_ = "";

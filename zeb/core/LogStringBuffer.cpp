@@ -5,11 +5,15 @@
 
 void Log::Impl_::StringBuffer_::Append(char const* text, unsigned long size, MergeT merge,
                                        char const* marker) {
+    AppendMeasured(text, strnlen(text, size), merge, marker);
+}
+
+void Log::Impl_::StringBuffer_::AppendSlowly_(char const* text, unsigned long size, MergeT merge,
+                                              char const* marker) {
     if (IsTruncated()) return;
     if (merge == NEW) flags_ &= ~CUT;
     if (flags_ & CUT) return;
 
-    size = strnlen(text, size);
     bool const merging = merge == MERGE && size_ != 0;
     unsigned long const base = size_ - (merging ? 1 : 0);
     if (MakeRoom_(base + size + 1)) {

@@ -40,7 +40,13 @@ constexpr ReturnT THRESHOLD_SET{0x000903E8};
 constexpr ReturnT THRESHOLD_RESET{0x0009044C};
 constexpr ReturnT THRESHOLD_OUT_OF_RANGE{0x800903E8};
 
-std::atomic<long> threshold_ = Mutex::THRESHOLD_OFF;
+constinit std::atomic<long> threshold_ = Mutex::THRESHOLD_OFF;
+
+// The error for which a lock is not even tried, or 0.
+inline int Refusal_(Mutex const& mutex, bool initialized, Thread const* self) {
+    if (!initialized) return EINVAL;
+    return self && self->LockIsAcquired_(mutex, Log::VERBOSE_OFF) ? EDEADLK : 0;
+}
 
 } // namespace
 
@@ -57,7 +63,7 @@ Mutex::~Mutex() {
 
 bool Mutex::Lock() const {
     Thread* const self = tlsThread_;
-    int error = Refusal_(self);
+    int error = Refusal_(*this, initialized_, self);
     if (!error) error = pthread_mutex_trylock(&mutex_);
     if (error == EBUSY) {
         if (self) self->LockPush_(*this, Thread::PUSH_RELEASED, Time::Span::Zero());
@@ -78,7 +84,7 @@ bool Mutex::Lock() const {
 
 bool Mutex::TryLock() const {
     Thread* const self = tlsThread_;
-    int error = Refusal_(self);
+    int error = Refusal_(*this, initialized_, self);
     if (!error) error = pthread_mutex_trylock(&mutex_);
     if (error == EBUSY) return false;
     if (error) {
@@ -94,7 +100,7 @@ bool Mutex::TryLock() const {
 
 unsigned long Mutex::Unlock() const {
     Thread* const self = tlsThread_;
-    unsigned long const held = HeldTooLong_();
+    unsigned long const held = threshold_.load(std::memory_order_relaxed) ? HeldTooLong_() : 0;
     int const error = initialized_ ? pthread_mutex_unlock(&mutex_) : EINVAL;
     if (error) {
         Report_(IDENT, ReturnT::Fail(), error);
@@ -103,11 +109,6 @@ unsigned long Mutex::Unlock() const {
     if (self) self->LockPop_(*this, Thread::POP_ACQUIRED);
     if (held) WarnHeldTooLong_(IDENT, held);
     return held;
-}
-
-int Mutex::Refusal_(Thread const* self) const {
-    if (!initialized_) return EINVAL;
-    return self && self->LockIsAcquired_(*this, Log::VERBOSE_OFF) ? EDEADLK : 0;
 }
 
 void Mutex::Report_(char const* ident, ReturnT const& code, int error) const {

@@ -23,8 +23,6 @@
 #include <cstdint>
 #include <type_traits>
 
-class Thread;
-
 class ZEB_PUBLIC Mutex {
 public:
     static constexpr char const IDENT[] = "Mutex";
@@ -84,8 +82,6 @@ protected:
 
 private:
     void Initialize_();
-    // The error for which the lock is not even tried, or 0.
-    int Refusal_(Thread const* self) const;
 };
 
 // Holds a lock for a block of code, if it could be taken.

@@ -129,7 +129,7 @@ public:
     // A snapshot of every thread and its locks. 0x00220190, or an Oom code with the output empty.
     static ReturnT GetStates(AutoPVector<State, StdDeleter>& states);
 
-    // The lock stack, for Mutex and Condition. Called by the thread itself.
+    // The lock stack, for Mutex and Condition, which see the bodies. Called by the thread itself.
     void LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span const& now);
     void LockAcquired_(Mutex const& mutex, Time::Span const& now);
     void LockWaitStarted_(Mutex const& mutex, Time::Span const& now);
@@ -168,6 +168,8 @@ private:
     bool IsRunning_() const;
     static bool CopyStates_(AutoPVector<State, StdDeleter>& states);
     void LogFail_(ReturnT const& code) const;
+    void LockPopSlowly_(Mutex const& mutex, LockPopT_ type);
+    void LogNotFound_(Mutex const& mutex) const;
 
     Status ownStatus_;
     Status* status_ = &ownStatus_;

@@ -13,6 +13,7 @@
 #include "zeb/runtime/Thread.h"
 
 #include <atomic>
+#include <cstdint>
 #include <pthread.h>
 
 // The calling thread's object. The model spares the hot paths of the locks a call.
@@ -73,17 +74,68 @@ public:
     std::atomic<int> maskCount = 0;
 };
 
-// The lock stack of a thread: changed by that thread alone, under the mutex, which is there for readers in
-// other threads. The thread itself reads without it.
+// What was stored ahead of the first is seen by whoever sees what is stored behind it; what is loaded behind
+// the second is no older than what was loaded ahead of it.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored                                                                               \
+    "-Wtsan" // the words that they order are atomic, and that is what the sanitizer sees
+#endif
+inline void StoreFence_() { std::atomic_thread_fence(std::memory_order_release); }
+inline void LoadFence_() { std::atomic_thread_fence(std::memory_order_acquire); }
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
+
+// A word that one thread changes while others may read it.
+template<class T>
+class SharedWord_ {
+public:
+    SharedWord_() = default;
+    explicit SharedWord_(T value)
+        : value_(value) {}
+    SharedWord_(SharedWord_ const& other)
+        : value_(other) {}
+    SharedWord_& operator=(SharedWord_ const& other) { return *this = static_cast<T>(other); }
+
+    SharedWord_& operator=(T value) {
+        value_.store(value, std::memory_order_relaxed);
+        return *this;
+    }
+    operator T() const { return value_.load(std::memory_order_relaxed); }
+
+private:
+    std::atomic<T> value_ = {};
+};
+
+// The lock stack of a thread. That thread alone changes it, without a mutex, as each lock of the program
+// passes here twice: a counter, odd during a change, tells a reader that what it has copied is no moment's
+// stack. Readers hold the mutex, and so does the thread to move the array.
 class Thread::LockRecord_ {
 public:
     static constexpr unsigned long GROWTH = 8;
 
+    // The text of a moment, as words.
+    class Text {
+    public:
+        Text() = default;
+        explicit Text(struct Lock::Time const& time);
+
+        struct Lock::Time Get() const;
+
+    private:
+        SharedWord_<uint64_t> words_[sizeof(Lock::Time) / sizeof(uint64_t)];
+    };
+
     struct Entry {
-        Mutex const* mutex = nullptr;
-        class Lock::State const* state = nullptr;
-        Time::Span since;
-        struct Lock::Time text;
+        Lock Get() const;
+
+        SharedWord_<Mutex const*> mutex;
+        SharedWord_<Mutex::PrecedenceT> precedence;
+        SharedWord_<class Lock::State const*> state{&Lock::RELEASED};
+        SharedWord_<long> seconds; // since, on the monotonic clock
+        SharedWord_<long> microseconds;
+        Text text;
     };
 
     explicit LockRecord_(String const& threadName)
@@ -92,29 +144,126 @@ public:
     LockRecord_(LockRecord_ const&) = delete;
     LockRecord_& operator=(LockRecord_ const&) = delete;
 
+    // For the thread itself.
+
     // An entry could not be stored: there is nothing to compare with until the depth has fallen again.
     bool IsIncomplete() const { return depth > entries.Size(); }
 
     // By one group; the first one comes with the thread, so that a report needs no memory.
     bool Grow();
-    bool MakeRoom();
+
+    // Room for one more entry. If there is no memory, the list is incomplete from here on.
+    bool MakeRoom() { return depth < entries.Size() || MakeRoomSlowly_(); }
+
     void CheckOrder(Mutex const& taken) const;
     Entry* ExpectTop(Mutex const& expected, char const* operation);
+    void Push(Mutex const& taken, class Lock::State const& state, Time::Span const& when);
     void Change(Entry& entry, class Lock::State const& state, Time::Span const& when);
+    void SetDepth(unsigned long value);
 
     // For readers, with the mutex held.
-    unsigned long Stored() const;
+
     bool ShowsAcquired(Mutex const& wanted) const;
     State* Snapshot() const;
 
     String const& name;
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-    Array<Entry> entries;    // never shrinks
-    unsigned long depth = 0; // may exceed the size of the array
-    int tid = TID_UNKNOWN;
-    struct Lock::Time wallClock; // in the monotonic second `second`
-    long second = -1;
+    Array<Entry> entries;             // never shrinks
+    SharedWord_<unsigned long> depth; // may exceed the size of the array
+    int tid = TID_UNKNOWN;            // guarded by the mutex
+
+private:
+    // Makes the counter odd for a block of code.
+    class Writing_ {
+    public:
+        explicit Writing_(LockRecord_& record)
+            : sequence_(record.sequence_) {
+            Advance_(std::memory_order_relaxed);
+            StoreFence_(); // who sees what is stored behind this sees the odd counter
+        }
+        ~Writing_() { Advance_(std::memory_order_release); }
+        Writing_(Writing_ const&) = delete;
+        Writing_& operator=(Writing_ const&) = delete;
+
+    private:
+        void Advance_(std::memory_order order) {
+            sequence_.store(sequence_.load(std::memory_order_relaxed) + 1, order);
+        }
+
+        std::atomic<unsigned long>& sequence_;
+    };
+
+    template<class BodyT>
+    void Read_(BodyT const& body) const;
+    unsigned long Stored_() const;
+    bool MakeRoomSlowly_();
+    void LogOrder_(Mutex const& taken) const;
+    void RefreshWallClock_(long now);
+    void Store_(Entry& entry, class Lock::State const& state, Time::Span const& when);
+
+    std::atomic<unsigned long> sequence_ = 0;
+
+    // Of the thread itself.
+    Text wallClock_; // in the monotonic second `second_`
+    long second_ = -1;
 };
+
+inline void Thread::LockRecord_::CheckOrder(Mutex const& taken) const {
+    if (depth != 0 && entries[depth - 1].precedence >= taken.Precedence()) LogOrder_(taken);
+}
+
+inline void Thread::LockRecord_::Store_(Entry& entry, class Lock::State const& state,
+                                        Time::Span const& when) {
+    entry.state = &state;
+    entry.seconds = when.Parts().Seconds();
+    entry.microseconds = when.Parts().Microseconds();
+    entry.text = wallClock_;
+}
+
+inline void Thread::LockRecord_::Push(Mutex const& taken, class Lock::State const& state,
+                                      Time::Span const& when) {
+    if (when.Parts().Seconds() != second_) RefreshWallClock_(when.Parts().Seconds());
+    Writing_ const writing(*this);
+    Entry& entry = entries[depth];
+    entry.mutex = &taken;
+    entry.precedence = taken.Precedence();
+    Store_(entry, state, when);
+    depth = depth + 1;
+}
+
+inline void Thread::LockRecord_::SetDepth(unsigned long value) {
+    Writing_ const writing(*this);
+    depth = value;
+}
+
+inline void Thread::LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span const& now) {
+    LockRecord_& record = *lockRecord_;
+    if (!record.MakeRoom()) return record.SetDepth(record.depth + 1);
+    record.CheckOrder(mutex);
+    record.Push(mutex, type == PUSH_ACQUIRED ? Lock::ACQUIRED : Lock::RELEASED, now);
+}
+
+inline void Thread::LockPop_(Mutex const& mutex, LockPopT_ type) {
+    LockRecord_& record = *lockRecord_;
+    unsigned long const depth = record.depth;
+    if (depth - 1 < record.entries.Size()) { // neither empty nor incomplete
+        LockRecord_::Entry const& top = record.entries[depth - 1];
+        class Lock::State const& expected = type == POP_RELEASED ? Lock::RELEASED : Lock::ACQUIRED;
+        if (top.mutex == &mutex && top.state == &expected) return record.SetDepth(depth - 1);
+    }
+    LockPopSlowly_(mutex, type);
+}
+
+inline bool Thread::LockIsAcquired_(Mutex const& mutex, Log::VerboseT verbose) const {
+    LockRecord_ const& record = *lockRecord_;
+    if (record.IsIncomplete()) return true;
+    for (unsigned long i = record.depth; i != 0; --i) {
+        LockRecord_::Entry const& entry = record.entries[i - 1];
+        if (entry.mutex == &mutex) return entry.state == &Lock::ACQUIRED;
+    }
+    if (verbose != Log::VERBOSE_OFF) LogNotFound_(mutex);
+    return false;
+}
 
 class Thread::Registry_ {
 public:

@@ -6,6 +6,8 @@
 #include "zeb/core/TimeStamp.h"
 #include "zeb/runtime/ThreadImpl.h"
 
+#include <cstring>
+
 namespace {
 
 char const* Name_(Mutex const& mutex) { return Mutex::PrecedenceName(mutex.Precedence()); }
@@ -14,29 +16,33 @@ char const* Name_(Mutex const& mutex) { return Mutex::PrecedenceName(mutex.Prece
 
 Thread::LockRecord_::~LockRecord_() { pthread_mutex_destroy(&mutex); }
 
+Thread::LockRecord_::Text::Text(struct Lock::Time const& time) {
+    for (unsigned i = 0; i < sizeof(time) / sizeof(uint64_t); ++i) {
+        uint64_t word;
+        memcpy(&word, time.text + i * sizeof(word), sizeof(word));
+        words_[i] = word;
+    }
+}
+
 bool Thread::LockRecord_::Grow() {
+    PlainGuard_ const guard(mutex);
     if (!entries.PushBack(Entry())) return false;
     while (entries.Size() % GROWTH != 0)
         (void)entries.PushBack(Entry()); // the array has room for a whole group
     return true;
 }
 
-// Room for one more entry. If there is no memory, the list is incomplete from here on.
-bool Thread::LockRecord_::MakeRoom() {
-    if (depth < entries.Size()) return true;
-    if (depth == entries.Size()) {
-        if (Grow()) return true;
-        (Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "") << Log::Backtrace(1)).Oom(ReturnT::Oom());
-    }
+bool Thread::LockRecord_::MakeRoomSlowly_() {
+    if (IsIncomplete()) return false;
+    if (Grow()) return true;
+    (Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "") << Log::Backtrace(1)).Oom(ReturnT::Oom());
     return false;
 }
 
-void Thread::LockRecord_::CheckOrder(Mutex const& taken) const {
-    if (depth == 0) return;
-    Mutex const& below = *entries[depth - 1].mutex;
-    if (below.Precedence() < taken.Precedence()) return;
+void Thread::LockRecord_::LogOrder_(Mutex const& taken) const {
+    Mutex::PrecedenceT const below = entries[depth - 1].precedence;
     Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "lock precedence violation: %1 (%2) after %3 (%4)")
-        << Name_(taken) << taken.Precedence() << Name_(below) << below.Precedence() << Log::Backtrace(1);
+        << Name_(taken) << taken.Precedence() << Mutex::PrecedenceName(below) << below << Log::Backtrace(1);
 }
 
 // The topmost entry if it is that of the mutex.
@@ -49,44 +55,28 @@ Thread::LockRecord_::Entry* Thread::LockRecord_::ExpectTop(Mutex const& expected
     Entry& top = entries[depth - 1];
     if (top.mutex == &expected) return &top;
     Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "%1 lock: unexpected %2 operation, %3 lock expected")
-        << Name_(expected) << operation << Name_(*top.mutex) << Log::Backtrace(1);
+        << Name_(expected) << operation << Mutex::PrecedenceName(top.precedence) << Log::Backtrace(1);
     return nullptr;
 }
 
-void Thread::LockRecord_::Change(Entry& entry, class Lock::State const& state, Time::Span const& when) {
-    if (when.Parts().Seconds() != second) {
-        second = when.Parts().Seconds();
-        if (Time::Now().AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, wallClock.text).Failed()) {
-            wallClock.text[0] = '\0';
-            Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "").Fail(ReturnT::Fail());
-        }
+// The text is made at most once a second.
+void Thread::LockRecord_::RefreshWallClock_(long now) {
+    second_ = now;
+    struct Lock::Time time;
+    if (Time::Now().AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, time.text).Failed()) {
+        Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "").Fail(ReturnT::Fail());
     }
-    entry.state = &state;
-    entry.since = when;
-    entry.text = wallClock;
+    wallClock_ = Text(time);
 }
 
-void Thread::LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span const& now) {
-    LockRecord_& record = *lockRecord_;
-    PlainGuard_ const guard(record.mutex);
-    if (record.MakeRoom()) {
-        record.CheckOrder(mutex);
-        LockRecord_::Entry& entry = record.entries[record.depth];
-        entry.mutex = &mutex;
-        if (type == PUSH_ACQUIRED) {
-            record.Change(entry, Lock::ACQUIRED, now);
-        } else {
-            entry.state = &Lock::RELEASED;
-            entry.since = Time::Span::Zero();
-            entry.text = {};
-        }
-    }
-    ++record.depth;
+void Thread::LockRecord_::Change(Entry& entry, class Lock::State const& state, Time::Span const& when) {
+    if (when.Parts().Seconds() != second_) RefreshWallClock_(when.Parts().Seconds());
+    Writing_ const writing(*this);
+    Store_(entry, state, when);
 }
 
 void Thread::LockAcquired_(Mutex const& mutex, Time::Span const& now) {
     LockRecord_& record = *lockRecord_;
-    PlainGuard_ const guard(record.mutex);
     if (record.IsIncomplete()) return;
     LockRecord_::Entry* const top = record.ExpectTop(mutex, "acquisition");
     if (!top) return;
@@ -97,7 +87,6 @@ void Thread::LockAcquired_(Mutex const& mutex, Time::Span const& now) {
 
 void Thread::LockWaitStarted_(Mutex const& mutex, Time::Span const& now) {
     LockRecord_& record = *lockRecord_;
-    PlainGuard_ const guard(record.mutex);
     if (record.IsIncomplete()) return;
     LockRecord_::Entry* const top = record.ExpectTop(mutex, "wait");
     if (!top) return;
@@ -108,7 +97,6 @@ void Thread::LockWaitStarted_(Mutex const& mutex, Time::Span const& now) {
 
 void Thread::LockWaitFinished_(Mutex const& mutex, Time::Span const& now) {
     LockRecord_& record = *lockRecord_;
-    PlainGuard_ const guard(record.mutex);
     if (record.IsIncomplete()) return;
     LockRecord_::Entry* const top = record.ExpectTop(mutex, "finish to wait");
     if (!top) return;
@@ -117,13 +105,9 @@ void Thread::LockWaitFinished_(Mutex const& mutex, Time::Span const& now) {
         << Name_(mutex) << *top->state << Log::Backtrace(1);
 }
 
-void Thread::LockPop_(Mutex const& mutex, LockPopT_ type) {
+void Thread::LockPopSlowly_(Mutex const& mutex, LockPopT_ type) {
     LockRecord_& record = *lockRecord_;
-    PlainGuard_ const guard(record.mutex);
-    if (record.IsIncomplete()) {
-        --record.depth;
-        return;
-    }
+    if (record.IsIncomplete()) return record.SetDepth(record.depth - 1);
     if (record.depth == 0) {
         Log(Log::CRITICAL, IDENT, record.name.Cstr(), "%1 lock/unlock count mismatch")
             << Name_(mutex) << Log::Backtrace(1);
@@ -131,25 +115,14 @@ void Thread::LockPop_(Mutex const& mutex, LockPopT_ type) {
     }
     LockRecord_::Entry const* const top = record.ExpectTop(mutex, "pop");
     if (!top) return;
+    // The two states stand the other way round than in LockAcquired_.
     class Lock::State const& expected = type == POP_RELEASED ? Lock::RELEASED : Lock::ACQUIRED;
-    if (top->state != &expected) {
-        // The two states stand the other way round than in LockAcquired_.
-        Log(Log::CRITICAL, IDENT, record.name.Cstr(), "%1 lock is in unexpected state %2, %3 expected")
-            << Name_(mutex) << expected << *top->state << Log::Backtrace(1);
-    }
-    --record.depth;
+    Log(Log::CRITICAL, IDENT, record.name.Cstr(), "%1 lock is in unexpected state %2, %3 expected")
+        << Name_(mutex) << expected << *top->state << Log::Backtrace(1);
+    record.SetDepth(record.depth - 1);
 }
 
-bool Thread::LockIsAcquired_(Mutex const& mutex, Log::VerboseT verbose) const {
-    LockRecord_ const& record = *lockRecord_;
-    if (record.IsIncomplete()) return true;
-    for (unsigned long i = record.depth; i != 0; --i) {
-        LockRecord_::Entry const& entry = record.entries[i - 1];
-        if (entry.mutex == &mutex) return entry.state == &Lock::ACQUIRED;
-    }
-    if (verbose != Log::VERBOSE_OFF) {
-        Log(Log::CRITICAL, IDENT, record.name.Cstr(), "%1 lock: not found in an acquired locks list")
-            << Name_(mutex) << Log::Backtrace(1);
-    }
-    return false;
+void Thread::LogNotFound_(Mutex const& mutex) const {
+    Log(Log::CRITICAL, IDENT, Name().Cstr(), "%1 lock: not found in an acquired locks list")
+        << Name_(mutex) << Log::Backtrace(1);
 }

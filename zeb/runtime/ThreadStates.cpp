@@ -3,13 +3,15 @@
 #include "zeb/core/StatusLog.h"
 #include "zeb/runtime/ThreadImpl.h"
 
+#include <cstring>
 #include <new>
+#include <sched.h>
 
 namespace {
 
 constexpr ReturnT STATES_TAKEN{0x00220190};
 
-}
+} // namespace
 
 constinit class Thread::Lock::State const Thread::Lock::RELEASED("RELEASED");
 constinit class Thread::Lock::State const Thread::Lock::ACQUIRED("ACQUIRED");
@@ -83,23 +85,64 @@ bool Thread::CopyStates_(AutoPVector<State, StdDeleter>& states) {
     return true;
 }
 
-unsigned long Thread::LockRecord_::Stored() const { return depth < entries.Size() ? depth : entries.Size(); }
+struct Thread::Lock::Time Thread::LockRecord_::Text::Get() const {
+    struct Lock::Time time;
+    for (unsigned i = 0; i < sizeof(time) / sizeof(uint64_t); ++i) {
+        uint64_t const word = words_[i];
+        memcpy(time.text + i * sizeof(word), &word, sizeof(word));
+    }
+    return time;
+}
+
+Thread::Lock Thread::LockRecord_::Entry::Get() const {
+    class Lock::State const* const now = state;
+    bool const known = now != &Lock::RELEASED;
+    return Lock(precedence, *now, known ? text.Get() : Lock::Time(),
+                Time::Span(Time::Span::Value(seconds, microseconds)));
+}
+
+// Runs the body until it has seen the stack of one moment.
+template<class BodyT>
+void Thread::LockRecord_::Read_(BodyT const& body) const {
+    for (;;) {
+        unsigned long const before = sequence_.load(std::memory_order_acquire);
+        if (before % 2 == 0) {
+            body();
+            LoadFence_();
+            if (sequence_.load(std::memory_order_relaxed) == before) return;
+        }
+        sched_yield();
+    }
+}
+
+unsigned long Thread::LockRecord_::Stored_() const { return depth < entries.Size() ? depth : entries.Size(); }
 
 bool Thread::LockRecord_::ShowsAcquired(Mutex const& wanted) const {
-    for (unsigned long i = 0; i < Stored(); ++i) {
-        if (entries[i].mutex == &wanted && entries[i].state == &Lock::ACQUIRED) return true;
-    }
-    return false;
+    bool found;
+    Read_([&] {
+        found = false;
+        for (unsigned long i = Stored_(); i != 0 && !found; --i)
+            found = entries[i - 1].mutex == &wanted && entries[i - 1].state == &Lock::ACQUIRED;
+    });
+    return found;
 }
 
 // Null when memory ran out.
 Thread::State* Thread::LockRecord_::Snapshot() const {
     Array<Lock> locks;
-    for (unsigned long i = 0; i < Stored(); ++i) {
-        Entry const& entry = entries[i];
-        if (!locks.PushBack(Lock(entry.mutex->Precedence(), *entry.state, entry.text, entry.since)))
-            return nullptr;
+    while (locks.Size() < entries.Size()) { // no allocation during the reading
+        if (!locks.PushBack(Lock(Mutex::STATUS_LOG, Lock::RELEASED, {}, Time::Span::Zero()))) return nullptr;
     }
-    AutoPtr<State> state(new (std::nothrow) State(name, tid, !IsIncomplete(), std::move(locks)));
+    unsigned long count;
+    bool complete;
+    Read_([&] {
+        count = Stored_();
+        complete = depth <= entries.Size();
+        for (unsigned long i = 0; i < count; ++i)
+            locks[i] = entries[i].Get();
+    });
+    while (locks.Size() > count)
+        locks.PopBack();
+    AutoPtr<State> state(new (std::nothrow) State(name, tid, complete, std::move(locks)));
     return state && state->Initialized() ? state.Release() : nullptr;
 }
