@@ -12,13 +12,22 @@
 
 namespace {
 
+// A text in a text gives its value to the outer one when it is read, and that in turn to the element at the
+// next reading.
+bool AnyTextInText(Xml::Node const& node) {
+    for (auto const* child = node.FirstNode(); child != nullptr; child = child->NextSibling())
+        if ((node.Type() == Xml::Node::DATA && child->Type() == Xml::Node::DATA) || AnyTextInText(*child))
+            return true;
+    return false;
+}
+
 void WriteAndRead(Xml::Document const& document, unsigned long split) {
     Io::StringStream out(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_ANY_LF, split, LONG_MAX);
     FUZZ_CHECK(Xml::Stream::Write(out, document) && out.Flush());
     Io::StringStream in(out.Str().Cstr(), out.Str().Size(), Io::MODE_READ, Io::EOL_ANY_LF, split, LONG_MAX);
     Xml::Document again;
     FUZZ_CHECK(Xml::Stream::Read(in, again, out.Str().Size()));
-    FUZZ_CHECK(TreeText(document) == TreeText(again));
+    FUZZ_CHECK(AnyTextInText(document) || TreeText(document) == TreeText(again));
 }
 
 } // namespace
