@@ -158,9 +158,13 @@ TEST(Main, SaysOnStandardErrorWhyItFailed) {
                             "daemon: failed to restore signal handlers: operation not permitted.\n");
     Child const second = Child::Run([] {
         Daemon daemon;
-        Daemon another;
-        EXPECT_TRUE(daemon.Initialized());
-        EXPECT_FALSE(another.Initialized());
+        {
+            Daemon another;
+            EXPECT_TRUE(daemon.Initialized());
+            EXPECT_FALSE(another.Initialized());
+        }
+        EXPECT_EQ(HandlerOf(SIGPIPE), SIG_IGN) << "the first one still has its signals";
+        EXPECT_EQ(Blocked(), "HUP INT USR2 ALRM TERM CHLD");
     });
     EXPECT_EQ(second.Errors(), "daemon: failed to wrap the main thread.\n");
 }

@@ -64,15 +64,19 @@ Main::Main(char const* ident)
 }
 
 Main::~Main() {
+    if (mainThread_) RestoreSignals_(); // otherwise they are those of another frame
+    delete mainThread_;
+}
+
+void Main::RestoreSignals_() const {
     int error = pthread_sigmask(SIG_UNBLOCK, &blockedSet_, nullptr);
     if (error) fprintf(stderr, "%s: failed to unblock signals: %s.\n", ident_, ErrorString(error));
     for (int const signal : RESTORED) {
         error = SetAction_(signal, SIG_DFL);
         if (!error) continue;
         fprintf(stderr, "%s: failed to restore signal handlers: %s.\n", ident_, ErrorString(error));
-        break;
+        return;
     }
-    delete mainThread_;
 }
 
 bool Main::StopRequested() const {

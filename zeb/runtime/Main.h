@@ -43,6 +43,7 @@ public:
     bool StopRequested() const;
 
 private:
+    void RestoreSignals_() const;
     void TakeSignal_() const;
 
     sigset_t waitSet_;
