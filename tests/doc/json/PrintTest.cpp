@@ -1,4 +1,5 @@
 #include "tests/doc/json/Text.h"
+#include "zeb/doc/json/Decimal.h"
 
 #include <bit>
 #include <cmath>
@@ -51,7 +52,7 @@ TEST(JsonPrint, TreatsEachByteByItsKind) {
             if (byte[0] == pairs[i]) expected = {'\\', pairs[i + 1]};
         // At each place of a text that is shorter and longer than what is looked at in one step.
         Document doc;
-        for (unsigned size : {0U, 3U, 6U, 12U, 19U, 40U}) {
+        for (unsigned size : {0U, 3U, 17U, 40U}) {
             for (unsigned at = 0; at <= size; ++at) {
                 std::string const head(at, 'x');
                 std::string const tail(size - at, 'y');
@@ -79,8 +80,11 @@ TEST(JsonPrint, WritesNumbersAsTheirKindSays) {
     for (double value : values) {
         char expected[40];
         snprintf(expected, sizeof(expected), "%g", value);
-        ASSERT_EQ(Text(Value(doc, value)), expected);
+        char text[Json::DOUBLE_SIZE + 1];
+        *Json::PrintDouble(text, value) = '\0';
+        ASSERT_STREQ(text, expected);
     }
+    EXPECT_EQ(Text(Value(doc, 0.1)), "0.1");
 }
 
 TEST(JsonPrint, TheBlockOfTheStreamMayBeOfAnySize) {

@@ -62,37 +62,48 @@ bool RoundToDigits(uint64_t bits, Decimal& decimal) {
     return true;
 }
 
+// The six digits as bytes, the first one lowest.
+uint64_t Spread(uint32_t digits) {
+    // First in groups of four, then in pairs, then single ones, each in lanes of their own.
+    uint64_t const fours = digits / 10000 | uint64_t{digits % 10000} << 32;
+    uint64_t const high = (fours * 10486 >> 20) & 0x0000007F0000007FU;
+    uint64_t const pairs = high | (fours - 100 * high) << 16;
+    uint64_t const tens = (pairs * 103 >> 10) & 0x000F000F000F000FU;
+    return (tens | (pairs - 10 * tens) << 8) >> 16;
+}
+
+// Eight bytes, of which those behind the digits do not matter.
+char* PutWord(char* out, uint64_t word) {
+    memcpy(out, &word, sizeof(word));
+    return out;
+}
+
 char* PrintDecimal(char* out, Decimal decimal) {
-    char digits[DIGITS];
-    int count = 0;
-    for (int i = DIGITS - 1; i >= 0; --i, decimal.digits /= 10) {
-        digits[i] = static_cast<char>('0' + decimal.digits % 10);
-        if (count == 0 && digits[i] != '0') count = i + 1;
-    }
+    static_assert(std::endian::native == std::endian::little);
+    uint64_t const values = Spread(decimal.digits);
+    uint64_t const digits = values | 0x3030303030303030U;
+    int const count = (static_cast<int>(std::bit_width(values)) + 7) / 8; // without the zeros at the end
 
     if (decimal.exponent < FIXED_MIN || decimal.exponent >= DIGITS) {
-        *out++ = digits[0];
-        if (count > 1) *out++ = '.';
-        memcpy(out, digits + 1, static_cast<unsigned long>(count - 1));
-        out += count - 1;
         int const size = decimal.exponent < 0 ? -decimal.exponent : decimal.exponent;
-        *out++ = 'e';
-        *out++ = decimal.exponent < 0 ? '-' : '+';
-        *out++ = static_cast<char>('0' + size / 10);
-        *out++ = static_cast<char>('0' + size % 10);
-        return out;
+        PutWord(out, digits);
+        PutWord(out + 2, digits >> 8);
+        if (count > 1) out[1] = '.';
+        out += count > 1 ? count + 1 : 1;
+        char const exponent[] = {'e', decimal.exponent < 0 ? '-' : '+', static_cast<char>('0' + size / 10),
+                                 static_cast<char>('0' + size % 10)};
+        memcpy(out, exponent, sizeof(exponent));
+        return out + sizeof(exponent);
     }
 
     int const whole = decimal.exponent + 1; // digits ahead of the point
     if (whole <= 0) {
         memcpy(out, "0.0000", 6);
-        out += 2 - whole;
-        memcpy(out, digits, DIGITS);
-        return out + count;
+        return PutWord(out + 2 - whole, digits) + count;
     }
-    memcpy(out, digits, DIGITS);
+    PutWord(out, digits);
     if (count <= whole) return out + whole;
-    memcpy(out + whole + 1, digits + whole, static_cast<unsigned long>(count - whole));
+    PutWord(out + whole + 1, digits >> (8 * whole));
     out[whole] = '.';
     return out + count + 1;
 }

@@ -11,8 +11,9 @@ Document::~Document() { InitObject(); }
 
 Json::String Document::Allocate_(char const* text, unsigned long size) {
     if (size == 0 && text != nullptr) size = strlen(text);
-    if (size == ~0UL) valid_ = false;
-    char* const block = size != ~0UL ? static_cast<char*>(Allocate_(size + 1)) : nullptr;
+    unsigned long const whole = (size | (PoolBase::ALIGNMENT - 1)) + 1;
+    if (whole == 0) valid_ = false;
+    char* const block = whole != 0 ? static_cast<char*>(Allocate_(whole)) : nullptr;
     if (block == nullptr) return Json::String(nullptr, 0);
     if (text != nullptr) memcpy(block, text, size);
     block[size] = '\0';

@@ -65,8 +65,9 @@ public:
         if (block == nullptr) valid_ = false;
         return block;
     }
-    // Internal. A copy of the text with a NUL behind it. A size of 0 with a text means all of it up to its
-    // NUL; with a null text the bytes are left to be filled. The data is null when the pool is exhausted.
+    // Internal. A copy of the text with a NUL behind it, in whole groups of 16 bytes, all of which may be
+    // read. A size of 0 with a text means all of it up to its NUL; with a null text the bytes are left to be
+    // filled. The data is null when the pool is exhausted.
     Json::String Allocate_(char const* text, unsigned long size);
     Json::String Allocate_(CString const& text);
     // Internal. An empty root of that type, see InitObject.

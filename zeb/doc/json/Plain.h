@@ -5,8 +5,6 @@
 
 #include "zeb/core/Simd.h"
 
-#include <cstdint>
-
 namespace Json {
 
 constexpr bool IsPlain(unsigned char c) { return c >= 0x20 && c != '"' && c != '\\'; }
@@ -25,14 +23,6 @@ inline unsigned char const* FindSpecial(unsigned char const* at, unsigned char c
     while (at != end && IsPlain(*at))
         ++at;
     return at;
-}
-
-// Whether one of eight bytes is not plain. May also say so, wrongly, of a byte from 0x80 up.
-constexpr bool MayHaveSpecial(uint64_t word) {
-    constexpr uint64_t EACH = 0x0101010101010101U;
-    uint64_t const quote = word ^ (EACH * '"');
-    uint64_t const backslash = word ^ (EACH * '\\');
-    return (((quote - EACH) | (backslash - EACH) | (word - EACH * 0x20) | word) & (EACH * 0x80)) != 0;
 }
 
 } // namespace Json

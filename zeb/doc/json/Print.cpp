@@ -15,39 +15,17 @@ using Byte = unsigned char;
 constexpr unsigned long INDENT = 2;
 constexpr char HEX_DIGITS[] = "0123456789ABCDEF";
 
-// Ends of a text of 4 to 16 bytes, which overlap: all of it is looked at and copied. False when a byte may be
-// none that stands for itself.
-template<class Word>
-bool CopyPlainEnds(char* to, char const* from, unsigned long size) {
-    Word first;
-    Word last;
-    memcpy(&first, from, sizeof(Word));
-    memcpy(&last, from + size - sizeof(Word), sizeof(Word));
-    memcpy(to, &first, sizeof(Word));
-    memcpy(to + size - sizeof(Word), &last, sizeof(Word));
-    if constexpr (sizeof(Word) == 4) return !MayHaveSpecial(first | uint64_t{last} << 32);
-    return !MayHaveSpecial(first) && !MayHaveSpecial(last);
-}
-
-// The text as it is; false when a byte of it does not, or may not, stand for itself.
+// The text as it is, in whole groups of 16 bytes at either side; false when a byte of it does not stand for
+// itself.
 bool CopyPlain(char* to, char const* from, unsigned long size) {
-    if (size < 4) {
-        for (unsigned long i = 0; i < size; ++i) {
-            if (!IsPlain(static_cast<Byte>(from[i]))) return false;
-            to[i] = from[i];
-        }
-        return true;
-    }
-    if (size < 8) return CopyPlainEnds<uint32_t>(to, from, size);
-    if (size < Simd::COUNT) return CopyPlainEnds<uint64_t>(to, from, size);
-
+    Simd::Set specials = 0;
     for (unsigned long i = 0; i < size; i += Simd::COUNT) {
-        unsigned long const at = i + Simd::COUNT <= size ? i : size - Simd::COUNT; // the last ones overlap
-        Simd::Block const block = Simd::Load(from + at);
-        Simd::Store(to + at, block);
-        if (FindSpecials(block) != 0) return false;
+        Simd::Block const block = Simd::Load(from + i);
+        Simd::Store(to + i, block);
+        Simd::Set const found = FindSpecials(block);
+        specials |= size - i < Simd::COUNT ? found & Simd::Below(static_cast<unsigned>(size - i)) : found;
     }
-    return true;
+    return specials == 0;
 }
 
 class Printer_ {
@@ -70,11 +48,14 @@ private:
     void PrintArray_(Array const& array);
     void PrintObject_(Object const& object);
 
+    unsigned long PrintPlain_(CString const& text);
     void PrintString_(CString const& text);
+    void PrintName_(CString const& name);
     void PrintEscaped_(Byte const* at, Byte const* end);
     void PrintSpecial_(Byte c);
 
     void EndLine_();
+    void EndLineWide_();
 
     Io::OStream& stream_;
     Doc::Writer writer_;
@@ -118,10 +99,13 @@ void Printer_::PrintNumber_(Value const& value) {
 void Printer_::PrintArray_(Array const& array) {
     writer_.Put('[');
     indent_ += INDENT;
-    for (Array::Element const* element = array.First(); element != nullptr; element = element->Next()) {
+    Array::Element const* next = nullptr;
+    for (Array::Element const* element = array.First(); element != nullptr; element = next) {
+        next = element->Next();
+        __builtin_prefetch(next); // the tree is larger than the text by far
         EndLine_();
         PrintValue_(*element->Value());
-        if (element->Next() != nullptr) writer_.Put(',');
+        if (next != nullptr) writer_.Put(',');
     }
     indent_ -= INDENT;
     EndLine_();
@@ -131,12 +115,14 @@ void Printer_::PrintArray_(Array const& array) {
 void Printer_::PrintObject_(Object const& object) {
     writer_.Put('{');
     indent_ += INDENT;
-    for (Object::Member const* member = object.First(); member != nullptr; member = member->Next()) {
+    Object::Member const* next = nullptr;
+    for (Object::Member const* member = object.First(); member != nullptr; member = next) {
+        next = member->Next();
+        __builtin_prefetch(next);
         EndLine_();
-        PrintString_(member->Name());
-        compact_ ? writer_.Put(':') : writer_.Put(": ");
+        PrintName_(member->Name());
         PrintValue_(*member->Value());
-        if (member->Next() != nullptr) writer_.Put(',');
+        if (next != nullptr) writer_.Put(',');
     }
     indent_ -= INDENT;
     EndLine_();
@@ -145,27 +131,47 @@ void Printer_::PrintObject_(Object const& object) {
 
 // A line end and the indent of the next line.
 void Printer_::EndLine_() {
-    if (compact_) return;
+    if (!compact_) EndLineWide_();
+}
+
+void Printer_::EndLineWide_() {
     if (crlf_) writer_.Put('\r');
     writer_.Put('\n');
     if (!lazy_) writer_.Flush();
     writer_.Fill(' ', indent_);
 }
 
-void Printer_::PrintString_(CString const& text) {
+// In the block of the stream, if the text fits and is plain. The size of what was written, or 0. Of either
+// side whole groups of 16 bytes are used: a text in a pool is in such, and there is room for more than the
+// text.
+unsigned long Printer_::PrintPlain_(CString const& text) {
+    constexpr unsigned long MORE =
+        2 + Simd::COUNT; // quotes, and the rest of the last group or what stands behind a name
     unsigned long const size = text.Size();
-    if (writer_.Room() >= size + 2) {
-        char* const out = writer_.At();
-        out[0] = '"';
-        if (CopyPlain(out + 1, text.Cstr(), size)) {
-            out[size + 1] = '"';
-            return writer_.Advance(size + 2);
-        }
-    }
+    char* const out = writer_.At();
+    if (writer_.Room() < size + MORE || !CopyPlain(out + 1, text.Cstr(), size)) return 0;
+    out[0] = '"';
+    out[size + 1] = '"';
+    return size + 2;
+}
+
+void Printer_::PrintString_(CString const& text) {
+    unsigned long const done = PrintPlain_(text);
+    if (done != 0) return writer_.Advance(done);
     writer_.Put('"');
     Byte const* const begin = reinterpret_cast<Byte const*>(text.Cstr());
-    PrintEscaped_(begin, begin + size);
+    PrintEscaped_(begin, begin + text.Size());
     writer_.Put('"');
+}
+
+void Printer_::PrintName_(CString const& name) {
+    unsigned long const done = PrintPlain_(name);
+    if (done != 0) {
+        memcpy(writer_.At() + done, ": ", 2);
+        return writer_.Advance(done + (compact_ ? 1 : 2));
+    }
+    PrintString_(name);
+    compact_ ? writer_.Put(':') : writer_.Put(": ");
 }
 
 void Printer_::PrintEscaped_(Byte const* at, Byte const* end) {
