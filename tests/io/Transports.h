@@ -1,9 +1,9 @@
-// A transport that gives its data in pieces and takes data in steps, a buffer that is no Io::Buffer, and a stream
-// over either.
+// A transport that gives its data in pieces and takes data in steps, a buffer that is no Io::Buffer, and a
+// stream over either.
 #pragma once
 
 #include "tests/support/Feed.h"
-#include "zeb/io/Stream.h"
+#include "zeb/io/SeekableStream.h"
 
 #include <algorithm>
 #include <climits>
@@ -59,7 +59,9 @@ public:
         : to_(to) {}
 
     bool Ok() const override { return to_.Ok(); }
-    bool Read(void* data, unsigned long size, unsigned long& done) override { return to_.Read(data, size, done); }
+    bool Read(void* data, unsigned long size, unsigned long& done) override {
+        return to_.Read(data, size, done);
+    }
     int GetChar() override { return to_.GetChar(); }
     bool PutBack(char c) override { return to_.PutBack(c); }
     char const* GPos() const override { return to_.GPos(); }
@@ -128,9 +130,21 @@ void ForEveryStream(std::string_view text, Io::EndOfLineT eol, Body body) {
     });
 }
 
+// -1 on failure.
+inline long Position(Io::SeekableStream const& stream) {
+    long out = 0;
+    return stream.Tell(out) ? out : -1;
+}
+
+inline long SizeOf(Io::SeekableStream const& stream) {
+    long out = 0;
+    return stream.GetStreamSize(out) ? out : -1;
+}
+
 // What is left of a stream, to its end.
 inline std::string Rest(Io::IStream& stream) {
     std::string rest;
-    for (int c; (c = stream.GetChar()) != Io::IStreamBuffer::CHAR_END;) rest += static_cast<char>(c);
+    for (int c; (c = stream.GetChar()) != Io::IStreamBuffer::CHAR_END;)
+        rest += static_cast<char>(c);
     return rest;
 }

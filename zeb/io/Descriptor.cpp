@@ -163,9 +163,8 @@ int Descriptor::CloseGuard::Release() {
 }
 
 void Descriptor::CloseGuard::Reset() {
-    if (!FdValid()) return;
-    // Logged; there is nobody to tell.
-    (void)Close(fd_, ident_, context_, Log::VERBOSE_ON, nullptr);
+    // A failure is logged; there is nobody to tell.
+    if (FdValid()) (void)Close(fd_, ident_, context_, Log::VERBOSE_ON, nullptr);
     released_ = true;
 }
 

@@ -11,6 +11,8 @@ namespace Io {
 namespace {
 
 constexpr unsigned long CASE_CHUNK = 32;
+constexpr unsigned long NUMBER_SIZE = 22;
+static_assert(Digits::MAX_SIZE <= NUMBER_SIZE, "a number must fit");
 
 unsigned long Smaller(unsigned long a, unsigned long b) { return a < b ? a : b; }
 
@@ -74,7 +76,7 @@ void OStream::WriteCase_(OStream& root, char const* text, unsigned long size) {
 
 template<class Number>
 void OStream::Print_(Number value) {
-    char text[Digits::MAX_SIZE];
+    char text[NUMBER_SIZE];
     char* end = nullptr;
     if ((OutRoot_()->flags_ & FMT_HEX) != 0) {
         end = Digits::PrintHex(text, static_cast<std::make_unsigned_t<Number>>(value));
