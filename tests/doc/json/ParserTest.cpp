@@ -2,6 +2,7 @@
 #include "tests/support/LogCapture.h"
 
 #include <bit>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -173,56 +174,46 @@ TEST(JsonParser, ATextOfAnyLengthAndContentComesThrough) {
         ASSERT_EQ(ParseTight(doc, text + '"'), Json::CODE_OK) << text;
         ASSERT_EQ(std::string(doc.String().Cstr(), doc.String().Size()), expected) << text;
         ASSERT_EQ(doc.String().Cstr()[expected.size()], '\0');
-        ASSERT_EQ(ParseTight(doc, "[" + text + "\"]"), Json::CODE_OK);
-        CString view;
-        ASSERT_TRUE(doc.Array()->Get(0, view) && view.Size() == expected.size());
-        ASSERT_EQ(memcmp(view.Cstr(), expected.data(), expected.size()), 0);
     }
 }
 
 TEST(JsonParser, ADoubleIsTheNearestOne) {
+    char const* const formats[] = {"%.*e", "%.*f", "%.*g"};
     std::mt19937_64 random(11);
     for (unsigned i = 0; i < 60000; ++i) {
-        char text[64];
         double value = std::bit_cast<double>(random());
-        if (i % 2 == 0)
-            value =
-                static_cast<double>(static_cast<long>(random())) / static_cast<double>(1UL << random() % 63);
-        if (!std::isnormal(value)) continue;
-        snprintf(text, sizeof(text),
-                 i % 3 == 0   ? "%.*e"
-                 : i % 4 == 0 ? "%.*f"
-                              : "%.*g",
-                 static_cast<int>(1 + random() % 18), value);
-        if (strlen(text) > 60 || strpbrk(text, ".e") == nullptr) continue;
+        if (i % 2 == 0) value = std::ldexp(static_cast<double>(random()), -static_cast<int>(random() % 100));
+        char text[400];
+        snprintf(text, sizeof(text), formats[i % 3], static_cast<int>(1 + random() % 18), value);
+        if (!std::isfinite(value) || strpbrk(text, ".e") == nullptr) continue;
         double const expected = strtod(text, nullptr);
+        bool const held = expected == 0 || std::isnormal(expected);
         Document doc;
-        uint32_t const code = Parse(doc, text);
-        if (expected != 0 && !std::isnormal(expected)) {
-            ASSERT_EQ(code, Json::CODE_NOT_A_DOUBLE) << text;
-            continue;
-        }
-        ASSERT_EQ(code, Json::CODE_OK) << text;
-        ASSERT_TRUE(doc.IsDouble()) << text;
-        ASSERT_EQ(std::bit_cast<uint64_t>(doc.Double()), std::bit_cast<uint64_t>(expected)) << text;
+        ASSERT_EQ(Parse(doc, text), held ? Json::CODE_OK : Json::CODE_NOT_A_DOUBLE) << text;
+        ASSERT_TRUE(!held || (doc.IsDouble() && memcmp(doc.DoublePtr(), &expected, sizeof(expected)) == 0))
+            << text;
     }
 }
 
 TEST(JsonParser, ManyDigitsDecideInTheEnd) {
     std::string const zeros(400, '0');
-    // Halfway between 2^-1074 and nothing, and one digit behind 800 others above it.
-    std::string const half = "2.4703282292062327208299439346738" + zeros;
-    Document doc;
-    EXPECT_EQ(Parse(doc, "0." + zeros + "1e401"), Json::CODE_OK);
-    EXPECT_EQ(doc.Double(), 1.0);
-    EXPECT_EQ(Parse(doc, "1" + zeros + "e-400"), Json::CODE_OK);
-    EXPECT_EQ(doc.Double(), 1.0);
-    EXPECT_EQ(Parse(doc, "1" + zeros + zeros + ".5"), Json::CODE_NOT_A_DOUBLE);
-    EXPECT_EQ(Parse(doc, "0." + zeros + "1"), Json::CODE_OK);
-    EXPECT_EQ(doc.Double(), 0.0);
-    EXPECT_EQ(Parse(doc, "-0." + std::string(320, '0') + "1"), Json::CODE_NOT_A_DOUBLE);
-    EXPECT_EQ(Parse(doc, half + "e-324"), Json::CODE_OK);
-    EXPECT_EQ(Parse(doc, "2.48" + zeros + zeros + "e-324"), Json::CODE_NOT_A_DOUBLE);
+    // Just below the middle of 0 and 2^-1074 in 800 digits and more, and above it.
+    for (std::string const& zero :
+         {"0." + zeros + "1", "2.4703282292062327208299439346738" + zeros + zeros + "e-324"}) {
+        Document doc;
+        EXPECT_EQ(Parse(doc, zero), Json::CODE_OK);
+        EXPECT_TRUE(doc.IsDouble() && doc.Double() == 0);
+    }
+    for (std::string const& one : {"0." + zeros + "1e401", "1" + zeros + "e-400"}) {
+        Document doc;
+        EXPECT_EQ(Parse(doc, one), Json::CODE_OK);
+        EXPECT_EQ(doc.Double(), 1);
+    }
+    for (std::string const& refused : {"1" + zeros + zeros + ".5", "-0." + std::string(320, '0') + "1",
+                                       "2.48" + zeros + zeros + "1e-324"}) {
+        Document doc;
+        EXPECT_EQ(Parse(doc, refused), Json::CODE_NOT_A_DOUBLE);
+    }
 }
 
 TEST(JsonParser, DuplicatesAreLoggedWhereTheyEndAndKept) {
@@ -288,38 +279,24 @@ TEST(JsonParser, EveryBeginningOfATextIsRefused) {
     }
 }
 
-Value* AppendRandom(Json::Array& array, std::mt19937_64& random, unsigned depth) {
+void AppendRandom(Json::Array& array, std::mt19937_64& random, unsigned depth) {
     uint64_t const number = random() >> random() % 64;
     std::string text(random() % 40, 'x');
     for (char& c : text)
         c = static_cast<char>(random());
-    switch (random() % (depth < 5 ? 8 : 5)) {
-    case 0:
-        return array.Append(random() % 2 != 0);
-    case 1:
-        return array.Append(number);
-    case 2:
-        return array.Append(-static_cast<long>(number >> 1));
-    case 3:
-        return array.Append(static_cast<double>(number % 100000) / 64);
-    case 4:
-        return array.Append(JsonTest::View(text));
-    case 5: {
-        Json::Object* const object = array.AppendObject();
-        object->Append("n", Json::Null);
-        return object->AppendCopy(JsonTest::View(text), AppendRandom(array, random, depth + 1));
-    }
-    default: {
-        Json::Array* const inner = array.AppendArray();
-        for (unsigned long i = random() % 6; i != 0; --i)
-            AppendRandom(*inner, random, depth + 1);
-        return inner->Value();
-    }
-    }
+    array.Append(random() % 2 != 0);
+    array.Append(number);
+    array.Append(-static_cast<long>(number >> 1));
+    array.Append(static_cast<double>(number % 100000) / 64);
+    array.Append(JsonTest::View(text));
+    Json::Object& object = *array.AppendObject();
+    Json::Array& inner = *object.AppendArray(JsonTest::View(text));
+    for (unsigned long i = depth < 4 ? random() % 4 : 0; i != 0; --i)
+        AppendRandom(inner, random, depth + 1);
 }
 
 TEST(JsonParser, RandomDocumentsComeBackAsTheyWere) {
-    for (unsigned seed = 0; seed < 1500; ++seed) {
+    for (unsigned seed = 0; seed < 300; ++seed) {
         std::mt19937_64 random(seed);
         Document doc;
         doc.InitArray();

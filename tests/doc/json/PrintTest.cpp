@@ -14,21 +14,19 @@ using JsonTest::Text;
 
 namespace {
 
-constexpr char WIDE[] = "{\n"
-                        "  \"a\": [\n"
-                        "    1,\n"
-                        "    -2,\n"
-                        "    [\n"
-                        "    ],\n"
-                        "    {\n"
-                        "    }\n"
-                        "  ],\n"
-                        "  \"b\": {\n"
-                        "    \"c\": \"d\"\n"
-                        "  },\n"
-                        "  \"e\": null\n"
-                        "}";
-constexpr char COMPACT[] = R"({"a":[1,-2,[],{}],"b":{"c":"d"},"e":null})";
+constexpr char COMPACT[] = R"({"a":[1,[],{}],"b":{"c":"d"}})";
+constexpr char WIDE[] = R"({
+  "a": [
+    1,
+    [
+    ],
+    {
+    }
+  ],
+  "b": {
+    "c": "d"
+  }
+})";
 
 TEST(JsonPrint, WritesTheWideAndTheCompactForm) {
     Document doc;

@@ -135,22 +135,6 @@ TEST(JsonValue, OnlyTheAccessorsOfItsTypeAnswer) {
     EXPECT_EQ(*values[5].StringPtr(), CString("text"));
 }
 
-TEST(JsonValue, ResetLeavesAnEmptyValueOfTheType) {
-    Document doc;
-    doc.InitArray();
-    doc.Array()->Append(1);
-    for (unsigned type = 0; type < 7; ++type) {
-        Value v(doc, "old");
-        v.Reset_(static_cast<Value::TypeT>(type));
-        EXPECT_EQ(v.Type(), type);
-        EXPECT_EQ(Flags(v), 0u);
-        EXPECT_TRUE(v.String().Empty());
-        EXPECT_TRUE(!v.IsBool() || *v.BoolPtr() == v.IsTrue());
-        EXPECT_TRUE(!v.IsArray() || v.Array()->First() == nullptr);
-        EXPECT_TRUE(!v.IsObject() || v.Object()->Last() == nullptr);
-    }
-}
-
 TEST(JsonValue, ADeepCopyIsEqualAndApart) {
     char const TEXT[] =
         R"({"a":[null,true,false,-1,200,18446744073709551615,0.5,"x\u0000y",{}],"b":{"c":[]},"b":1})";

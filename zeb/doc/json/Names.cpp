@@ -23,7 +23,7 @@ bool Names_::AddMany_(Object const& object, CString const& name, unsigned long l
 // Makes room for one more name; at most half of the slots are in use.
 bool Names_::Prepare_(Object const& object) {
     if (2 * (count_ + 1) <= capacity_) return true;
-    bool const first = table_ == nullptr;
+    bool const first = capacity_ == 0;
     if (!Grow_(first ? FIRST_CAPACITY : 2 * capacity_)) return false;
     if (!first) return true;
     for (Object::Member const* member = object.First(); member != nullptr; member = member->Next()) {
