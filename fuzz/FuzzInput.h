@@ -1,6 +1,7 @@
 // Takes numbers and text off the input of a fuzz target, and ends the process when a check fails.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -49,7 +50,7 @@ public:
     std::string_view Rest() {
         delete[] copy_;
         copy_ = new char[size_];
-        memcpy(copy_, data_, size_);
+        std::copy_n(data_, size_, copy_);
         return {copy_, size_};
     }
 
