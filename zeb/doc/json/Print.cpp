@@ -35,7 +35,8 @@ public:
         , writer_(stream)
         , compact_(compact)
         , crlf_(stream.IsEndlCrlf())
-        , lazy_(stream.IsLazyEndl()) {}
+        , lazy_(stream.IsLazyEndl())
+        , plainEnd_(lazy_ && !crlf_) {}
 
     bool Print(Value const& value) {
         PrintValue_(value);
@@ -62,6 +63,7 @@ private:
     bool const compact_;
     bool const crlf_;
     bool const lazy_;
+    bool const plainEnd_; // a line ends in LF and stays in the block
     unsigned long indent_ = 0;
 };
 
@@ -135,6 +137,13 @@ void Printer_::EndLine_() {
 }
 
 void Printer_::EndLineWide_() {
+    if (plainEnd_ && writer_.Room() > indent_ + Simd::COUNT) {
+        char* const out = writer_.At();
+        *out = '\n';
+        for (unsigned long i = 0; i < indent_; i += Simd::COUNT)
+            Simd::Store(out + 1 + i, Simd::Splat(' '));
+        return writer_.Advance(1 + indent_);
+    }
     if (crlf_) writer_.Put('\r');
     writer_.Put('\n');
     if (!lazy_) writer_.Flush();
