@@ -57,7 +57,7 @@ public:
         if (delimiter != p_) {
             for (; p_ != delimiter - 1; ++p_) {
                 if (static_cast<unsigned char>(*p_) >= INITIAL_N) return false;
-                codes_[count_++] = static_cast<uint32_t>(*p_);
+                codes_[count_++] = static_cast<unsigned char>(*p_);
             }
             p_ = delimiter;
         }

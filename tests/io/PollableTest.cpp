@@ -5,8 +5,10 @@
 #include "tests/support/Clock.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDir.h"
+#include "zeb/io/PollableBase.h"
 #include "zeb/io/PollableDgram.h"
 #include "zeb/io/PollableFile.h"
+#include "zeb/io/SocketBase.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -235,14 +237,17 @@ TEST_F(PollableTest, KernelBufferSizes) {
 
 TEST_F(PollableTest, DatagramTellsItsSizeAheadOfReading) {
     struct Dgram : Io::PollableDgram {
-        Dgram(int const& fd, ModeT const& mode, Io::PollableBase& base)
-            : PollableDgram("Dgram", fd, mode, base) {}
+        Dgram(int const& fd, ModeT const& mode)
+            : PollableDgram("Dgram", fd, mode, waiting)
+            , base(fd, mode, "Dgram", *this)
+            , waiting(base, *this, "Dgram") {}
+        Io::SocketBase base;
+        Io::PollableBase waiting;
     };
     int pair[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, pair), 0);
     ModeT const mode = MODE_READ_WRITE;
-    Io::PollableBase* const unused = nullptr;
-    Dgram dgram(pair[0], mode, *unused);
+    Dgram dgram(pair[0], mode);
     dgram.SetTimeout(0);
     ASSERT_EQ(send(pair[1], "12345", 5, 0), 5);
     unsigned long size = 0;
@@ -254,7 +259,7 @@ TEST_F(PollableTest, DatagramTellsItsSizeAheadOfReading) {
     EXPECT_FALSE(dgram.GetBytesAvailable(size));
     EXPECT_EQ(dgram.SysError(), ENOBUFS);
     EXPECT_FALSE(dgram.GetBytesAvailable(size));
-    Dgram reset(pair[0], mode, *unused);
+    Dgram reset(pair[0], mode);
     calls.Script(SysCall::recv, {Calls::Fail(ECONNRESET)});
     EXPECT_FALSE(reset.GetBytesAvailable(size));
     EXPECT_EQ(reset.CurrentState(), Stateful::STATE_RESET);

@@ -16,7 +16,8 @@ public:
         memcpy(text_, other.text_, sizeof(text_));
     }
     AddressStr& operator=(AddressStr const& other) {
-        memmove(text_, other.text_, sizeof(text_));
+        if (this == &other) return *this;
+        memcpy(text_, other.text_, sizeof(text_));
         size_ = other.size_;
         return *this;
     }
