@@ -33,28 +33,23 @@ TEST(ConfigFile, ReplacesTheTargetOnCloseAlone) {
 }
 
 TEST(ConfigFile, FailuresOnTheWayLeaveTheTarget) {
+    std::string const replace = "C Io::ConfigFile: unable to replace \"PATH\": input/output error.";
     struct {
         std::vector<std::pair<SysCall, int>> fail;
         std::string left; // in the folder, when Close has returned
         std::vector<std::string> lines;
     } const rows[] = {
+        // clang-format off
         {{{SysCall::open, EEXIST}}, "target", {"C Io::ConfigFile: unable to open \"PATH~\": file exists."}},
-        {{{SysCall::write, ENOSPC}},
-         "target target~",
+        {{{SysCall::write, ENOSPC}}, "target target~",
          {"E Io::ConfigFile: unable to write data: no space left on device."}},
-        {{{SysCall::close, EIO}},
-         "target",
+        {{{SysCall::close, EIO}}, "target",
          {"C Io::ConfigFile: unable to close \"PATH~\": input/output error."}},
-        {{{SysCall::rename, EIO}},
-         "target",
-         {"C Io::ConfigFile: unable to replace \"PATH\": input/output error."}},
-        {{{SysCall::rename, EIO}, {SysCall::unlink, ENOENT}},
-         "target target~",
-         {"C Io::ConfigFile: unable to replace \"PATH\": input/output error."}},
-        {{{SysCall::rename, EIO}, {SysCall::unlink, EPERM}},
-         "target target~",
-         {"C Io::ConfigFile: unable to replace \"PATH\": input/output error.",
-          "C Io::ConfigFile: unable to remove \"PATH~\": operation not permitted."}},
+        {{{SysCall::rename, EIO}}, "target", {replace}},
+        {{{SysCall::rename, EIO}, {SysCall::unlink, ENOENT}}, "target target~", {replace}},
+        {{{SysCall::rename, EIO}, {SysCall::unlink, EPERM}}, "target target~",
+         {replace, "C Io::ConfigFile: unable to remove \"PATH~\": operation not permitted."}},
+        // clang-format on
     };
     for (auto const& row : rows) {
         TempDir dir;

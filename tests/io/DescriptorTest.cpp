@@ -41,32 +41,31 @@ TEST(Descriptor, OpensInTheModeThatIsAskedAndCloses) {
 
 TEST(Descriptor, FailuresGiveTheErrnoAndOneLineWhenLoud) {
     using VerboseT = Log::VerboseT;
+    using V = VerboseT;
+    Io::ModeT const keep = Io::MODE_READ;
+    constexpr Descriptor::Mode STILL = Descriptor::BLOCKING;
     int pair[2], fd = 12345;
     struct {
         SysCall call;
         std::function<bool(VerboseT, int*)> works;
         char const* line;
     } const rows[] = {
-        {SysCall::open,
-         [](VerboseT v, int* e) {
-             return Descriptor::Open("/x", 0, 0, "T", Descriptor::BLOCKING, v, e) >= 0;
-         },
-         "E T: unable to open \"/x\": input/output error."},
-        {SysCall::socket,
-         [](VerboseT v, int* e) { return Descriptor::Create(1, 1, 0, "T", Descriptor::BLOCKING, v, e) >= 0; },
-         "E T: unable to create a socket: input/output error."},
-        {SysCall::socketpair,
-         [&](VerboseT v, int* e) { return Descriptor::CreatePair(pair, "T", 1, Descriptor::BLOCKING, v, e); },
-         "E T: unable to create a socket pair: input/output error."},
-        {SysCall::pipe2, [&](VerboseT v, int* e) { return Descriptor::CreatePipe(pair, "T", "name", v, e); },
-         "E T: \"name\": unable to create a pipe: input/output error."},
-        {SysCall::shutdown,
-         [](VerboseT v, int* e) { return Descriptor::Shutdown(1, Io::MODE_READ, "T", "name", v, e); },
-         "E T: \"name\": unable to change I/O mode: input/output error."},
-        {SysCall::fcntl, [](VerboseT v, int* e) { return Descriptor::SetNonblocked(1, "T", v, e); },
-         "C T: unable to get descriptor flags: input/output error."},
-        {SysCall::close, [&](VerboseT v, int* e) { return Descriptor::Close(fd = 12345, "T", "name", v, e); },
-         "E T: \"name\": unable to close descriptor -1: input/output error."},
+        // clang-format off
+        {SysCall::open, [](V v, int* e) { return Descriptor::Open("/x", 0, 0, "T", STILL, v, e) >= 0; },
+         "E T: unable to open \"/x\""},
+        {SysCall::socket, [](V v, int* e) { return Descriptor::Create(1, 1, 0, "T", STILL, v, e) >= 0; },
+         "E T: unable to create a socket"},
+        {SysCall::socketpair, [&](V v, int* e) { return Descriptor::CreatePair(pair, "T", 1, STILL, v, e); },
+         "E T: unable to create a socket pair"},
+        {SysCall::pipe2, [&](V v, int* e) { return Descriptor::CreatePipe(pair, "T", "name", v, e); },
+         "E T: \"name\": unable to create a pipe"},
+        {SysCall::shutdown, [&](V v, int* e) { return Descriptor::Shutdown(1, keep, "T", "name", v, e); },
+         "E T: \"name\": unable to change I/O mode"},
+        {SysCall::fcntl, [](V v, int* e) { return Descriptor::SetNonblocked(1, "T", v, e); },
+         "C T: unable to get descriptor flags"},
+        {SysCall::close, [&](V v, int* e) { return Descriptor::Close(fd = 12345, "T", "name", v, e); },
+         "E T: \"name\": unable to close descriptor -1"},
+        // clang-format on
     };
     for (auto const& row : rows) {
         for (VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
@@ -78,7 +77,8 @@ TEST(Descriptor, FailuresGiveTheErrnoAndOneLineWhenLoud) {
             EXPECT_FALSE(row.works(verbose, &err) || row.works(verbose, nullptr)) << row.line;
             EXPECT_EQ(err, EIO);
             EXPECT_EQ(pair[0] + pair[1] + fd, -3);
-            EXPECT_EQ(log.Take(), verbose == LOUD ? Lines({row.line, row.line}) : Lines());
+            std::string const line = row.line + std::string(": input/output error.");
+            EXPECT_EQ(log.Take(), verbose == LOUD ? Lines({line, line}) : Lines());
         }
     }
     Calls calls; // what cannot be made nonblocking is closed again

@@ -69,12 +69,12 @@ TEST(FdBase, MapsErrorsToStatesAndLogsThemWhenLoud) {
         int error;
         char const* line;
     } const rows[] = {
-        {false, EPIPE, nullptr},
-        {true, EPIPE, nullptr},
-        {false, ECONNRESET, nullptr},
-        {true, ECONNRESET, nullptr},
+        // clang-format off
+        {false, EPIPE, nullptr}, {true, EPIPE, nullptr},
+        {false, ECONNRESET, nullptr}, {true, ECONNRESET, nullptr},
         {false, EIO, "E T: unable to read data: input/output error."},
         {true, ENOSPC, "E T: unable to write data: no space left on device."},
+        // clang-format on
     };
     for (auto const& row : rows) {
         for (Log::VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {

@@ -114,6 +114,8 @@ TEST(OStream, WithoutABlockOrOnAFailedObjectWritesNothing) {
           Write([](Io::OStream&out, Io::IStream&) { EXPECT_FALSE(out.Fill(' ', 3, nullptr)); }),
           Write([](Io::OStream&out, Io::IStream&in) { EXPECT_FALSE(out.Copy(in)); })}) {
         DirectStream none({}, Io::EOL_LF, 0), failed({}), source({"abc"});
+        none << "" << CString::Nil();
+        EXPECT_TRUE(none.Ok()); // nothing to write
         write(none, source);
         EXPECT_EQ(none.CurrentState(), Io::Stateful::STATE_FAILED);
         failed << "kept";

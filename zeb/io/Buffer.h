@@ -72,9 +72,10 @@ public:
 
     // Takes unread data that the caller has looked at between GPos() and GEnd().
     void Take(unsigned long count) { gpos_ += count; }
-    // Writes a text that fits into the block as it stands; false, with nothing done, when it does not.
+    // Writes a text that leaves room in the block as it stands; false, with nothing done, when it does not.
+    // Without a block there is no room to leave.
     bool PutFitting(char const* text, unsigned long size) {
-        if (gpos_ != gend_ || static_cast<unsigned long>(end_ - ppos_) < size || !Ok()) return false;
+        if (gpos_ != gend_ || static_cast<unsigned long>(end_ - ppos_) <= size || !Ok()) return false;
         memcpy(ppos_, text, size);
         ppos_ += size;
         return true;

@@ -89,7 +89,7 @@ private:
         if (request & MODE_READ) {
             if (!(root->mode_ & MODE_READ)) return false;
             entry.events |= POLLIN | POLLPRI;
-            any = any || root->inputReady_ || object.ObjIReady();
+            any = any || root->inputReady_ || object.ObjIReady() || root->ObjIReady();
         }
         if (request & MODE_PRIORITY) {
             if (!(root->mode_ & MODE_READ)) return false;
@@ -98,7 +98,7 @@ private:
         if (request & MODE_WRITE) {
             if (!(root->mode_ & MODE_WRITE)) return false;
             entry.events |= POLLOUT;
-            any = any || root->outputReady_ || object.ObjOReady();
+            any = any || root->outputReady_ || object.ObjOReady() || root->ObjOReady();
         }
         return true;
     }
