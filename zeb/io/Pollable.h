@@ -35,7 +35,8 @@ public:
     virtual void SetTimeout(int timeoutMs);
     virtual int Timeout() const;
 
-    // Data is there although the descriptor may be quiet, as with unread bytes in an input buffer.
+    // Data is there although the descriptor may be quiet, as with unread bytes in an input buffer. A wait
+    // asks the object and its root.
     virtual bool ObjIReady() const;
     virtual bool ObjOReady() const;
     virtual bool ObjPReady() const;
