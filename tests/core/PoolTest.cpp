@@ -166,6 +166,12 @@ TEST(PoolReserve, AProgramMayHaveItKeepMore) {
         EXPECT_EQ(pool.Left(), (6UL << 20) - 16);
         EXPECT_EQ(calls.Count(SysCall::mmap), 0u);
     });
+    PoolBase::KeepUpTo(~0UL);
+    OnFreshThread([] {
+        Pool<2048> pool;
+        ASSERT_TRUE(pool.Reserve(6UL << 20));
+        EXPECT_GE(pool.Left(), 6UL << 20) << "no limit is the largest one";
+    });
     PoolBase::KeepUpTo(0);
 }
 

@@ -129,7 +129,9 @@ PoolBase::Block_* PoolBase::MapRegion_(unsigned long size) {
 }
 
 void PoolBase::KeepUpTo(unsigned long size) {
-    unsigned long const whole = (size + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1);
+    unsigned long whole;
+    if (__builtin_add_overflow(size, HUGE_PAGE - 1, &whole)) whole = ~0UL;
+    whole &= ~(HUGE_PAGE - 1);
     spareMax.store(whole > SPARE_MAX ? whole : SPARE_MAX, std::memory_order_relaxed);
     regionMax.store(whole > REGION_MAX ? whole - ALIGNMENT : REGION_MAX, std::memory_order_relaxed);
 }
