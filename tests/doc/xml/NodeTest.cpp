@@ -160,6 +160,9 @@ TEST(XmlNode, RemovesATailThatAWalkStillReaches) {
     EXPECT_EQ(a->NextSibling(), b);
     EXPECT_TRUE(b->Parent() == nullptr && c->Parent() == nullptr && a->Parent() == &document);
     EXPECT_EQ(Printed(document), "<a/><b/><c/>");
+    Document copy; // which takes over what a walk reaches
+    ASSERT_TRUE(copy.ReplaceRecursive(&document));
+    EXPECT_EQ(Dump(copy), "DOC(E:a#5 E:b#5 E:c#5)");
     Node* const d = document.AppendElement("d");
     EXPECT_EQ(Dump(document), "DOC(E:a#5 E:d#5)");
     document.RemoveAllNodes(d);

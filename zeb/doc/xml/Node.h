@@ -164,6 +164,7 @@ private:
     Node* AppendValueToArray_(CString const& name, CString const& value, DataTypeT dataType);
     template<typename T>
     Node* AppendNumber_(CString const& name, T value);
+    Node* CopyNode_(Node const& source); // without its children, detached
     bool CopyAttributes_(Node const& source);
     bool CheckAttribute_(Attribute const& attribute) const;
 

@@ -195,19 +195,45 @@ bool Xml::Node::CopyAttributes_(Node const& source) {
     return true;
 }
 
-Xml::Node* Xml::Node::AppendRecursive(Node const* source) {
-    if (source == nullptr) return nullptr;
-    TypeT const type = source->type_ == DOCUMENT ? ELEMENT : source->type_;
-    Node* const copy = document_->Make_<Node>(source->name_, source->value_, type);
+Xml::Node* Xml::Node::CopyNode_(Node const& source) {
+    TypeT const type = source.type_ == DOCUMENT ? ELEMENT : source.type_;
+    Node* const copy = document_->Make_<Node>(source.name_, source.value_, type);
     if (copy == nullptr) return nullptr;
     CheckNodeName(Document::IDENT, type, copy->name_);
-    if (!copy->CopyAttributes_(*source)) return nullptr;
-    for (Node const* child = source->FirstNode(); child != nullptr; child = child->next_) {
-        if (copy->AppendRecursive(child) == nullptr) return nullptr;
-    }
-    copy->dataType_ = source->dataType_;
-    AppendNode(copy);
+    if (!copy->CopyAttributes_(source)) return nullptr;
+    copy->dataType_ = source.dataType_;
     return copy;
+}
+
+// Climbs by the parents, so that a deep tree needs no stack. A node that was cut off by RemoveAllNodes() but
+// is still in reach has no way up, and is copied by a call of its own.
+Xml::Node* Xml::Node::AppendRecursive(Node const* source) {
+    Node* const top = source != nullptr ? CopyNode_(*source) : nullptr;
+    if (top == nullptr) return nullptr;
+    Node const* owner = source;
+    Node* copy = top; // of the owner
+    Node const* from = source->FirstNode();
+    for (;;) {
+        while (from == nullptr && owner != source) {
+            from = owner->next_;
+            owner = owner->parent_;
+            copy = copy->parent_;
+        }
+        if (from == nullptr) break;
+        if (from->parent_ != owner) {
+            if (copy->AppendRecursive(from) == nullptr) return nullptr;
+            from = from->next_;
+            continue;
+        }
+        Node* const child = CopyNode_(*from);
+        if (child == nullptr) return nullptr;
+        copy->AppendNode(child);
+        owner = from;
+        copy = child;
+        from = from->FirstNode();
+    }
+    AppendNode(top);
+    return top;
 }
 
 bool Xml::Node::ReplaceRecursive(Node const* source) {
