@@ -70,7 +70,9 @@ TEST(JsonPrint, WritesNumbersAsTheirKindSays) {
                                   1e6, 5e-324, HUGE_VAL, -HUGE_VAL,  std::nan("")};
     std::mt19937_64 random(5);
     for (unsigned i = 0; i < 40000; ++i) {
-        values.push_back(static_cast<double>(random() % 2000001) / 2); // ties among them
+        values.push_back(static_cast<double>(random() % 2000001) / 2);              // ties among them
+        values.push_back(static_cast<double>(random() % 900000 + 100000) * 10 + 5); // and above 10^6
+        values.push_back(values.back() * 1000);
         values.push_back(
             std::ldexp(static_cast<double>(random() % 1000000), static_cast<int>(random() % 160) - 80));
         values.push_back(std::bit_cast<double>(random()));

@@ -45,7 +45,7 @@ private:
     };
 
     static constexpr unsigned MAX_DEPTH = 128;
-    static constexpr unsigned long STACK_TEXT = 256;
+    static constexpr unsigned long STACK_TEXT = 64;
     static constexpr unsigned long SURCHARGE = (sizeof(Value) + 15) & ~15UL;
 
     // 0 at the end.
