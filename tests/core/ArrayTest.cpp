@@ -79,8 +79,7 @@ TYPED_TEST(ArrayOf, RandomOperationsMatchAStandardVector) {
 
 TYPED_TEST(ArrayOf, FailureLeavesItAsItWasAndShrinkingNeverFails) {
     ForEveryAllocation([](Heap& heap) {
-        Array<TypeParam> array;
-        Array<TypeParam> other;
+        Array<TypeParam> array, other;
         for (int i = 0; i < 9; ++i)
             ASSERT_TRUE(array.PushBack(static_cast<TypeParam>(i)) && (i > 0 || other.PushBack(1)));
         heap.Arm();

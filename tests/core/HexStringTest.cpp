@@ -22,10 +22,9 @@ TEST(HexStringTest, WritesAndReadsBytesOfEverySize) {
     for (unsigned long size = 0; size < 70; ++size) {
         std::vector<unsigned char> const data = Sample(size), untouched(size, 0xEE);
         std::string expected;
-        for (unsigned char byte : data) {
-            expected += HexString::LOWER_DIGITS[byte / 16];
-            expected += HexString::LOWER_DIGITS[byte % 16];
-        }
+        for (unsigned char byte : data)
+            for (int const digit : {byte / 16, byte % 16})
+                expected += HexString::LOWER_DIGITS[digit];
         HexString text;
         ASSERT_TRUE(text.Assign(data.data(), size));
         EXPECT_EQ(text.Str(), expected.c_str());
@@ -48,8 +47,7 @@ TEST(HexStringTest, TakesPairsOfDigitsInEitherCaseAndShowsLower) {
     unsigned long size = 77;
     EXPECT_TRUE(text.Assign("ABcd09", valid) && valid && text.Str() == "abcd09");
     for (char const* bad : {"0", "0g", "0x12", "12 3"})
-        EXPECT_TRUE(!text.Assign(bad, valid) && !valid && !HexString::IsValid(bad, &size) && size == 77)
-            << bad;
+        EXPECT_TRUE(!text.Assign(bad, valid) && !valid && !HexString::IsValid(bad, &size) && size == 77);
     EXPECT_TRUE(HexString::IsValid("00fFaB", &size) && size == 3 && HexString::IsValid(""));
     EXPECT_TRUE(text.ToUpper().Get(data) && data == CBuffer("\xAB\xCD\x09") && other.Assign(data));
     EXPECT_TRUE(other.Swap(text).Str() == "ABCD09" && text.Str() == "abcd09" && other.Clear().Empty());

@@ -62,8 +62,7 @@ TYPED_TEST(IntegerTest, RefusesWhatIsNoNumberOfTheType) {
     std::string const highest = std::to_string(LimitsT::max()), hex(2 * sizeof(TypeParam), 'f');
     std::string const below = LimitsT::is_signed ? Beyond(std::to_string(LimitsT::min())) : "-1";
     TypeParam value = 42;
-    for (std::string const& text :
-         {std::string("1\0", 2), std::string(21, '9'), Beyond(highest), below, highest + "0"})
+    for (std::string const& text : {std::string("1\0", 2), Beyond(highest), below, highest + "0"})
         EXPECT_FALSE(Integer::Parse(text.data(), text.size(), value)) << text;
     for (char const* text : {"", "+", "-", "++1", "+-1", " 1", "1 ", "0x1", "1a", "12345678:", "/2345678",
                              "99999999999999999999", "18446744073709551616", "1844674407370955161/"})

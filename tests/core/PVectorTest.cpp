@@ -44,103 +44,85 @@ TEST(VoidPVector, RandomOperationsMatchAStandardVector) {
         unsigned long const at = random() % (twin.size() + 1);
         unsigned long const last = at + random() % (twin.size() - at + 1);
         unsigned long const middle = at + random() % (last - at + 1);
-        auto const place = twin.begin() + static_cast<long>(at);
-        auto const end = twin.begin() + static_cast<long>(last);
+        auto const iterator = [&](unsigned long i) { return twin.begin() + static_cast<long>(i); };
+        auto const place = iterator(at);
         void* const value = P(random() % 64);
-        auto const action = random() % 12;
         VoidPVector copy;
-        if (action < 4 && vector.Insert(value, at)) twin.insert(place, value);
-        if (action == 4 || action == 5) vector.Remove(at), place == twin.end() ? place : twin.erase(place);
-        if (action == 6 && at < twin.size()) vector.Set(at, value), *place = value;
-        if (action == 7) vector.Rotate(), std::rotate(twin.begin(), twin.begin() + !twin.empty(), twin.end());
-        if (action == 8)
-            vector.Rotate(at, middle, last), std::rotate(place, place + static_cast<long>(middle - at), end);
-        if (action == 9) vector.Sort(&ByAddress), std::sort(twin.begin(), twin.end());
-        if (action == 10 && copy.Assign(vector) && vector.Assign(vector)) vector.Swap(copy);
-        if (action == 11 && step % 97 == 0) vector.Clear(), twin.clear();
+        switch (random() % 12) {
+        // clang-format off
+        case 0: vector.Remove(at), place == twin.end() ? place : twin.erase(place); break;
+        case 1: if (at < twin.size()) vector.Set(at, value), *place = value; break;
+        case 2: vector.Rotate(), std::rotate(twin.begin(), twin.begin() + !twin.empty(), twin.end()); break;
+        case 3: vector.Rotate(at, middle, last), std::rotate(place, iterator(middle), iterator(last)); break;
+        case 4: vector.Sort(&ByAddress), std::sort(twin.begin(), twin.end()); break;
+        case 5: if (copy.Assign(vector) && vector.Assign(vector)) vector.Swap(copy); break;
+        case 6: if (step % 97 == 0) vector.Clear(), twin.clear(); break;
+        case 7: vector.Remove(0), twin.erase(twin.begin(), twin.begin() + !twin.empty()); break;
+        default: if (vector.Insert(value, at)) twin.insert(place, value);
+            // clang-format on
+        }
         ASSERT_EQ(List(vector), twin);
-        ASSERT_EQ(vector.Find(value),
-                  static_cast<unsigned long>(std::find(twin.begin(), twin.end(), value) - twin.begin()));
+        ASSERT_EQ(std::find(twin.begin(), twin.end(), value), iterator(vector.Find(value)));
     }
-}
-
-TEST(VoidPVector, FailureChangesNothing) {
-    ForEveryAllocation([](Heap& heap) {
-        VoidPVector vector;
-        VoidPVector other;
-        for (unsigned long i = 0; i < 9; ++i)
-            ASSERT_TRUE(vector.PushBack(P(i)) && other.Size() == 0);
-        ASSERT_TRUE(other.PushBack(P(40)));
-        heap.Arm();
-        vector.Remove(8); // the block may stay large
-        auto const before = List(vector);
-        bool const inserted = vector.Insert(P(20), 3);
-        bool const assigned = other.Assign(vector);
-        heap.Disarm();
-        EXPECT_TRUE((inserted && assigned) || heap.Fired());
-        EXPECT_TRUE(inserted ? vector[8] == P(7) : List(vector) == before);
-        EXPECT_EQ(List(other), assigned ? List(vector) : std::vector<void*>{P(40)});
-    });
 }
 
 struct Item {
     ~Item() { --live; }
     static int ByKey(Item const* a, Item const* b) { return a->key - b->key; }
-
+    static int ByOrder(Item const* a, Item const* b) { return a->order - b->order; }
     static inline int live = 0;
-    int key = 0;
-    int order = 0;
-    int count = ++live;
+    int key = 0, order = 0, count = ++live;
 };
 struct Special : Item {};
 
 TEST(PVector, SortsByTypedFunctionsAndBubbleSortKeepsTheOrderOfEquals) {
     std::mt19937 random(3);
-    for (unsigned long const size : {0UL, 1UL, 2UL, 9UL, 100UL}) {
+    for (int const size : {0, 1, 2, 100}) {
         AutoPVector<Item> items;
-        for (unsigned long i = 0; i < size; ++i)
-            ASSERT_TRUE(items.PushBack(new Item{static_cast<int>(random() % 10), static_cast<int>(i)}));
+        for (int i = 0; i < size; ++i)
+            ASSERT_TRUE(items.PushBack(new Item{static_cast<int>(random() % 10), i}));
         items.BubbleSort<&Item::ByKey>();
-        for (unsigned long i = 1; i < size; ++i)
+        for (unsigned long i = 1; i < items.Size(); ++i)
             ASSERT_LT(items[i - 1]->key * 1000 + items[i - 1]->order, items[i]->key * 1000 + items[i]->order);
-        for (unsigned long i = 0; i < size; ++i)
-            std::swap(items[i]->key, items[i]->order);
-        items.Sort<&Item::ByKey>();
-        for (unsigned long i = 0; i < size; ++i)
-            ASSERT_EQ(items[i]->key, static_cast<int>(i));
+        items.Sort<&Item::ByOrder>();
+        for (unsigned long i = 0; i < items.Size(); ++i)
+            ASSERT_EQ(items[i]->order, static_cast<int>(i));
     }
     EXPECT_EQ(Item::live, 0);
 }
 
+TEST(Vectors, FailureChangesNothingAndAnObjectStaysWithItsOwner) {
+    ForEveryAllocation([](Heap& heap) {
+        VoidPVector vector, other;
+        AutoPVector<Item> items;
+        AutoPtr<Special> owner(new Special{{1, 1}});
+        for (unsigned long i = 0; i < 9; ++i)
+            ASSERT_TRUE(vector.PushBack(P(i)) && (i != 0 || other.PushBack(P(40))));
+        heap.Arm();
+        vector.Remove(8); // the block may stay large
+        auto const before = List(vector);
+        bool const inserted = vector.Insert(P(20), 3), assigned = other.Assign(vector);
+        bool const owned = items.PushBack(owner);
+        heap.Disarm();
+        EXPECT_TRUE((inserted && assigned && owned) || heap.Fired());
+        EXPECT_TRUE(inserted ? vector[8] == P(7) : List(vector) == before);
+        EXPECT_EQ(List(other), assigned ? List(vector) : std::vector<void*>{P(40)});
+        EXPECT_TRUE(static_cast<bool>(owner) == !owned && items.Empty() == !owned);
+    });
+}
+
 TEST(AutoPVector, FreesWhatItHoldsAndMovesIt) {
-    AutoPVector<Item> items;
+    AutoPVector<Item> items, target;
     for (int i = 0; i < 4; ++i)
         ASSERT_TRUE(items.PushBack(new Item{i, i}));
-    ASSERT_TRUE(items.PushBack(static_cast<Item*>(nullptr))); // is skipped
+    ASSERT_TRUE(items.PushBack(static_cast<Item*>(nullptr)) && target.PushBack(new Item{9, 9}));
     items.Free(0);
     AutoPtr<Item> const taken(items[0]);
     items.Remove(0);
-    EXPECT_EQ(Item::live, 3);
-    AutoPVector<Item> moved(std::move(items));
-    AutoPVector<Item> target;
-    ASSERT_TRUE(items.Empty() && target.PushBack(new Item{9, 9}));
-    target = std::move(moved);
-    EXPECT_TRUE(moved.Empty() && target.Size() == 3 && target.Front()->key == 2);
-    EXPECT_EQ(Item::live, 3);
+    target = std::move(items);
+    EXPECT_TRUE(items.Empty() && target.Size() == 3 && target.Front()->key == 2 && Item::live == 3);
     target.Clear();
     EXPECT_EQ(Item::live, 1);
-}
-
-TEST(AutoPVector, AnObjectStaysWithItsOwnerWhenThereIsNoRoom) {
-    ForEveryAllocation([](Heap& heap) {
-        AutoPVector<Item> items;
-        AutoPtr<Special> owner(new Special{{1, 1}});
-        heap.Arm();
-        bool const ok = items.PushBack(owner);
-        heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
-        EXPECT_TRUE(static_cast<bool>(owner) == !ok && items.Empty() == !ok);
-    });
 }
 
 template<class T>
@@ -151,15 +133,12 @@ struct Counter {
 
 TEST(AutoPtr, FreesExactlyOnceThroughItsDeleter) {
     {
-        AutoPtr<Special, Counter> a(new Special{{1}});
-        AutoPtr<Special, Counter> b(std::move(a));
-        Special* const same = b.Ptr();
-        b.Reset(same);
+        AutoPtr<Special, Counter> a(new Special{{1}}), b(std::move(a));
+        b.Reset(b.Ptr());
         EXPECT_TRUE(!a && b->key == 1 && Counter<Special>::freed == 0);
         b = AutoPtr<Special, Counter>(new Special{{2}});
-        b.Swap(a);
-        EXPECT_TRUE((*a).key == 2 && !b && Counter<Special>::freed == 1);
-        AutoPtr<Item, Counter> const base(std::move(a));
+        AutoPtr<Item, Counter> const base(std::move(b));
+        EXPECT_TRUE(base->key == 2 && Counter<Special>::freed == 1);
     }
     EXPECT_TRUE(Counter<Special>::freed == 1 && Counter<Item>::freed == 1 && Item::live == 0);
 }

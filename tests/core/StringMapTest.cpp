@@ -50,30 +50,23 @@ TEST(StringMap, RandomOperationsMatchAStandardMap) {
         ASSERT_EQ(Twin(map), twin);
         ASSERT_EQ(map.Has(key.c_str()), twin.contains(key));
     }
-    StringMap const moved(std::move(map));
-    EXPECT_TRUE(map.Empty() && Twin(moved) == twin);
 }
 
 TEST(VoidPMap, MapsKeysToPointersThatItDoesNotOwn) {
     int one = 1;
     int const two = 2;
     VoidPMap map;
-    ASSERT_TRUE(map.Set("b", &one) && map.Set("a", &two) && map.Set("c", static_cast<void*>(nullptr)));
     VoidPMap const& constant = map;
+    ASSERT_TRUE(map.Set("b", &one) && map.Set("a", &two) && map.Set("c", static_cast<void*>(nullptr)));
     EXPECT_TRUE(constant.Get(0UL) == &two && map.Get("b") == &one && !map.Get("x") && !map.Get(3UL));
     EXPECT_TRUE(map.Key(1) == CString("b") && &map.Key(3) == &CString::Nil() && map.Find("0") == 3);
     EXPECT_TRUE(map.Set("b", &two) && map.Set(2UL, &one) && !map.Set(3UL, &one) && map.Size() == 3);
-    EXPECT_TRUE(constant.Get("b") == &two && constant.Get("c") == &one);
-    VoidPMap other;
-    other.Swap(map);
-    EXPECT_TRUE(map.Empty() && other.Remove("a") && !other.Remove("a"));
-    EXPECT_TRUE(other.Remove(1UL) && !other.Remove(1UL) && other.Has("b"));
+    EXPECT_TRUE(constant.Get("b") == &two && map.Remove("a") && !map.Remove("a") && !map.Remove(2UL));
 }
 
 TEST(Maps, FailureLeavesThemAsTheyWere) {
     ForEveryAllocation([](Heap& heap) {
-        StringMap map;
-        StringMap copy;
+        StringMap map, copy;
         VoidPMap pointers;
         ASSERT_TRUE(map.Set("a", "1") && copy.Set("z", "26"));
         heap.Arm();
