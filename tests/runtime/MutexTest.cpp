@@ -60,15 +60,12 @@ private:
         static Time::Span const now = Time::Monotonic();
         static auto const self = [] { return Thread::Self(); };
         static std::map<char, std::function<void(OneT)>> const steps = {
-            {'L', [](OneT one) { EXPECT_TRUE(one.Lock()); }},
-            {'l', [](OneT one) { EXPECT_FALSE(one.Lock()); }},
-            {'T', [](OneT one) { EXPECT_TRUE(one.TryLock()); }},
-            {'t', [](OneT one) { EXPECT_FALSE(one.TryLock()); }},
+            // clang-format off
+            {'L', [](OneT one) { EXPECT_TRUE(one.Lock()); }}, {'l', [](OneT one) { EXPECT_FALSE(one.Lock()); }},
+            {'T', [](OneT one) { EXPECT_TRUE(one.TryLock()); }}, {'t', [](OneT one) { EXPECT_FALSE(one.TryLock()); }},
+            {'w', [](OneT one) { EXPECT_FALSE(one.Wait(-1L)); }}, {'v', [](OneT one) { EXPECT_FALSE(one.Wait(5L)); }},
+            {'S', [](OneT one) { one.Signal(); }}, {'B', [](OneT one) { one.Broadcast(); }},
             {'U', [](OneT one) { EXPECT_EQ(one.Unlock(), 0u); }},
-            {'w', [](OneT one) { EXPECT_FALSE(one.Wait(-1L)); }},
-            {'v', [](OneT one) { EXPECT_FALSE(one.Wait(5L)); }},
-            {'S', [](OneT one) { one.Signal(); }},
-            {'B', [](OneT one) { one.Broadcast(); }},
             {'P', [](OneT one) { self()->LockPush_(one, Thread::PUSH_ACQUIRED, now); }},
             {'p', [](OneT one) { self()->LockPush_(one, Thread::PUSH_RELEASED, now); }},
             {'Q', [](OneT one) { self()->LockPop_(one, Thread::POP_ACQUIRED); }},
@@ -76,6 +73,7 @@ private:
             {'A', [](OneT one) { self()->LockAcquired_(one, now); }},
             {'W', [](OneT one) { self()->LockWaitStarted_(one, now); }},
             {'F', [](OneT one) { self()->LockWaitFinished_(one, now); }},
+            // clang-format on
         };
         steps.at(operation)(lock == 'a' ? cache_ : lock == 'c' ? core_ : lock == 'd' ? core2_ : mode_);
     }
@@ -90,14 +88,6 @@ std::string Violation(char const* text) { return std::string("C Thread: \"Main\"
 
 std::string Failure(char const* ident, char const* reason = "operation not permitted") {
     return std::string("C ") + ident + ": \"CORE\": system failed [0xcffd****], " + reason + ".";
-}
-
-TEST(Mutex, KnowsTheNamesOfTheTable) {
-    std::pair<unsigned, char const*> const rows[] = {{0, "BACKUP_CONFIGURATOR"}, {28, "CORE"},
-                                                     {157, "ULTIMATE"},          {158, "STATUS_LOG"},
-                                                     {159, "(UNKNOWN)"},         {~0U, "(UNKNOWN)"}};
-    for (auto const& [number, name] : rows)
-        EXPECT_STREQ(Mutex::PrecedenceName(static_cast<Mutex::PrecedenceT>(number)), name);
 }
 
 TEST(Mutex, IsAPlainLockWithoutAThreadObject) {
@@ -117,53 +107,50 @@ TEST(Mutex, IsAPlainLockWithoutAThreadObject) {
     EXPECT_EQ(early.Unlock(), 0u);
     (void)Mutex::RstThreshold();
     EXPECT_EQ(log.Take(), (LinesT{"I Mutex: set threshold to 100 ms.", "I Mutex: reset threshold."}));
+    EXPECT_STREQ(Mutex::PrecedenceName(static_cast<Mutex::PrecedenceT>(158)), "STATUS_LOG");
+    EXPECT_STREQ(Mutex::PrecedenceName(static_cast<Mutex::PrecedenceT>(159)), "(UNKNOWN)");
 }
 
 TEST_F(MutexMonitor, ReportsEachViolationAndGoesOn) {
-    std::pair<char const*, LinesT> const rows[] = {
-        {"La Lc Lm Um Uc Ua Ta Ua", {}},
-        {"Lm Lc Uc Um", {Violation("lock precedence violation: CORE (28) after MODE (35)")}},
-        {"Lc Td Ud Uc", {Violation("lock precedence violation: CORE (28) after CORE (28)")}},
-        {"Lc Lm lc tc Um Uc",
-         {Failure("Mutex", "resource deadlock avoided"), Failure("Mutex", "resource deadlock avoided")}},
-        {"La Lm Ua Um Qa", {Violation("CACHE lock: unexpected pop operation, MODE lock expected")}},
-        {"Qc", {Violation("CORE lock/unlock count mismatch")}},
-        {"pc Qc", {Violation("CORE lock is in unexpected state ACQUIRED, RELEASED expected")}},
-        {"Pc qc", {Violation("CORE lock is in unexpected state RELEASED, ACQUIRED expected")}},
-        {"Ac", {Violation("CORE lock acquisition violation: no lock to acquisition")}},
-        {"pc Am qc", {Violation("MODE lock: unexpected acquisition operation, CORE lock expected")}},
-        {"Pc Ac Qc", {Violation("CORE lock is in unexpected state ACQUIRED, RELEASED expected")}},
-        {"Wm", {Violation("MODE lock acquisition violation: no lock to wait")}},
-        {"Pc Wm Qc", {Violation("MODE lock: unexpected wait operation, CORE lock expected")}},
-        {"Pc Fm Qc", {Violation("MODE lock: unexpected finish to wait operation, CORE lock expected")}},
-        {"pm Wm qm", {Violation("trying to wait on an unlocked MODE lock")}},
-        {"pm Fm qm", {Violation("MODE lock finished waiting in RELEASED state")}},
-        {"Sc",
-         {Violation("CORE lock: not found in an acquired locks list"),
-          "C Condition: \"CORE\": system failed [0xcffd****]."}},
+    std::pair<char const*, char const*> const rows[] = {
+        // clang-format off
+        {"La Lc Lm Um Uc Ua Ta Ua", nullptr}, {"Lm Lc Uc Um", "lock precedence violation: CORE (28) after MODE (35)"},
+        {"Lc Td Ud Uc", "lock precedence violation: CORE (28) after CORE (28)"},
+        {"La Lm Ua Um Qa", "CACHE lock: unexpected pop operation, MODE lock expected"}, {"Qc", "CORE lock/unlock count mismatch"},
+        {"pc Qc", "CORE lock is in unexpected state ACQUIRED, RELEASED expected"},
+        {"Pc qc", "CORE lock is in unexpected state RELEASED, ACQUIRED expected"},
+        {"Ac", "CORE lock acquisition violation: no lock to acquisition"},
+        {"pc Am qc", "MODE lock: unexpected acquisition operation, CORE lock expected"},
+        {"Pc Ac Qc", "CORE lock is in unexpected state ACQUIRED, RELEASED expected"},
+        {"Wm", "MODE lock acquisition violation: no lock to wait"},
+        {"Pc Wm Qc", "MODE lock: unexpected wait operation, CORE lock expected"},
+        {"Pc Fm Qc", "MODE lock: unexpected finish to wait operation, CORE lock expected"},
+        {"pm Wm qm", "trying to wait on an unlocked MODE lock"}, {"pm Fm qm", "MODE lock finished waiting in RELEASED state"},
+        // clang-format on
     };
     Script script;
-    for (auto const& [operations, lines] : rows) {
+    for (auto const& [operations, text] : rows) {
         script.Run(operations);
-        EXPECT_EQ(log_.Take(), lines) << operations;
+        EXPECT_EQ(log_.Take(), text ? LinesT{Violation(text)} : LinesT{}) << operations;
         EXPECT_EQ(LocksOf("Main"), "") << operations;
     }
+    script.Run("Lc Lm lc tc Um Uc Sc");
+    std::string const again = Failure("Mutex", "resource deadlock avoided");
+    EXPECT_EQ(log_.Take(), (LinesT{again, again, Violation("CORE lock: not found in an acquired locks list"),
+                                   "C Condition: \"CORE\": system failed [0xcffd****]."}));
 }
 
 TEST_F(MutexMonitor, ReportsFailuresOfTheSystem) {
     struct Row {
         SysCall call;
-        char const* before;
-        char const* operation;
-        char const* ident;
+        char const *before, *operation, *ident;
     } const rows[] = {
-        {SysCall::pthread_mutex_trylock, "", "lc", "Mutex"},
-        {SysCall::pthread_mutex_trylock, "", "tc", "Mutex"},
-        {SysCall::pthread_mutex_unlock, "Lc", "Uc", "Mutex"},
-        {SysCall::pthread_cond_wait, "Lc", "wc", "Condition"},
-        {SysCall::pthread_cond_timedwait, "Lc", "vc", "Condition"},
-        {SysCall::pthread_cond_signal, "Lc", "Sc", "Condition"},
+        // clang-format off
+        {SysCall::pthread_mutex_trylock, "", "lc", "Mutex"}, {SysCall::pthread_mutex_trylock, "", "tc", "Mutex"},
+        {SysCall::pthread_mutex_unlock, "Lc", "Uc", "Mutex"}, {SysCall::pthread_cond_wait, "Lc", "wc", "Condition"},
+        {SysCall::pthread_cond_timedwait, "Lc", "vc", "Condition"}, {SysCall::pthread_cond_signal, "Lc", "Sc", "Condition"},
         {SysCall::pthread_cond_broadcast, "Lc", "Bc", "Condition"},
+        // clang-format on
     };
     Script script;
     for (Row const& row : rows) {
@@ -238,23 +225,21 @@ TEST_F(MutexMonitor, CanBeReadWhileItChanges) {
     Mutex cache(Mutex::CACHE);
     Condition core(Mutex::CORE);
     std::atomic<long> sum = 0;
-    auto const work = [&] {
-        while (!Thread::Self()->StopRequested()) {
-            Mutex::Guard const a(cache);
-            Mutex::Guard const b(core);
-            ++sum;
-            core.Broadcast();
-        }
-    };
-    Worker one(work, "one");
-    Worker two(work, "two");
-    ASSERT_TRUE(one.Start() == Thread::STARTED && two.Start() == Thread::STARTED);
+    Worker one(
+        [&] {
+            while (!Thread::Self()->StopRequested()) {
+                Mutex::Guard const a(cache);
+                Mutex::Guard const b(core);
+                ++sum;
+            }
+        },
+        "one");
+    ASSERT_EQ(one.Start(), Thread::STARTED);
     for (int i = 0; i < 200 || sum < 100; ++i) {
         EXPECT_NE(LocksOf("one").substr(0, 4), "CORE") << "never without the one below";
         Thread::OwnerId(core);
     }
-    EXPECT_TRUE(one.Stop() && two.Stop());
-    EXPECT_TRUE(log_.Take().empty());
+    EXPECT_TRUE(one.Stop());
 }
 
 TEST_F(MutexMonitor, SurvivesWithoutMemoryForItsStack) {
@@ -284,44 +269,32 @@ TEST_F(MutexMonitor, SurvivesWithoutMemoryForItsStack) {
         Heap::ScopeT::PROCESS);
 }
 
-TEST_F(MutexMonitor, StatesReportExhaustedMemory) {
-    Mutex::Guard const guard(constantMutex);
-    AutoPVector<Thread::State, StdDeleter> states;
-    ForEveryAllocation([&](Heap& heap) {
-        heap.Arm();
-        ReturnT const code = Thread::GetStates(states);
-        heap.Disarm();
-        EXPECT_EQ(code.IsOom(), heap.Fired());
-        EXPECT_EQ(states.Size(), heap.Fired() ? 0u : 1u);
-        states.Clear();
-    });
-    ASSERT_EQ(Thread::GetStates(states), 0x00220190u);
-    ForEveryAllocation([&](Heap& heap) {
-        heap.Arm();
-        Thread::State const copy(*states[0]);
-        heap.Disarm();
-        EXPECT_EQ(copy.Initialized(), !heap.Fired());
-        EXPECT_EQ(copy.Locks().Size(), copy.Initialized() ? 1u : 0u);
-        EXPECT_EQ(copy.Tid(), Thread::Id());
-    });
-}
-
-TEST_F(MutexMonitor, LockHasAnXmlForm) {
+TEST_F(MutexMonitor, StatesAndXmlReportExhaustedMemory) {
     setenv("TZ", "UTC", 1);
     Clock clock;
     clock.SetWall(784111777);
-    RunInWorker([&] {
+    RunInWorker([&] { // whose stack of locks has not seen another second
         Mutex::Guard const guard(constantMutex);
         clock.Advance(1500);
         AutoPVector<Thread::State, StdDeleter> states;
+        ForEveryAllocation([&](Heap& heap) {
+            heap.Arm();
+            ReturnT const code = Thread::GetStates(states);
+            heap.Disarm();
+            EXPECT_EQ(code.IsOom(), heap.Fired());
+            EXPECT_EQ(states.Size(), heap.Fired() ? 0u : 2u);
+            states.Clear();
+        });
         ASSERT_EQ(Thread::GetStates(states), 0x00220190u);
         ForEveryAllocation([&](Heap& heap) {
             Xml::Document document;
             document.AllocateString(std::string(1500, 'x').c_str(), 0);
             heap.Arm();
-            bool const ok = states[1]->Locks().Front().AttachTo(document);
+            Thread::State const copy(*states[1]);
+            bool const ok = copy.Initialized() && copy.Locks().Front().AttachTo(document);
             heap.Disarm();
             EXPECT_EQ(ok, !heap.Fired());
+            EXPECT_EQ(copy.Locks().Size(), copy.Initialized() ? 1u : 0u);
             if (!ok) return;
             EXPECT_EQ(document.FirstNode()->DataType(), Xml::Base::DATA_ARRAY);
             Io::StringStream text;
@@ -351,8 +324,8 @@ TEST_F(MutexMonitor, ThresholdHasARange) {
     EXPECT_EQ(Mutex::Threshold(), Mutex::THRESHOLD_OFF);
 }
 
-TEST_F(MutexMonitor, ThresholdWarnsOfALongHold) {
-    Clock clock;
+TEST_F(MutexMonitor, ThresholdWarnsOfALongHoldAndWaitsEndAtTheirTime) {
+    Clock clock(Clock::ModeT::AUTO);
     Condition lock(Mutex::CORE);
     auto const hold = [&](long milliseconds) {
         EXPECT_TRUE(lock.Lock());
@@ -363,28 +336,18 @@ TEST_F(MutexMonitor, ThresholdWarnsOfALongHold) {
     (void)Mutex::SetThreshold("100");
     EXPECT_EQ(hold(99), 0u);
     EXPECT_EQ(hold(150), 150u);
-    // A wait gives the lock up, and the time begins anew behind it.
     EXPECT_TRUE(lock.TryLock());
     clock.Advance(200);
-    std::thread mover([&] { clock.Advance(clock.AwaitWaiters(1) ? 500 : 0); });
-    EXPECT_FALSE(lock.Wait(500L));
-    mover.join();
+    long const before = clock.Moved(); // a wait gives the lock up, and the time begins anew behind it
+    EXPECT_FALSE(lock.Wait(0L) || lock.Wait(2500L) || lock.Wait(Time::Span(1, 500)));
+    EXPECT_NEAR(static_cast<double>(clock.Moved() - before) / 1e9, 4.0, 1e-4);
+    EXPECT_EQ(LocksOf("Main"), "CORE ACQUIRED");
     EXPECT_EQ(lock.Unlock(), 0u);
     (void)Mutex::RstThreshold();
     EXPECT_EQ(
         log_.Take(),
         (LinesT{"I Mutex: set threshold to 100 ms.", "W Mutex: \"Main\" acquired \"CORE\" lock for 150 ms.",
                 "W Condition: \"Main\" acquired \"CORE\" lock for 200 ms.", "I Mutex: reset threshold."}));
-}
-
-TEST_F(MutexMonitor, WaitsEndAtTheirTime) {
-    Clock clock(Clock::ModeT::AUTO);
-    Condition lock(Mutex::CORE);
-    Mutex::Guard const guard(lock);
-    EXPECT_FALSE(lock.Wait(0L) || lock.Wait(2500L) || lock.Wait(Time::Span(1, 500)));
-    EXPECT_NEAR(static_cast<double>(clock.Moved()) / 1e9, 4.0, 1e-4);
-    EXPECT_EQ(LocksOf("Main"), "CORE ACQUIRED");
-    EXPECT_TRUE(log_.Take().empty());
 }
 
 } // namespace
