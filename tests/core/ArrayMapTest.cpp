@@ -1,5 +1,4 @@
 #include "zeb/core/ArrayMap.h"
-#include "tests/support/Heap.h"
 #include "zeb/core/String.h"
 #include "zeb/core/StringMap.h"
 
@@ -82,29 +81,6 @@ TEST(ArrayMap, FindsWithoutCaseOnRequestAndRefusesNulBytes) {
     EXPECT_EQ(map.Set(CString("x\0y", 3), "1", true), 0x80800002u);
     EXPECT_EQ(map.Set("x", CString("1\0002", 3), true), 0x00800003u);
     EXPECT_EQ(Block(map), "Host=a.port=81.x=1..");
-}
-
-TEST(ArrayMap, FailureKeepsTheEntries) {
-    ForEveryAllocation([](Heap& heap) {
-        ArrayMap map = Make("a=1.b=2.d=44444444."), other = Make("c=3.", 50, ':');
-        StringMap all;
-        String value;
-        heap.Arm();
-        EXPECT_EQ(map.Unset("d"), 0x00800004u);
-        ReturnT const set = map.Set("a", "a value that needs room", true);
-        ReturnT const gotAll = map.Get(all);
-        ReturnT const copied = other.Assign(map);
-        std::string const block = Block(map);
-        ReturnT const assigned = map.Assign("long=enough to need another block than the one before\0", 55);
-        bool const failed = set.IsOom() || gotAll.IsOom() || copied.IsOom() || assigned.IsOom() ||
-                            map.Get("b", value).IsOom();
-        heap.Disarm();
-        EXPECT_TRUE(heap.Fired() || !failed);
-        EXPECT_EQ(block, set.Succeeded() ? "a=a value that needs room.b=2.." : "a=1.b=2..");
-        EXPECT_EQ(Block(map) == block, assigned.Failed());
-        EXPECT_EQ(all.Size(), gotAll.Succeeded() ? 2u : 0u);
-        EXPECT_EQ(Block(other), copied.Succeeded() ? block : ".");
-    });
 }
 
 } // namespace

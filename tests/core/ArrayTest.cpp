@@ -1,5 +1,4 @@
 #include "zeb/core/Array.h"
-#include "tests/support/Heap.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -75,26 +74,6 @@ TYPED_TEST(ArrayOf, RandomOperationsMatchAStandardVector) {
         EXPECT_FALSE(array.Insert(twin.size() + 1, 1) || array.Assign(array.Ptr(), ~0UL / sizeof(TypeParam)));
     }
     EXPECT_EQ(Tracked::live, 0);
-}
-
-TYPED_TEST(ArrayOf, FailureLeavesItAsItWasAndShrinkingNeverFails) {
-    ForEveryAllocation([](Heap& heap) {
-        Array<TypeParam> array, other;
-        for (int i = 0; i < 9; ++i)
-            ASSERT_TRUE(array.PushBack(static_cast<TypeParam>(i)) && (i > 0 || other.PushBack(1)));
-        heap.Arm();
-        array.Remove(0), array.Remove(0);
-        bool const hasRoom = array.PushBack(9);
-        std::vector<int> twin{2, 3, 4, 5, 6, 7, 8, 9};
-        EXPECT_TRUE(hasRoom && List(array) == twin);
-        bool const inserted = array.Insert(4, 99);
-        if (inserted) twin.insert(twin.begin() + 4, 99);
-        bool const assigned = other.Assign(array);
-        heap.Disarm();
-        EXPECT_TRUE((inserted && assigned) || heap.Fired());
-        EXPECT_EQ(List(array), twin);
-        EXPECT_EQ(List(other), assigned ? twin : std::vector{1});
-    });
 }
 
 } // namespace

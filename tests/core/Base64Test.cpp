@@ -1,6 +1,5 @@
 #include "zeb/core/Base64.h"
 
-#include "tests/support/Heap.h"
 #include "zeb/core/Buffer.h"
 #include "zeb/core/String.h"
 
@@ -90,21 +89,4 @@ TEST(Base64Test, EncodesIntoGivenRoom) {
         EXPECT_EQ(Family(code), capacity < 4 ? FAIL : DONE);
         EXPECT_STREQ(out.c_str(), capacity < 4 ? "......" : "Zg==");
     }
-}
-
-TEST(Base64Test, ReportsThatMemoryRanOut) {
-    std::string const data = Sample(200), encoded = Expected(data, Base64::URL);
-    Buffer out;
-    ForEveryAllocation([&](Heap& heap) {
-        String text;
-        Buffer back;
-        heap.Arm();
-        ReturnT const there = Base64::EncodeToString(CBuffer(data.data(), data.size()), text, Base64::URL);
-        ReturnT const andBack = Base64::DecodeString(encoded.c_str(), back, Base64::URL);
-        heap.Disarm();
-        EXPECT_EQ(Family(there), text.Empty() ? OOM : DONE);
-        EXPECT_EQ(Family(andBack), back.Empty() ? OOM : DONE);
-        EXPECT_EQ(there.Failed() || andBack.Failed(), heap.Fired());
-    });
-    EXPECT_TRUE(Family(Base64::DecodeString("Zm9vZm9v!", out, Base64::URL)) == FAIL && out.Size() == 9);
 }

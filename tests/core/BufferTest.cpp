@@ -34,24 +34,6 @@ TEST(Buffer, GrowsToExactlyWhatIsAskedAndKeepsItWhenTruncated) {
     EXPECT_TRUE(buffer.IsSecure() && !secure.IsSecure() && buffer.Capacity() == 9);
 }
 
-template<class T>
-void SweepBuffer() {
-    ForEveryAllocation([](Heap& heap) {
-        T buffer;
-        ASSERT_TRUE(buffer.Assign(View("abc")) && buffer.Reserve(10));
-        heap.Arm();
-        buffer.ShrinkToFit();
-        bool const shrunk = buffer.Capacity() == 3;
-        bool const ok = buffer.Append(View("0123456789"));
-        bool const last = ok && buffer.Resize(100);
-        heap.Disarm();
-        EXPECT_EQ(shrunk && last, !heap.Fired());
-        EXPECT_EQ(Text(buffer).substr(0, 13), ok ? "abc0123456789" : "abc");
-        EXPECT_EQ(buffer.Size(), last ? 100u : ok ? 13u : 3u);
-    });
-}
-TEST(Buffer, FailureLeavesItAsItWas) { SweepBuffer<Buffer>(), SweepBuffer<CryptoBuffer>(); }
-
 TEST(CryptoBuffer, WipesEachBlockThatItLeaves) {
     Heap heap;
     int released = 0;
@@ -69,24 +51,6 @@ TEST(CryptoBuffer, WipesEachBlockThatItLeaves) {
         plain.Swap(buffer); // carries the mark along
     }
     EXPECT_EQ(released, 2);
-}
-
-TEST(AutoBuffer, GoesToTheHeapBeyondItsArrayAndHasNoRoomAtAllAfterAFailure) {
-    ForEveryAllocation([](Heap& heap) {
-        AutoBuffer<8, long> buffer;
-        long* const inner = buffer.Ptr();
-        heap.Arm();
-        EXPECT_TRUE(buffer.Size() == 8 && buffer.Resize(3) && buffer.Ptr() == inner);
-        for (unsigned long const size : {9UL, 1000UL}) {
-            bool const ok = buffer.Resize(size);
-            EXPECT_TRUE(ok || heap.Fired());
-            EXPECT_EQ(buffer.Ptr() != nullptr, ok);
-            EXPECT_EQ(buffer.Size(), ok ? size : 0);
-            if (ok) buffer[size - 1] = 1;
-        }
-        heap.Disarm();
-        EXPECT_TRUE(buffer.Resize(8) && buffer.Ptr() == inner && heap.Live() == 0);
-    });
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "zeb/core/CString.h"
 
-#include "tests/support/Heap.h"
 #include "zeb/core/String.h"
 #include "zeb/core/StringVector.h"
 
@@ -123,18 +122,4 @@ TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpace) {
             found.emplace_back(fields[i].Cstr());
         EXPECT_EQ(found, row.fields) << '"' << row.text << '"';
     }
-}
-
-TEST(CStringTest, SplitAndSubstrSurviveFailedAllocations) {
-    ForEveryAllocation([](Heap& heap) {
-        StringVector fields;
-        String part;
-        heap.Arm();
-        bool const split = CString("a,b,c,d,e,f,g,h,i").Split(fields, ',');
-        bool const cut = CString("abcdef").Substr(part, 2, 3);
-        heap.Disarm();
-        EXPECT_EQ(split && cut, !heap.Fired());
-        EXPECT_TRUE(fields.Size() == (split ? 9 : 0) && part == (cut ? "cde" : ""));
-        EXPECT_TRUE(CString("abcdef").Substr(part, 4) && part == "ef");
-    });
 }

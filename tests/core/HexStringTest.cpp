@@ -1,6 +1,5 @@
 #include "zeb/core/HexString.h"
 
-#include "tests/support/Heap.h"
 #include "zeb/core/Buffer.h"
 
 #include <gtest/gtest.h>
@@ -51,28 +50,4 @@ TEST(HexStringTest, TakesPairsOfDigitsInEitherCaseAndShowsLower) {
     EXPECT_TRUE(HexString::IsValid("00fFaB", &size) && size == 3 && HexString::IsValid(""));
     EXPECT_TRUE(text.ToUpper().Get(data) && data == CBuffer("\xAB\xCD\x09") && other.Assign(data));
     EXPECT_TRUE(other.Swap(text).Str() == "ABCD09" && text.Str() == "abcd09" && other.Clear().Empty());
-}
-
-TEST(HexStringTest, KeepsItsValueWhenMemoryRunsOut) {
-    std::vector<unsigned char> const data = Sample(100);
-    HexString source;
-    ASSERT_TRUE(source.Assign(data.data(), data.size()));
-    bool valid = true;
-    std::function<bool(HexString&)> const changes[] = {
-        [&](HexString& text) { return text.Assign(CBuffer(data.data(), data.size())); },
-        [&](HexString& text) { return text.Assign(source); },
-        [&](HexString& text) { return text.Assign(source.Str(), valid); }};
-    for (auto const& change : changes) {
-        ForEveryAllocation([&](Heap& heap) {
-            HexString text;
-            Buffer out;
-            ASSERT_TRUE(text.Assign(data.data(), 1));
-            heap.Arm();
-            bool const ok = change(text), got = source.Get(out);
-            heap.Disarm();
-            EXPECT_EQ(ok && got, !heap.Fired());
-            EXPECT_EQ(text.DataSize(), ok ? 100U : 1U);
-            EXPECT_TRUE(out.Size() == (got ? 100U : 0U) && valid);
-        });
-    }
 }

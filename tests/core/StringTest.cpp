@@ -75,40 +75,6 @@ TEST(StringTest, JoinsThePartsWithTheSeparatorBetween) {
     }
 }
 
-TEST(StringTest, EachChangeSurvivesAFailedAllocation) {
-    std::string const big(300, 'a');
-    StringVector parts;
-    ASSERT_TRUE(parts.PushBack(big.c_str()) && parts.PushBack(big.c_str()));
-    // clang-format off
-    std::function<bool(String&)> const changes[] = {
-        [&](String& text) { return text.Assign(big.c_str()); }, [&](String& text) { return text.Assign('a', 300); },
-        [&](String& text) { return text.Replace(1, 1, big.data(), 300); }, [&](String& text) { return text.Replace(1, 1, 'a', 300); },
-        [&](String& text) { return text.Append(big.c_str()); }, [&](String& text) { return text.Resize(300); },
-        [&](String& text) { return text.Join(parts, ", "); }};
-    // clang-format on
-    for (auto const& change : changes) {
-        ForEveryAllocation([&](Heap& heap) {
-            String text;
-            ASSERT_TRUE(text.Assign("old"));
-            heap.Arm();
-            bool const ok = change(text);
-            heap.Disarm();
-            EXPECT_EQ(ok, !heap.Fired());
-            EXPECT_TRUE(ok ? text.Size() >= 300 : text == "old");
-        });
-    }
-    ForEveryAllocation([](Heap& heap) {
-        String text;
-        ASSERT_TRUE(text.Assign('x', 1000));
-        heap.Arm();
-        text.Truncate(500).Erase(100, 300).Erase(0).Strip();
-        heap.Disarm();
-        EXPECT_EQ(text, std::string(199, 'x').c_str()) << "shrinking never fails";
-        EXPECT_FALSE(text.Replace(0, 1, 'x', ~0UL) || text.Assign('x', ~0UL)) << "a size that no memory has";
-        EXPECT_EQ(text.Size(), 199U);
-    });
-}
-
 TEST(RStringTest, CutsWhatDoesNotFit) {
     RString<8> text;
     EXPECT_TRUE(text.Assignf("%s-%d", "ab", 1234) && text == "ab-1234");

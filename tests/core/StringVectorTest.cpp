@@ -1,5 +1,4 @@
 #include "zeb/core/StringVector.h"
-#include "tests/support/Heap.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -51,25 +50,6 @@ TEST(StringVector, ChangesKeepTheOrderOfWhatStays) {
     EXPECT_EQ(List(vector), (ListT{"a", "b", "c", "d", "d", "e"}));
     vector.SetDifference(vector), vector.PopFront(), vector.PopBack();
     EXPECT_TRUE(vector.Empty());
-}
-
-TEST(StringVector, FailureLeavesItAsItWasButForAssignOfAList) {
-    ForEveryAllocation([](Heap& heap) {
-        char const* const list[] = {"one", "two", nullptr};
-        Filled vector({"1", "2", "3", "4", "5", "6", "7"}), other({"one", "", "two"}), third({"old"});
-        heap.Arm();
-        bool const appended = vector.Append(other);
-        unsigned long const size = vector.Size();
-        bool const inserted = vector.Insert("x", 0UL);
-        bool const assigned = other.Assign(vector);
-        bool const listed = third.Assign(list);
-        heap.Disarm();
-        EXPECT_EQ(appended && inserted && assigned && listed, !heap.Fired());
-        EXPECT_EQ(size, appended ? 10u : 7u);
-        EXPECT_EQ(List(vector).front() == "x", inserted);
-        EXPECT_EQ(List(other), assigned ? List(vector) : (ListT{"one", "", "two"}));
-        EXPECT_EQ(List(third), listed ? (ListT{"one", "two"}) : ListT());
-    });
 }
 
 } // namespace
