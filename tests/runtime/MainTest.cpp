@@ -3,16 +3,12 @@
 #include "tests/runtime/Worker.h"
 #include "tests/support/Calls.h"
 #include "tests/support/Child.h"
-#include "tests/support/LogCapture.h"
 #include "zeb/core/Time.h"
 #include "zeb/runtime/MainImpl.h"
 #include "zeb/runtime/MainSt.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <unistd.h>
@@ -52,9 +48,10 @@ void (*HandlerOf(int number))(int) {
 
 // Runs the body in a process of its own, and expects it to end well.
 template<class BodyT>
-void InChild(BodyT const& body) {
+std::string InChild(BodyT const& body) {
     Child const child = Child::Run(body);
     EXPECT_EQ(child.ExitCode(), 0) << child;
+    return child.Output() + child.Errors();
 }
 
 constexpr char const BLOCKED[] = "HUP INT USR2 ALRM TERM CHLD";
@@ -69,13 +66,20 @@ TEST(Main, TakesSignalsBetweenUnitsOfWork) {
             ASSERT_TRUE(daemon.Initialized());
             EXPECT_STREQ(MainIdent_(), "daemon");
             EXPECT_EQ(MainGroup_(), getpid());
+            Calls calls;
+            calls.Script(SysCall::sigtimedwait, {Calls::Return(SIGHUP), Calls::Fail(EINVAL),
+                                                 Calls::Fail(EAGAIN), Calls::Fail(EINTR)});
+            for (int i = 0; i < 4; ++i)
+                EXPECT_FALSE(daemon.StopRequested());
+            EXPECT_EQ(log.Take(), (LogCapture::LinesT{"W Main: caught signal 1, ignored.",
+                                                      "E Main: signal wait error: invalid argument."}));
             for (int const harmless : {SIGHUP, SIGPIPE})
                 kill(getpid(), harmless);
             EXPECT_EQ(daemon.Run(), 0);
-            kill(getpid(), number);
-            EXPECT_EQ(daemon.Run(), 1);
-            kill(getpid(), number); // nobody looks for the second one
-            EXPECT_EQ(daemon.Run(), 1);
+            for (int i = 0; i < 2; ++i) { // nobody looks for the second one
+                kill(getpid(), number);
+                EXPECT_EQ(daemon.Run(), 1);
+            }
             EXPECT_EQ(log.Take(), LogCapture::LinesT{"I Main: stopping..."});
             for (int const pending : {SIGHUP, number})
                 signal(pending, SIG_IGN);
@@ -83,84 +87,55 @@ TEST(Main, TakesSignalsBetweenUnitsOfWork) {
     }
 }
 
-TEST(Main, BlocksSignalsForItsLife) {
-    InChild([] {
-        LogCapture log;
-        {
-            Daemon daemon;
-            RunInWorker([&] {
-                EXPECT_EQ(Blocked(), BLOCKED);
-                daemon.SetStop();
-            });
-            EXPECT_TRUE(daemon.StopRequested());
-            EXPECT_EQ(HandlerOf(SIGPIPE), SIG_IGN);
-        }
-        EXPECT_EQ(HandlerOf(SIGPIPE), SIG_DFL);
-        EXPECT_EQ(Blocked(), "");
-        EXPECT_EQ(Thread::Self(), nullptr);
-        EXPECT_TRUE(log.Take().empty());
-    });
-}
-
-TEST(Main, ReportsOtherSignalsAndErrors) {
-    InChild([] {
-        LogCapture log;
-        Daemon daemon;
-        Calls calls;
-        calls.Script(SysCall::sigtimedwait,
-                     {Calls::Return(SIGHUP), Calls::Fail(EINVAL), Calls::Fail(EAGAIN), Calls::Fail(EINTR)});
-        for (int i = 0; i < 4; ++i)
-            EXPECT_FALSE(daemon.StopRequested());
-        EXPECT_EQ(log.Take(), (LogCapture::LinesT{"W Main: caught signal 1, ignored.",
-                                                  "E Main: signal wait error: invalid argument."}));
-    });
+TEST(Main, BlocksSignalsForItsLifeAndExistsOnce) {
+    EXPECT_EQ(InChild([] {
+                  LogCapture log;
+                  {
+                      Daemon daemon;
+                      RunInWorker([&] {
+                          EXPECT_EQ(Blocked(), BLOCKED);
+                          daemon.SetStop();
+                      });
+                      EXPECT_TRUE(daemon.StopRequested());
+                      EXPECT_FALSE(Daemon().Initialized());
+                      EXPECT_EQ(HandlerOf(SIGPIPE), SIG_IGN) << "the first one still has its signals";
+                      EXPECT_EQ(Blocked(), BLOCKED);
+                      Tool tool;
+                      tool.SetStop();
+                      tool.SetAlarm(1L);
+                      EXPECT_FALSE(tool.Initialized() || tool.StopRequested());
+                  }
+                  EXPECT_EQ(HandlerOf(SIGPIPE), SIG_DFL);
+                  EXPECT_EQ(Blocked(), "");
+                  EXPECT_EQ(Thread::Self(), nullptr);
+                  EXPECT_TRUE(log.Take().empty());
+              }),
+              "daemon: failed to wrap the main thread.\ntool: failed to wrap the main thread.\n");
 }
 
 TEST(Main, SaysOnStandardErrorWhyItFailed) {
     struct Row {
         SysCall call;
-        int before; // calls that succeed
+        unsigned long before; // calls that succeed
         std::string text;
     } const rows[] = {
-        {SysCall::sigaltstack, 0,
-         "setup the alternate signal stack: operation not permitted\ndaemon: failed to wrap the main "
-         "thread.\n"},
-        {SysCall::sigaction, 1, "setup signal handlers: operation not permitted.\n"},
-        {SysCall::pthread_sigmask, 0, "block signals: operation not permitted.\n"},
-        {SysCall::pthread_sigmask, 1, "unblock signals: operation not permitted.\n"},
-        {SysCall::sigaction, 2, "restore signal handlers: operation not permitted.\n"},
+        // clang-format off
+        {SysCall::sigaltstack, 0, "setup the alternate signal stack: operation not permitted\ndaemon: failed to wrap the main thread"},
+        {SysCall::sigaction, 1, "setup signal handlers: operation not permitted"},
+        {SysCall::pthread_sigmask, 0, "block signals: operation not permitted"},
+        {SysCall::pthread_sigmask, 1, "unblock signals: operation not permitted"},
+        {SysCall::sigaction, 2, "restore signal handlers: operation not permitted"},
+        // clang-format on
     };
     for (Row const& row : rows) {
-        Child const child = Child::Run([&] {
+        std::string const text = InChild([&] {
             Calls calls;
-            for (int i = 0; i < row.before; ++i)
-                calls.Script(row.call, {Calls::Real()});
+            if (row.before) calls.Script(row.call, {Calls::Real()}, row.before);
             calls.Script(row.call, {Calls::Fail(EPERM)});
-            Daemon daemon;
-            return daemon.Initialized() ? 1 : 0;
+            EXPECT_EQ(Daemon().Initialized(), &row - rows >= 3); // the last two failures come at the end
         });
-        EXPECT_EQ(child.Errors(), "daemon: failed to " + row.text);
-        EXPECT_EQ(child.ExitCode(), &row - rows >= 3) << child; // the last two failures come at the end
+        EXPECT_EQ(text, "daemon: failed to " + row.text + ".\n");
     }
-}
-
-TEST(Main, ExistsOnce) {
-    Child const child = Child::Run([] {
-        Daemon daemon;
-        {
-            Daemon another;
-            EXPECT_FALSE(another.Initialized());
-        }
-        EXPECT_EQ(HandlerOf(SIGPIPE), SIG_IGN) << "the first one still has its signals";
-        EXPECT_EQ(Blocked(), BLOCKED);
-        Tool tool;
-        tool.SetStop();
-        tool.SetAlarm(1L);
-        EXPECT_FALSE(tool.Initialized() || tool.StopRequested());
-    });
-    EXPECT_EQ(child.ExitCode(), 0) << child;
-    EXPECT_EQ(child.Errors(),
-              "daemon: failed to wrap the main thread.\ntool: failed to wrap the main thread.\n");
 }
 
 // Waits for at most two seconds.
@@ -200,7 +175,7 @@ TEST(MainSt, RaisesAnAlarm) {
 // What a handler logs goes to the console here: it must not meet the heap, which a LogCapture uses.
 template<class FrameT>
 std::string LoggedBy(int number) {
-    Child const child = Child::Run([number] {
+    std::string const output = InChild([number] {
         Log::ConsoleMode();
         FrameT frame;
         errno = ERANGE;
@@ -210,35 +185,29 @@ std::string LoggedBy(int number) {
         frame.SetStop();
         EXPECT_TRUE(frame.StopRequested());
     });
-    EXPECT_EQ(child.ExitCode(), 0) << child;
-    unsigned long const ident = child.Output().find(" zeb: ");
-    return ident == std::string::npos ? child.Output() : child.Output().substr(ident);
+    unsigned long const ident = output.find(" zeb: ");
+    return ident == std::string::npos ? output : output.substr(ident, 39);
 }
 
 TEST(Main, HandlersLogWithoutHarm) {
     EXPECT_EQ(LoggedBy<Daemon>(SIGUSR1), " zeb: Thread: interrupted by a signal.\n");
     EXPECT_EQ(LoggedBy<Tool>(SIGUSR1), " zeb: Thread: interrupted by a signal.\n");
     // The signal is for the calling thread, which cannot interrupt itself.
-    std::string const line = LoggedBy<Tool>(SIGTERM);
-    EXPECT_EQ(line.substr(0, 39), " zeb: Thread: \"Main\": system failed [0x") << line;
+    EXPECT_EQ(LoggedBy<Tool>(SIGTERM), " zeb: Thread: \"Main\": system failed [0x");
 }
 
 TEST(MainSt, ReportsFailures) {
-    struct Row {
-        SysCall call;
-        unsigned long before;
-    } const rows[] = {{SysCall::pthread_sigmask, 0},
-                      {SysCall::sigaction, 1},
-                      {SysCall::sigaction, 2},
-                      {SysCall::timer_create, 0}};
-    for (Row const& row : rows) {
+    std::pair<SysCall, unsigned long> const rows[] = {{SysCall::pthread_sigmask, 0},
+                                                      {SysCall::sigaction, 1},
+                                                      {SysCall::sigaction, 2},
+                                                      {SysCall::timer_create, 0}};
+    for (auto const& [call, before] : rows) {
         InChild([&] {
             LogCapture log;
             Calls calls;
-            if (row.before) calls.Script(row.call, {Calls::Real()}, row.before);
-            calls.Script(row.call, {Calls::Fail(EPERM)});
-            Tool tool;
-            EXPECT_FALSE(tool.Initialized());
+            if (before) calls.Script(call, {Calls::Real()}, before);
+            calls.Script(call, {Calls::Fail(EPERM)});
+            EXPECT_FALSE(Tool().Initialized());
             EXPECT_EQ(log.Take(), LogCapture::LinesT{"C tool: system failed [0xcffd****]."});
         });
     }
