@@ -20,17 +20,14 @@ struct Twin {
     std::string text;
     bool ignoreCase;
 
-    int Differ(unsigned long pos, std::string const& other, unsigned long n) const {
-        return Sign(ignoreCase ? strncasecmp(&text[pos], other.data(), n)
-                               : strncmp(&text[pos], other.data(), n));
-    }
     int Compare(unsigned long pos, unsigned long count, std::string const& other) const {
         unsigned long const n = std::min(count, text.size() - pos), m = other.size();
-        int const result = Differ(pos, other, std::min(n, m));
+        auto const compare = ignoreCase ? &strncasecmp : &strncmp;
+        int const result = Sign(compare(&text[pos], other.data(), std::min(n, m)));
         return result != 0 || n == m ? result : n < m ? -1 : 1;
     }
     bool Hit(std::string const& what, unsigned long pos) const {
-        return !what.empty() && pos + what.size() <= text.size() && Differ(pos, what, what.size()) == 0;
+        return !what.empty() && pos + what.size() <= text.size() && Compare(pos, what.size(), what) == 0;
     }
     unsigned long Find(std::string const& what, unsigned long pos) const {
         while (pos < text.size() && !Hit(what, pos))

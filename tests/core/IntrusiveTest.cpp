@@ -41,13 +41,16 @@ TEST(Intrusive, RandomOperationsMatchAStandardList) {
     AgeListT list;
     std::deque<int> twin;
     for (int step = 0; step < 8000; ++step) {
-        Item &item = items[random() % items.size()], &other = items[random() % items.size()];
-        bool const isLinked = item.byAge.IsLinked(), isOther = other.byAge.IsLinked();
+        Item &item = items[random() % 50], &other = items[random() % 50];
         auto const place = std::find(twin.begin(), twin.end(), other.number);
-        if (isLinked) list.Remove(item), std::erase(twin, item.number);
-        if (!isLinked && isOther) list.Insert(item, &other), twin.insert(place, item.number);
-        if (!isLinked && !isOther && step % 2 == 0) list.PushBack(item), twin.push_back(item.number);
-        if (!isLinked && !isOther && step % 2 == 1) list.PushFront(item), twin.push_front(item.number);
+        if (item.byAge.IsLinked())
+            list.Remove(item), std::erase(twin, item.number);
+        else if (place != twin.end())
+            list.Insert(item, &other), twin.insert(place, item.number);
+        else if (step % 2 == 0)
+            list.PushBack(item), twin.push_back(item.number);
+        else
+            list.PushFront(item), twin.push_front(item.number);
         if (Item* const first = random() % 16 == 0 ? list.PopFront() : nullptr) {
             ASSERT_EQ(first->number, twin.front());
             twin.pop_front();

@@ -29,8 +29,8 @@ TEST(StringAccumulatorTest, NumbersReadAsPrintfWritesThem) {
         ExpectAsPrintf(static_cast<unsigned short>(bits), "%hu", "%hx");
         ExpectAsPrintf(static_cast<int>(bits), "%i", "%x");
         ExpectAsPrintf(static_cast<unsigned>(bits), "%u", "%x");
-        ExpectAsPrintf(static_cast<unsigned long>(bits), "%lu", "%lx");
-        ExpectAsPrintf(static_cast<long long>(bits), "%lli", "%llx");
+        ExpectAsPrintf(bits, "%li", "%lx");
+        ExpectAsPrintf(static_cast<unsigned long long>(bits), "%llu", "%llx");
         ExpectAsPrintf(reinterpret_cast<void const*>(bits), "%p", "%p");
     }
 }

@@ -8,34 +8,20 @@
 
 namespace {
 
-using TwinT = std::map<std::string, std::string>;
-
-TwinT Twin(StringMap const& map) {
-    TwinT twin;
-    for (unsigned long i = 0; i < map.Size(); ++i)
-        twin[map.Key(i).Cstr()] = map.Get(i).Cstr();
-    return twin;
-}
-
-TEST(StringMap, KeepsKeysInTheOrderOfTheirBytesAndFindsThemWithoutCaseOnRequest) {
+TEST(StringMap, FindsWithoutCaseOnRequestAndAnswersNilForWhatIsNotThere) {
     StringMap map;
-    std::string order;
-    for (char const* const key : {"b", "a", "c", "0", "", "ab", "\xE4"})
+    for (char const* const key : {"b", "a", "\xE4", "", "ab"})
         ASSERT_TRUE(map.Set(key, key));
-    ASSERT_TRUE(map.Set(CString::IgnoreCase("AB"), "4"));
-    for (unsigned long i = 0; i < map.Size(); ++i)
-        order += std::string(map.Key(i).Cstr()) + ",";
-    EXPECT_EQ(order, ",0,a,ab,b,c,\xE4,");
-    EXPECT_TRUE(map.Find("c") == 5 && map.Find("d") == 7 && map.Get("ab") == CString("4") && !map.Has("AB"));
-    for (CString const* const view : {&map.Get("d"), &map.Get(7UL), &map.Key(7)})
+    ASSERT_TRUE(map.Set(CString::IgnoreCase("AB"), "4") && map.Get("ab") == CString("4"));
+    EXPECT_TRUE(map.Find("b") == 3 && map.Find("d") == 5 && !map.Has("AB") && map.Key(4) == CString("\xE4"));
+    for (CString const* const view : {&map.Get("d"), &map.Get(5UL), &map.Key(5)})
         EXPECT_EQ(view, &CString::Nil());
-    EXPECT_TRUE(StringMap::Nil().Empty());
 }
 
 TEST(StringMap, RandomOperationsMatchAStandardMap) {
     std::mt19937 random(5);
     StringMap map;
-    TwinT twin;
+    std::map<std::string, std::string> twin;
     for (int step = 0; step < 5000; ++step) {
         std::string const key = std::to_string(random() % 60);
         std::string const value = std::to_string(step);
@@ -46,7 +32,10 @@ TEST(StringMap, RandomOperationsMatchAStandardMap) {
         ASSERT_TRUE(action != 2 || map.Remove(key.c_str()) == (twin.erase(key) == 1));
         if (action == 3 && map.Remove(at)) twin.erase(std::next(twin.begin(), static_cast<long>(at)));
         if (action == 4 && copy.Assign(map) && copy.Assign(copy)) map.Swap(copy);
-        ASSERT_EQ(Twin(map), twin);
+        ASSERT_EQ(map.Size(), twin.size());
+        unsigned long index = 0;
+        for (auto const& [name, text] : twin)
+            ASSERT_TRUE(map.Key(index) == name.c_str() && map.Get(index++) == text.c_str());
         ASSERT_EQ(map.Has(key.c_str()), twin.contains(key));
     }
 }
