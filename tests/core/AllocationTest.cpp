@@ -116,14 +116,12 @@ TEST(Allocation, SomeAreLeftEmptyWithTheirCodes) {
         EXPECT_TRUE(room.Resize(3) && room.Ptr() == inner);
         bool const roomy = room.Resize(9);
         heap.Disarm();
-        unsigned long const sizes[] = {value.Size(), all.Size(), base64.Size(), bytes.Size()};
-        unsigned long const full[] = {8, 3, 400, 225};
         bool failed = !ok || !split || !roomy;
-        for (int i = 0; i < 4; failed |= codes[i++].Failed()) {
-            EXPECT_EQ(codes[i].Failed(), codes[i].IsOom());
-            EXPECT_EQ(sizes[i], codes[i].Failed() ? 0 : full[i]);
-        }
+        for (ReturnT const code : codes)
+            EXPECT_TRUE((failed |= code.Failed(), code.Failed() == code.IsOom()));
         EXPECT_EQ(failed, heap.Fired());
+        EXPECT_TRUE(value.Empty() == codes[0].Failed() && all.Size() == (codes[1].Failed() ? 0 : 3));
+        EXPECT_TRUE(base64.Empty() == codes[2].Failed() && bytes.Empty() == codes[3].Failed());
         EXPECT_TRUE(listed.Size() == (ok ? 2 : 0) && fields.Size() == (split ? 9 : 0));
         EXPECT_TRUE((room.Ptr() != nullptr) == roomy && room.Size() == (roomy ? 9 : 0));
         EXPECT_TRUE(room.Resize(8) && room.Ptr() == inner);

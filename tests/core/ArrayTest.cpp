@@ -29,17 +29,9 @@ private:
     int value_;
 };
 
-struct Odd {
-    Odd(int value)
-        : number(value) {}
-    operator int() const { return number; }
-    int number;
-    char pad[9] = "padpadpa";
-};
-
 template<class T>
 class ArrayOf : public testing::Test {};
-using ElementsT = testing::Types<Tracked, Odd, unsigned char>;
+using ElementsT = testing::Types<Tracked, unsigned char>;
 TYPED_TEST_SUITE(ArrayOf, ElementsT);
 
 template<class T>

@@ -6,40 +6,15 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
-#include <strings.h>
 #include <vector>
 
 namespace {
 
+using namespace std::string_literals;
+
 int Sign(int value) { return (value > 0) - (value < 0); }
 
 CString View(std::string const& text) { return {text.data(), text.size()}; }
-
-// The rules of comparison and search, one step at a time.
-struct Twin {
-    std::string text;
-    bool ignoreCase;
-
-    int Compare(unsigned long pos, unsigned long count, std::string const& other) const {
-        unsigned long const n = std::min(count, text.size() - pos), m = other.size();
-        auto const compare = ignoreCase ? &strncasecmp : &strncmp;
-        int const result = Sign(compare(&text[pos], other.data(), std::min(n, m)));
-        return result != 0 || n == m ? result : n < m ? -1 : 1;
-    }
-    bool Hit(std::string const& what, unsigned long pos) const {
-        return !what.empty() && pos + what.size() <= text.size() && Compare(pos, what.size(), what) == 0;
-    }
-    unsigned long Find(std::string const& what, unsigned long pos) const {
-        while (pos < text.size() && !Hit(what, pos))
-            ++pos;
-        return pos;
-    }
-    unsigned long FindLast(std::string const& what, unsigned long end) const {
-        while (end-- > 0)
-            if (Hit(what, end)) return end;
-        return text.size();
-    }
-};
 
 } // namespace
 
@@ -54,33 +29,34 @@ TEST(CStringTest, AViewIsNeverNull) {
 }
 
 TEST(CStringTest, ComparesAndFindsAsTheRulesSay) {
-    EXPECT_EQ(CString("abc").Compare("abcd"), -1);
+    EXPECT_TRUE(CString("abc").Compare("abcd") == -1 && View("a\0b"s).Compare(View("a\0c"s)) == 0);
     EXPECT_EQ(CString("x-head").Compare(CString::IgnoreCase("X-Head")), 0) << "either side may ask for it";
     std::mt19937 random(20);
-    char const alphabet[] = {'a', 'A', 'b', '\0'};
     auto const text = [&](unsigned long size) {
         std::string result(size, ' ');
         for (char& c : result)
-            c = alphabet[random() % 4];
+            c = "aAb"[random() % 3];
         return result;
     };
     for (int round = 0; round < 8000; ++round) {
-        Twin const twin{text(random() % 9), random() % 2 == 0};
-        std::string const other = text(random() % 5), c(1, alphabet[random() % 4]);
-        CString const plain = View(twin.text), what = View(other);
-        CString::IgnoreCase const folded(plain);
-        CString const& view = twin.ignoreCase ? folded : plain;
-        unsigned long const size = twin.text.size(), pos = random() % (size + 1), count = random() % 9;
-        SCOPED_TRACE(testing::PrintToString(twin.text) + " " + testing::PrintToString(other));
-        ASSERT_EQ(Sign(view.Compare(what)), twin.Compare(0, 99, other));
-        ASSERT_EQ(Sign(view.Compare(pos, count, what)), twin.Compare(pos, count, other));
-        ASSERT_EQ(Sign(view.Compare(pos, ~0UL, other.data(), other.size())), twin.Compare(pos, 99, other));
-        ASSERT_EQ(view.Find(what, pos), twin.Find(other, pos));
-        ASSERT_EQ(view.Find(other.data(), other.size()), twin.Find(other, 0));
-        ASSERT_EQ(view.Find(c[0], pos), twin.Find(c, pos));
-        ASSERT_EQ(view.FindLast(what), twin.FindLast(other, size));
-        ASSERT_EQ(view.FindLast(c[0], pos), twin.FindLast(c, pos));
-        ASSERT_EQ(view.FindLast(other.data(), other.size()), size) << "on purpose";
+        std::string twin = text(random() % 9), other = text(random() % 5), given = twin, sought = other;
+        CString::IgnoreCase const folded(View(given));
+        CString const plain = View(given), what = View(sought);
+        CString const& view = round % 2 == 0 ? folded : plain;
+        for (std::string* const part : {&twin, &other})
+            for (char& c : *part)
+                c = static_cast<char>(round % 2 == 0 ? tolower(c) : c);
+        unsigned long const size = twin.size(), pos = random() % (size + 1), count = random() % 9;
+        SCOPED_TRACE(given + " " + sought);
+        ASSERT_EQ(Sign(view.Compare(what)), Sign(twin.compare(other)));
+        ASSERT_EQ(Sign(view.Compare(pos, count, what)), Sign(twin.compare(pos, count, other)));
+        ASSERT_EQ(Sign(view.Compare(pos, ~0UL, sought.data(), sought.size())),
+                  Sign(twin.compare(pos, 99, other)));
+        ASSERT_EQ(view.Find(what, pos), other.empty() ? size : std::min(twin.find(other, pos), size));
+        ASSERT_EQ(view.FindLast(what), other.empty() ? size : std::min(twin.rfind(other), size));
+        ASSERT_EQ(view.Find('a', pos), std::min(twin.find('a', pos), size));
+        ASSERT_EQ(view.FindLast('a', pos), pos == 0 ? size : std::min(twin.rfind('a', pos - 1), size));
+        ASSERT_EQ(view.FindLast(sought.data(), sought.size()), size) << "on purpose";
     }
     CString const view("abc"); // positions behind the end
     EXPECT_EQ(view.Find('a', ~0UL) + view.Find(CString("c"), ~0UL) + view.FindLast('c', ~0UL), 3U + 3U + 2U);
@@ -102,7 +78,7 @@ TEST(CStringTest, ClassesHoldForAllBytesUpToANul) {
     }
 }
 
-TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpace) {
+TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpaceAndJoinsAgain) {
     struct {
         char const* text;
         char separator;
@@ -117,6 +93,9 @@ TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpace) {
         std::vector<std::string> found;
         for (unsigned long i = 0; i < fields.Size(); ++i)
             found.emplace_back(fields[i].Cstr());
-        EXPECT_EQ(found, row.fields) << '"' << row.text << '"';
+        EXPECT_EQ(found, row.fields) << row.text;
+        String joined;
+        EXPECT_TRUE(joined.Assign("old") && joined.Join(fields, CString(&row.separator, 1)));
+        EXPECT_TRUE(row.separator == '\0' || joined == row.text) << joined.Cstr();
     }
 }

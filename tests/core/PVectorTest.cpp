@@ -27,9 +27,9 @@ TEST(VoidPVector, AsksTheHeapOnceForEachGroupOfEightAndGivesGroupsBack) {
         ASSERT_EQ(heap.LiveBytes(), (vector.Size() + 7) / 8 * 64);
         vector.Remove(0);
     }
+    EXPECT_EQ(heap.LiveBytes(), 64u) << "the last block stays until Clear";
     unsigned long const before = heap.Calls();
-    EXPECT_TRUE(heap.LiveBytes() == 64 && vector.PushBack(P(0))) << "the last block stays until Clear";
-    EXPECT_EQ(heap.Calls(), before);
+    EXPECT_TRUE(vector.PushBack(P(0)) && heap.Calls() == before);
     EXPECT_TRUE(vector.Insert(P(5), 5) && vector.Ptr()[5] == P(5)) << "past the end, but within the block";
     EXPECT_FALSE(vector.Insert(P(6), 8));
     vector.Clear();

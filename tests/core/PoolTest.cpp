@@ -6,11 +6,8 @@
 #include <cerrno>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <random>
-#include <string>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
@@ -62,23 +59,6 @@ TEST(Pool, AFailedAllocOrReserveLeavesThePresentBlockInUse) {
         EXPECT_FALSE(pool.Reserve(100000) || pool.Reserve(3UL << 20));
         EXPECT_TRUE(pool.Left() == 64 && pool.Reserve(100000));
     });
-}
-
-TEST(Pool, BlocksDoNotOverlap) {
-    std::mt19937 random(9);
-    Pool<2048> pool;
-    for (int round = 0; round < 3; ++round, pool.Clear()) {
-        std::vector<std::pair<char*, unsigned long>> blocks;
-        for (int i = 0; i < 600; ++i) {
-            ASSERT_TRUE(random() % 100 != 0 || pool.Reserve(random() % 200000));
-            unsigned long const size = random() % (random() % 8 == 0 ? 9000 : 200);
-            blocks.emplace_back(static_cast<char*>(pool.Alloc(size)), size);
-            ASSERT_NE(memset(blocks.back().first, i % 120, size), nullptr);
-        }
-        for (unsigned long i = 0; i < blocks.size(); ++i)
-            ASSERT_EQ(std::string(blocks[i].first, blocks[i].second),
-                      std::string(blocks[i].second, static_cast<char>(i % 120)));
-    }
 }
 
 TEST(PoolReserve, GivesOneRegionWithinItsLimits) {
