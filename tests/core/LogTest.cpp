@@ -38,56 +38,34 @@ struct Pair : Log::Combo {
     void Draw(Log& log) const override { log << "10.0.0.1" << Log::GLUE << ':' << Log::GLUE << 80; }
 };
 
-TEST(Log, ExpandsTheTemplate) {
+TEST(Log, ExpandsTheTemplateAndReportsFaultsOfTheStatement) {
     struct Row {
         char const* name;
         char const* format;
         std::vector<std::string> arguments;
-        std::string line; // behind "E T: "; empty for none
+        std::string line; // behind "E T: ", or behind "C Log: " if the arguments do not fit the format
     } const rows[] = {
-        {nullptr, "plain", {}, "plain."},
-        {"", "no name", {}, "no name."},
-        {"eth0", "link %1", {"up"}, "\"eth0\": link up."},
-        {nullptr, "%2 then %1", {"a", "b"}, "b then a."},
+        // clang-format off
+        {nullptr, "plain", {}, "plain."}, {"", "no name", {}, "no name."}, {"eth0", "link %1", {"up"}, "\"eth0\": link up."},
         {nullptr, "%9%8%7%6%5%4%3%2%1", {"1", "2", "3", "4", "5", "6", "7", "8", "9"}, "987654321."},
-        {nullptr, "100%%", {}, "100%."},
-        {nullptr, "%%1 %1 %%", {"x"}, "%1 x %."},
+        {nullptr, "%%1 %1 %%", {"x"}, "%1 x %."}, {nullptr, "%1", {""}, ""}, {nullptr, "list:", {}, "list:"},
         {nullptr, "%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%1%%", {"x"}, "%%%%%%%%%%%%%%%%x%."},
-        {nullptr, "%1", {""}, ""},
-        {nullptr, "list:", {}, "list:"},
-        {nullptr, "well, %1", {"really?"}, "well, really?"},
-        {nullptr, "a. b; c! d* e,", {}, "a. b; c! d* e,"},
-        {nullptr, "%1", {"%2 stays"}, "%2 stays."},
+        {nullptr, "well, %1", {"really?"}, "well, really?"}, {nullptr, "a. b; c! d* e,", {}, "a. b; c! d* e,"},
+        {nullptr, "%1", {"%2 stays"}, "%2 stays."}, {"n", "100%", {}, "invalid message format: 100%."},
+        {"n", "%x", {}, "invalid message format: %x."}, {"n", "%0", {"a"}, "invalid message format: %0."},
+        {"n", "%1 %1:", {"a"}, "invalid message format: %1 %1:"}, {"n", "%2", {"a", "b"}, "invalid message format: %2."},
+        {"n", "%1 %3", {"a", "b"}, "invalid message format: %1 %3."},
+        {"n", "a %1 b", {}, "too few log arguments in a stream: a %1 b."},
+        {"n", "%1", {"a", "b"}, "too many log arguments in a stream: %1."},
+        {"n", "", {"a"}, "too many log arguments in a stream: ."}, {"n", "%%", {"a"}, "too many log arguments in a stream: %%."},
+        // clang-format on
     };
     for (Row const& row : rows) {
-        LogCapture::LinesT expected = {"E T: " + row.line};
+        bool const isFault = row.name && *row.name == 'n';
+        LogCapture::LinesT expected = {(isFault ? "C Log: " : "E T: ") + row.line};
         EXPECT_EQ(Lines(row.name, row.format, row.arguments), expected) << row.format;
     }
-    EXPECT_TRUE(Lines("name", "", {}).empty());
-    EXPECT_TRUE(Lines(nullptr, nullptr, {}).empty());
-}
-
-TEST(Log, ReportsFaultsOfTheStatement) {
-    struct Row {
-        char const* format;
-        std::vector<std::string> arguments;
-        std::string text;
-    } const rows[] = {
-        {"100%", {}, "invalid message format: 100%."},
-        {"%x", {}, "invalid message format: %x."},
-        {"%0", {"a"}, "invalid message format: %0."},
-        {"%1 %1:", {"a"}, "invalid message format: %1 %1:"},
-        {"%2", {"a", "b"}, "invalid message format: %2."},
-        {"%1 %3", {"a", "b"}, "invalid message format: %1 %3."},
-        {"a %1 b", {}, "too few log arguments in a stream: a %1 b."},
-        {"%1", {"a", "b"}, "too many log arguments in a stream: %1."},
-        {"", {"a"}, "too many log arguments in a stream: ."},
-        {"%%", {"a"}, "too many log arguments in a stream: %%."},
-    };
-    for (Row const& row : rows) {
-        LogCapture::LinesT expected = {"C Log: " + row.text};
-        EXPECT_EQ(Lines("name", row.format, row.arguments), expected) << row.format;
-    }
+    EXPECT_TRUE(Lines("name", "", {}).empty() && Lines(nullptr, nullptr, {}).empty());
 }
 
 TEST(Log, TakesEveryTypeAndSteersTheNextOne) {
@@ -138,20 +116,11 @@ TEST(Log, LeadsWithTheCode) {
                                   }));
 }
 
-TEST(Log, CutsALongMessage) {
-    struct Row {
-        unsigned long size;
-        std::string text;
-    } const rows[] = {
-        {1021, std::string(1021, 'x') + "."},
-        {1022, std::string(1022, 'x') + "."},
-        {1023, Cut(1017)},
-        {1024, Cut(1017)},
-        {5000, Cut(1017)},
-    };
-    for (Row const& row : rows) {
-        std::string const format(row.size, 'x');
-        EXPECT_EQ(Lines(nullptr, format.c_str(), {}), LogCapture::LinesT{"E T: " + row.text}) << row.size;
+TEST(Log, CutsALongMessageAndReplacesArgumentsThatDoNotFit) {
+    for (unsigned long const size : {1021, 1022, 1023, 1024, 5000}) {
+        std::string const format(size, 'x');
+        std::string const text = size < 1023 ? format + "." : Cut(1017);
+        EXPECT_EQ(Lines(nullptr, format.c_str(), {}), LogCapture::LinesT{"E T: " + text}) << size;
     }
     // Nothing is written behind what was cut.
     EXPECT_EQ(Lines(nullptr, (std::string(1100, 'x') + "%1").c_str(), {"tail"}),
@@ -159,9 +128,6 @@ TEST(Log, CutsALongMessage) {
     EXPECT_EQ(Lines(nullptr, ("%1" + std::string(1100, 'x')).c_str(), {}),
               LogCapture::LinesT{"C Log: too few log arguments in a stream: %1" + Cut(1017 - 37)});
     EXPECT_EQ(Lines(std::string(1100, 'x').c_str(), "m", {}), LogCapture::LinesT{"E T: \"" + Cut(1016)});
-}
-
-TEST(Log, ReplacesArgumentsThatDoNotFit) {
     std::string const huge(2000, 'h');
     std::string const most(1010, 'm');
     EXPECT_EQ(Lines(nullptr, "%1-%2-%3", {"a", huge, "c"}), LogCapture::LinesT{"E T: a-\?\?\?-c."});
@@ -211,22 +177,6 @@ TEST(Log, TakesAStatementWithinAnother) {
     EXPECT_EQ(capture.Take(), (LogCapture::LinesT{"E Inner: b.", "E Inner: d."}));
 }
 
-TEST(Log, EachThreadHasItsOwnStatement) {
-    LogCapture capture;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([i] {
-            for (int n = 0; n < 50; ++n)
-                Log(Log::INFO, "T", nullptr, "%1%1" + 2)
-                    << std::string(100, static_cast<char>('a' + i)).c_str();
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    for (char c = 'a'; c < 'e'; ++c)
-        EXPECT_EQ(capture.Count("I T: " + std::string(100, c) + "."), 50u);
-}
-
 // What is printed in a process of its own: syslog and console mode are for its whole life.
 
 TEST(Log, ConsoleLinesHaveLetterTimeAndIdent) {
@@ -265,39 +215,27 @@ TEST(Log, SyslogGetsPriorityAndIdent) {
         Namespace space;
         DevLog log(space);
         RealSyslog real;
-        char path[] = "/usr/sbin/netd";
-        char* arguments[] = {path, nullptr};
-        EXPECT_STREQ(Log::ProcessIdent(1, arguments), "netd");
-        struct Row {
-            Log::LevelT level;
-            char const* priority;
-        } const rows[] = {
-            {Log::INFO, "<14>"},  {Log::AUTH, "<37>"},     {Log::WARNING, "<12>"},
-            {Log::ERROR, "<11>"}, {Log::CRITICAL, "<10>"},
-        };
-        for (Row const& row : rows) {
-            Log(row.level, "Io::File", "n", "100%% %1") << "%s";
+        struct {
+            char const *path, *ident;
+        } const idents[] = {{"", ""}, {"/bin/", ""}, {"./a/b", "b"}, {"/usr/sbin/netd", "netd"}};
+        for (auto const& [path, ident] : idents) {
+            char* arguments[] = {const_cast<char*>(path), nullptr};
+            EXPECT_STREQ(Log::ProcessIdent(*path ? 1 : 0, *path ? arguments : arguments + 1), ident);
+        }
+        std::pair<Log::LevelT, char const*> const rows[] = {{Log::INFO, "<14>"},
+                                                            {Log::AUTH, "<37>"},
+                                                            {Log::WARNING, "<12>"},
+                                                            {Log::ERROR, "<11>"},
+                                                            {Log::CRITICAL, "<10>"}};
+        for (auto const& [level, priority] : rows) {
+            Log(level, "Io::File", "n", "100%% %1") << "%s";
             std::string const line = log.Next();
-            EXPECT_EQ(line.substr(0, 4), row.priority);
+            EXPECT_EQ(line.substr(0, 4), priority);
             EXPECT_NE(line.find(" netd: Io::File: \"n\": 100% %s."), std::string::npos) << line;
         }
         Log::Close();
     });
     EXPECT_EQ(child.ExitCode(), 0) << child;
-}
-
-TEST(Log, ProcessIdentIsTheLastPartOfThePath) {
-    struct Row {
-        char const* path;
-        char const* ident;
-    } const rows[] = {{"netd", "netd"}, {"/bin/", ""}, {"./a/b", "b"}};
-    for (Row const& row : rows) {
-        char* arguments[] = {const_cast<char*>(row.path), nullptr};
-        EXPECT_STREQ(Log::ProcessIdent(1, arguments), row.ident);
-    }
-    char* none[] = {nullptr};
-    EXPECT_STREQ(Log::ProcessIdent(0, none), "");
-    Log::Close();
 }
 
 TEST(LogStringBuffer, StoresMergesAndCuts) {

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 namespace {
@@ -42,156 +43,113 @@ Report Read(Status const& status) {
 
 std::string const LONG(1017, 'm');
 
-TEST(Status, KeepsTheLastReport) {
+TEST(Status, KeepsTheLastReportAndCutsALongMessage) {
     Status status;
-    EXPECT_EQ(Read(status), (Report{0, "", "(none)"}));
-    EXPECT_EQ(Read(Status::UNDEFINED), (Report{0, "", "(none)"}));
-    status.Set(5, "Ident", "text");
-    EXPECT_EQ(Read(status), (Report{5, "Ident", "text"}));
-    status.Get(nullptr, nullptr, nullptr, nullptr);
-    status.Set(6, std::string(200, 'i').c_str());
-    EXPECT_EQ(Read(status), (Report{6, std::string(127, 'i'), "(none)"}));
-    status.Set(7, "", "");
-    EXPECT_EQ(Read(status), (Report{7, "", ""}));
-
     Status other;
-    EXPECT_EQ(other.Load(status), 7u);
-    EXPECT_EQ(Read(other), Read(status));
-    EXPECT_EQ(status.Load(status), 7u);
-    EXPECT_EQ(Read(status), (Report{7, "", ""}));
+    EXPECT_EQ(Read(status), (Report{0, "", "(none)"}));
+    struct {
+        Report given, kept;
+    } const rows[] = {
+        // clang-format off
+        {{5, "Ident", "text"}, {5, "Ident", "text"}}, {{6, std::string(200, 'i'), "(none)"}, {6, std::string(127, 'i'), "(none)"}},
+        {{7, "", ""}, {7, "", ""}}, {{1, "", std::string(1023, 'm')}, {1, "", std::string(1023, 'm')}},
+        {{1, "", std::string(1024, 'm')}, {1, "", LONG + " [...]"}}, {{1, "", std::string(4000, 'm')}, {1, "", LONG + " [...]"}},
+        // clang-format on
+    };
+    for (auto const& [given, kept] : rows) {
+        if (given.message == "(none)") {
+            status.Set(given.code, given.ident.c_str());
+        } else {
+            status.Set(given.code, given.ident.c_str(), given.message.c_str());
+        }
+        status.Get(nullptr, nullptr, nullptr, nullptr);
+        EXPECT_EQ(status.Load(status), kept.code);
+        EXPECT_EQ(other.Load(status), kept.code);
+        EXPECT_EQ(Read(status), kept);
+        EXPECT_EQ(Read(other), kept);
+    }
     EXPECT_EQ(other.Load(Status::UNDEFINED), 0u);
-    EXPECT_EQ(Read(other), (Report{0, "", "(none)"}));
     status.Reset();
     EXPECT_EQ(Read(status), (Report{0, "", "(none)"}));
+    EXPECT_EQ(Read(other), Read(Status::UNDEFINED));
 }
 
-TEST(Status, CutsALongMessage) {
-    struct Row {
-        unsigned long size;
-        bool whole;
-    } const rows[] = {{1022, true}, {1023, true}, {1024, false}, {4000, false}};
-    for (Row const& row : rows) {
-        std::string const message(row.size, 'm');
-        Status status;
-        Status copy;
-        status.Set(1, "", message.c_str());
-        (void)copy.Load(status);
-        EXPECT_EQ(Read(status).message, row.whole ? message : LONG + " [...]") << row.size;
-        EXPECT_EQ(Read(copy), Read(status));
-    }
-}
-
-struct Form {
-    uint32_t code;
-    char const* message;
-    char const* xml;
-    char const* json;
-};
-
-Form const FORMS[] = {
-    {0xCFFD00BE, "failed.", R"(<error code="268239038" ident="Id" critical="yes">failed.</error>)",
-     R"({"status":[{"status":"error","code":268239038,"ident":"Id","message":"failed.","critical":true}]})"},
-    {0x80C90064, nullptr, R"(<error code="13172836" ident="Id"/>)",
-     R"({"status":[{"status":"error","code":13172836,"ident":"Id","message":""}]})"},
-    {0x40C90064, "a<b", R"(<message code="13172836" ident="Id" warning="yes">a&lt;b</message>)",
-     R"({"status":[{"status":"message","code":13172836,"ident":"Id","message":"a<b","warning":true}]})"},
-    {0x00C90064, "ok", R"(<message code="13172836" ident="Id">ok</message>)",
-     R"({"status":[{"status":"message","code":13172836,"ident":"Id","message":"ok"}]})"},
-};
-
-void Fill(Status& status, Form const& form) {
-    if (form.message) return status.Set(form.code, "Id", form.message);
-    status.Set(form.code, "Id");
-}
-
-TEST(Status, HasAnXmlAndAJsonForm) {
-    for (Form const& form : FORMS) {
-        Status status;
-        Fill(status, form);
-        Xml::Document xml;
-        EXPECT_TRUE(status.AttachTo(xml));
-        Io::StringStream text;
-        EXPECT_TRUE(Xml::Print(text, xml, Xml::PRINT_COMPACT) && text.Flush());
-        EXPECT_STREQ(text.Str().Cstr(), form.xml);
-
-        Json::Document json;
-        EXPECT_TRUE(status.AppendTo(*json.Object()));
-        Io::StringStream jsonText;
-        EXPECT_TRUE(json.Print(jsonText, true) && jsonText.Flush());
-        EXPECT_STREQ(jsonText.Str().Cstr(), form.json);
-    }
-}
-
-TEST(Status, FormsReportExhaustedMemory) {
+TEST(Status, HasAnXmlAndAJsonFormWhichReportExhaustedMemory) {
+    struct {
+        uint32_t code;
+        char const *message, *xml, *json;
+    } const rows[] = {
+        // clang-format off
+        {0xCFFD00BE, "failed.", R"(<error code="268239038" ident="Id" critical="yes">failed.</error>)",
+         R"({"status":[{"status":"error","code":268239038,"ident":"Id","message":"failed.","critical":true}]})"},
+        {0x80C90064, nullptr, R"(<error code="13172836" ident="Id"/>)",
+         R"({"status":[{"status":"error","code":13172836,"ident":"Id","message":""}]})"},
+        {0x40C90064, "a<b", R"(<message code="13172836" ident="Id" warning="yes">a&lt;b</message>)",
+         R"({"status":[{"status":"message","code":13172836,"ident":"Id","message":"a<b","warning":true}]})"},
+        {0x00C90064, "ok", R"(<message code="13172836" ident="Id">ok</message>)",
+         R"({"status":[{"status":"message","code":13172836,"ident":"Id","message":"ok"}]})"},
+        // clang-format on
+    };
     Status status;
+    for (auto const& row : rows) {
+        if (row.message) {
+            status.Set(row.code, "Id", row.message);
+        } else {
+            status.Set(row.code, "Id");
+        }
+        Xml::Document xml;
+        Json::Document json;
+        Io::StringStream text;
+        EXPECT_TRUE(status.AttachTo(xml) && Xml::Print(text, xml, Xml::PRINT_COMPACT));
+        EXPECT_TRUE(status.AppendTo(*json.Object()) && json.Print(text, true) && text.Flush());
+        EXPECT_EQ(std::string(text.Str().Cstr()), std::string(row.xml) + row.json);
+    }
     status.Set(0xCFFD00BE, "Id", LONG.c_str()); // beyond the memory inside the document
     ForEveryAllocation([&](Heap& heap) {
-        Xml::Document document;
-        (void)document.AllocateString(LONG.c_str(), 1000);
+        Xml::Document xml;
+        Json::Document json;
+        (void)xml.AllocateString(LONG.c_str(), 1000);
         heap.Arm();
-        bool const ok = status.AttachTo(document);
+        bool const ok = status.AttachTo(xml) && status.AppendTo(*json.Object());
         heap.Disarm();
         EXPECT_EQ(ok, !heap.Fired());
     });
-    ForEveryAllocation([&](Heap& heap) {
-        Json::Document document;
-        heap.Arm();
-        bool const ok = status.AppendTo(*document.Object());
-        heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
-    });
-    Xml::Document again;
-    EXPECT_TRUE(status.AttachTo(again)) << "the lock was given back";
-}
-
-ReturnT Statement(Status& status, int kind) {
-    StatusLog log(0x80000005, Log::WARNING, "Id", "n", kind == 4 ? "" : "m %1", &status);
-    if (kind != 4) log << kind;
-    switch (kind) {
-    case 1:
-        return log.SetFail();
-    case 2:
-        return log.SetOom();
-    case 3:
-    case 4:
-        return log.SetDone();
-    default:
-        return log;
-    }
 }
 
 TEST(StatusLog, WritesStatusAndLineAlike) {
-    struct Row {
-        int kind;
-        char level;
-        char const* message;
+    using KindT = StatusLog& (StatusLog::*)();
+    struct {
+        KindT kind;
+        char const *format, *line;
     } const rows[] = {
-        {0, 'W', "\"n\": m 0."},
-        {1, 'C', "\"n\": system failed [0x80000005], m 1."},
-        {2, 'C', "\"n\": out of memory [0x80000005], m 2."},
-        {3, 'W', "\"n\": m 3."},
-        {4, 0, nullptr},
+        {nullptr, "m %1", "W Id: \"n\": m 7."},
+        {&StatusLog::SetFail, "m %1", "C Id: \"n\": system failed [0x80000005], m 7."},
+        {&StatusLog::SetOom, "m %1", "C Id: \"n\": out of memory [0x80000005], m 7."},
+        {&StatusLog::SetDone, "m %1", "W Id: \"n\": m 7."},
+        {&StatusLog::SetDone, "", nullptr},
+        {&StatusLog::SetFail, "%", "C Log: invalid message format: %."},
     };
-    for (Row const& row : rows) {
+    for (auto const& row : rows) {
         LogCapture capture;
         Status status;
-        EXPECT_EQ(Statement(status, row.kind), 0x80000005);
-        EXPECT_EQ(Read(status), (Report{0x80000005, "Id", row.message ? row.message : "(none)"}));
-        LogCapture::LinesT expected;
-        if (row.message) expected.push_back(std::string(1, row.level) + " Id: " + row.message);
-        EXPECT_EQ(capture.RawLines(), expected);
+        {
+            StatusLog log(0x80000005, Log::WARNING, "Id", "n", row.format, &status);
+            if (strchr(row.format, '1')) log << 7;
+            EXPECT_EQ(ReturnT(row.kind ? (log.*row.kind)() : log), 0x80000005);
+        }
+        std::string const line = row.line ? row.line : "  Id: (none)";
+        unsigned long const colon = line.find(':');
+        EXPECT_EQ(Read(status), (Report{0x80000005, line.substr(2, colon - 2), line.substr(colon + 2)}));
+        EXPECT_EQ(capture.RawLines(), row.line ? LogCapture::LinesT{line} : LogCapture::LinesT{});
     }
-}
-
-TEST(StatusLog, StoresAFaultOfTheStatement) {
     LogCapture capture;
     Status status;
     EXPECT_EQ(ReturnT(StatusLog(5, Log::ERROR, "Id", nullptr, "%1", &status)), 5u);
     EXPECT_EQ(Read(status), (Report{0x0FFF002C, "Log", "too few log arguments in a stream: %1."}));
-    (void)ReturnT(StatusLog(0xCFFD0007, Log::ERROR, "Id", nullptr, "%", &status).SetFail());
-    EXPECT_EQ(Read(status), (Report{0xCFFD0007, "Log", "invalid message format: %."}));
-    EXPECT_EQ(capture.Take(), (LogCapture::LinesT{"C Log: too few log arguments in a stream: %1.",
-                                                  "C Log: invalid message format: %."}));
+    (void)capture.Take();
+    (void)ReturnT(StatusLog(5, Log::ERROR, "Id", nullptr, "%1", &status) << "a" << Log::QUIET);
+    EXPECT_EQ(Read(status), (Report{5, "Id", "a."}));
+    EXPECT_TRUE(capture.Take().empty()) << "a quiet statement fills the status alone";
 }
 
 TEST(StatusLog, IsClosedByTheConversion) {
@@ -210,14 +168,6 @@ TEST(StatusLog, IsClosedByTheConversion) {
     }
     EXPECT_EQ(Read(status), (Report{6, "other", "(none)"}));
     EXPECT_EQ(capture.Take(), LogCapture::LinesT{"E Id: a."});
-}
-
-TEST(StatusLog, QuietStatementsFillTheStatus) {
-    LogCapture capture;
-    Status status;
-    (void)ReturnT(StatusLog(5, Log::ERROR, "Id", nullptr, "%1", &status) << "a" << Log::QUIET);
-    EXPECT_EQ(Read(status), (Report{5, "Id", "a."}));
-    EXPECT_TRUE(capture.Take().empty());
 }
 
 TEST(StatusLog, ReportsToTheThread) {
