@@ -105,6 +105,8 @@ TEST(Allocation, SomeAreLeftEmptyWithTheirCodes) {
         StringMap all;
         String value, base64;
         Buffer bytes;
+        AutoPVector<String> owners;
+        AutoPtr<String> owner(new String);
         AutoBuffer<8, long> room;
         long* const inner = room.Ptr();
         ASSERT_TRUE(listed.PushBack("old") && fields.PushBack("old") && all.Set("old", "value"));
@@ -114,9 +116,9 @@ TEST(Allocation, SomeAreLeftEmptyWithTheirCodes) {
                                  Base64::DecodeString(text, bytes, Base64::URL)};
         bool const ok = listed.Assign(list), split = CString("a,b,c,d,e,f,g,h,i").Split(fields, ',');
         EXPECT_TRUE(room.Resize(3) && room.Ptr() == inner);
-        bool const roomy = room.Resize(9);
+        bool const roomy = room.Resize(9), owned = owners.PushBack(owner);
         heap.Disarm();
-        bool failed = !ok || !split || !roomy;
+        bool failed = !ok || !split || !roomy || !owned;
         for (ReturnT const code : codes)
             EXPECT_TRUE((failed |= code.Failed(), code.Failed() == code.IsOom()));
         EXPECT_EQ(failed, heap.Fired());
@@ -124,6 +126,7 @@ TEST(Allocation, SomeAreLeftEmptyWithTheirCodes) {
         EXPECT_TRUE(base64.Empty() == codes[2].Failed() && bytes.Empty() == codes[3].Failed());
         EXPECT_TRUE(listed.Size() == (ok ? 2 : 0) && fields.Size() == (split ? 9 : 0));
         EXPECT_TRUE((room.Ptr() != nullptr) == roomy && room.Size() == (roomy ? 9 : 0));
+        EXPECT_TRUE(static_cast<bool>(owner) == !owned && owners.Empty() == !owned);
         EXPECT_TRUE(room.Resize(8) && room.Ptr() == inner);
     });
 }

@@ -36,10 +36,6 @@ TEST(HexStringTest, WritesAndReadsBytesOfEverySize) {
 }
 
 TEST(HexStringTest, TakesPairsOfDigitsInEitherCaseAndShowsLower) {
-    for (int c = 0; c < 256; ++c) {
-        int const value = isdigit(c) ? c - '0' : tolower(c) - 'a' + 10;
-        EXPECT_EQ(HexString::CHAR_DIGIT_MAP[c], isxdigit(c) ? value : 0xFF) << c;
-    }
     HexString text, other;
     Buffer data;
     bool valid = false;

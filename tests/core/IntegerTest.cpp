@@ -27,12 +27,9 @@ void ExpectRoundTrip(T value) {
     }
 }
 
-// One step further from zero.
+// One step further from zero: no limit of a type ends in 9.
 std::string Beyond(std::string digits) {
-    auto p = digits.rbegin();
-    for (; *p == '9'; ++p)
-        *p = '0';
-    ++*p;
+    ++digits.back();
     return digits;
 }
 

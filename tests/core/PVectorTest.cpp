@@ -91,17 +91,6 @@ TEST(PVector, SortsByTypedFunctionsAndBubbleSortKeepsTheOrderOfEquals) {
     EXPECT_EQ(Item::live, 0);
 }
 
-TEST(AutoPVector, AnObjectStaysWithItsOwnerWhenThereIsNoRoom) {
-    ForEveryAllocation([](Heap& heap) {
-        AutoPVector<Item> items;
-        AutoPtr<Special> owner(new Special{{1, 1}});
-        heap.Arm();
-        bool const ok = items.PushBack(owner);
-        heap.Disarm();
-        EXPECT_TRUE(static_cast<bool>(owner) == !ok && items.Empty() == !ok && ok == !heap.Fired());
-    });
-}
-
 TEST(AutoPVector, FreesWhatItHoldsAndMovesIt) {
     AutoPVector<Item> items, target;
     for (int i = 0; i < 4; ++i)

@@ -53,17 +53,12 @@ TEST(StringAccumulatorTest, EachSettingLastsForOneItem) {
 
 TEST(StringAccumulatorTest, InvalidUntilClearedButSettingsStillEnd) {
     StringAccumulator text;
-    text << "kept";
-    text.Invalidate();
-    text.Width(9) << "lost";
-    text.Write('x', 3);
-    EXPECT_TRUE(!text.Valid() && text == "kept");
-    EXPECT_TRUE(text.Width(3).Clear().Valid() && text.Empty());
-    text << 'a' << 'b';
     String taken;
-    text.Swap(taken);
-    EXPECT_EQ(taken, "  ab") << "Clear leaves the settings";
-    EXPECT_TRUE(text.Empty());
+    (text << "kept").Invalidate();
+    (text.Width(9) << "lost").Write('x', 3);
+    EXPECT_TRUE(!text.Valid() && text == "kept" && text.Width(3).Clear().Valid() && text.Empty());
+    (text << 'a' << 'b').Swap(taken);
+    EXPECT_TRUE(taken == "  ab" && text.Empty()) << "Clear leaves the settings";
 }
 
 TEST(StringAccumulatorTest, KeepsWhatItHadWhenMemoryRunsOut) {
