@@ -6,24 +6,11 @@
 #include <string>
 #include <vector>
 
-namespace {
-
-std::vector<unsigned char> Sample(unsigned long size) {
-    std::vector<unsigned char> data(size);
-    for (unsigned long i = 0; i < size; ++i)
-        data[i] = static_cast<unsigned char>(i * 37 + 11);
-    return data;
-}
-
-} // namespace
-
 TEST(HexStringTest, WritesAndReadsBytesOfEverySize) {
-    for (unsigned long size = 0; size < 70; ++size) {
-        std::vector<unsigned char> const data = Sample(size), untouched(size, 0xEE);
-        std::string expected;
-        for (unsigned char byte : data)
-            for (int const digit : {byte / 16, byte % 16})
-                expected += HexString::LOWER_DIGITS[digit];
+    std::vector<unsigned char> data;
+    std::string expected;
+    for (unsigned long size = 0; size < 280; ++size) {
+        std::vector<unsigned char> const untouched(size, 0xEE);
         HexString text;
         ASSERT_TRUE(text.Assign(data.data(), size));
         EXPECT_EQ(text.Str(), expected.c_str());
@@ -32,6 +19,9 @@ TEST(HexStringTest, WritesAndReadsBytesOfEverySize) {
         EXPECT_TRUE(size == 0 || !text.Get(back.data(), size - 1, count));
         EXPECT_TRUE(back == untouched && (size == 0 || count == size)) << "nothing is written";
         EXPECT_TRUE(text.Get(back.data(), size, count) && back == data && count == size);
+        data.push_back(static_cast<unsigned char>(size * 37 + 11));
+        for (int const digit : {data.back() / 16, data.back() % 16})
+            expected += "0123456789abcdef"[digit];
     }
 }
 

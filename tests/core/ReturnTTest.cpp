@@ -14,7 +14,8 @@ TEST(ReturnTTest, FailureIsTheSignOfTheCode) {
         {0, 0, 0, false}, {0x80C90064, 2, 201, true}, {0x40090001, 1, 9, false}, {0xCFFE00B1, 3, 4094, true}};
     for (auto const& row : rows) {
         ReturnT const code = row.code;
-        EXPECT_TRUE(code.Failed() == row.failed && code.Severity() == row.severity) << row.code;
+        EXPECT_TRUE(code.Failed() == row.failed && code.Severity() == row.severity &&
+                    code.Facility() == row.facility);
         EXPECT_EQ(ReturnT::Make(ReturnT::SeverityT(row.severity), row.facility, row.code), code);
     }
     uint32_t const line = __LINE__;
@@ -24,11 +25,11 @@ TEST(ReturnTTest, FailureIsTheSignOfTheCode) {
 }
 
 TEST(ToolsTest, TheFirstRowDecidesAndGenericCodesPass) {
-    Tools::CodePair const pairs[] = {{0x80370001, 0x80380001}, {0x80370001, 0x80380002},
-                                     {0xCFFD0005, 1},          {0, 7},
-                                     Tools::CodePair::Nil(),   {0x80370009, 2}};
-    uint32_t const rows[][2] = {{0x80370001, 0x80380001}, {0x00370001, 99},         {0x80370009, 99},
-                                {0xCFFD0005, 0xCFFD0005}, {0x0FFF0001, 0x0FFF0001}, {0, 7}};
+    // clang-format off
+    Tools::CodePair const pairs[] = {{0x80370001, 0x80380001}, {0x80370001, 0x80380002}, {0xCFFD0005, 1}, {0, 7},
+                                     Tools::CodePair::Nil(), {0x80370009, 2}};
+    uint32_t const rows[][2] = {{0x80370001, 0x80380001}, {0x00370001, 99}, {0x80370009, 99}, {0xCFFD0005, 0xCFFD0005}, {0x0FFF0001, 0x0FFF0001}, {0, 7}};
+    // clang-format on
     for (auto const& row : rows)
         EXPECT_EQ(Tools::TranslateCode(row[0], pairs, 99), row[1]) << row[0];
 }
