@@ -14,7 +14,6 @@
 #include <climits>
 #include <cstdio>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -140,31 +139,6 @@ TEST(Log, CutsALongMessageAndReplacesArgumentsThatDoNotFit) {
     EXPECT_EQ(capture.Lines().front(), "I T: \?\?\?|bc|d.");
 }
 
-TEST(Log, QuietPrintsNothing) {
-    LogCapture capture;
-    Log(Log::CRITICAL, "T", nullptr, "%1") << Log::QUIET;
-    Log(Log::CRITICAL, "T", nullptr, "text") << Log::Control(Log::VERBOSE_OFF);
-    EXPECT_TRUE(capture.Take().empty());
-    Log(Log::CRITICAL, "T", nullptr, "text") << Log::Control(Log::VERBOSE_ON) << Log::Backtrace(~0UL);
-    EXPECT_EQ(capture.Take(), LogCapture::LinesT{"C T: text."}); // the wish was that of one statement
-}
-
-TEST(Log, AllocatesNothing) {
-    LogCapture capture;
-    std::string text;
-    text.reserve(64);
-    std::thread([&] { // the first statement of a thread builds its storage
-        Heap heap(1, Heap::ModeT::FOREVER);
-        heap.Arm();
-        Log(Log::ERROR, "T", "name", "%1 %2 %3").Oom(0xCFFE0001) << -5 << Log::Slice("abc", 1, 1) << Pair();
-        heap.Disarm();
-        EXPECT_EQ(heap.Calls(), 0u);
-    })
-        .join();
-    EXPECT_EQ(capture.Lines(),
-              LogCapture::LinesT{"C T: \"name\": out of memory [0xcffe****], -5 b 10.0.0.1:80."});
-}
-
 TEST(Log, TakesAStatementWithinAnother) {
     LogCapture capture;
     Log outer(Log::ERROR, "Outer", nullptr, "%1 %2");
@@ -194,19 +168,23 @@ TEST(Log, ConsoleLinesHaveLetterTimeAndIdent) {
         clock.Advance(1);
         Log(Log::ERROR, "A::B", "n", "e: %1") << 5;
         Log(Log::CRITICAL, "A", nullptr, "c");
-        Log(Log::ERROR, "A", nullptr, "hidden") << Log::QUIET;
+        Log(Log::ERROR, "A", nullptr, "hidden, %1") << Log::QUIET;
+        Log(Log::ERROR, "A", nullptr, "hidden") << Log::Control(Log::VERBOSE_OFF);
+        Log(Log::ERROR, "A", "n", "%1 %2").Oom(0xCFFE0001) << Log::Slice("abc", 1, 1) << Pair();
         heap.Disarm();
         EXPECT_EQ(heap.Calls(), 0u);
         Log(Log::ERROR, std::string(3000, 'i').c_str(), nullptr, "long");
     });
     EXPECT_EQ(child.ExitCode(), 0) << child;
-    EXPECT_EQ(child.Output(), "[I] Nov  6 11:49:37 zeb: A: i.\n"
-                              "[A] Nov  6 11:49:37 zeb: A: a.\n"
-                              "[W] Nov  6 11:49:37 zeb: A: w.\n"
-                              "[E] Nov  6 11:49:38 zeb: A::B: \"n\": e: 5.\n"
-                              "[C] Nov  6 11:49:38 zeb: A: c.\n"
-                              "[E] Nov  6 11:49:38 zeb: " +
-                                  std::string(3000, 'i') + ": long.\n");
+    EXPECT_EQ(child.Output(),
+              "[I] Nov  6 11:49:37 zeb: A: i.\n"
+              "[A] Nov  6 11:49:37 zeb: A: a.\n"
+              "[W] Nov  6 11:49:37 zeb: A: w.\n"
+              "[E] Nov  6 11:49:38 zeb: A::B: \"n\": e: 5.\n"
+              "[C] Nov  6 11:49:38 zeb: A: c.\n"
+              "[C] Nov  6 11:49:38 zeb: A: \"n\": out of memory [0xcffe0001], b 10.0.0.1:80.\n"
+              "[E] Nov  6 11:49:38 zeb: " +
+                  std::string(3000, 'i') + ": long.\n");
 }
 
 TEST(Log, SyslogGetsPriorityAndIdent) {
@@ -261,13 +239,10 @@ TEST(LogStringBuffer, StoresMergesAndCuts) {
     buffer.Clear();
     EXPECT_EQ(buffer.Flags(), 0u);
     buffer.SetFlag(StringBuffer::STORE_TRUNCATED);
-    buffer.Append(big.c_str(), 1000, StringBuffer::NEW);
-    buffer.Append(big.c_str(), 1000, StringBuffer::NEW);
+    for (int i = 0; i < 3; ++i)
+        buffer.Append(big.c_str(), 1000, StringBuffer::NEW);
     EXPECT_EQ(buffer.Size(), 1024u);
     EXPECT_EQ(buffer.Data()[1023], '\0');
-    EXPECT_EQ(buffer.Count(), 2u);
-    buffer.Append("more", 4, StringBuffer::MERGE);
-    EXPECT_EQ(buffer.Size(), 1024u);
 }
 
 TEST(LogStringBuffer, GrowsWhenAsked) {

@@ -15,19 +15,12 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 namespace {
 
-struct Report {
-    uint32_t code;
-    std::string ident;
-    std::string message;
-
-    bool operator==(Report const&) const = default;
-    friend std::ostream& operator<<(std::ostream& out, Report const& report) {
-        return out << std::hex << report.code << " " << report.ident << " " << report.message;
-    }
-};
+// Code, ident, message.
+using Report = std::tuple<uint32_t, std::string, std::string>;
 
 Report Read(Status const& status) {
     ReturnT code;
@@ -35,9 +28,8 @@ Report Read(Status const& status) {
     RString<128> ident;
     RString<1024> message;
     status.Get(&code, &noMessage, &ident, &message);
-    EXPECT_EQ(noMessage, status.NoMessage());
-    EXPECT_EQ(code, status.Code());
-    EXPECT_EQ(status.IsDefined(), code != 0);
+    EXPECT_TRUE(noMessage == status.NoMessage() && code == status.Code() &&
+                status.IsDefined() == (code != 0));
     return {code, ident.Cstr(), noMessage ? "(none)" : message.Cstr()};
 }
 
@@ -57,14 +49,15 @@ TEST(Status, KeepsTheLastReportAndCutsALongMessage) {
         // clang-format on
     };
     for (auto const& [given, kept] : rows) {
-        if (given.message == "(none)") {
-            status.Set(given.code, given.ident.c_str());
+        auto const& [code, ident, message] = given;
+        if (message == "(none)") {
+            status.Set(code, ident.c_str());
         } else {
-            status.Set(given.code, given.ident.c_str(), given.message.c_str());
+            status.Set(code, ident.c_str(), message.c_str());
         }
         status.Get(nullptr, nullptr, nullptr, nullptr);
-        EXPECT_EQ(status.Load(status), kept.code);
-        EXPECT_EQ(other.Load(status), kept.code);
+        EXPECT_EQ(status.Load(status), code);
+        EXPECT_EQ(other.Load(status), code);
         EXPECT_EQ(Read(status), kept);
         EXPECT_EQ(Read(other), kept);
     }
@@ -159,7 +152,7 @@ TEST(StatusLog, IsClosedByTheConversion) {
         StatusLog log(5, Log::ERROR, "Id", nullptr, "%1", &status);
         log << "a";
         log.SetDone();
-        EXPECT_STREQ(Read(status).message.c_str(), "done") << "until the statement ends";
+        EXPECT_STREQ(std::get<2>(Read(status)).c_str(), "done") << "until the statement ends";
         EXPECT_EQ(&static_cast<Status const&>(log), &status);
         EXPECT_EQ(Read(status), (Report{5, "Id", "a."}));
         log << "too much" << 7;

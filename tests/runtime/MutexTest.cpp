@@ -11,7 +11,6 @@
 #include "zeb/runtime/Condition.h"
 #include "zeb/runtime/ThreadImpl.h"
 
-#include <atomic>
 #include <cerrno>
 #include <functional>
 #include <map>
@@ -219,27 +218,6 @@ TEST_F(MutexMonitor, ShowsHoldersAndWaiters) {
     }
     EXPECT_TRUE(forEver.Stop() && limited.Stop());
     EXPECT_TRUE(log_.Take().empty());
-}
-
-TEST_F(MutexMonitor, CanBeReadWhileItChanges) {
-    Mutex cache(Mutex::CACHE);
-    Condition core(Mutex::CORE);
-    std::atomic<long> sum = 0;
-    Worker one(
-        [&] {
-            while (!Thread::Self()->StopRequested()) {
-                Mutex::Guard const a(cache);
-                Mutex::Guard const b(core);
-                ++sum;
-            }
-        },
-        "one");
-    ASSERT_EQ(one.Start(), Thread::STARTED);
-    for (int i = 0; i < 200 || sum < 100; ++i) {
-        EXPECT_NE(LocksOf("one").substr(0, 4), "CORE") << "never without the one below";
-        Thread::OwnerId(core);
-    }
-    EXPECT_TRUE(one.Stop());
 }
 
 TEST_F(MutexMonitor, SurvivesWithoutMemoryForItsStack) {

@@ -131,15 +131,16 @@ TEST_F(ThreadTest, ReportsExhaustedMemory) {
         EXPECT_TRUE(thread.Stopped() && thread.DifferentContext() && thread.Name().Empty());
         log_.Clear();
     });
-    auto const start = [&](Heap& heap) {
-        Worker thread([] {});
-        heap.Arm();
-        ReturnT const code = thread.Start();
-        heap.Disarm();
-        EXPECT_EQ(code, heap.Fired() ? Thread::INITIALIZE_FAILED : Thread::STARTED);
-        EXPECT_EQ(thread.Stop(), !heap.Fired());
-    };
-    ForEveryAllocation(start, Heap::ScopeT::PROCESS);
+    ForEveryAllocation(
+        [](Heap& heap) {
+            Worker thread([] {});
+            heap.Arm();
+            ReturnT const code = thread.Start();
+            heap.Disarm();
+            EXPECT_EQ(code, heap.Fired() ? Thread::INITIALIZE_FAILED : Thread::STARTED);
+            EXPECT_EQ(thread.Stop(), !heap.Fired());
+        },
+        Heap::ScopeT::PROCESS);
 }
 
 TEST_F(ThreadTest, NeedsANameAndAMainThreadWhichReportsOnStandardError) {
@@ -172,16 +173,11 @@ TEST_F(ThreadTest, NeedsANameAndAMainThreadWhichReportsOnStandardError) {
 }
 
 TEST_F(ThreadTest, RunsOnStacksOfItsOwn) {
-    auto const look = [] {
+    RunInWorker([] {
         stack_t stack = {};
         EXPECT_EQ(sigaltstack(nullptr, &stack), 0);
         EXPECT_EQ(stack.ss_size, 26624u);
-        EXPECT_NE(Thread::StackAddress(), 0u);
-        return reinterpret_cast<unsigned long>(__builtin_frame_address(0)) - Thread::StackAddress();
-    };
-    EXPECT_LT(look(), 1UL << 32);
-    RunInWorker([&] {
-        EXPECT_LT(look(), 0xA0000u);
+        EXPECT_LT(reinterpret_cast<unsigned long>(&stack) - Thread::StackAddress(), 0xA0000u);
         EXPECT_GT(Thread::StackGuardSize(), 0u);
     });
 }
@@ -266,15 +262,22 @@ TEST_F(ThreadTest, KillReachesARunningThreadAndTheRegistryListsIt) {
     signal(SIGUSR2, old);
 }
 
-TEST_F(ThreadTest, LifeOfManyThreadsMayRace) {
+TEST_F(ThreadTest, LifeOfManyThreadsMayRaceAndBeReadMeanwhile) {
+    Mutex cache(Mutex::CACHE);
+    Mutex core(Mutex::CORE);
     std::atomic<int> runs = 0;
     std::atomic<int> starts = 0;
-    Worker shared([&] { ++runs; }, "shared");
+    auto const run = [&] {
+        Mutex::Guard const below(cache);
+        Mutex::Guard const above(core);
+        ++runs;
+    };
+    Worker shared(run);
     std::vector<std::thread> owners; // without Thread objects
     for (int owner = 0; owner < 3; ++owner) {
         owners.emplace_back([&] {
             for (int round = 0; round < 10; ++round) {
-                Worker thread([&] { ++runs; });
+                Worker thread(run);
                 starts += (thread.Start() == Thread::STARTED) + (shared.Start() == Thread::STARTED);
                 thread.Interrupt();
                 thread.SetStop();
@@ -289,6 +292,10 @@ TEST_F(ThreadTest, LifeOfManyThreadsMayRace) {
         AutoPVector<Thread::State, StdDeleter> states;
         EXPECT_TRUE(Thread::GetTids(tids) && Thread::GetStates(states).Succeeded());
         EXPECT_LE(tids.Size(), 5u);
+        Thread::OwnerId(core);
+        for (unsigned long i = 0; i < states.Size(); ++i)
+            EXPECT_TRUE(states[i]->Locks().Empty() ||
+                        states[i]->Locks().Front().Precedence() == Mutex::CACHE);
     }
     for (std::thread& owner : owners)
         owner.join();
