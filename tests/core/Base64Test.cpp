@@ -61,11 +61,12 @@ TEST(Base64Test, DecodesLeniently) {
     struct {
         char const *text, *standard, *url;
         // clang-format off
-    } const rows[] = {
-        {"", "", ""}, {"=", "", ""}, {" \r\n", "", ""}, {"Zg==", "f", "f"}, {"Zg", "f", "f"}, {"Zm\r\n 9v\t", "foo", "foo"},
-        {"Zm:9v", "foo", "foo"}, {"=Zm=9v", "foo", "foo"}, {"Zg==Zm9v", "f\6f\xf6", "f\6f\xf6"}, {"Zm9vZm9v Zm9v", "foofoofoo", "foofoofoo"},
-        {"+/+/", "\xfb\xff\xbf", "FAIL"}, {"-_-_", "", "\xfb\xff\xbf"}, {"Zm,9v", "foo", "FAIL"}, {"Zm9\x80v", "FAIL", "FAIL"},
-        {"Z", "FAIL", "FAIL"}, {"Zm9vZ", "FAIL", "FAIL"}, {"Zm9v!", "FAIL", "FAIL"}, {"Zm9v{", "FAIL", "FAIL"},
+    } const rows[] = { {"", "", ""}, {"=", "", ""}, {" \r\n", "", ""}, {"Zg==", "f", "f"}, {"Zg", "f", "f"},
+    {"Zm\r\n 9v\t", "foo", "foo"}, {"Zm:9v", "foo", "foo"}, {"=Zm=9v", "foo", "foo"},
+    {"Zg==Zm9v", "f\6f\xf6", "f\6f\xf6"}, {"Zm9vZm9v Zm9v", "foofoofoo", "foofoofoo"},
+    {"+/+/", "\xfb\xff\xbf", "FAIL"}, {"-_-_", "", "\xfb\xff\xbf"}, {"Zm,9v", "foo", "FAIL"},
+    {"Zm9\x80v", "FAIL", "FAIL"}, {"Z", "FAIL", "FAIL"}, {"Zm9vZ", "FAIL", "FAIL"},
+    {"Zm9v!", "FAIL", "FAIL"}, {"Zm9v{", "FAIL", "FAIL"},
     };
     // clang-format on
     for (auto const& row : rows) {

@@ -68,8 +68,9 @@ TEST(CStringTest, ClassesHoldForAllBytesUpToANul) {
         std::string text;
         bool printable, graphic, numeric;
         // clang-format off
-    } const rows[] = {{"", false, false, false}, {"0129", true, true, true}, {"12 3", true, false, false}, {"a\tb", false, false, false},
-                      {"-1", true, true, false}, {"\xC3\xA4", false, false, false}, {std::string("12\0x\n", 5), true, true, true}};
+    } const rows[] = {{"", false, false, false}, {"0129", true, true, true}, {"12 3", true, false, false},
+                      {"a\tb", false, false, false}, {"-1", true, true, false},
+                      {"\xC3\xA4", false, false, false}, {std::string("12\0x\n", 5), true, true, true}};
     // clang-format on
     for (auto const& row : rows) {
         CString const view = View(row.text);
@@ -84,8 +85,9 @@ TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpaceAndJoinsAgain) {
         char separator;
         std::vector<std::string> fields;
         // clang-format off
-    } const rows[] = {{"a,,b", ',', {"a", "", "b"}}, {"a,", ',', {"a", ""}}, {",", ',', {"", ""}}, {"", ',', {""}}, {"ab c", ',', {"ab c"}},
-                      {"  a \t\n bc ", '\0', {"a", "bc"}}, {" \v\f\r ", '\0', {}}, {"", '\0', {""}}, {"abc", '\0', {"abc"}}};
+    } const rows[] = {{"a,,b", ',', {"a", "", "b"}}, {"a,", ',', {"a", ""}}, {",", ',', {"", ""}},
+                      {"", ',', {""}}, {"ab c", ',', {"ab c"}}, {"  a \t\n bc ", '\0', {"a", "bc"}},
+                      {" \v\f\r ", '\0', {}}, {"", '\0', {""}}, {"abc", '\0', {"abc"}}};
     // clang-format on
     for (auto const& row : rows) {
         StringVector fields;

@@ -75,8 +75,9 @@ TEST(IntegerTest, TakesSignsAndLeadingZeros) {
         int format;
         long value;
         // clang-format off
-    } const rows[] = {{"+7", 0, 7}, {"-0", 0, 0}, {"-0000000000000000000000000042", 0, -42}, {"+9223372036854775807", 0, LONG_MAX},
-                      {"-9223372036854775808", 7, LONG_MIN}, {"0000000000000000000000000AbCdEf", 1, 0xABCDEF}, {"ffffffffffffffff", 1, -1}};
+    } const rows[] = {{"+7", 0, 7}, {"-0", 0, 0}, {"-0000000000000000000000000042", 0, -42},
+                      {"+9223372036854775807", 0, LONG_MAX}, {"-9223372036854775808", 7, LONG_MIN},
+                      {"0000000000000000000000000AbCdEf", 1, 0xABCDEF}, {"ffffffffffffffff", 1, -1}};
     // clang-format on
     for (auto const& row : rows) {
         long value = 99;

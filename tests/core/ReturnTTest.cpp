@@ -26,9 +26,11 @@ TEST(ReturnTTest, FailureIsTheSignOfTheCode) {
 
 TEST(ToolsTest, TheFirstRowDecidesAndGenericCodesPass) {
     // clang-format off
-    Tools::CodePair const pairs[] = {{0x80370001, 0x80380001}, {0x80370001, 0x80380002}, {0xCFFD0005, 1}, {0, 7},
+    Tools::CodePair const pairs[] = {{0x80370001, 0x80380001}, {0x80370001, 0x80380002}, {0xCFFD0005, 1},
+                                     {0, 7},
                                      Tools::CodePair::Nil(), {0x80370009, 2}};
-    uint32_t const rows[][2] = {{0x80370001, 0x80380001}, {0x00370001, 99}, {0x80370009, 99}, {0xCFFD0005, 0xCFFD0005}, {0x0FFF0001, 0x0FFF0001}, {0, 7}};
+    uint32_t const rows[][2] = {{0x80370001, 0x80380001}, {0x00370001, 99}, {0x80370009, 99},
+                                {0xCFFD0005, 0xCFFD0005}, {0x0FFF0001, 0x0FFF0001}, {0, 7}};
     // clang-format on
     for (auto const& row : rows)
         EXPECT_EQ(Tools::TranslateCode(row[0], pairs, 99), row[1]) << row[0];
@@ -59,8 +61,10 @@ TEST(ErrorStringTest, NumbersHaveWords) {
         int error;
         char const* text;
         // clang-format off
-    } const rows[] = {{0, "no error"}, {-1, "unknown error"}, {41, "unknown error"}, {11, "resource temporarily unavailable"}, {ENOMEM, "not enough space"},
-                      {ENOTSUP, "operation not supported"}, {EL3RST, "level 3 halted"}, {E2BIG, "argument list too long"}, {EXFULL, "exchange full"}};
+    } const rows[] = {{0, "no error"}, {-1, "unknown error"}, {41, "unknown error"},
+                      {11, "resource temporarily unavailable"}, {ENOMEM, "not enough space"},
+                      {ENOTSUP, "operation not supported"}, {EL3RST, "level 3 halted"},
+                      {E2BIG, "argument list too long"}, {EXFULL, "exchange full"}};
     // clang-format on
     for (auto const& row : rows)
         EXPECT_STREQ(ErrorString(row.error), row.text) << row.error;

@@ -22,7 +22,9 @@ TEST(StringTest, AnyRowOfChangesMatchesTheTwin) {
         // clang-format off
         case 0: ok = text.Assign(piece), twin.assign(source, 0, size); break;
         case 1: ok = text.Assign('x', size), twin.assign(size, 'x'); break;
-        case 2: ok = text.Replace(pos, count, source.data(), size), twin.replace(pos, count, source, 0, size); break;
+        case 2:
+            ok = text.Replace(pos, count, source.data(), size), twin.replace(pos, count, source, 0, size);
+            break;
         case 3: ok = text.Replace(pos, count, 'y', size), twin.replace(pos, count, size, 'y'); break;
         case 4: ok = text.Append(piece), twin.append(source, 0, size); break;
         case 5: text.Erase(pos, count), twin.erase(pos, count); break;
