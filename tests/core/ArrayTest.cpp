@@ -7,26 +7,18 @@
 namespace {
 
 // Knows where it lives, so that an element that was copied by bytes is found out.
-class Tracked {
-public:
-    Tracked(int value)
-        : value_(value) {
-        ++live;
-    }
+struct Tracked {
+    Tracked(int number)
+        : value(number) {}
     Tracked(Tracked const& other)
-        : Tracked(static_cast<int>(other)) {}
-    Tracked& operator=(Tracked const& other) {
-        value_ = other;
-        return *this;
-    }
-    ~Tracked() { live -= self_ == this ? 1 : 1000; }
-    operator int() const { return self_ == this ? value_ : -1; }
+        : value(other) {}
+    Tracked& operator=(Tracked const& other) { return value = other, *this; }
+    ~Tracked() { live -= self == this ? 1 : 1000; }
+    operator int() const { return self == this ? value : -1; }
 
     static inline int live = 0;
-
-private:
-    Tracked const* self_ = this;
-    int value_;
+    Tracked const* self = this;
+    int value, count = ++live;
 };
 
 TEST(Array, RandomOperationsMatchAStandardVector) {
