@@ -179,44 +179,39 @@ TEST_F(MutexMonitor, ReportsFailuresOfTheSystem) {
 
 TEST_F(MutexMonitor, ShowsHoldersAndWaiters) {
     Condition lock(Mutex::CORE);
-    int turns = 0;
-    auto const take = [&](long timeout) {
-        return [&, timeout] {
-            Mutex::Guard const guard(lock);
-            while (turns == 0)
-                EXPECT_TRUE(lock.Wait(timeout));
-            --turns;
-        };
-    };
-    auto const await = [](char const* name, char const* locks) {
-        while (LocksOf(name) != locks)
-            std::this_thread::yield();
-    };
-    Worker forEver(take(-1), "first");
-    Worker limited(take(20000), "second");
     Mutex high(Mutex::MODE);
-    ASSERT_TRUE(lock.Lock());
-    ASSERT_EQ(forEver.Start(), Thread::STARTED);
-    await("first", "CORE RELEASED"); // blocked
-    EXPECT_EQ(LocksOf("Main"), "CORE ACQUIRED");
-    EXPECT_EQ(Thread::OwnerId(lock), Thread::Id());
-    lock.Unlock();
-    ASSERT_EQ(limited.Start(), Thread::STARTED);
-    await("first", "CORE WAITING");
-    await("second", "CORE WAITING");
-    EXPECT_EQ(Thread::OwnerId(lock), Thread::TID_UNKNOWN);
-    {
-        Mutex::Guard const guard(lock);
-        RunInWorker([&] { // out of order as well, but nothing is taken
-            Mutex::Guard const above(high);
-            EXPECT_FALSE(lock.TryLock());
-            EXPECT_EQ(LocksOf("worker"), "MODE ACQUIRED");
+    for (bool const all : {false, true}) {
+        bool turn = false;
+        Worker waiter([&] {
+            Mutex::Guard const guard(lock);
+            while (!turn)
+                EXPECT_TRUE(lock.Wait(all ? 20000L : -1L));
         });
-        turns = 2;
-        lock.Signal();
-        lock.Broadcast();
+        auto const await = [](char const* locks) {
+            while (LocksOf("worker") != locks)
+                std::this_thread::yield();
+        };
+        ASSERT_TRUE(lock.Lock());
+        ASSERT_EQ(waiter.Start(), Thread::STARTED);
+        await("CORE RELEASED"); // blocked
+        EXPECT_EQ(LocksOf("Main"), "CORE ACQUIRED");
+        EXPECT_EQ(Thread::OwnerId(lock), Thread::Id());
+        lock.Unlock();
+        await("CORE WAITING");
+        EXPECT_EQ(Thread::OwnerId(lock), Thread::TID_UNKNOWN);
+        Mutex::Guard const guard(lock);
+        turn = true;
+        all ? lock.Broadcast() : lock.Signal();
+        lock.Unlock();
+        EXPECT_TRUE(waiter.Stop() && lock.Lock());
     }
-    EXPECT_TRUE(forEver.Stop() && limited.Stop());
+    Mutex::Guard const guard(lock);
+    auto const tryBelow = [&] { // out of order as well, but nothing is taken
+        Mutex::Guard const above(high);
+        EXPECT_FALSE(lock.TryLock());
+        EXPECT_EQ(LocksOf("worker"), "MODE ACQUIRED");
+    };
+    RunInWorker(tryBelow);
     EXPECT_TRUE(log_.Take().empty());
 }
 

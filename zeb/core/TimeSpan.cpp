@@ -50,7 +50,8 @@ bool Span::Value::AdjustMicroseconds(long microseconds) {
 }
 
 Span::Value Span::Value::operator-(Value const& other) const {
-    return Add_(other.seconds_ == LONG_MIN ? LONG_MAX : -other.seconds_, -other.microseconds_);
+    if (other.seconds_ != LONG_MIN) return Add_(-other.seconds_, -other.microseconds_);
+    return Add_(LONG_MAX, -other.microseconds_).Add_(1, 0); // its negative is no number
 }
 
 Span::Value Span::Value::Add_(long seconds, long microseconds) const {
@@ -58,7 +59,8 @@ Span::Value Span::Value::Add_(long seconds, long microseconds) const {
     long sum;
     if (__builtin_add_overflow(seconds_, seconds, &sum) ||
         __builtin_add_overflow(sum, fraction / PER_SECOND, &sum))
-        return seconds < 0 ? Value(LONG_MIN, -(PER_SECOND - 1)) : Value(LONG_MAX, PER_SECOND - 1);
+        return seconds < 0 || microseconds < 0 ? Value(LONG_MIN, -(PER_SECOND - 1))
+                                               : Value(LONG_MAX, PER_SECOND - 1);
     return Value(sum, fraction % PER_SECOND);
 }
 
