@@ -84,8 +84,7 @@ TEST(PoolReserve, AThreadKeepsTheLongestRegionUpToItsLimit) {
         EXPECT_TRUE(pool.Reserve(100000) && memset(pool.Alloc(1000), 0xFF, 1000));
         pool.Clear();
         Calls const calls;
-        EXPECT_TRUE(pool.Reserve(3UL << 20) && pool.Left() > 100000 && pool.Left() < 200000 &&
-                    !pool.IsFresh());
+        EXPECT_TRUE(pool.Reserve(3UL << 20) && pool.Left() < 200000 && !pool.IsFresh());
         EXPECT_EQ(calls.Count(SysCall::mmap), 0u) << "the spare one, though it is shorter";
         EXPECT_TRUE(pool.Reserve(3UL << 20) && pool.Left() >= 3UL << 20 && pool.IsFresh());
         EXPECT_TRUE(pool.Alloc(pool.Left()) && pool.Alloc(10));
