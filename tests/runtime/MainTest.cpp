@@ -71,16 +71,16 @@ TEST(Main, TakesSignalsBetweenUnitsOfWork) {
                 EXPECT_FALSE(daemon.StopRequested());
             EXPECT_EQ(log.Take(), (LogCapture::LinesT{"W Main: caught signal 1, ignored.",
                                                       "E Main: signal wait error: invalid argument."}));
-            for (int const harmless : {SIGHUP, SIGPIPE})
-                kill(getpid(), harmless);
+            kill(getpid(), SIGHUP);
+            kill(getpid(), SIGPIPE);
             EXPECT_EQ(daemon.Run(), 0);
             for (int i = 0; i < 2; ++i) { // nobody looks for the second one
                 kill(getpid(), number);
                 EXPECT_EQ(daemon.Run(), 1);
             }
             EXPECT_EQ(log.Take(), LogCapture::LinesT{"I Main: stopping..."});
-            for (int const pending : {SIGHUP, number})
-                signal(pending, SIG_IGN);
+            signal(SIGHUP, SIG_IGN);
+            signal(number, SIG_IGN);
         });
     }
 }

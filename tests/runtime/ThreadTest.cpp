@@ -207,25 +207,10 @@ TEST_F(ThreadTest, InterruptionCanBeMaskedAndStatusReplaced) {
 }
 
 TEST_F(ThreadTest, EnvironmentIsPrivateAndNothingIsThereWithoutAThreadObject) {
+    String value;
     EXPECT_TRUE(Thread::SetEnvironment("k", "main"));
-    RunInWorker([] {
-        String own;
-        EXPECT_FALSE(Thread::HasEnvironment("k") || Thread::GetEnvironment("k", own));
-        EXPECT_TRUE(Thread::SetEnvironment("k", "worker") && Thread::GetEnvironment("k", own));
-        EXPECT_STREQ(own.Cstr(), "worker");
-        EXPECT_TRUE(Thread::DelEnvironment("k") && !Thread::DelEnvironment("k"));
-    });
-    EXPECT_TRUE(Thread::HasEnvironment("k"));
-    ForEveryAllocation([&](Heap& heap) {
-        String out;
-        heap.Arm();
-        bool const ok = Thread::SetEnvironment("new", "value") && Thread::GetEnvironment("new", out);
-        heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
-        Thread::DelEnvironment("new");
-    });
-    std::thread([] {
-        String value;
+    RunInWorker([] { EXPECT_FALSE(Thread::HasEnvironment("k") || Thread::SelfInterrupted()); });
+    std::thread([&] {
         Thread::SetStatus(nullptr);
         Thread::SetInterruptMask(Thread::INTERRUPT_MASK);
         EXPECT_FALSE(Thread::Self() || Thread::SelfStatus() || Thread::SelfInterrupted() ||
@@ -234,6 +219,16 @@ TEST_F(ThreadTest, EnvironmentIsPrivateAndNothingIsThereWithoutAThreadObject) {
                      Thread::DelEnvironment("k"));
         EXPECT_TRUE(Sleep(1L));
     }).join();
+    ForEveryAllocation([&](Heap& heap) {
+        String out;
+        heap.Arm();
+        bool const ok = Thread::SetEnvironment("new", "value") && Thread::GetEnvironment("new", out);
+        heap.Disarm();
+        EXPECT_EQ(ok, !heap.Fired());
+        Thread::DelEnvironment("new");
+        EXPECT_FALSE(Thread::DelEnvironment("new") || Thread::GetEnvironment("new", out));
+    });
+    EXPECT_TRUE(Thread::GetEnvironment("k", value) && value == "main");
 }
 
 TEST_F(ThreadTest, KillReachesARunningThreadAndTheRegistryListsIt) {
