@@ -18,8 +18,6 @@
 
 namespace {
 
-using StringBuffer = Log::Impl_::StringBuffer_;
-
 std::string Cut(unsigned long kept, char c = 'x') { return std::string(kept, c) + " [...]"; }
 
 // The lines that a statement of these arguments logs.
@@ -74,26 +72,23 @@ TEST(Log, TakesEveryTypeAndSteersTheNextOne) {
     Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4 %5 %6")
         << 'c' << static_cast<signed char>('s') << static_cast<unsigned char>('u') << accumulator
         << Log::Slice("0123456", 2, 3) << Pair();
-    Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4 %5 %6 %7 %8")
-        << short{-1} << static_cast<unsigned short>(65535) << INT_MIN << UINT_MAX << LONG_MIN << ULONG_MAX
-        << LLONG_MIN << ULLONG_MAX;
     Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4")
         << Log::HEX << 255 << 255 << Log::HEX << short{-1} << Log::HEX << ULONG_MAX;
     Log(Log::INFO, "T", nullptr, "%1 %2") << Log::HEX << 'a' << 16; // a text uses the wish up
     Log(Log::INFO, "T", nullptr, "%1|%2") << static_cast<char const*>(nullptr) << CString("ab\0cd", 5);
     Log(Log::INFO, "T", nullptr, "no dot") << Log::LOUD << Log::NO_DOT;
+    Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4 %5 %6 %7 %8")
+        << short{-1} << static_cast<unsigned short>(65535) << INT_MIN << UINT_MAX << LONG_MIN << ULONG_MAX
+        << LLONG_MIN << ULLONG_MAX;
     Log(Log::INFO, "T", nullptr, "%1") << Log::GLUE << "glued to nothing is no argument";
-    EXPECT_EQ(capture.Take(),
-              (LogCapture::LinesT{
-                  "I T: c s u acc1 234 10.0.0.1:80.",
-                  "I T: -1 65535 -2147483648 4294967295 -9223372036854775808 18446744073709551615 "
-                  "-9223372036854775808 18446744073709551615.",
-                  "I T: ff 255 ffff ffffffffffffffff.",
-                  "I T: a 16.",
-                  "I T: |ab.",
-                  "I T: no dot",
-                  "C Log: too few log arguments in a stream: %1.",
-              }));
+    LogCapture::LinesT const expected = {
+        // clang-format off
+        "I T: c s u acc1 234 10.0.0.1:80.", "I T: ff 255 ffff ffffffffffffffff.", "I T: a 16.", "I T: |ab.", "I T: no dot",
+        "I T: -1 65535 -2147483648 4294967295 -9223372036854775808 18446744073709551615 -9223372036854775808 18446744073709551615.",
+        "C Log: too few log arguments in a stream: %1.",
+        // clang-format on
+    };
+    EXPECT_EQ(capture.Take(), expected);
 }
 
 TEST(Log, LeadsWithTheCode) {
@@ -105,14 +100,14 @@ TEST(Log, LeadsWithTheCode) {
     Log(Log::ERROR, "T", nullptr, "done").Fail(1).Oom(2).Done(3);
     Log(Log::INFO, "T", nullptr, "failed").Oom(2).Fail(0);
     Log(Log::INFO, "T", nullptr, "%1").Fail(code);
-    EXPECT_EQ(capture.RawLines(), (LogCapture::LinesT{
-                                      "I T: returned code [0x0fff0139].",
-                                      "C T: \"n\": system failed [0xcffd00be], why: x.",
-                                      "C T: out of memory [0xcffe00b1].",
-                                      "I T: returned code [0x00000003], done.",
-                                      "C T: system failed [0x00000000], failed.",
-                                      "C Log: too few log arguments in a stream: %1.",
-                                  }));
+    LogCapture::LinesT const expected = {
+        // clang-format off
+        "I T: returned code [0x0fff0139].", "C T: \"n\": system failed [0xcffd00be], why: x.", "C T: out of memory [0xcffe00b1].",
+        "I T: returned code [0x00000003], done.", "C T: system failed [0x00000000], failed.",
+        "C Log: too few log arguments in a stream: %1.",
+        // clang-format on
+    };
+    EXPECT_EQ(capture.RawLines(), expected);
 }
 
 TEST(Log, CutsALongMessageAndReplacesArgumentsThatDoNotFit) {
@@ -166,25 +161,23 @@ TEST(Log, ConsoleLinesHaveLetterTimeAndIdent) {
         clock.Advance(999);
         Log(Log::WARNING, "A", nullptr, "w");
         clock.Advance(1);
+        Log(Log::ERROR, "A", "n", "%1 %2").Oom(0xCFFE0001) << Log::Slice("abc", 1, 1) << Pair();
         Log(Log::ERROR, "A::B", "n", "e: %1") << 5;
         Log(Log::CRITICAL, "A", nullptr, "c");
         Log(Log::ERROR, "A", nullptr, "hidden, %1") << Log::QUIET;
         Log(Log::ERROR, "A", nullptr, "hidden") << Log::Control(Log::VERBOSE_OFF);
-        Log(Log::ERROR, "A", "n", "%1 %2").Oom(0xCFFE0001) << Log::Slice("abc", 1, 1) << Pair();
         heap.Disarm();
         EXPECT_EQ(heap.Calls(), 0u);
         Log(Log::ERROR, std::string(3000, 'i').c_str(), nullptr, "long");
     });
     EXPECT_EQ(child.ExitCode(), 0) << child;
-    EXPECT_EQ(child.Output(),
-              "[I] Nov  6 11:49:37 zeb: A: i.\n"
-              "[A] Nov  6 11:49:37 zeb: A: a.\n"
-              "[W] Nov  6 11:49:37 zeb: A: w.\n"
-              "[E] Nov  6 11:49:38 zeb: A::B: \"n\": e: 5.\n"
-              "[C] Nov  6 11:49:38 zeb: A: c.\n"
-              "[C] Nov  6 11:49:38 zeb: A: \"n\": out of memory [0xcffe0001], b 10.0.0.1:80.\n"
-              "[E] Nov  6 11:49:38 zeb: " +
-                  std::string(3000, 'i') + ": long.\n");
+    std::string const expected =
+        // clang-format off
+        "[I] Nov  6 11:49:37 zeb: A: i.\n[A] Nov  6 11:49:37 zeb: A: a.\n[W] Nov  6 11:49:37 zeb: A: w.\n"
+        "[C] Nov  6 11:49:38 zeb: A: \"n\": out of memory [0xcffe0001], b 10.0.0.1:80.\n[E] Nov  6 11:49:38 zeb: A::B: \"n\": e: 5.\n"
+        // clang-format on
+        "[C] Nov  6 11:49:38 zeb: A: c.\n[E] Nov  6 11:49:38 zeb: ";
+    EXPECT_EQ(child.Output(), expected + std::string(3000, 'i') + ": long.\n");
 }
 
 TEST(Log, SyslogGetsPriorityAndIdent) {
@@ -200,11 +193,11 @@ TEST(Log, SyslogGetsPriorityAndIdent) {
             char* arguments[] = {const_cast<char*>(path), nullptr};
             EXPECT_STREQ(Log::ProcessIdent(*path ? 1 : 0, *path ? arguments : arguments + 1), ident);
         }
-        std::pair<Log::LevelT, char const*> const rows[] = {{Log::INFO, "<14>"},
-                                                            {Log::AUTH, "<37>"},
-                                                            {Log::WARNING, "<12>"},
-                                                            {Log::ERROR, "<11>"},
-                                                            {Log::CRITICAL, "<10>"}};
+        std::pair<Log::LevelT, char const*> const rows[] = {
+            // clang-format off
+            {Log::INFO, "<14>"}, {Log::AUTH, "<37>"}, {Log::WARNING, "<12>"}, {Log::ERROR, "<11>"}, {Log::CRITICAL, "<10>"},
+            // clang-format on
+        };
         for (auto const& [level, priority] : rows) {
             Log(level, "Io::File", "n", "100%% %1") << "%s";
             std::string const line = log.Next();
@@ -216,31 +209,8 @@ TEST(Log, SyslogGetsPriorityAndIdent) {
     EXPECT_EQ(child.ExitCode(), 0) << child;
 }
 
-TEST(LogStringBuffer, StoresMergesAndCuts) {
-    StringBuffer buffer;
-    std::string const big(1020, 'b');
-    auto const content = [&] { return std::string(buffer.Data(), buffer.Size()); };
-    buffer.Append("ab", 2, StringBuffer::MERGE); // into nothing: a text of its own
-    buffer.Append("cde", 2, StringBuffer::MERGE);
-    buffer.Append("x\0y", 3, StringBuffer::NEW);
-    EXPECT_EQ(content(), std::string("abcd\0x\0", 7));
-    // A merged piece that does not fit takes the whole text down; the mark takes no merging.
-    buffer.Append(big.c_str(), big.size(), StringBuffer::MERGE, "?");
-    buffer.Append("z", 1, StringBuffer::MERGE, "?");
-    EXPECT_EQ(content(), std::string("abcd\0?\0", 7));
-    EXPECT_EQ(buffer.Flags(), StringBuffer::CUT);
-    buffer.Append(big.c_str(), 1017 - 1, StringBuffer::NEW, "?"); // to the last byte
-    buffer.Append("", 0, StringBuffer::NEW, "?");                 // not even the mark fits
-    EXPECT_TRUE(buffer.IsTruncated() && buffer.Size() == 1024u && buffer.Count() == 3u);
-    buffer.Clear();
-    EXPECT_EQ(buffer.Flags(), 0u);
-    buffer.SetFlag(StringBuffer::STORE_TRUNCATED);
-    for (int i = 0; i < 3; ++i)
-        buffer.Append(big.c_str(), 1000, StringBuffer::NEW);
-    EXPECT_TRUE(buffer.Size() == 1024u && buffer.Data()[1023] == '\0');
-}
-
 TEST(LogStringBuffer, GrowsWhenAsked) {
+    using StringBuffer = Log::Impl_::StringBuffer_;
     std::string const text(700, 't');
     ForEveryAllocation([&](Heap& heap) {
         StringBuffer buffer;
