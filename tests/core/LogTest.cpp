@@ -43,18 +43,22 @@ TEST(Log, ExpandsTheTemplateAndReportsFaultsOfTheStatement) {
         std::string line; // behind "E T: ", or behind "C Log: " if the arguments do not fit the format
     } const rows[] = {
         // clang-format off
-        {nullptr, "plain", {}, "plain."}, {"", "no name", {}, "no name."}, {"eth0", "link %1", {"up"}, "\"eth0\": link up."},
+        {nullptr, "plain", {}, "plain."}, {"", "no name", {}, "no name."},
+        {"eth0", "link %1", {"up"}, "\"eth0\": link up."},
         {nullptr, "%9%8%7%6%5%4%3%2%1", {"1", "2", "3", "4", "5", "6", "7", "8", "9"}, "987654321."},
         {nullptr, "%%1 %1 %%", {"x"}, "%1 x %."}, {nullptr, "%1", {""}, ""}, {nullptr, "list:", {}, "list:"},
         {nullptr, "%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%1%%", {"x"}, "%%%%%%%%%%%%%%%%x%."},
-        {nullptr, "well, %1", {"really?"}, "well, really?"}, {nullptr, "a. b; c! d* e,", {}, "a. b; c! d* e,"},
-        {nullptr, "%1", {"%2 stays"}, "%2 stays."}, {"n", "100%", {}, "invalid message format: 100%."},
-        {"n", "%x", {}, "invalid message format: %x."}, {"n", "%0", {"a"}, "invalid message format: %0."},
-        {"n", "%1 %1:", {"a"}, "invalid message format: %1 %1:"}, {"n", "%2", {"a", "b"}, "invalid message format: %2."},
+        {nullptr, "well, %1", {"really?"}, "well, really?"},
+        {nullptr, "a. b; c! d* e,", {}, "a. b; c! d* e,"}, {nullptr, "%1", {"%2 stays"}, "%2 stays."},
+        {"n", "100%", {}, "invalid message format: 100%."}, {"n", "%x", {}, "invalid message format: %x."},
+        {"n", "%0", {"a"}, "invalid message format: %0."},
+        {"n", "%1 %1:", {"a"}, "invalid message format: %1 %1:"},
+        {"n", "%2", {"a", "b"}, "invalid message format: %2."},
         {"n", "%1 %3", {"a", "b"}, "invalid message format: %1 %3."},
         {"n", "a %1 b", {}, "too few log arguments in a stream: a %1 b."},
         {"n", "%1", {"a", "b"}, "too many log arguments in a stream: %1."},
-        {"n", "", {"a"}, "too many log arguments in a stream: ."}, {"n", "%%", {"a"}, "too many log arguments in a stream: %%."},
+        {"n", "", {"a"}, "too many log arguments in a stream: ."},
+        {"n", "%%", {"a"}, "too many log arguments in a stream: %%."},
         // clang-format on
     };
     for (Row const& row : rows) {
@@ -83,8 +87,10 @@ TEST(Log, TakesEveryTypeAndSteersTheNextOne) {
     Log(Log::INFO, "T", nullptr, "%1") << Log::GLUE << "glued to nothing is no argument";
     LogCapture::LinesT const expected = {
         // clang-format off
-        "I T: c s u acc1 234 10.0.0.1:80.", "I T: ff 255 ffff ffffffffffffffff.", "I T: a 16.", "I T: |ab.", "I T: no dot",
-        "I T: -1 65535 -2147483648 4294967295 -9223372036854775808 18446744073709551615 -9223372036854775808 18446744073709551615.",
+        "I T: c s u acc1 234 10.0.0.1:80.", "I T: ff 255 ffff ffffffffffffffff.", "I T: a 16.", "I T: |ab.",
+        "I T: no dot",
+        "I T: -1 65535 -2147483648 4294967295 -9223372036854775808 18446744073709551615 "
+        "-9223372036854775808 18446744073709551615.",
         "C Log: too few log arguments in a stream: %1.",
         // clang-format on
     };
@@ -102,9 +108,9 @@ TEST(Log, LeadsWithTheCode) {
     Log(Log::INFO, "T", nullptr, "%1").Fail(code);
     LogCapture::LinesT const expected = {
         // clang-format off
-        "I T: returned code [0x0fff0139].", "C T: \"n\": system failed [0xcffd00be], why: x.", "C T: out of memory [0xcffe00b1].",
-        "I T: returned code [0x00000003], done.", "C T: system failed [0x00000000], failed.",
-        "C Log: too few log arguments in a stream: %1.",
+        "I T: returned code [0x0fff0139].", "C T: \"n\": system failed [0xcffd00be], why: x.",
+        "C T: out of memory [0xcffe00b1].", "I T: returned code [0x00000003], done.",
+        "C T: system failed [0x00000000], failed.", "C Log: too few log arguments in a stream: %1.",
         // clang-format on
     };
     EXPECT_EQ(capture.RawLines(), expected);
@@ -174,7 +180,8 @@ TEST(Log, ConsoleLinesHaveLetterTimeAndIdent) {
     std::string const expected =
         // clang-format off
         "[I] Nov  6 11:49:37 zeb: A: i.\n[A] Nov  6 11:49:37 zeb: A: a.\n[W] Nov  6 11:49:37 zeb: A: w.\n"
-        "[C] Nov  6 11:49:38 zeb: A: \"n\": out of memory [0xcffe0001], b 10.0.0.1:80.\n[E] Nov  6 11:49:38 zeb: A::B: \"n\": e: 5.\n"
+        "[C] Nov  6 11:49:38 zeb: A: \"n\": out of memory [0xcffe0001], b 10.0.0.1:80.\n"
+        "[E] Nov  6 11:49:38 zeb: A::B: \"n\": e: 5.\n"
         // clang-format on
         "[C] Nov  6 11:49:38 zeb: A: c.\n[E] Nov  6 11:49:38 zeb: ";
     EXPECT_EQ(child.Output(), expected + std::string(3000, 'i') + ": long.\n");
@@ -195,7 +202,8 @@ TEST(Log, SyslogGetsPriorityAndIdent) {
         }
         std::pair<Log::LevelT, char const*> const rows[] = {
             // clang-format off
-            {Log::INFO, "<14>"}, {Log::AUTH, "<37>"}, {Log::WARNING, "<12>"}, {Log::ERROR, "<11>"}, {Log::CRITICAL, "<10>"},
+            {Log::INFO, "<14>"}, {Log::AUTH, "<37>"}, {Log::WARNING, "<12>"}, {Log::ERROR, "<11>"},
+            {Log::CRITICAL, "<10>"},
             // clang-format on
         };
         for (auto const& [level, priority] : rows) {

@@ -43,9 +43,11 @@ TEST(Status, KeepsTheLastReportAndCutsALongMessage) {
         Report given, kept;
     } const rows[] = {
         // clang-format off
-        {{5, "Ident", "text"}, {5, "Ident", "text"}}, {{6, std::string(200, 'i'), "(none)"}, {6, std::string(127, 'i'), "(none)"}},
+        {{5, "Ident", "text"}, {5, "Ident", "text"}},
+        {{6, std::string(200, 'i'), "(none)"}, {6, std::string(127, 'i'), "(none)"}},
         {{7, "", ""}, {7, "", ""}}, {{1, "", std::string(1023, 'm')}, {1, "", std::string(1023, 'm')}},
-        {{1, "", std::string(1024, 'm')}, {1, "", LONG + " [...]"}}, {{1, "", std::string(4000, 'm')}, {1, "", LONG + " [...]"}},
+        {{1, "", std::string(1024, 'm')}, {1, "", LONG + " [...]"}},
+        {{1, "", std::string(4000, 'm')}, {1, "", LONG + " [...]"}},
         // clang-format on
     };
     for (auto const& [given, kept] : rows) {

@@ -118,7 +118,8 @@ TEST(Main, SaysOnStandardErrorWhyItFailed) {
         std::string text;
     } const rows[] = {
         // clang-format off
-        {SysCall::sigaltstack, 0, "setup the alternate signal stack: operation not permitted\ndaemon: failed to wrap the main thread"},
+        {SysCall::sigaltstack, 0,
+         "setup the alternate signal stack: operation not permitted\ndaemon: failed to wrap the main thread"},
         {SysCall::sigaction, 1, "setup signal handlers: operation not permitted"},
         {SysCall::pthread_sigmask, 0, "block signals: operation not permitted"},
         {SysCall::pthread_sigmask, 1, "unblock signals: operation not permitted"},
@@ -195,7 +196,8 @@ TEST(Main, HandlersLogWithoutHarm) {
 TEST(MainSt, ReportsFailures) {
     std::pair<SysCall, unsigned long> const rows[] = {
         // clang-format off
-        {SysCall::pthread_sigmask, 0}, {SysCall::sigaction, 1}, {SysCall::sigaction, 2}, {SysCall::timer_create, 0},
+        {SysCall::pthread_sigmask, 0}, {SysCall::sigaction, 1}, {SysCall::sigaction, 2},
+        {SysCall::timer_create, 0},
         // clang-format on
     };
     for (auto const& [call, before] : rows) {

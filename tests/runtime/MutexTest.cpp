@@ -60,11 +60,13 @@ private:
         static auto const self = [] { return Thread::Self(); };
         static std::map<char, std::function<void(OneT)>> const steps = {
             // clang-format off
-            {'L', [](OneT one) { EXPECT_TRUE(one.Lock()); }}, {'l', [](OneT one) { EXPECT_FALSE(one.Lock()); }},
-            {'T', [](OneT one) { EXPECT_TRUE(one.TryLock()); }}, {'t', [](OneT one) { EXPECT_FALSE(one.TryLock()); }},
-            {'w', [](OneT one) { EXPECT_FALSE(one.Wait(-1L)); }}, {'v', [](OneT one) { EXPECT_FALSE(one.Wait(5L)); }},
-            {'S', [](OneT one) { one.Signal(); }}, {'B', [](OneT one) { one.Broadcast(); }},
-            {'U', [](OneT one) { EXPECT_EQ(one.Unlock(), 0u); }},
+            {'L', [](OneT one) { EXPECT_TRUE(one.Lock()); }},
+            {'l', [](OneT one) { EXPECT_FALSE(one.Lock()); }},
+            {'T', [](OneT one) { EXPECT_TRUE(one.TryLock()); }},
+            {'t', [](OneT one) { EXPECT_FALSE(one.TryLock()); }},
+            {'w', [](OneT one) { EXPECT_FALSE(one.Wait(-1L)); }},
+            {'v', [](OneT one) { EXPECT_FALSE(one.Wait(5L)); }}, {'S', [](OneT one) { one.Signal(); }},
+            {'B', [](OneT one) { one.Broadcast(); }}, {'U', [](OneT one) { EXPECT_EQ(one.Unlock(), 0u); }},
             {'P', [](OneT one) { self()->LockPush_(one, Thread::PUSH_ACQUIRED, now); }},
             {'p', [](OneT one) { self()->LockPush_(one, Thread::PUSH_RELEASED, now); }},
             {'Q', [](OneT one) { self()->LockPop_(one, Thread::POP_ACQUIRED); }},
@@ -109,9 +111,11 @@ TEST(Mutex, IsAPlainLockWithoutAThreadObject) {
 TEST_F(MutexMonitor, ReportsEachViolationAndGoesOn) {
     std::pair<char const*, char const*> const rows[] = {
         // clang-format off
-        {"La Lc Lm Um Uc Ua Ta Ua", nullptr}, {"Lm Lc Uc Um", "lock precedence violation: CORE (28) after MODE (35)"},
+        {"La Lc Lm Um Uc Ua Ta Ua", nullptr},
+        {"Lm Lc Uc Um", "lock precedence violation: CORE (28) after MODE (35)"},
         {"Lc Td Ud Uc", "lock precedence violation: CORE (28) after CORE (28)"},
-        {"La Lm Ua Um Qa", "CACHE lock: unexpected pop operation, MODE lock expected"}, {"Qc", "CORE lock/unlock count mismatch"},
+        {"La Lm Ua Um Qa", "CACHE lock: unexpected pop operation, MODE lock expected"},
+        {"Qc", "CORE lock/unlock count mismatch"},
         {"pc Qc", "CORE lock is in unexpected state ACQUIRED, RELEASED expected"},
         {"Pc qc", "CORE lock is in unexpected state RELEASED, ACQUIRED expected"},
         {"Ac", "CORE lock acquisition violation: no lock to acquisition"},
@@ -120,7 +124,8 @@ TEST_F(MutexMonitor, ReportsEachViolationAndGoesOn) {
         {"Wm", "MODE lock acquisition violation: no lock to wait"},
         {"Pc Wm Qc", "MODE lock: unexpected wait operation, CORE lock expected"},
         {"Pc Fm Qc", "MODE lock: unexpected finish to wait operation, CORE lock expected"},
-        {"pm Wm qm", "trying to wait on an unlocked MODE lock"}, {"pm Fm qm", "MODE lock finished waiting in RELEASED state"},
+        {"pm Wm qm", "trying to wait on an unlocked MODE lock"},
+        {"pm Fm qm", "MODE lock finished waiting in RELEASED state"},
         // clang-format on
     };
     Script script;
@@ -141,9 +146,12 @@ TEST_F(MutexMonitor, ReportsFailuresOfTheSystem) {
         char const *before, *operation, *ident;
     } const rows[] = {
         // clang-format off
-        {SysCall::pthread_mutex_trylock, "", "lc", "Mutex"}, {SysCall::pthread_mutex_trylock, "", "tc", "Mutex"},
-        {SysCall::pthread_mutex_unlock, "Lc", "Uc", "Mutex"}, {SysCall::pthread_cond_wait, "Lc", "wc", "Condition"},
-        {SysCall::pthread_cond_timedwait, "Lc", "vc", "Condition"}, {SysCall::pthread_cond_signal, "Lc", "Sc", "Condition"},
+        {SysCall::pthread_mutex_trylock, "", "lc", "Mutex"},
+        {SysCall::pthread_mutex_trylock, "", "tc", "Mutex"},
+        {SysCall::pthread_mutex_unlock, "Lc", "Uc", "Mutex"},
+        {SysCall::pthread_cond_wait, "Lc", "wc", "Condition"},
+        {SysCall::pthread_cond_timedwait, "Lc", "vc", "Condition"},
+        {SysCall::pthread_cond_signal, "Lc", "Sc", "Condition"},
         {SysCall::pthread_cond_broadcast, "Lc", "Bc", "Condition"},
         // clang-format on
     };

@@ -87,11 +87,14 @@ TEST_F(ThreadTest, StartReportsFailuresOfTheSystem) {
         std::string text; // of a line ahead of the one with the code
     } const rows[] = {
         // clang-format off
-        {SysCall::pthread_attr_init, ENOMEM, 0x80220004, ""}, {SysCall::pthread_attr_setstacksize, EINVAL, 0x80220004, ""},
-        {SysCall::pthread_create, EAGAIN, 0x80220005, ""}, {SysCall::sigaltstack, ENOMEM, 0x80220006, "out of memory [0xcffe****]"},
+        {SysCall::pthread_attr_init, ENOMEM, 0x80220004, ""},
+        {SysCall::pthread_attr_setstacksize, EINVAL, 0x80220004, ""},
+        {SysCall::pthread_create, EAGAIN, 0x80220005, ""},
+        {SysCall::sigaltstack, ENOMEM, 0x80220006, "out of memory [0xcffe****]"},
         {SysCall::sigaltstack, EPERM, 0x80220006,
          "system failed [0xcffd****], failed to setup the alternate signal stack: operation not permitted"},
-        {SysCall::pthread_getattr_np, ENOENT, 0x00220001, "failed to get info about the thread stack: no such file or directory"},
+        {SysCall::pthread_getattr_np, ENOENT, 0x00220001,
+         "failed to get info about the thread stack: no such file or directory"},
         // clang-format on
     };
     for (Row const& row : rows) {
