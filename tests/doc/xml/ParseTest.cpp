@@ -242,6 +242,8 @@ TEST(XmlParse, SaysExactlyWhenMemoryRanOut) {
             EXPECT_TRUE(code.IsOom() == heap.Fired() && code.Failed() == heap.Fired()) << node;
             EXPECT_EQ(document.Valid(), !heap.Fired());
             EXPECT_EQ(log.Has("C Xml::Document: out of memory [0xcffe****]."), heap.Fired());
+            text = node;
+            EXPECT_EQ(document.Parse(text.data(), flags, Log::VERBOSE_OFF).IsOom(), heap.Fired()) << "sticks";
         });
     }
 }

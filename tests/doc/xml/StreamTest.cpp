@@ -167,6 +167,8 @@ TEST(XmlStream, SaysExactlyWhenMemoryRanOut) {
         if (!ok) {
             EXPECT_TRUE(input.stream.CurrentState() == Stateful::STATE_NO_MEMORY ||
                         input.stream.CurrentState() == Stateful::STATE_FAILED);
+            Input again(packed);
+            EXPECT_FALSE(Xml::Stream::Read(again.stream, document, packed.size())) << "until Clear()";
         }
     });
 }

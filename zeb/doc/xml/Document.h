@@ -92,7 +92,9 @@ private:
     friend struct Layout_;
     class Parser_;
 
+    // Null as well once memory ran out: what came later would stand in a tree with a gap.
     unsigned char* Allocate_(unsigned long size) {
+        if (!allocationOk_) return nullptr;
         auto* const memory = static_cast<unsigned char*>(pool_.Alloc(size));
         if (memory == nullptr) allocationOk_ = false;
         return memory;

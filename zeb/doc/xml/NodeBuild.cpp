@@ -32,7 +32,6 @@ private:
 template<typename T, typename... ArgumentsT>
 [[gnu::always_inline]] inline T* Xml::Document::Make_(CString const& name, CString const& value,
                                                       ArgumentsT... arguments) {
-    if (!allocationOk_) return nullptr;
     unsigned long size = sizeof(T) + 2;
     if (__builtin_add_overflow(size, name.Size(), &size) ||
         __builtin_add_overflow(size, value.Size(), &size)) {

@@ -25,6 +25,10 @@ ReturnT Document::Parser_::Run(char* at) {
         Fail_(PARSE_EMPTY, "empty document");
         return code_;
     }
+    if (!document_.Valid()) {
+        Oom_();
+        return code_;
+    }
     unsigned long const size = strlen(at);
     end_ = at + size;
     blocksEnd_ = size >= Simd::COUNT ? end_ - Simd::COUNT + 1 : at;
