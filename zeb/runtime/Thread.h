@@ -61,6 +61,7 @@ public:
 
     class Lock;
     class State;
+    class Monitor; // zeb/stats/ThreadMonitor.h
 
     // A worker thread, not started. An empty name is refused, and so is a worker without a main thread.
     explicit Thread(CString const& name);
@@ -129,6 +130,10 @@ public:
     // A snapshot of every thread and its locks. 0x00220190, or an Oom code with the output empty.
     static ReturnT GetStates(AutoPVector<State, StdDeleter>& states);
 
+    // Appends an element "threads" with that snapshot and the figures of the monitor; threads without a lock
+    // come first, then those that wait for one, and the longest holder last. 0x0022012C, or an Oom code.
+    static ReturnT AttachThreadsTo(Monitor const& monitor, Xml::Node& node);
+
     // The lock stack, for Mutex and Condition, which see the bodies. Called by the thread itself.
     void LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span const& now);
     void LockAcquired_(Mutex const& mutex, Time::Span const& now);
@@ -143,6 +148,7 @@ protected:
 
 private:
     class Control_;
+    class CpuStats_;
     class LockRecord_;
     class Registry_;
     class SigAltStackManager_;
@@ -163,6 +169,12 @@ private:
     bool SetUp_(SigAltStackManager_& stack);
     void End_(SigAltStackManager_& stack);
 
+    // The processor load of the thread, bound while it runs. See ThreadMonitor.h.
+    bool MakeCpuStats_();
+    void FreeCpuStats_();
+    bool BindCpuStats_();
+    void UnbindCpuStats_();
+
     void SetTid_(int tid);
     int Tid_() const;
     bool IsRunning_() const;
@@ -175,6 +187,7 @@ private:
     Status* status_ = &ownStatus_;
     Control_* control_ = nullptr;
     LockRecord_* lockRecord_ = nullptr;
+    CpuStats_* cpuStats_ = nullptr;
     unsigned worker_;
     unsigned long stackAddress_ = 0;
     unsigned long stackSize_ = 0;
@@ -263,10 +276,16 @@ public:
     // False if an entry of the stack could not be stored when its lock was taken.
     bool LockListComplete() const { return complete_; }
 
+    // Appends an element "thread" as an array member. False if the document ran out of memory, or if the
+    // monitor failed to append its part.
+    bool AttachTo(Monitor const& monitor, Xml::Node& node) const;
+
 private:
     String name_;
     int tid_;
     Array<Lock> locks_;
     bool complete_;
+    String error_; // of the backtrace
+    String calls_; // the backtrace
     bool initialized_;
 };

@@ -1,0 +1,59 @@
+#pragma once
+
+// Thread::Monitor: measures, each second, the processor load of every thread and of the process, while it is
+// active. Abstract: the client gives it a Name(), and Activate()s it.
+//
+// The samples lie in the threads themselves, 31 for each: a program has one monitor, and its end clears them.
+// As a Collector it is deactivated by the destructor of the derived class.
+
+#include "zeb/core/Export.h"
+#include "zeb/core/ReturnT.h"
+#include "zeb/runtime/Thread.h"
+#include "zeb/stats/Collector.h"
+#include "zeb/stats/Cpu.h"
+
+#include <ctime>
+
+// The load of one thread while it runs, or of the process. Guarded by the registry of threads.
+class Thread::CpuStats_ : public Stats::Cpu {
+public:
+    static constexpr unsigned long SAMPLES = 31;
+    static constexpr clockid_t UNBOUND_CLOCK = CLOCK_THREAD_CPUTIME_ID;
+
+    explicit CpuStats_(unsigned long samples)
+        : Cpu(samples) {}
+
+    // Samples start afresh.
+    void Bind(int tid, clockid_t clock);
+    void Unbind() { Bind(TID_UNKNOWN, UNBOUND_CLOCK); }
+
+    int Tid() const { return tid_; }
+
+    // Takes a sample. 0 or an error number.
+    int Read(unsigned long cpuCount);
+
+private:
+    int tid_ = TID_UNKNOWN;
+    clockid_t clock_ = UNBOUND_CLOCK;
+};
+
+class ZEB_PUBLIC Thread::Monitor : public Stats::Collector {
+public:
+    // So many samples are kept of the process.
+    explicit Monitor(unsigned long samples);
+    ~Monitor() override;
+
+    bool Initialized() const override;
+
+    // Appends an element "statistics" with the load of that thread in percent of one processor, or, if there
+    // is none, with the load of the process in percent of all processors. An Oom code if the document ran out
+    // of memory.
+    virtual ReturnT AttachTo(int tid, Xml::Node& node) const;
+
+protected:
+    void OnStatsAlarm_() override;
+
+private:
+    unsigned long samples_;
+    CpuStats_* cpuStats_;
+};
