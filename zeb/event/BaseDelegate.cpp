@@ -1,0 +1,21 @@
+#include "zeb/event/BaseDelegate.h"
+
+#include <cstring>
+
+namespace Event {
+
+BaseDelegate::BaseDelegate(char const* ident, void const* object, void const* method,
+                           unsigned long methodSize, Mutex const* lock)
+    : ident_(ident)
+    , object_(object)
+    , lock_(lock) {
+    memcpy(method_, method, methodSize < METHOD_SIZE ? methodSize : METHOD_SIZE);
+}
+
+BaseDelegate::~BaseDelegate() = default;
+
+bool BaseDelegate::operator==(BaseDelegate const& other) const {
+    return object_ == other.object_ && memcmp(method_, other.method_, METHOD_SIZE) == 0;
+}
+
+} // namespace Event
