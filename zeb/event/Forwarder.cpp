@@ -1,0 +1,252 @@
+#include "zeb/core/StatusLog.h"
+#include "zeb/core/Time.h"
+#include "zeb/event/SenderImpl.h"
+
+#include <new>
+
+namespace Event {
+
+namespace {
+
+constexpr unsigned long REPORT_PERIOD = 30; // seconds
+
+bool ReportOom() {
+    (void)StatusLog(ReturnT::Oom(), Log::CRITICAL, Acceptor_::IDENT, nullptr, "").SetOom();
+    return false;
+}
+
+void ReportRefusal(char const* message, BaseDelegate const& delegate, CString const* type = nullptr) {
+    StatusLog report(ReturnT::Fail(), Log::CRITICAL, Forwarder_::IDENT, nullptr, message);
+    report << delegate.Ident();
+    if (type != nullptr) report << *type;
+    (void)report.SetFail();
+}
+
+template<class ContainerT>
+Acceptor_* FindEqual(ContainerT const& acceptors, BaseDelegate const& delegate) {
+    for (Acceptor_& acceptor : acceptors) {
+        if (acceptor.Delegate() == delegate) return &acceptor;
+    }
+    return nullptr;
+}
+
+Acceptor_* FindEqual(AutoPVector<Acceptor_, StdDeleter>& acceptors, BaseDelegate const& delegate) {
+    for (unsigned long i = 0; i != acceptors.Size(); ++i) {
+        if (acceptors[i]->Delegate() == delegate) return acceptors[i];
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Acceptor_* Acceptor_::New(BaseDelegate const& delegate) {
+    AutoPtr<BaseDelegate, StdDeleter> clone(delegate.Clone());
+    if (!clone) return nullptr;
+    auto* const acceptor = new (std::nothrow) Acceptor_(clone.Ptr());
+    if (acceptor != nullptr) (void)clone.Release(); // owned by the acceptor now
+    return acceptor;
+}
+
+void Acceptor_::MoveTo(ListT* list) {
+    if (list_ != nullptr) list_->Remove(*this);
+    list_ = list;
+    if (list_ != nullptr) list_->PushBack(*this);
+}
+
+Forwarder_::Target_::~Target_() {
+    while (Acceptor_* const acceptor = detached.Front())
+        delete acceptor;
+}
+
+void Forwarder_::Target_::Schedule(OrderT order, BaseDelegate const* delegate) {
+    unsigned long const count = acceptors.Size();
+    for (unsigned long i = 0; i != count; ++i) {
+        Acceptor_& acceptor = *acceptors[order == DIRECT ? i : count - 1 - i];
+        if (delegate != nullptr && acceptor.Delegate() != *delegate) continue;
+        acceptor.MoveTo(&pending);
+        if (delegate != nullptr) return;
+    }
+}
+
+// How long the acceptor at hand has been waited for.
+class Forwarder_::Report_ {
+public:
+    Report_() { Restart(); }
+
+    void Restart() {
+        start_ = Time::Monotonic();
+        limit_ = REPORT_PERIOD;
+    }
+    void Busy(Base const& event, BaseDelegate const& delegate) {
+        auto const elapsed = static_cast<unsigned long>((Time::Monotonic() - start_).Seconds());
+        if (elapsed < limit_) return;
+        Log(Log::WARNING, IDENT, nullptr, "unable to send \"%1\" to \"%2\" for %3 seconds")
+            << event.Ident() << delegate.Ident() << elapsed
+            << Log::Backtrace(0, Thread::OwnerId(*delegate.Lock()), Log::Backtrace::DEMANGLE);
+        limit_ = elapsed / REPORT_PERIOD * REPORT_PERIOD + REPORT_PERIOD;
+    }
+
+private:
+    Time::Span start_;
+    unsigned long limit_ = 0;
+};
+
+unsigned long Forwarder_::FindTarget_(CString const& type) const {
+    unsigned long i = 0;
+    while (i != targets_.Size() && targets_[i]->type != type)
+        ++i;
+    return i;
+}
+
+Forwarder_::ResultT Forwarder_::Subscribe(CString const& type, BaseDelegate const& delegate) {
+    if (type.Empty()) {
+        ReportRefusal("unable to subscribe \"%1\" to an unknown event", delegate);
+        return REFUSED;
+    }
+    Mutex::Guard const guard(lock_);
+    unsigned long const i = FindTarget_(type);
+    return i == targets_.Size() ? SubscribeFirst_(type, delegate)
+                                : SubscribeMore_(*targets_[i], type, delegate);
+}
+
+Forwarder_::ResultT Forwarder_::SubscribeFirst_(CString const& type, BaseDelegate const& delegate) {
+    AutoPtr<Acceptor_, StdDeleter> acceptor(Acceptor_::New(delegate));
+    AutoPtr<Target_, StdDeleter> target(new (std::nothrow) Target_);
+    if (acceptor && target && target->type.Assign(type.Cstr(), type.Size()) &&
+        target->acceptors.PushBack(acceptor) && targets_.PushBack(target))
+        return ADDED;
+    ReportOom();
+    return REFUSED;
+}
+
+Forwarder_::ResultT Forwarder_::SubscribeMore_(Target_& target, CString const& type,
+                                               BaseDelegate const& delegate) {
+    if (FindEqual(target.acceptors, delegate) != nullptr) {
+        ReportRefusal("\"%1\" already subscribed to \"%2\"", delegate, &type);
+        return REFUSED;
+    }
+    if (Acceptor_* const detached = FindEqual(target.detached, delegate)) {
+        if (detached->Delegate().Lock() != delegate.Lock()) {
+            ReportRefusal("unable to change a lock for a \"%1\" acceptor", delegate);
+            return REFUSED;
+        }
+        if (!target.acceptors.PushBack(detached)) {
+            ReportOom();
+            return REFUSED;
+        }
+        detached->MoveTo(nullptr);
+        return RESTORED;
+    }
+    AutoPtr<Acceptor_, StdDeleter> acceptor(Acceptor_::New(delegate));
+    if (acceptor && target.acceptors.PushBack(acceptor)) return ADDED;
+    ReportOom();
+    return REFUSED;
+}
+
+unsigned long Forwarder_::Unsubscribe(CString const& type, void const* object, CString const& ident,
+                                      bool isSenderThread) {
+    Mutex::Guard const guard(lock_);
+    unsigned long destroyed = 0;
+    for (;;) {
+        Acceptor_ const* const inFlight = currentAcceptor_;
+        bool const mustWait = inFlight != nullptr && inFlight->Is(object, ident) && !isSenderThread;
+        destroyed += Remove_(type, object, ident);
+        if (!mustWait) return destroyed;
+        while (currentAcceptor_ == inFlight)
+            lock_.Wait(-1L);
+    }
+}
+
+unsigned long Forwarder_::Remove_(CString const& type, void const* object, CString const& ident) {
+    unsigned long destroyed = 0;
+    for (unsigned long i = targets_.Size(); i-- != 0;) {
+        Target_& target = *targets_[i];
+        if (!type.Empty() && target.type != type) continue;
+        destroyed += RemoveFrom_(target, object, ident);
+        if (!target.IsUnused()) continue;
+        if (currentTarget_ == &target) currentTarget_ = nullptr;
+        targets_.Free(i);
+    }
+    return destroyed;
+}
+
+unsigned long Forwarder_::RemoveFrom_(Target_& target, void const* object, CString const& ident) {
+    unsigned long destroyed = 0;
+    for (unsigned long i = target.acceptors.Size(); i-- != 0;) {
+        Acceptor_* const acceptor = target.acceptors[i];
+        if (!acceptor->Is(object, ident)) continue;
+        target.acceptors.Remove(i);
+        if (acceptor == currentAcceptor_) {
+            acceptor->MoveTo(&target.detached);
+            continue;
+        }
+        delete acceptor;
+        ++destroyed;
+    }
+    for (Acceptor_* next = target.detached.Front(); next != nullptr;) {
+        Acceptor_* const acceptor = next;
+        next = target.detached.Next(*acceptor);
+        if (!acceptor->Is(object, ident) || acceptor == currentAcceptor_) continue;
+        delete acceptor;
+        ++destroyed;
+    }
+    return destroyed;
+}
+
+void Forwarder_::Deliver(Base const& event) {
+    Mutex::Guard const guard(lock_);
+    unsigned long const i = FindTarget_(event.Ident());
+    if (i == targets_.Size()) return;
+    currentTarget_ = targets_[i];
+    currentTarget_->Schedule(event.Order_(), event.Delegate_());
+    Report_ report;
+    // Whoever takes the last acceptor out of the target takes the target away as well.
+    while (currentTarget_ != nullptr && !currentTarget_->pending.Empty())
+        Step_(*currentTarget_->pending.Front(), event, report);
+    currentTarget_ = nullptr;
+    currentAcceptor_ = nullptr;
+    lock_.Broadcast();
+}
+
+// The lock is given up for the call. The acceptor lives on until it is no longer the current one.
+void Forwarder_::Step_(Acceptor_& acceptor, Base const& event, Report_& report) {
+    currentAcceptor_ = &acceptor;
+    lock_.Broadcast();
+    lock_.Unlock();
+    bool const isCalled = Call_(acceptor, event, report);
+    (void)lock_.Lock(); // fails only for a lock that is held already
+    if (isCalled) {
+        if (currentTarget_ == nullptr) return;
+        if (acceptor.IsIn(currentTarget_->pending)) acceptor.MoveTo(nullptr);
+        report.Restart();
+        return;
+    }
+    currentAcceptor_ = nullptr;
+    lock_.Broadcast();
+    lock_.Unlock();
+    Thread::Yield();
+    (void)lock_.Lock();
+}
+
+// False if the lock of the acceptor is busy.
+bool Forwarder_::Call_(Acceptor_ const& acceptor, Base const& event, Report_& report) {
+    BaseDelegate const& delegate = acceptor.Delegate();
+    Mutex const* const lock = delegate.Lock();
+    if (lock == nullptr) {
+        delegate.Handle(event);
+        return true;
+    }
+    if (!lock->TryLock()) {
+        report.Busy(event, delegate);
+        return false;
+    }
+    delegate.Handle(event);
+    unsigned long const milliseconds = lock->Unlock();
+    if (milliseconds != 0) {
+        Log(Log::WARNING, IDENT, nullptr, "sending \"%1\" to \"%2\" for %3 ms.")
+            << event.Ident() << delegate.Ident() << milliseconds;
+    }
+    return true;
+}
+
+} // namespace Event
