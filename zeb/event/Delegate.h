@@ -14,6 +14,7 @@
 #include "zeb/event/Base.h"
 #include "zeb/event/BaseDelegate.h"
 
+#include <bit>
 #include <new>
 #include <type_traits>
 
@@ -27,7 +28,7 @@ public:
     Delegate(char const* ident, T* object, void (T::*method)(E const&), Mutex const* lock)
         : BaseDelegate(ident, object, &method, sizeof(method), lock)
         , target_(object)
-        , method_(reinterpret_cast<MethodT_>(method))
+        , method_(std::bit_cast<MethodT_>(method))
         , call_(&Call_<E>) {
         static_assert(std::is_base_of_v<Base, E>, "a handler takes an event");
         static_assert(sizeof(method) <= METHOD_SIZE);
@@ -43,7 +44,7 @@ private:
 
     template<class E>
     static void Call_(Delegate const& self, Base const& event) {
-        auto const method = reinterpret_cast<void (T::*)(E const&)>(self.method_);
+        auto const method = std::bit_cast<void (T::*)(E const&)>(self.method_);
         (self.target_->*method)(static_cast<E const&>(event));
     }
 

@@ -1,0 +1,97 @@
+#include "zeb/event/Base.h"
+
+#include "tests/event/Notes.h"
+#include "tests/support/Heap.h"
+#include "zeb/core/Time.h"
+#include "zeb/doc/xml/Document.h"
+#include "zeb/doc/xml/Node.h"
+#include "zeb/doc/xml/Print.h"
+#include "zeb/io/StringStream.h"
+
+namespace {
+
+using LinesT = LogCapture::LinesT;
+
+std::string Text(Xml::Document const& document) {
+    Io::StringStream stream;
+    EXPECT_TRUE(Xml::Print(stream, document, Xml::PRINT_COMPACT) && stream.Flush());
+    return stream.Str().Cstr();
+}
+
+TEST(EventBase, ACloneKeepsTheRaiseTime) {
+    Note note(1);
+    EXPECT_EQ(note.RaiseTime(), Time::Span());
+    note.MarkRaised();
+    EXPECT_TRUE(note.RaiseTime() <= Time::Monotonic() && note.RaiseTime() > Time::Span());
+    AutoPtr<Event::Base> const clone(note.Clone());
+    ASSERT_TRUE(clone);
+    EXPECT_EQ(clone->RaiseTime(), note.RaiseTime());
+}
+
+TEST(EventBase, PrintsPublicEventsWholeOrNotAtAll) {
+    for (char const* type : {"Event::Type::AuditLog", "Event::Type::TrafficCounter"}) {
+        ForEveryAllocation([&](Heap& heap) {
+            LogCapture log;
+            Xml::Document document;
+            document.AppendElement("before");
+            // Not enough is left of the memory inside the document for the whole event.
+            (void)document.AllocateString(nullptr, 1700);
+            heap.Arm();
+            bool const ok = Note(1, type).PrintXml(document);
+            heap.Disarm();
+            EXPECT_EQ(ok, !heap.Fired());
+            std::string const event = std::string("<event class=\"") + type +
+                                      "\" raise_time=\"0.000000\"><a>1</a><b>yes</b></event>";
+            EXPECT_EQ(Text(document), "<before/>" + (ok ? event : ""));
+            EXPECT_EQ(log.Has("C Event::Base: out of memory [0xcffe****]."), heap.Fired());
+        });
+    }
+    LogCapture log;
+    Xml::Document document;
+    EXPECT_FALSE(Note(1, "Event::Type::AuditLog", false).PrintXml(document));
+    EXPECT_FALSE(Note(1).PrintXml(document));
+    EXPECT_EQ(document.FirstNode(), nullptr);
+    EXPECT_EQ(log.Take(),
+              LinesT({"E Event::Base: can not create an XML event: \"Event::Type::AuditLog\" event instance "
+                      "was not initialized.",
+                      "E Event::Base: can not create an XML event: \"Event::Type::Note\" event is not "
+                      "public."}));
+}
+
+TEST(EventBase, ReadsYesAndNo) {
+    LogCapture log;
+    bool result = false;
+    EXPECT_TRUE(Event::Base::IsBool_("Sms", "yes", result) && result);
+    EXPECT_FALSE(Event::Base::IsBool_("Sms", "Yes", result));
+    EXPECT_TRUE(result);
+    EXPECT_TRUE(Event::Base::IsBool_("Sms", "no", result) && !result);
+    EXPECT_STREQ(Event::Base::Bool_(false).Cstr(), "no");
+    EXPECT_EQ(log.Take(), LinesT({"E Event::Base: invalid boolean value \"Yes\" (expected \"yes\" or \"no\") "
+                                  "while parsing \"Sms\" event description."}));
+}
+
+TEST(EventBase, CopiesATreeWithItsTypes) {
+    std::string text = "<?pi x?><a b='1'>t<c/><!--n--><d><e>u</e></d></a><f/>";
+    Xml::Document source;
+    ASSERT_TRUE(source
+                    .Parse(text.data(), Xml::Document::PARSE_COMMENT_NODES | Xml::Document::PARSE_PI_NODES,
+                           Log::VERBOSE_ON)
+                    .Succeeded());
+    Xml::Document copy;
+    Note::CloneXml_(source.FirstNode("a"), &copy);
+    ASSERT_EQ(copy.FirstNode(), copy.LastNode()) << "its siblings stay";
+    Xml::Document whole;
+    Note::CloneXml_(&source, &whole);
+    ASSERT_EQ(whole.FirstNode()->Type(), Xml::Node::DOCUMENT);
+    EXPECT_EQ(Text(copy), "<a b=\"1\">t<c/><!--n--><d><e>u</e></d></a>");
+    ForEveryAllocation([&](Heap& heap) {
+        Xml::Document target;
+        (void)target.AllocateString(nullptr, 1500);
+        heap.Arm();
+        Note::CloneXml_(&source, &target);
+        heap.Disarm();
+        EXPECT_EQ(target.Valid(), !heap.Fired());
+    });
+}
+
+} // namespace

@@ -1,0 +1,238 @@
+#include "zeb/event/Bus.h"
+
+#include "tests/event/Notes.h"
+#include "tests/support/Clock.h"
+#include "tests/support/Heap.h"
+#include "zeb/core/String.h"
+#include "zeb/event/SenderImpl.h"
+
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using LinesT = LogCapture::LinesT;
+
+class EventBus : public WithMainThread {
+protected:
+    // The threads of the bus.
+    static unsigned long Senders() {
+        AutoPVector<Thread::State, StdDeleter> states;
+        EXPECT_EQ(Thread::GetStates(states), 0x00220190u);
+        unsigned long count = 0;
+        for (unsigned long i = 0; i < states.Size(); ++i)
+            count += states[i]->Name() == "Event sender" ? 1 : 0;
+        return count;
+    }
+    Acceptor::HandlerT Write(char name) {
+        return [this, name](Note const& note) { calls_ += name + std::to_string(note.Value()) + " "; };
+    }
+
+    std::string calls_;
+};
+
+TEST_F(EventBus, CallsTheAcceptorsOfATypeInOrder) {
+    Mutex const lock{Mutex::CACHE};
+    Acceptor a(Write('a'), &lock), b(Write('b')), c(Write('c')), other(Write('x'));
+    ASSERT_TRUE(a.Subscribe() && b.Subscribe() && c.Subscribe() && other.Subscribe("Event::Type::Other"));
+    Send(1);
+    Send(2, Event::SYNC, Event::REVERSE);
+    Send(3, Event::ASYNC, Event::REVERSE, "Event::Type::Note", &b.delegate);
+    Send(4, Event::SYNC, Event::DIRECT, "Event::Type::Nobody");
+    Acceptor absent(Write('?'));
+    Send(5, Event::SYNC, Event::DIRECT, "Event::Type::Note", &absent.delegate);
+    b.Unsubscribe();
+    Event::Unsubscribe("Event::Type::Note", &other, "acceptor");
+    Event::Unsubscribe("", &a, "another ident");
+    Send(6);
+    Send(7, Event::SYNC, Event::DIRECT, "Event::Type::Other");
+    EXPECT_EQ(calls_, "a1 b1 c1 c2 b2 a2 b3 a6 c6 x7 ");
+    EXPECT_EQ(log_.Take(), LinesT());
+}
+
+TEST_F(EventBus, ItsThreadLivesAsLongAsThereIsAnAcceptor) {
+    Acceptor a(Write('a')), b(Write('b'));
+    AutoPtr<Event::Base> event(new Note(1));
+    Event::Raise(event, Event::SYNC, Event::DIRECT);
+    EXPECT_TRUE(event) << "nobody can have subscribed: it stays with the raiser";
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(Senders(), 0u);
+        ASSERT_TRUE(a.Subscribe() && b.Subscribe("Event::Type::B") && b.Subscribe());
+        EXPECT_EQ(Senders(), 1u);
+        a.Unsubscribe();
+        Event::Unsubscribe("Event::Type::B", &b, "acceptor");
+        EXPECT_EQ(Senders(), 1u);
+        Send(2);
+        b.Unsubscribe();
+    }
+    EXPECT_EQ(Senders(), 0u);
+    EXPECT_EQ(calls_, "b2 b2 ");
+}
+
+TEST_F(EventBus, RefusesWithALine) {
+    AutoPtr<Event::Base> broken(new Note(1, "Event::Type::Note", false)), none;
+    Event::Raise(broken, Event::SYNC, Event::DIRECT);
+    Event::Raise(none, Event::SYNC, Event::DIRECT);
+    EXPECT_TRUE(broken);
+    EXPECT_FALSE(Event::Raise(*broken, nullptr, Event::SYNC, Event::DIRECT));
+    EXPECT_FALSE(Event::Raise(Note(-1), nullptr, Event::SYNC, Event::DIRECT)) << "no clone";
+    Acceptor a(Write('a'));
+    EXPECT_FALSE(a.Subscribe(""));
+    EXPECT_EQ(Senders(), 0u);
+    EXPECT_TRUE(a.Subscribe());
+    EXPECT_FALSE(a.Subscribe());
+    a.Unsubscribe();
+    EXPECT_EQ(Senders(), 0u) << "one subscription";
+    EXPECT_EQ(
+        log_.Take(),
+        LinesT({"C Event::Raise: trying to send a broken \"Event::Type::Note\", ignored.",
+                "C Event::Raise: trying to raise a broken event.",
+                "C Event::Raise: trying to send a broken \"Event::Type::Note\", ignored.",
+                "C Event::Base: \"Event::Type::Note\": out of memory [0xcffe****].",
+                "C Event::Forwarder: system failed [0xcffd****], unable to subscribe \"acceptor\" to an "
+                "unknown event.",
+                "C Event::Forwarder: system failed [0xcffd****], \"acceptor\" already subscribed to "
+                "\"Event::Type::Note\"."}));
+}
+
+TEST_F(EventBus, AHandlerMayUnsubscribeItselfAndComeBack) {
+    Mutex const lock{Mutex::CACHE};
+    Acceptor* self = nullptr;
+    bool back = false;
+    Acceptor a(
+        [&](Note const& note) {
+            Write('a')(note);
+            self->Unsubscribe();
+            self->Unsubscribe();
+            if (note.Value() != 1) return;
+            EXPECT_FALSE(Event::Subscribe("Event::Type::Note", self->Under(nullptr)));
+            back = self->Subscribe();
+        },
+        &lock);
+    self = &a;
+    ASSERT_TRUE(a.Subscribe());
+    Send(1);
+    EXPECT_TRUE(back);
+    Send(2);
+    Send(3);
+    EXPECT_EQ(calls_, "a1 a2 ");
+    EXPECT_EQ(Senders(), 1u) << "the detached acceptor keeps it";
+    a.Unsubscribe();
+    EXPECT_EQ(Senders(), 0u);
+    EXPECT_EQ(log_.Take(),
+              LinesT({"C Event::Forwarder: system failed [0xcffd****], unable to change a lock for a "
+                      "\"acceptor\" acceptor."}));
+}
+
+TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
+    std::binary_semaphore inside(0), leave(0);
+    std::atomic<bool> ended = false, unsubscribed = false;
+    Acceptor next(Write('n'));
+    Acceptor a([&](Note const&) {
+        inside.release();
+        leave.acquire();
+        ended = true;
+    });
+    ASSERT_TRUE(a.Subscribe() && next.Subscribe());
+    Send(1, Event::ASYNC);
+    inside.acquire();
+    Worker other([&] {
+        a.Unsubscribe();
+        unsubscribed = true;
+        EXPECT_TRUE(ended);
+    });
+    ASSERT_TRUE(other.Start().Succeeded());
+    Clock::RealPause(20);
+    EXPECT_FALSE(unsubscribed);
+    EXPECT_TRUE(a.Subscribe()) << "detached or not yet: the handler is subscribed once";
+    leave.release();
+    ASSERT_TRUE(other.Stop());
+    Send(2);
+    EXPECT_EQ(calls_, "n1 n2 ");
+}
+
+TEST_F(EventBus, ReportsAcceptorsWhoseLockIsHeld) {
+    Clock clock;
+    Mutex const lock{Mutex::CACHE};
+    Acceptor a(Write('a'), &lock, "late"), b(Write('b'), &lock, "never");
+    ASSERT_TRUE(a.Subscribe() && b.Subscribe());
+    {
+        Mutex::Guard const guard(lock);
+        Send(1, Event::ASYNC);
+        for (long const second : {29, 30, 45, 62, 89, 90, 95}) {
+            ASSERT_TRUE(clock.AwaitWaiters(1));
+            clock.Advance(second * 1000 - clock.Moved() / 1000000);
+            Clock::RealPause(5);
+        }
+        ASSERT_TRUE(clock.AwaitWaiters(1));
+        b.Unsubscribe(); // does not wait: nobody is being called
+    }
+    clock.Advance(1000);
+    Send(2);
+    EXPECT_EQ(calls_, "a1 a2 ");
+    LinesT const lines = log_.Take();
+    ASSERT_EQ(lines.size(), 3u);
+    char const* const seconds[] = {"30", "62", "90"};
+    for (unsigned long i = 0; i < 3; ++i) {
+        EXPECT_EQ(lines[i],
+                  std::string("W Event::Forwarder: unable to send \"Event::Type::Note\" to \"late\" for ") +
+                      seconds[i] + " seconds.");
+    }
+    ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded());
+    Acceptor slow([&](Note const&) { clock.Advance(150); }, &lock, "slow");
+    ASSERT_TRUE(slow.Subscribe());
+    Send(3);
+    EXPECT_TRUE(log_.Has("W Event::Forwarder: sending \"Event::Type::Note\" to \"slow\" for 150 ms."));
+    (void)Mutex::RstThreshold();
+}
+
+// Each raiser's events arrive in its order at an acceptor that stays, while others come and go.
+TEST_F(EventBus, LosesNothingUnderManyThreads) {
+    constexpr int RAISERS = 4, EVENTS = 300;
+    int seen[RAISERS] = {};
+    Acceptor steady([&](Note const& note) { EXPECT_EQ(note.Value() % 1000, seen[note.Value() / 1000]++); });
+    ASSERT_TRUE(steady.Subscribe());
+    std::vector<std::unique_ptr<Worker>> workers;
+    for (int raiser = 0; raiser < RAISERS; ++raiser) {
+        workers.push_back(std::make_unique<Worker>([raiser] {
+            Mutex const lock{Mutex::CACHE};
+            std::atomic<int> calls = 0;
+            for (int i = 0; i < EVENTS; ++i) {
+                Acceptor passing([&](Note const&) { ++calls; }, &lock);
+                EXPECT_TRUE(passing.Subscribe());
+                Send(raiser * 1000 + i, i % 3 == 0 ? Event::SYNC : Event::ASYNC);
+                EXPECT_TRUE(i % 3 != 0 || calls.exchange(0) > 0);
+            }
+        }));
+        ASSERT_TRUE(workers.back()->Start().Succeeded());
+    }
+    for (auto const& worker : workers)
+        ASSERT_TRUE(worker->Stop());
+    Send(RAISERS * 1000, Event::SYNC, Event::DIRECT, "Event::Type::Nobody");
+    for (int const count : seen)
+        EXPECT_EQ(count, EVENTS);
+    EXPECT_EQ(log_.Take(), LinesT());
+}
+
+TEST_F(EventBus, SaysExactlyWhenMemoryRanOut) {
+    ForEveryAllocation([&](Heap& heap) {
+        calls_.clear();
+        Acceptor a(Write('a')), b(Write('b'));
+        heap.Arm();
+        bool const first = a.Subscribe();
+        bool const second = b.Subscribe();
+        bool const raised = Event::Raise(Note(1), &b.delegate, Event::SYNC, Event::DIRECT);
+        heap.Disarm();
+        EXPECT_EQ(first && second && raised, !heap.Fired());
+        EXPECT_EQ(calls_, second && raised ? "b1 " : "");
+        EXPECT_EQ(log_.Has("out of memory") || log_.Has("system failed"), heap.Fired());
+        a.Unsubscribe();
+        b.Unsubscribe();
+        EXPECT_EQ(Senders(), 0u);
+        log_.Clear();
+    });
+}
+
+} // namespace

@@ -1,0 +1,63 @@
+// A test's own event, and acceptors that write down what reaches them.
+#pragma once
+
+#include "tests/runtime/Worker.h"
+#include "zeb/event/Bus.h"
+#include "zeb/event/Delegate.h"
+
+#include <functional>
+#include <string>
+#include <utility>
+
+class Note : public Event::Base {
+public:
+    explicit Note(int value, char const* type = "Event::Type::Note", bool good = true)
+        : value_(value)
+        , type_(type) {
+        SetInitialized_(good);
+        SetInitialized_(true);
+    }
+
+    char const* Ident() const override { return type_; }
+    Base* Clone_() const override { return new (std::nothrow) Note(value_, type_, value_ >= 0); }
+    bool PrintXmlBody_(Xml::Node& event) const override {
+        char const* const names[] = {"a", "b", nullptr};
+        char const* const values[] = {"1", Bool_(true).Cstr()};
+        return PrintXmlTags_("", event, names, values);
+    }
+    int Value() const { return value_; }
+
+    using Base::CloneXml_;
+
+private:
+    int value_;
+    char const* type_;
+};
+
+inline void Send(int value, Event::TypeT wait = Event::SYNC, Event::OrderT order = Event::DIRECT,
+                 char const* type = "Event::Type::Note", Event::BaseDelegate const* to = nullptr) {
+    EXPECT_TRUE(Event::Raise(Note(value, type), to, wait, order));
+}
+
+class Acceptor {
+public:
+    using HandlerT = std::function<void(Note const& note)>;
+
+    explicit Acceptor(HandlerT handler, Mutex const* lock = nullptr, char const* ident = "acceptor")
+        : handler_(std::move(handler))
+        , delegate(ident, this, &Acceptor::On_, lock) {}
+    ~Acceptor() { Unsubscribe(); }
+
+    bool Subscribe(char const* type = "Event::Type::Note") { return Event::Subscribe(type, delegate); }
+    // The same handler under another lock.
+    Event::Delegate<Acceptor> Under(Mutex const* lock) { return {"acceptor", this, &Acceptor::On_, lock}; }
+    void Unsubscribe() { Event::Unsubscribe("", this, delegate.Ident()); }
+
+private:
+    void On_(Note const& note) { handler_(note); }
+
+    HandlerT handler_;
+
+public:
+    Event::Delegate<Acceptor> const delegate;
+};
