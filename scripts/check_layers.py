@@ -13,7 +13,7 @@ LAYERS = (
         "OStreamBuffer", "SeekableStream", "Stateful", "Stream", "StringStream", "TextScan"))),
     ("documents", ("zeb/doc/*",)),
     ("locks, threads, frame", ("zeb/runtime/*",)),
-    ("events, addresses", ("zeb/event/*", "zeb/network/*")),
+    ("events, addresses", ("zeb/event/*", "zeb/network/*", "zeb/util/Matcher.*", "zeb/util/Regex.*", "zeb/util/U[Rr][Ii]*")),
     ("timers, tasks, statistics", ("zeb/runtime/Timer*", "zeb/runtime/Task*", "zeb/stats/*")),
     ("files, polling, utilities", ("zeb/io/*", "zeb/io/SocketBase.*", "zeb/io/SocketError.*", "zeb/util/*")),
     ("processes, firmware, TLS", ("zeb/process/*", "zeb/firmware/*", "zeb/ssl/*")),

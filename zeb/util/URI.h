@@ -1,0 +1,84 @@
+#pragma once
+
+// Util::URI: the five parts of a uniform resource identifier (RFC 3986), and percent-encoding.
+//
+//   scheme ":" "//" authority path "?" query "#" fragment
+//
+// The parts are kept as found, still encoded. The authority is taken apart, and decoded, on demand. An object
+// owns its parts; one thread at a time uses it.
+//
+// Operations give false when memory ran out, and leave object and arguments as they were. Whether a text is
+// what it should be is told by `valid`, which is false too when memory ran out.
+
+#include "zeb/core/AutoPtr.h"
+#include "zeb/core/Export.h"
+#include "zeb/core/String.h"
+
+namespace Util {
+
+class ZEB_PUBLIC URI {
+public:
+    enum EncodeT : unsigned {
+        ENCODE_URI = 0,  // for all parts of a URI
+        ENCODE_FORM = 1, // for form data: a blank is a "+"
+    };
+
+    // All parts are empty.
+    URI() = default;
+
+    // The parts as they stand. A copy that failed shows in Valid(); all parts are empty then.
+    URI(CString const& scheme, CString const& authority, CString const& path, CString const& query,
+        CString const& fragment);
+    URI(URI&&) noexcept = default;
+    URI& operator=(URI&&) noexcept = default;
+
+    bool Assign(URI const& other);
+    void Swap(URI& other) noexcept;
+
+    // The parts are equal.
+    bool operator==(URI const& other) const;
+
+    // Takes the text apart. White space in it does not count. Not valid, and then without effect, is only a
+    // text that holds a NUL.
+    bool Parse(CString const& text, bool& valid);
+    static bool Parse(CString const& text, AutoPtr<URI, StdDeleter>& uri, bool& valid);
+
+    // The parts of the authority, decoded; those that are missing are empty. An IPv6 address in brackets
+    // comes without them. An authority of no known form is a host as a whole, as it stands. Not valid, and
+    // then without effect: a colon in front, or a bad escape.
+    bool ParseAuthority(String& user, String& password, String& host, String& port, bool& valid) const;
+
+    // Encodes and joins what is not empty. A password without a user is dropped; an IPv6 address gets its
+    // brackets.
+    bool SetAuthority(CString const& user, CString const& password, CString const& host, CString const& port);
+
+    // The whole text, as the parts stand.
+    bool Get(String& text) const;
+
+    // Letters, digits and "-_.~" stand for themselves, all other bytes become "%" and two upper-case digits.
+    static bool Encode(EncodeT mode, CString const& text, String& out);
+
+    // The reverse. A bad escape gives "?" in place of its "%" and of what should be its digits; `valid` is
+    // false then, and the result is there all the same.
+    static bool Decode(EncodeT mode, CString const& text, String& out, bool& valid);
+
+    bool Valid() const { return valid_; }
+    String const& Scheme() const { return scheme_; }
+    String const& Authority() const { return authority_; }
+    String const& Path() const { return path_; }
+    String const& Query() const { return query_; }
+    String const& Fragment() const { return fragment_; }
+
+private:
+    bool Assign_(CString const& scheme, CString const& authority, CString const& path, CString const& query,
+                 CString const& fragment);
+
+    bool valid_ = true;
+    String scheme_;
+    String authority_;
+    String path_;
+    String query_;
+    String fragment_;
+};
+
+} // namespace Util
