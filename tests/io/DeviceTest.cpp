@@ -1,12 +1,7 @@
 #include "zeb/io/Device.h"
 #include "tests/io/Transports.h"
-#include "tests/support/Calls.h"
 #include "tests/support/Child.h"
-#include "tests/support/Heap.h"
-#include "tests/support/LogCapture.h"
 #include "zeb/io/StdStream.h"
-
-#include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <pty.h>
@@ -15,71 +10,28 @@
 namespace {
 
 using Io::Stateful;
-using Lines = LogCapture::LinesT;
 
 TEST(Device, TalksInBothDirectionsAtOnce) {
     int master = -1, slave = -1;
-    char path[64];
+    char path[64], answer[16];
     termios raw = {};
     ASSERT_EQ(openpty(&master, &slave, path, &raw, nullptr), 0);
     Io::Device device(path, O_RDWR | O_NOCTTY, Io::EOL_ANY_CRLF, 64);
-    EXPECT_EQ(Text(device.PathName()), path);
     EXPECT_EQ(write(master, "first\r\nsecond\r\n", 15), 15);
     String line;
-    EXPECT_TRUE(device.ReadLine(line));
+    EXPECT_TRUE(device.ReadLine(line) && device.ObjIReady());
     EXPECT_EQ(Text(line), "first");
-    EXPECT_TRUE(device.ObjIReady());
     device << "answer" << Io::Endl; // the read-ahead is in a block of its own
     EXPECT_TRUE(device.Flush());
-    char answer[16];
     EXPECT_EQ(read(master, answer, sizeof(answer)), 8);
     EXPECT_EQ(std::string(answer, 8), "answer\r\n");
-    EXPECT_TRUE(device.ReadLine(line));
+    EXPECT_TRUE(device.ReadLine(line) && !device.ObjIReady());
     EXPECT_EQ(Text(line), "second");
-    EXPECT_FALSE(device.ObjIReady());
     device.SetTimeout(0);
     EXPECT_EQ(device.GetChar(), 256);
     EXPECT_EQ(device.CurrentState(), Stateful::STATE_TIMEOUT);
     close(master);
     close(slave);
-}
-
-TEST(Device, OpensAgainWithOnlyTheBlocksOfItsMode) {
-    Io::Device device("/dev/null");
-    EXPECT_TRUE(device.Close());
-    Heap heap;
-    for (int const flags : {O_RDWR, O_WRONLY, O_RDONLY}) {
-        EXPECT_TRUE(device.Close() && device.Open(flags));
-        EXPECT_FALSE(device.Open(flags) || device.Eos());
-        EXPECT_EQ(device.Mode(), Io::ModeOfFlags(flags));
-        EXPECT_EQ(heap.Live(), flags == O_RDWR ? 2u : 1u);
-        EXPECT_TRUE(flags == O_WRONLY || device.GetChar() == 256);
-        EXPECT_EQ(device.Eos(), flags != O_WRONLY);
-    }
-    device << "x";
-    EXPECT_STREQ(device.ErrorString(), "operation failed");
-    EXPECT_FALSE(device.Close() || device.IsOpened());
-    EXPECT_EQ(heap.Live(), 0u);
-}
-
-TEST(Device, FailsByStateAndLog) {
-    LogCapture log;
-    Io::Device broken("/absent", O_RDONLY), failed("/absent");
-    EXPECT_FALSE(failed.Open(O_RDONLY));
-    EXPECT_EQ(broken.CurrentState(), Stateful::STATE_BROKEN);
-    EXPECT_EQ(failed.CurrentState(), Stateful::STATE_FAILED);
-    EXPECT_EQ(broken.SysError() + failed.SysError(), 2 * ENOENT);
-    std::string const line = "E Io::Device: unable to open \"/absent\": no such file or directory.";
-    EXPECT_EQ(log.Take(), Lines({line, line}));
-    ForEveryAllocation([&](Heap& heap) {
-        heap.Arm();
-        Io::Device device("/dev/null", O_RDWR);
-        heap.Disarm();
-        EXPECT_EQ(device.Initialized(), !heap.Fired());
-        EXPECT_EQ(device.IsOpened(), !heap.Fired());
-        Lines const expected = {"C Io::Device: \"/dev/null\": out of memory [0xcffe****]."};
-        EXPECT_EQ(log.Take(), heap.Fired() ? expected : Lines());
-    });
 }
 
 // Echoes the lines of its standard input.

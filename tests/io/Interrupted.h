@@ -1,41 +1,38 @@
 // Code that a thread runs until it is interrupted.
 #pragma once
 
-#include "zeb/core/AutoPtr.h"
 #include "zeb/runtime/ThreadMain.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <ctime>
+#include <chrono>
 #include <functional>
+#include <thread>
 
 // Runs `body` in a thread that is interrupted after `delayMs` of real time, or ahead of the body when that is
 // negative, and expects the thread to end within a third of a second.
 inline void Interrupted(std::function<void()> const& body, long delayMs = 20) {
+    using namespace std::chrono;
     struct Worker : Thread {
-        explicit Worker(std::function<void()> const& work)
-            : Thread("Worker")
-            , body(work) {}
+        using Thread::Thread;
         ReturnT Run() override {
             while (early && !IsInterrupted())
                 Yield();
-            body();
+            (*body)();
             return ReturnT::Done();
         }
-        std::function<void()> const& body;
+        std::function<void()> const* body = nullptr;
         bool early = false;
     };
-    AutoPtr<ThreadMain, StdDeleter> const main(ThreadMain::New("io_test"));
+    std::unique_ptr<ThreadMain> const main(ThreadMain::New("io_test"));
     ASSERT_TRUE(main);
-    Worker worker(body);
+    Worker worker("Worker");
+    worker.body = &body;
     worker.early = delayMs < 0;
     ASSERT_EQ(worker.Start(), Thread::STARTED);
-    if (delayMs > 0) usleep(static_cast<useconds_t>(delayMs * 1000));
-    timespec start, end;
-    clock_gettime(CLOCK_MONOTONIC, &start);
+    std::this_thread::sleep_for(milliseconds(delayMs));
+    auto const start = steady_clock::now();
     worker.Interrupt();
     EXPECT_TRUE(worker.Stop());
-    clock_gettime(CLOCK_MONOTONIC, &end);
-    EXPECT_LT((end.tv_sec - start.tv_sec) * 1000 + (end.tv_nsec - start.tv_nsec) / 1000000, 380);
+    EXPECT_LT(steady_clock::now() - start, milliseconds(380));
 }

@@ -45,9 +45,7 @@ TEST(StringStream, KeepsWhatFitsItsBound) {
         EXPECT_EQ(stream.Str().Size(), 65536u);
     }
     StringStream beyond("", Io::MODE_READ_WRITE, Io::EOL_ANY_LF, 8, 4);
-    EXPECT_TRUE(beyond.Seek(5));
-    beyond << "x";
-    EXPECT_FALSE(beyond.Flush());
+    EXPECT_TRUE(beyond.Seek(5) && beyond.PutChar('x') && !beyond.Flush());
     EXPECT_EQ(beyond.Str().Size(), 0u);
 }
 

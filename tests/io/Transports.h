@@ -59,9 +59,7 @@ public:
         : to_(to) {}
 
     bool Ok() const override { return to_.Ok(); }
-    bool Read(void* data, unsigned long size, unsigned long& done) override {
-        return to_.Read(data, size, done);
-    }
+    bool Read(void* p, unsigned long size, unsigned long& done) override { return to_.Read(p, size, done); }
     int GetChar() override { return to_.GetChar(); }
     bool PutBack(char c) override { return to_.PutBack(c); }
     char const* GPos() const override { return to_.GPos(); }
@@ -71,9 +69,7 @@ public:
     bool Fill() override { return to_.Fill(); }
     bool Eos() const override { return to_.Eos(); }
     void ClearEos() override { to_.ClearEos(); }
-    bool Write(void const* data, unsigned long size, unsigned long& done) override {
-        return to_.Write(data, size, done);
-    }
+    bool Write(void const* p, unsigned long n, unsigned long& done) override { return to_.Write(p, n, done); }
     bool PutChar(char c) override { return to_.PutChar(c); }
     char* PPos() const override { return to_.PPos(); }
     char* PEnd() const override { return to_.PEnd(); }
@@ -95,7 +91,6 @@ public:
         : Stream(Pick_(buffer, plain), Pick_(buffer, plain), eol_, mode_)
         , transport(*this, std::move(pieces))
         , buffer(transport, *this)
-        , plain(buffer)
         , block_(blockSize)
         , eol_(eol) {
         buffer.Set(block_.data(), blockSize);
@@ -103,7 +98,7 @@ public:
 
     PieceTransport transport;
     Io::Buffer buffer;
-    PlainBuffer plain;
+    PlainBuffer plain{buffer};
 
 private:
     static Io::Buffer& Pick_(Io::Buffer& direct, PlainBuffer&) requires std::is_same_v<B, Io::Buffer> {

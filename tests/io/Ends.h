@@ -1,0 +1,51 @@
+// One end of a pair of sockets: as an object to wait for, and in all its transports.
+#pragma once
+
+#include "tests/support/LogCapture.h"
+#include "zeb/io/FdBase.h"
+#include "zeb/io/Pollable.h"
+#include "zeb/io/PollableBase.h"
+#include "zeb/io/SocketBase.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+struct End : Io::Pollable {
+    explicit End(int descriptor, Io::ModeT wanted = Io::MODE_READ_WRITE)
+        : Pollable(*this, "Object", fd, mode)
+        , fd(descriptor)
+        , mode(wanted) {}
+    bool ObjIReady() const override { return buffered; }
+    using Pollable::ClearReady_;
+
+    int fd;
+    Io::ModeT mode;
+    bool buffered = false;
+    Log::VerboseT verbose = Log::VERBOSE_ON;
+    Io::FdBase file{fd, mode, verbose, "Object", *this};
+    Io::SocketBase socket{fd, mode, "Object", *this};
+    Io::PollableBase waiting{socket, *this, "Object"};
+};
+
+class EndsTest : public testing::Test {
+protected:
+    explicit EndsTest(int type = SOCK_STREAM) {
+        EXPECT_EQ(socketpair(AF_UNIX, type | SOCK_NONBLOCK, 0, pair_), 0);
+    }
+    ~EndsTest() override {
+        ClosePeer();
+        close(pair_[0]);
+    }
+    void ClosePeer() {
+        if (pair_[1] >= 0) close(pair_[1]);
+        pair_[1] = -1;
+    }
+    void Send(std::string const& text) { ASSERT_EQ(write(pair_[1], text.data(), text.size()), ssize(text)); }
+
+    using Lines = LogCapture::LinesT;
+    int pair_[2];
+    char data_[16] = {};
+    unsigned long done_ = 99;
+    LogCapture log_;
+};
