@@ -57,12 +57,18 @@ ReturnT Thread::Create_(CString const& name) {
     if (control_ && control_->name.Assign(name.Cstr(), name.Size())) {
         lockRecord_ = new (std::nothrow) LockRecord_(control_->name);
     }
-    if (lockRecord_ && lockRecord_->Grow() && Registry_::threads.PushBack(this)) return ReturnT::Done();
+    if (lockRecord_ && lockRecord_->Grow() && MakeCpuStats_() && Registry_::threads.PushBack(this))
+        return ReturnT::Done();
+    FreeRecords_();
+    return ReturnT::Oom();
+}
+
+void Thread::FreeRecords_() {
+    FreeCpuStats_();
     delete lockRecord_;
     delete control_;
     lockRecord_ = nullptr;
     control_ = nullptr;
-    return ReturnT::Oom();
 }
 
 void Thread::Destroy_() {
@@ -73,10 +79,7 @@ void Thread::Destroy_() {
         Registry_::threads.Remove(Registry_::threads.Find(this));
         if (Registry_::threads.Empty()) Registry_::threads.Clear();
     }
-    delete lockRecord_;
-    delete control_;
-    lockRecord_ = nullptr;
-    control_ = nullptr;
+    FreeRecords_();
 }
 
 Thread* Thread::Registry_::FindMain() {
@@ -91,6 +94,7 @@ int Thread::BecomeMain_() {
     if (error) return error;
     tlsThread_ = this;
     SetTid_(Id());
+    (void)BindCpuStats_(); // the thread does without, and the log says why
     PlainGuard_ const guard(control_->mutex);
     control_->thread = pthread_self();
     control_->Reset(0);

@@ -157,6 +157,7 @@ private:
 
     ReturnT Create_(CString const& name);
     void Destroy_();
+    void FreeRecords_();
     int BecomeMain_();
     int ReadStackInfo_();
 

@@ -103,12 +103,13 @@ void* Thread::Routine_(void* argument) {
         self.Cleanup();
     }
     self.End_(stack);
+    self.UnbindCpuStats_();
     tlsThread_ = nullptr;
     return nullptr;
 }
 
 bool Thread::Begin_(SigAltStackManager_& stack) {
-    bool const initialized = Initialize().Succeeded();
+    bool const initialized = Initialize().Succeeded() && BindCpuStats_();
     PlainGuard_ const guard(control_->mutex);
     if (!initialized || !SetUp_(stack)) {
         control_->Set(Control_::FAILED);

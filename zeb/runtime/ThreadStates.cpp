@@ -33,8 +33,8 @@ Thread::State::State(CString const& name, int tid, bool complete, Array<Lock>&& 
 Thread::State::State(State const& other)
     : tid_(other.tid_)
     , complete_(other.complete_)
-    , initialized_(other.initialized_ && name_.Assign(other.name_.Cstr(), other.name_.Size()) &&
-                   locks_.Assign(other.locks_)) {}
+    , initialized_(other.initialized_ && name_.Assign(other.name_) && locks_.Assign(other.locks_) &&
+                   error_.Assign(other.error_) && calls_.Assign(other.calls_)) {}
 
 void Thread::SetTid_(int tid) {
     PlainGuard_ const guard(lockRecord_->mutex);

@@ -11,7 +11,8 @@
 // Deactivate() returns when no alarm of the collector is running, so that its caller may hold the lock. A
 // derived class calls it in its destructor, ahead of all else. A collector is not destroyed inside an alarm.
 //
-// A collector whose memory or thread could not be had is not initialized, and does nothing.
+// A collector whose memory or thread could not be had, or whose period is not above 0, is not initialized and
+// does nothing.
 
 #include "zeb/core/AutoPtr.h"
 #include "zeb/core/Export.h"

@@ -54,9 +54,9 @@ private:
     void End_();
 
     void Insert_(EntryT& entry);
-    EntryT* AwaitDue_();
-    void Serve_(EntryT& entry, Attempt_& attempt);
-    bool Deliver_(EntryT& entry, Attempt_& attempt);
+    EntryT* AwaitDue_(Attempt_& attempt);
+    static bool Deliver_(EntryT& entry, Attempt_& attempt);
+    bool Finish_(EntryT& entry, Attempt_ const& attempt, bool delivered);
     static void WarnBusy_(Collector const& collector, Mutex const& lock, Attempt_& attempt);
 
     // Guards what follows.

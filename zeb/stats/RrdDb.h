@@ -86,9 +86,9 @@ public:
     void SetRaise(RaiseT raise) { raise_ = raise; }
 
     // One value for each attribute, in the order of their declaration, of a moment later than that of the
-    // last update; zero is now. A wrong number of values and a wrong time are refused. A SPEED needs at least
-    // a millisecond to the last update: without it, that attribute stays as it was, all others are updated,
-    // and the result is the failure.
+    // last update; zero is now. Another number of values and another time are refused. Less than a
+    // millisecond behind the last update a SPEED gets no sample, and the result is a failure, but the update
+    // is made.
     ReturnT Update(Time::Span const& time, Array<unsigned long long> const& values);
 
     // Adds the history of the other database, which has the same attributes, in any order, and is reset
@@ -137,16 +137,17 @@ public:
 private:
     using BaseT = Rrd::Attribute::Base;
 
-    bool Create_(CString const& id, CString const& area, Attribute const* attributes, unsigned long count);
-    bool CreateAttribute_(Attribute const& declaration, RingBuffer::Sample* memory);
+    ReturnT Create_(CString const& id, CString const& area, Attribute const* attributes, unsigned long count);
+    BaseT* Make_(Attribute const& declaration, RingBuffer::Sample* memory);
     void RestartCountdowns_();
     ReturnT UpdateRaw_(Time::Span const& time, Array<unsigned long long> const& values);
     void Raise_(BaseT const& attribute, unsigned long long value) const;
-    BaseT* FindTwin_(BaseT const& attribute) const;
+    BaseT* FindTwin_(BaseT const& attribute);
     BaseT const* Find_(CString const& name) const;
     ReturnT Read_(Sample* samples, CString const& attribute, unsigned char level,
                   Modifier const& modifier) const;
     ReturnT FailLevel_(unsigned char level) const;
+    ReturnT Attached_(Xml::Node const& node) const;
 
     String id_;
     String area_;

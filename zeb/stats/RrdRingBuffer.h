@@ -14,6 +14,11 @@ struct Sample {
     Time::Span time;
 };
 
+// A time of a ring, in units of 100 ms of the monotonic clock.
+inline Time::Span SpanOf(uint64_t time) {
+    return Time::Span(Time::Span::Value(static_cast<long>(time / 10), static_cast<long>(time % 10) * 100000));
+}
+
 // The newest samples of one attribute at one level of detail. The memory belongs to the database, and is
 // never cleared.
 class RingBuffer {
@@ -23,11 +28,7 @@ public:
     // A sample as it is kept.
     struct Sample {
         unsigned long long value;
-        uint32_t time; // in units of 100 ms of the monotonic clock
-
-        Time::Span Span() const {
-            return Time::Span(static_cast<int>(time / 10), static_cast<int>(time % 10) * 100);
-        }
+        uint32_t time; // see SpanOf()
     };
 
     void Initialize(Sample* data) { data_ = data; }
@@ -38,6 +39,10 @@ public:
     // The newest sample has the index 0. Below Count().
     Sample& operator[](unsigned long index) { return data_[(next_ - 1 - index) & (SIZE - 1)]; }
     Sample const& operator[](unsigned long index) const { return data_[(next_ - 1 - index) & (SIZE - 1)]; }
+
+    // Calls the body with each of the newest `count` samples, or of those that there are, in any order.
+    template<class BodyT>
+    void ForNewest(unsigned long count, BodyT const& body) const;
 
     // 0 without a sample.
     uint32_t NewestTime() const { return Empty() ? 0 : (*this)[0].time; }
@@ -64,5 +69,15 @@ private:
 };
 
 static_assert(sizeof(RingBuffer::Sample) == 16);
+
+template<class BodyT>
+void RingBuffer::ForNewest(unsigned long count, BodyT const& body) const {
+    if (count > Count()) count = Count();
+    unsigned long const low = count < next_ ? count : next_; // below the write index; the others at the end
+    for (Sample const *at = data_ + next_ - low, *end = data_ + next_; at != end; ++at)
+        body(*at);
+    for (Sample const *at = data_ + SIZE - (count - low), *end = data_ + SIZE; at != end; ++at)
+        body(*at);
+}
 
 } // namespace Stats::Rrd

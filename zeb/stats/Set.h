@@ -3,8 +3,8 @@
 // Stats::Set: the newest samples of one figure, in a ring whose size is fixed at construction, with their
 // least, greatest and average value.
 //
-// Not initialized when the name is empty, the size is 0 or memory ran out; such a set takes nothing and shows
-// zeros. Nothing else allocates. The owner locks.
+// Not initialized when the name is empty or the size 0, which is logged, or when memory ran out, which its
+// owner reports; such a set takes nothing and shows zeros. Nothing else allocates. The owner locks.
 
 #include "zeb/core/Export.h"
 #include "zeb/core/String.h"

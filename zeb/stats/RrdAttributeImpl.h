@@ -8,16 +8,21 @@
 
 namespace Stats::Rrd::Attribute {
 
-// A sum of samples of 128 bits.
-struct Sum {
-    unsigned long long sum = 0;
-    unsigned long carry = 0; // times that it passed 64 bits
-    unsigned long count = 0;
-
+// A sum of samples of 128 bits: the low half, and how often it was passed.
+class Sum {
+public:
     void Add(unsigned long long value) {
-        carry += __builtin_add_overflow(sum, value, &sum);
-        ++count;
+        total_ += value;
+        ++count_;
     }
+
+    unsigned long long Low() const { return static_cast<unsigned long long>(total_); }
+    unsigned long Carry() const { return static_cast<unsigned long>(total_ >> 64); }
+    unsigned long Count() const { return count_; }
+
+private:
+    unsigned __int128 total_ = 0;
+    unsigned long count_ = 0;
 };
 
 // How the levels of a step are made.
@@ -84,14 +89,20 @@ protected:
     // The mean of the samples, a carry being worth UINT64_MAX / count. 0 for none.
     static unsigned long long Mean_(unsigned long long sum, unsigned long carry, unsigned long count);
 
-    void Write_(unsigned long level, unsigned long long value, Time::Span const& time);
+    void Write_(unsigned long level, unsigned long long value, Time::Span const& time) {
+        Time::Span::Value const& parts = time.Parts();
+        rings_[level].Push(value,
+                           static_cast<uint32_t>(parts.Seconds() * 10 + parts.Microseconds() / 100000));
+    }
 
-    // Writes the mean of what the level is made of.
-    void WriteMean_(unsigned long level, Time::Span const& time);
+    // Of what a sample of the level is made of.
+    Sum SumSource_(unsigned long level) const;
+    unsigned long long MeanSource_(unsigned long level) const;
 
     // Consolidates the samples newer than `mark` of ring `level` and then of each more detailed one, a ring
     // moving the mark to its newest sample.
     unsigned long long Gather_(unsigned level, uint32_t& mark) const;
+    bool ReadTail_(Sample& sample, unsigned level) const;
 
     RingBuffer rings_[Db::LEVELS];
     unsigned const* multipliers_;

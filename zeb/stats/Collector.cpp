@@ -1,0 +1,204 @@
+#include "zeb/stats/Collector.h"
+
+#include "zeb/core/StatusLog.h"
+#include "zeb/core/Time.h"
+#include "zeb/stats/CollectorImpl.h"
+
+#include <new>
+
+namespace Stats {
+
+namespace {
+
+constexpr char const THREAD_NAME[] = "Statistics collector thread";
+constexpr long WARNING_PERIOD = 30; // seconds
+
+constexpr long PER_SECOND = 1000000; // microseconds
+
+long Microseconds_(Time::Span const& span) {
+    return span.Parts().Seconds() * PER_SECOND + span.Parts().Microseconds();
+}
+
+// The first of the moments a period apart that is later than now.
+Time::Span NextAfter_(Time::Span next, Time::Span const& period, Time::Span const& now) {
+    next += period;
+    if (next > now) return next;
+    long const step = Microseconds_(period);
+    long const behind = Microseconds_(now - next) / step * step + step;
+    return next + Time::Span(Time::Span::Value(behind / PER_SECOND, behind % PER_SECOND));
+}
+
+} // namespace
+
+constinit Mutex const Thread_::lock_(Mutex::PRE_ULTIMATE);
+constinit Thread_* Thread_::instance_ = nullptr;
+constinit unsigned long Thread_::count_ = 0;
+
+Collector::Collector(Time::Span const& period, Mutex const* lock)
+    : period_(period)
+    , lock_(lock) {
+    if (Create_()) return;
+    (void)ReturnT(
+        StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, nullptr, "").SetFail()); // Initialized() tells
+}
+
+Collector::~Collector() {
+    Deactivate();
+    delete entry_;
+    Thread_::Release();
+}
+
+bool Collector::Create_() {
+    if (!Thread_::Acquire() || period_ <= Time::Span::Zero()) return false;
+    entry_ = new (std::nothrow) Entry_(*this);
+    return entry_ != nullptr;
+}
+
+bool Collector::Initialized() const { return entry_ != nullptr; }
+
+void Collector::Activate() {
+    if (entry_) Thread_::Instance().Activate(*entry_);
+}
+
+void Collector::Deactivate() {
+    if (entry_) Thread_::Instance().Deactivate(*entry_);
+}
+
+Thread_::Thread_()
+    : Thread(THREAD_NAME) {
+    started_ = Thread::Initialized() && Start().Succeeded();
+}
+
+Thread_::~Thread_() {
+    if (started_) End_();
+    schedule_.Clear();
+}
+
+bool Thread_::Initialized() const { return Thread::Initialized() && started_; }
+
+bool Thread_::Acquire() {
+    Mutex::Guard const guard(lock_);
+    ++count_;
+    if (!instance_) instance_ = New_();
+    return instance_ != nullptr;
+}
+
+void Thread_::Release() {
+    Mutex::Guard const guard(lock_);
+    if (--count_ != 0) return;
+    delete instance_;
+    instance_ = nullptr;
+}
+
+Thread_* Thread_::New_() {
+    Thread_* const thread = new (std::nothrow) Thread_;
+    if (!thread || thread->Initialized()) return thread;
+    delete thread;
+    return nullptr;
+}
+
+void Thread_::End_() {
+    {
+        Mutex::Guard const guard(condition_);
+        SetStop();
+        condition_.Broadcast();
+    }
+    (void)Stop(); // a failure is in the log
+}
+
+void Thread_::Activate(EntryT& entry) {
+    Mutex::Guard const guard(condition_);
+    if (entry.active) return;
+    entry.active = true;
+    entry.next = Time::Monotonic();
+    Insert_(entry);
+    condition_.Broadcast();
+}
+
+void Thread_::Deactivate(EntryT& entry) {
+    Mutex::Guard const guard(condition_);
+    if (!entry.active) return;
+    while (current_ == &entry && Self() != this)
+        condition_.Wait(-1L);
+    schedule_.Remove(entry);
+    entry.active = false;
+}
+
+void Thread_::Insert_(EntryT& entry) {
+    EntryT* before = schedule_.Front();
+    while (before && before->next <= entry.next)
+        before = schedule_.Next(*before);
+    schedule_.Insert(entry, before);
+}
+
+ReturnT Thread_::Run() {
+    Attempt_ attempt;
+    while (!StopRequested()) {
+        EntryT* const entry = AwaitDue_(attempt);
+        if (!entry) continue;
+        bool const delivered = Deliver_(*entry, attempt);
+        if (Finish_(*entry, attempt, delivered)) Yield();
+    }
+    return ReturnT::Done();
+}
+
+// The entry whose alarm is due, now the current one. Null after a wait: the list may be another one then.
+Thread_::EntryT* Thread_::AwaitDue_(Attempt_& attempt) {
+    Mutex::Guard const guard(condition_);
+    if (StopRequested()) return nullptr;
+    EntryT* const first = schedule_.Front();
+    if (!first) {
+        condition_.Wait(-1L);
+        return nullptr;
+    }
+    Time::Span const now = Time::Monotonic();
+    if (now < first->next) {
+        condition_.Wait(first->next - now);
+        return nullptr;
+    }
+    current_ = first;
+    if (attempt.entry != first || attempt.next != first->next)
+        attempt = {first, first->next, now.Parts().Seconds(), WARNING_PERIOD};
+    return first;
+}
+
+// True if the alarm was delivered.
+bool Thread_::Deliver_(EntryT& entry, Attempt_& attempt) {
+    Collector& collector = entry.collector;
+    Mutex const* const lock = collector.Lock_();
+    if (lock && !lock->TryLock()) {
+        WarnBusy_(collector, *lock, attempt);
+        return false;
+    }
+    collector.OnStatsAlarm_();
+    unsigned long const held = lock ? lock->Unlock() : 0;
+    if (held != 0) {
+        Log(Log::WARNING, Collector::IDENT, nullptr, "sending a statistics alarm to \"%1\" for %2 ms")
+            << collector.Name() << held;
+    }
+    return true;
+}
+
+void Thread_::WarnBusy_(Collector const& collector, Mutex const& lock, Attempt_& attempt) {
+    long const seconds = Time::Monotonic().Parts().Seconds() - attempt.waitStart;
+    if (seconds < attempt.nextWarning) return;
+    Log(Log::WARNING, Collector::IDENT, nullptr, "unable to send a statistics alarm to \"%1\" for %2 seconds")
+        << collector.Name() << seconds << Log::Backtrace(0, OwnerId(lock), Log::Backtrace::DEMANGLE);
+    attempt.nextWarning = (seconds + WARNING_PERIOD) / WARNING_PERIOD * WARNING_PERIOD;
+}
+
+// True if the alarm is to be tried again after a pause. The entry is a live one only while it is the first of
+// the list: from here on its owner may destroy it.
+bool Thread_::Finish_(EntryT& entry, Attempt_ const& attempt, bool delivered) {
+    Mutex::Guard const guard(condition_);
+    current_ = nullptr;
+    condition_.Broadcast();
+    if (schedule_.Front() != &entry || entry.next != attempt.next || !entry.active) return false;
+    if (!delivered) return true;
+    schedule_.Remove(entry);
+    entry.next = NextAfter_(entry.next, entry.collector.Period(), Time::Monotonic());
+    Insert_(entry);
+    return false;
+}
+
+} // namespace Stats

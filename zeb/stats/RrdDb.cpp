@@ -1,0 +1,169 @@
+#include "zeb/stats/RrdDb.h"
+
+#include "zeb/core/StatusLog.h"
+#include "zeb/core/Time.h"
+#include "zeb/event/Bus.h"
+#include "zeb/event/LibraryEvents.h"
+#include "zeb/stats/RrdAttributeImpl.h"
+
+#include <new>
+
+namespace Stats::Rrd {
+
+namespace {
+
+constexpr unsigned long SAMPLES_PER_ATTRIBUTE = Db::LEVELS * RingBuffer::SIZE;
+
+} // namespace
+
+Db::Db(CString const& id, CString const& area, Array<Attribute> const& attributes, StepT step)
+    : Db(id, area, attributes.Ptr(), attributes.Size(), step) {}
+
+Db::Db(CString const& id, CString const& area, Attribute const* attributes, unsigned long count, StepT step)
+    : step_(step)
+    , multipliers_(Rrd::Attribute::Levels::Of(step).multipliers) {
+    ReturnT const code = Create_(id, area, attributes, count);
+    initialized_ = code.Succeeded();
+    if (initialized_) return;
+    attributes_.Clear();
+    StatusLog log(code, Log::CRITICAL, IDENT, id_.Cstr(), "");
+    code.IsOom() ? log.SetOom() : log.SetFail();
+}
+
+Db::~Db() = default;
+
+ReturnT Db::Create_(CString const& id, CString const& area, Attribute const* attributes,
+                    unsigned long count) {
+    unsigned long rings = 0;
+    for (unsigned long i = 0; i < count; ++i) {
+        if (attributes[i].type > Attribute::GAUGE) return ReturnT::Fail();
+        if (attributes[i].type != Attribute::NONE) rings += SAMPLES_PER_ATTRIBUTE;
+    }
+    if (!id_.Assign(id.Cstr(), id.Size()) || !area_.Assign(area.Cstr(), area.Size()) ||
+        !pool_.Allocate(rings))
+        return ReturnT::Oom();
+    RingBuffer::Sample* memory = pool_.Ptr();
+    for (unsigned long i = 0; i < count; ++i) {
+        AutoPtr<BaseT> attribute(Make_(attributes[i], memory));
+        if (!attribute || !attribute->Initialized() || !attributes_.PushBack(attribute))
+            return ReturnT::Oom();
+        if (attributes[i].type != Attribute::NONE) memory += SAMPLES_PER_ATTRIBUTE;
+    }
+    return ReturnT::Done();
+}
+
+// Null when memory ran out.
+Rrd::Attribute::Base* Db::Make_(Attribute const& declaration, RingBuffer::Sample* memory) {
+    using namespace Rrd::Attribute;
+    switch (declaration.type) {
+    case Attribute::SPEED:
+        return new (std::nothrow) Speed(declaration, step_, updates_, memory);
+    case Attribute::COUNT:
+        return new (std::nothrow) Count(declaration, step_, updates_, memory);
+    case Attribute::BOOL:
+        return new (std::nothrow) Bool(declaration, step_, updates_, memory);
+    case Attribute::GAUGE:
+        return new (std::nothrow) Gauge(declaration, step_, updates_, memory);
+    default:
+        return new (std::nothrow) None(declaration, step_, updates_, nullptr);
+    }
+}
+
+ReturnT Db::Update(Time::Span const& time, Array<unsigned long long> const& values) {
+    Time::Span const now = time.IsZero() ? Time::Monotonic() : time;
+    if (values.Size() != attributes_.Size() || now <= lastUpdate_)
+        return StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, id_.Cstr(), "").SetFail();
+    ReturnT const code = UpdateRaw_(now, values);
+    for (unsigned level = 1; level < LEVELS; ++level) {
+        if (countdowns_[level]-- != 0) continue;
+        countdowns_[level] = multipliers_[level] - 1;
+        for (unsigned long i = 0; i < values.Size(); ++i)
+            (void)attributes_[i]->Update(level, values[i], now); // fails at level 0 only
+    }
+    ++updates_;
+    if (firstUpdate_.IsZero()) firstUpdate_ = now;
+    lastUpdate_ = now;
+    return code;
+}
+
+ReturnT Db::UpdateRaw_(Time::Span const& time, Array<unsigned long long> const& values) {
+    ReturnT result = ReturnT::Done();
+    for (unsigned long i = 0; i < values.Size(); ++i) {
+        BaseT& attribute = *attributes_[i];
+        unsigned long long const value = values[i];
+        ReturnT const code = attribute.Update(0, value, time);
+        if (code.Failed()) result = code;
+        if (raise_ != RAISE_OFF && attribute.Raises() && value != attribute.LastValue())
+            Raise_(attribute, value);
+        attribute.SetLastValue(value);
+    }
+    return result;
+}
+
+// Without a listener nothing comes of it.
+void Db::Raise_(BaseT const& attribute, unsigned long long value) const {
+    AutoPtr<Event::Base> event(new (std::nothrow) Event::Stats(id_, area_, attribute.Name(), value));
+    Event::Raise(event, Event::ASYNC, Event::DIRECT);
+}
+
+void Db::RestartCountdowns_() {
+    for (unsigned level = 1; level < LEVELS; ++level) {
+        unsigned const multiplier = multipliers_[level];
+        countdowns_[level] = (multiplier - static_cast<unsigned>(updates_ % multiplier)) % multiplier;
+    }
+}
+
+ReturnT Db::Merge(Db& other) {
+    if (attributes_.Size() != other.attributes_.Size()) {
+        return StatusLog(MERGE_COUNT, Log::ERROR, IDENT, id_.Cstr(), "different attributes count at merge");
+    }
+    for (unsigned long i = 0; i < attributes_.Size(); ++i) {
+        if (!other.FindTwin_(*attributes_[i]))
+            return StatusLog(MERGE_TYPES, Log::ERROR, IDENT, id_.Cstr(),
+                             "different attributes types at merge");
+    }
+    bool const swap = other.updates_ > updates_;
+    unsigned long swaps = 0;
+    for (unsigned long i = 0; i < attributes_.Size(); ++i) {
+        BaseT& own = *attributes_[i];
+        BaseT& twin = *other.FindTwin_(own);
+        (swap ? twin : own).Add(swap ? own : twin);
+        if (!swap) continue;
+        own.Exchange(twin);
+        ++swaps;
+    }
+    if (swaps != 0 && swaps != attributes_.Size())
+        return StatusLog(MERGE_TIMINGS, Log::ERROR, IDENT, id_.Cstr(), "unaligned timings of attributes");
+    if (swaps != 0) updates_ = other.updates_;
+    RestartCountdowns_();
+    other.Reset();
+    return ReturnT::Done();
+}
+
+Rrd::Attribute::Base* Db::FindTwin_(BaseT const& attribute) {
+    for (unsigned long i = 0; i < attributes_.Size(); ++i) {
+        if (attributes_[i]->IsTwin(attribute)) return attributes_[i];
+    }
+    return nullptr;
+}
+
+void Db::Reset() {
+    updates_ = 0;
+    firstUpdate_ = Time::Span::Zero();
+    lastUpdate_ = Time::Span::Zero();
+    RestartCountdowns_();
+    for (unsigned long i = 0; i < attributes_.Size(); ++i) {
+        BaseT& attribute = *attributes_[i];
+        if (raise_ != RAISE_OFF && attribute.Raises() && attribute.LastValue() != 0) Raise_(attribute, 0);
+        attribute.Clear();
+    }
+}
+
+bool Db::HasData() const {
+    for (unsigned long i = 0; i < attributes_.Size(); ++i) {
+        if (attributes_[i]->HasRings() && attributes_[i]->HasData()) return true;
+    }
+    return false;
+}
+
+} // namespace Stats::Rrd
