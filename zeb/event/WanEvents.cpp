@@ -27,6 +27,9 @@ bool IpWan::PrintXmlBody_(Xml::Node& event) const {
 char const* Ip6Wan::Ident() const { return "Event::Type::Ip6Wan"; }
 Base* Ip6Wan::Clone_() const { return fields_.Clone<Ip6Wan>(); }
 
+char const* IpCaptivePortal::Ident() const { return "Event::Type::IpCaptivePortal"; }
+Base* IpCaptivePortal::Clone_() const { return fields_.Clone<IpCaptivePortal>(); }
+
 char const* Internet::Ident() const { return "Event::Type::Internet"; }
 Base* Internet::Clone_() const { return fields_.Clone<Internet>(); }
 

@@ -6,6 +6,7 @@
 #include "zeb/event/Fields.h"
 #include "zeb/network/Ip6Address.h"
 #include "zeb/network/IpAddress.h"
+#include "zeb/util/URI.h"
 
 namespace Event {
 
@@ -83,6 +84,24 @@ private:
     Fields<String, String, String, StateT, unsigned long, String, String, String, unsigned long,
            Network::Ip6::Address, Network::Ip6::Address>
         fields_;
+};
+
+// A network has named the portal that guests are to log in at.
+class ZEB_PUBLIC IpCaptivePortal : public Base {
+public:
+    IpCaptivePortal(CString const& interfaceId, Util::URI const& uri) {
+        SetInitialized_(fields_.Assign(interfaceId, uri));
+    }
+
+    char const* Ident() const override;
+
+    String const& InterfaceId() const { return fields_.At<0>(); }
+    Util::URI const& Uri() const { return fields_.At<1>(); }
+
+private:
+    Base* Clone_() const override;
+
+    Fields<String, Util::URI> fields_;
 };
 
 // The internet has been found to answer, or not to.

@@ -71,8 +71,9 @@ CString If_(CString const& condition, char const* text) { return condition.Empty
 } // namespace
 
 URI::URI(CString const& scheme, CString const& authority, CString const& path, CString const& query,
-         CString const& fragment)
-    : valid_(Assign_(scheme, authority, path, query, fragment)) {}
+         CString const& fragment) {
+    valid_ = Assign_(scheme, authority, path, query, fragment);
+}
 
 bool URI::Assign_(CString const& scheme, CString const& authority, CString const& path, CString const& query,
                   CString const& fragment) {
