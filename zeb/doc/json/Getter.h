@@ -1,0 +1,390 @@
+#pragma once
+
+// Json::Getter: reads a record of known shape without a test for each field. The getter of the record knows
+// its container; each member that is hung below it with >> is read at once into its variable; one test at the
+// end tells whether the whole record was there, with the right types.
+//
+//   unsigned short mtu;
+//   CString const* name; // optional: null unless there is a string of that name
+//   Json::Getter::Object record(document.Object());
+//   if (!(record >> Json::Getter::Member("mtu", mtu) >> Json::Getter::Member("name", &name))) return false;
+//
+// Records nest. The inner getter gets its children first, and is read when it is hung in the outer one:
+//
+//   bool hasWan; // makes the object optional; a getter without a bool is required
+//   Json::Getter::Object wan(&hasWan);
+//   record >> Json::Getter::NValue("wan", wan >> Json::Getter::Member("id", id));
+//
+// A loop reads each item as its variable is constructed; a mismatch fails the list and all above it:
+//
+//   Json::Getter::Array list(document.Array());
+//   for (Json::Getter::UValue::Iterator& item : list) { Json::Getter::Element element(item, number); ... }
+//
+// A required item (T&) that is missing or of another type is zeroed (the nil string for a CString), and fails
+// the getters above it, up to the top. An optional one (T const**) leaves a null pointer and fails nothing.
+// For T see Kind.h. What does not fit the type exactly does not match it: 300 is no unsigned char, 1.0 no
+// int. Pointers and views live as long as the content of the document.
+//
+// Getters are local objects, used in one go by one thread; no operation allocates or logs. Members may die
+// before what they hang in, or after. Each getter reads once: a second Get() fails, except that of a required
+// scalar.
+
+#include "zeb/core/Intrusive.h"
+#include "zeb/doc/json/Kind.h"
+#include "zeb/doc/json/Value.h"
+
+namespace Json::Getter {
+
+class Child_;
+
+// What reads one value. Clients may derive getters of their own, for a leaf with a format of its own.
+class ZEB_PUBLIC Value {
+public:
+    virtual ~Value();
+    // A value has been obtained.
+    virtual operator bool() const = 0;
+    // It may be missing.
+    virtual bool IsOptional() const = 0;
+    virtual void Invalidate() = 0;
+    // False fails the getters above.
+    virtual bool Get(Json::Value const& value) = 0;
+
+    Value(Value const&) = delete;
+    Value& operator=(Value const&) = delete;
+
+protected:
+    Value() = default;
+
+private:
+    friend class Child_;
+    friend class Container_;
+
+    Child_* holder_ = nullptr; // through which it hangs in another getter
+};
+
+// Reads one item into a variable.
+class ZEB_PUBLIC Scalar : public Value {
+public:
+    template<IsItem T>
+    explicit Scalar(T& target)
+        : Scalar(KIND_OF<T>, 0, &target) {}
+    // A null target reads nothing.
+    template<IsItem T>
+    explicit Scalar(T const** target)
+        : Scalar(KIND_OF<T>, OPTIONAL, target) {}
+
+    operator bool() const override { return (flags_ & INVALID) == 0; }
+    bool IsOptional() const override { return (flags_ & OPTIONAL) != 0; }
+    // Zeroes the variable, or the pointer of an optional scalar.
+    void Invalidate() override;
+    // An optional scalar takes any value, once.
+    bool Get(Json::Value const& value) override;
+
+private:
+    static constexpr uint8_t OPTIONAL = 1;
+    static constexpr uint8_t INVALID = 2;
+    static constexpr uint8_t CONSUMED = 4;
+
+    Scalar(KindT kind, uint8_t flags, void* target);
+    void Store_(void const* item);
+
+    uint8_t flags_;
+    KindT kind_;
+    void* target_; // T*, or T const** of an optional scalar
+};
+
+// Internal. The place of a getter below another one.
+class ZEB_PUBLIC Child_ {
+public:
+    operator bool() const { return inner_ != nullptr && *inner_; }
+
+    Child_(Child_ const&) = delete;
+    Child_& operator=(Child_ const&) = delete;
+
+protected:
+    Child_() = default;
+    ~Child_() { Drop_(); }
+
+    void Hold_(Value& inner);
+    // Null is a value that is missing.
+    bool Deliver_(Json::Value const* value);
+
+private:
+    friend class Array;
+    friend class Container_;
+    friend class Object;
+    friend class Value;
+
+    enum StateT : uint32_t { FREE = 0, USED = 1 }; // it hangs somewhere, or did so, or never may
+
+    static Value* Above_(Value const& value) { return value.holder_ ? value.holder_->parent_ : nullptr; }
+    // The value and all above it.
+    static void Invalidate_(Value* value);
+    void Unlink_();
+    void Drop_();
+
+    StateT state_ = FREE;
+    Value* inner_ = nullptr;
+    Value* parent_ = nullptr;
+    Intrusive::Hook hook_;
+
+public:
+    using ListT_ = Intrusive::List<Child_, &Child_::hook_>;
+
+private:
+    ListT_* list_ = nullptr;
+};
+
+// Internal. What Object and Array have in common.
+class ZEB_PUBLIC Container_ : public Value {
+public:
+    ~Container_() override;
+    operator bool() const override { return *success_; }
+    bool IsOptional() const override { return success_ != &local_; }
+    void Invalidate() override { *success_ = false; }
+
+    // Internal. Hangs the child below the parent, whose children are those of this container. A child that
+    // hung somewhere already, or stands above the parent, is refused, which invalidates both and all above.
+    bool Attach_(Value& parent, Child_& child);
+
+protected:
+    // At hand, or not there at all.
+    explicit Container_(bool atHand);
+    explicit Container_(bool* success);
+
+    // Of a new Get(): whether the container may still be set.
+    bool Consume_(bool isSet);
+    template<class F>
+    bool GetChildren_(bool atHand, F get);
+
+private:
+    static constexpr uint8_t CONSUMED = 4;
+
+    uint8_t flags_ = 0;
+    bool local_ = false;
+    bool* success_;
+    Child_::ListT_ children_;
+};
+
+// An unnamed value: a getter as the next element of an array.
+class ZEB_PUBLIC UValue : public Child_ {
+public:
+    class Iterator;
+
+    explicit UValue(Value& inner) { Hold_(inner); }
+    // Reads the iterator's element at once.
+    UValue(Iterator& at, Value& inner) {
+        Hold_(inner);
+        Bind_(at);
+    }
+
+protected:
+    UValue() = default;
+    void Bind_(Iterator& at);
+};
+
+// A named value: a getter as a member of an object.
+class ZEB_PUBLIC NValue : public Child_ {
+public:
+    class Iterator;
+
+    NValue(CString const& name, Value& inner)
+        : name_(name) {
+        Hold_(inner);
+    }
+    // Reads the iterator's member at once, and takes its name.
+    NValue(Iterator& at, Value& inner) {
+        Hold_(inner);
+        Bind_(at);
+    }
+
+    CString const& Name() const { return name_; }
+
+protected:
+    NValue() = default;
+    explicit NValue(CString const& name)
+        : name_(name) {}
+    void Bind_(Iterator& at);
+
+private:
+    CString name_;
+};
+
+// A getter that has the members of an object as children.
+class ZEB_PUBLIC Object : public Container_ {
+public:
+    // Of a known object; a null one fails.
+    explicit Object(Json::Object const* object)
+        : Container_(object != nullptr)
+        , object_(object) {}
+    // To be hung in another getter. Optional if there is a success, which then has the result: false when the
+    // value is no object, or missing, or its content failed.
+    explicit Object(bool* success = nullptr)
+        : Container_(success) {}
+
+    bool Get(Json::Value const& value) override;
+
+    Object& operator>>(NValue& member) {
+        (void)AddMember_(*this, member); // the result stays in the getter
+        return *this;
+    }
+    Object& operator>>(NValue&& member) { return *this >> member; }
+
+    NValue::Iterator begin();
+    static void const* end() { return nullptr; }
+
+    // Internal. The child invalidates the parent, which is this object or stands for it.
+    bool AddMember_(Value& parent, NValue& child);
+    bool GetMember_(NValue& child);
+
+private:
+    Json::Object const* object_ = nullptr;
+};
+
+// A getter that has the elements of an array as children, in the order in which they are hung in it. Further
+// elements do not matter.
+class ZEB_PUBLIC Array : public Container_ {
+public:
+    // As with Object.
+    explicit Array(Json::Array const* array)
+        : Container_(array != nullptr) {
+        Set_(array);
+    }
+    explicit Array(bool* success = nullptr)
+        : Container_(success) {}
+
+    bool Get(Json::Value const& value) override;
+
+    Array& operator>>(UValue& element) {
+        (void)AddElement_(*this, element); // the result stays in the getter
+        return *this;
+    }
+    Array& operator>>(UValue&& element) { return *this >> element; }
+
+    // All elements, whatever was read so far.
+    UValue::Iterator begin();
+    static void const* end() { return nullptr; }
+
+    // Internal, as with Object.
+    bool AddElement_(Value& parent, UValue& child);
+    bool GetElement_(UValue& child);
+
+private:
+    void Set_(Json::Array const* array) {
+        array_ = array;
+        next_ = array != nullptr ? array->First() : nullptr;
+    }
+
+    Json::Array const* array_ = nullptr;
+    Json::Array::Element const* next_ = nullptr;
+};
+
+// The elements of an array, for a range-based loop: the loop variable is the iterator itself.
+class UValue::Iterator {
+public:
+    Iterator(Array& parent, Json::Array::Element const* current)
+        : parent_(&parent)
+        , current_(current) {}
+
+    Json::Value const* Value() const { return current_ ? current_->Value() : nullptr; }
+
+    Iterator& operator*() { return *this; }
+    Iterator& operator++() {
+        current_ = current_->Next();
+        return *this;
+    }
+    bool operator==(void const* end) const { return current_ == end; }
+
+private:
+    friend class UValue;
+
+    Array* parent_;
+    Json::Array::Element const* current_;
+};
+
+// The members of an object, for a range-based loop: the loop variable is the iterator itself.
+class NValue::Iterator {
+public:
+    Iterator(Object& parent, Json::Object::Member const* current)
+        : parent_(&parent)
+        , current_(current) {}
+
+    CString const& Name() const { return current_ ? current_->Name() : CString::Nil(); }
+    Json::Value const* Value() const { return current_ ? current_->Value() : nullptr; }
+
+    Iterator& operator*() { return *this; }
+    Iterator& operator++() {
+        current_ = current_->Next();
+        return *this;
+    }
+    bool operator==(void const* end) const { return current_ == end; }
+
+private:
+    friend class NValue;
+
+    Object* parent_;
+    Json::Object::Member const* current_;
+};
+
+inline UValue::Iterator Array::begin() { return {*this, array_ != nullptr ? array_->First() : nullptr}; }
+inline NValue::Iterator Object::begin() { return {*this, object_ != nullptr ? object_->First() : nullptr}; }
+
+// A scalar as an element of an array.
+class ZEB_PUBLIC Element : public UValue {
+public:
+    template<IsItem T>
+    explicit Element(T& target)
+        : scalar_(target) {
+        Hold_(scalar_);
+    }
+    template<IsItem T>
+    explicit Element(T const** target)
+        : scalar_(target) {
+        Hold_(scalar_);
+    }
+    template<IsItem T>
+    Element(Iterator& at, T& target)
+        : Element(target) {
+        Bind_(at);
+    }
+    template<IsItem T>
+    Element(Iterator& at, T const** target)
+        : Element(target) {
+        Bind_(at);
+    }
+
+private:
+    Scalar scalar_;
+};
+
+// A scalar as a member of an object.
+class ZEB_PUBLIC Member : public NValue {
+public:
+    template<IsItem T>
+    Member(CString const& name, T& target)
+        : NValue(name)
+        , scalar_(target) {
+        Hold_(scalar_);
+    }
+    template<IsItem T>
+    Member(CString const& name, T const** target)
+        : NValue(name)
+        , scalar_(target) {
+        Hold_(scalar_);
+    }
+    template<IsItem T>
+    Member(Iterator& at, T& target)
+        : Member(CString(), target) {
+        Bind_(at);
+    }
+    template<IsItem T>
+    Member(Iterator& at, T const** target)
+        : Member(CString(), target) {
+        Bind_(at);
+    }
+
+private:
+    Scalar scalar_;
+};
+
+} // namespace Json::Getter
