@@ -1,5 +1,6 @@
 #include "zeb/util/URI.h"
 
+#include "zeb/core/AutoBuffer.h"
 #include "zeb/network/Ip6Address.h"
 #include "zeb/util/UriScan.h"
 
@@ -9,15 +10,15 @@ namespace Util {
 
 namespace {
 
-// The text without white space. There is some in it.
-bool DropSpace_(CString const& text, String& out) {
-    if (!out.Assign(text)) return false;
-    char* to = out.Ptr();
-    for (char const *p = to, *const end = p + out.Size(); p != end; ++p) {
-        if (!IsUriSpace(*p)) *to++ = *p;
+using BufferT_ = AutoBufferBase<char>;
+
+// The text without white space; gives its size. The buffer has room for the whole text.
+unsigned long DropSpace_(CString const& text, BufferT_& out) {
+    unsigned long size = 0;
+    for (char const *p = text.Cstr(), *const end = p + text.Size(); p != end; ++p) {
+        if (!IsUriSpace(*p)) out[size++] = *p;
     }
-    out.Truncate(static_cast<unsigned long>(to - out.Cstr()));
-    return true;
+    return size;
 }
 
 struct Authority_ {
@@ -112,12 +113,12 @@ bool URI::operator==(URI const& other) const {
 bool URI::Parse(CString const& text, bool& valid) {
     valid = false;
     UriParts parts;
-    String dense;
+    AutoBuffer<512, char> dense;
     UriEndT end = ScanUri(text, parts);
-    if (end != URI_CLEAN) {
-        if (!DropSpace_(text, dense)) return false;
+    if (end == URI_SPACE) {
+        if (text.Size() > dense.Size() && !dense.Resize(text.Size())) return false;
         parts = UriParts();
-        end = ScanUri(dense, parts);
+        end = ScanUri(CString(dense.Ptr(), DropSpace_(text, dense)), parts);
     }
     if (end != URI_CLEAN) return true;
     if (!Assign_(parts.scheme, parts.authority, parts.path, parts.query, parts.fragment)) return false;

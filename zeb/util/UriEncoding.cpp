@@ -1,3 +1,4 @@
+#include "zeb/core/AutoBuffer.h"
 #include "zeb/core/HexString.h"
 #include "zeb/util/URI.h"
 
@@ -53,7 +54,8 @@ char* Decode_(char* out, char const* text, unsigned long size, bool& valid) {
         auto const rest = static_cast<unsigned long>(end - text);
         auto const* const escape = static_cast<char const*>(memchr(text, '%', rest));
         unsigned long const run = escape ? static_cast<unsigned long>(escape - text) : rest;
-        out = static_cast<char*>(mempcpy(out, text, run));
+        memmove(out, text, run);
+        out += run;
         text += run;
         if (!escape) break;
         unsigned long const width = rest - run < 3 ? rest - run : 3;
@@ -63,26 +65,10 @@ char* Decode_(char* out, char const* text, unsigned long size, bool& valid) {
     return out;
 }
 
-// The text with blanks for its plus signs.
-bool Blank_(CString const& text, String& out) {
-    if (!out.Assign(text)) return false;
-    for (char *p = out.Ptr(), *const end = p + out.Size(); p != end; ++p) {
-        if (*p == '+') *p = ' ';
-    }
-    return true;
-}
-
-bool DecodeUri_(CString const& text, String& out, bool& valid) {
-    bool clean = true;
-    String decoded;
-    if (!decoded.Resize(text.Size())) return false;
-    if (!text.Empty()) {
-        char const* const end = Decode_(decoded.Ptr(), text.Cstr(), text.Size(), clean);
-        decoded.Truncate(static_cast<unsigned long>(end - decoded.Cstr()));
-    }
-    out.Swap(decoded);
-    valid = clean;
-    return true;
+// A blank for each "+" that is not the outcome of an escape: ahead of the decoding.
+void Blank_(char const* text, unsigned long size, char* out) {
+    for (unsigned long i = 0; i < size; ++i)
+        out[i] = text[i] == '+' ? ' ' : text[i];
 }
 
 } // namespace
@@ -105,9 +91,20 @@ bool URI::Encode(EncodeT mode, CString const& text, String& out) {
 
 bool URI::Decode(EncodeT mode, CString const& text, String& out, bool& valid) {
     valid = false;
-    if (mode != ENCODE_FORM || text.Find('+') == text.Size()) return DecodeUri_(text, out, valid);
-    String blanked;
-    return Blank_(text, blanked) && DecodeUri_(blanked, out, valid);
+    bool clean = true;
+    AutoBuffer<1024, char> room;
+    if (text.Size() > room.Size() && !room.Resize(text.Size())) return false;
+    char const* from = text.Cstr();
+    if (mode == ENCODE_FORM) {
+        Blank_(from, text.Size(), room.Ptr());
+        from = room.Ptr(); // what is decoded is never ahead of what is still to be
+    }
+    char const* const end = Decode_(room.Ptr(), from, text.Size(), clean);
+    String decoded;
+    if (!decoded.Assign(room.Ptr(), static_cast<unsigned long>(end - room.Ptr()))) return false;
+    out.Swap(decoded);
+    valid = clean;
+    return true;
 }
 
 } // namespace Util
