@@ -1,50 +1,37 @@
 #include "tests/doc/json/Text.h"
 #include "tests/support/LogCapture.h"
 
-#include <gtest/gtest.h>
-
-using Json::Array;
-using Json::Document;
-using Json::Object;
-using Json::Value;
-using JsonTest::Text;
+using namespace JsonTest;
 
 namespace {
 
-// One of everything that can be appended, by a function that appends to what it likes.
-template<class F>
-void AppendAll(F append) {
-    append(Json::Null);
-    append(true);
-    append("text");
-    append(CString("view", 3));
-    append(static_cast<char const*>(nullptr));
-    append('\x05');
-    append(static_cast<unsigned char>(200));
-    append(static_cast<short>(-300));
-    append(static_cast<unsigned short>(40000));
-    append(-70000);
-    append(3000000000U);
-    append(-5000000000L);
-    append(5000000000UL);
-    append(-1LL);
-    append(18446744073709551615ULL);
-    append(2.5);
-}
-
-TEST(JsonArray, KeepsWhatIsAppendedInOrder) {
+TEST(JsonContainers, KeepWhatIsAppendedInOrder) {
     Document doc;
-    doc.InitArray();
-    Array& array = *doc.Array();
-    AppendAll([&](auto const& item) {
-        Value* const value = array.Append(item);
-        ASSERT_TRUE(value != nullptr && value->Parent() == &doc && array.Last()->Value() == value);
-    });
-    EXPECT_EQ(array.AppendArray()->Value()->Parent(), &doc);
-    Object* const object = array.AppendObject();
-    EXPECT_EQ(object, array.Last()->Value()->Object());
-    EXPECT_EQ(Text(doc), R"([null,true,"text","vie","",5,200,-300,40000,-70000,3000000000,-5000000000,)"
-                         R"(5000000000,-1,18446744073709551615,2.5,[],{}])");
+    Object& object = *doc.Object();
+    Array& array = *object.AppendArray("");
+    char name[] = "a";
+    auto const append = [&](auto const& item) {
+        Value* const element = array.Append(item);
+        ASSERT_TRUE(element && element->Parent() == array.Value() && array.Last()->Value() == element);
+        Value* const member = object.Append(name, item);
+        ASSERT_TRUE(member && member->Parent() == &doc && object.Last()->Value() == member);
+        EXPECT_EQ(object.Get(name), object.Last());
+        ++name[0];
+    };
+    auto const appendAll = [&](auto const&... items) { (append(items), ...); };
+    appendAll(Json::Null, true, "text", CString("view", 3), static_cast<char const*>(nullptr), '\x05',
+              static_cast<unsigned char>(200), static_cast<short>(-300), static_cast<unsigned short>(40000),
+              -70000, 3000000000U, -5000000000L, 5000000000UL, -1LL, 18446744073709551615ULL, 2.5);
+    EXPECT_EQ(array.AppendArray()->Value()->Parent(), array.Value());
+    Object* const last = array.AppendObject();
+    EXPECT_EQ(last->Value(), array.Last()->Value());
+    EXPECT_EQ(object.AppendArray("arr")->Value()->Parent(), &doc);
+    EXPECT_EQ(object.AppendObject("obj")->Doc(), &doc);
+    EXPECT_EQ(Text(doc), R"({"":[null,true,"text","vie","",5,200,-300,40000,-70000,3000000000,-5000000000,)"
+                         R"(5000000000,-1,18446744073709551615,2.5,[],{}],"a":null,"b":true,"c":"text",)"
+                         R"("d":"vie","e":"","f":5,"g":200,"h":-300,"i":40000,"j":-70000,"k":3000000000,)"
+                         R"("l":-5000000000,"m":5000000000,"n":-1,"o":18446744073709551615,"p":2.5,)"
+                         R"("arr":[],"obj":{}})");
     unsigned long index = 0;
     for (Array::Element* element = array.First(); element != nullptr; element = element->Next(), ++index) {
         EXPECT_EQ(array.Get(index), element);
@@ -52,27 +39,9 @@ TEST(JsonArray, KeepsWhatIsAppendedInOrder) {
     }
     EXPECT_EQ(array.Get(index), nullptr);
     EXPECT_TRUE(array.IsNull(0) && !array.IsNull(1) && !array.IsNull(index));
-}
-
-TEST(JsonObject, KeepsWhatIsAppendedInOrder) {
-    Document doc;
-    Object& object = *doc.Object();
-    char name[] = "a";
-    AppendAll([&](auto const& item) {
-        Value* const value = object.Append(name, item);
-        ASSERT_TRUE(value != nullptr && value->Parent() == &doc && object.Last()->Value() == value);
-        EXPECT_EQ(object.Get(name), object.Last());
-        ++name[0];
-    });
-    Array* const array = object.AppendArray("");
-    EXPECT_EQ(array->Value(), object.Last()->Value());
-    EXPECT_EQ(object.AppendObject("obj")->Doc(), &doc);
-    EXPECT_EQ(Text(doc), R"({"a":null,"b":true,"c":"text","d":"vie","e":"","f":5,"g":200,"h":-300,"i":40000,)"
-                         R"("j":-70000,"k":3000000000,"l":-5000000000,"m":5000000000,"n":-1,)"
-                         R"("o":18446744073709551615,"p":2.5,"":[],"obj":{}})");
     EXPECT_EQ(object.Get("f")->Name(), CString("f"));
     EXPECT_EQ(object.Get("B"), nullptr);
-    EXPECT_EQ(object.Get(CString::IgnoreCase("B")), object.First()->Next());
+    EXPECT_EQ(object.Get(CString::IgnoreCase("B")), object.Get("b"));
     EXPECT_TRUE(object.IsNull("a") && !object.IsNull("b") && !object.IsNull("zz"));
 }
 
@@ -85,12 +54,12 @@ void ExpectRead(Container const& from, Key key, bool found, T old, T expected) {
 
 template<class Container, class Key>
 void ExpectTypedReads(Container const& from, Key number, Key text, Key array, Key object, Key flag,
-                      Key absent) {
+                      Key none) {
     ExpectRead<int>(from, number, true, 9, 300);
     ExpectRead<unsigned char>(from, number, false, 9, 0);
     ExpectRead<double>(from, number, false, 9, 0);
     ExpectRead<int>(from, text, false, 9, 0);
-    ExpectRead<int>(from, absent, false, 9, 0);
+    ExpectRead<int>(from, none, false, 9, 0);
     ExpectRead<CString>(from, text, true, "old", "x");
     ExpectRead<CString>(from, flag, false, "old", "");
     ExpectRead<bool>(from, flag, true, false, true);
@@ -101,51 +70,43 @@ void ExpectTypedReads(Container const& from, Key number, Key text, Key array, Ke
     Object const* co = nullptr;
     EXPECT_TRUE(from.Get(array, a) && from.Get(array, ca) && a == ca && a != nullptr);
     EXPECT_TRUE(from.Get(object, o) && from.Get(object, co) && o == co && o != nullptr);
-    EXPECT_FALSE(from.Get(object, a) || from.Get(absent, ca) || from.Get(array, o) || from.Get(text, co));
+    EXPECT_FALSE(from.Get(object, a) || from.Get(none, ca) || from.Get(array, o) || from.Get(text, co));
     EXPECT_TRUE(a == nullptr && ca == nullptr && o == nullptr && co == nullptr);
 }
 
 TEST(JsonContainers, ATypedReadZeroesTheResultWhenItFails) {
     Document doc;
-    ASSERT_EQ(JsonTest::Parse(doc, R"({"l":[300,"x",[],{},true],"n":300,"t":"x","a":[],"o":{},"f":true})"),
+    ASSERT_EQ(Parse(doc, R"({"l":[300,"x",[],{},true],"n":300,"t":"x","a":[],"o":{},"f":true})"),
               Json::CODE_OK);
     ExpectTypedReads<Array, unsigned long>(*doc.Object()->First()->Value()->Array(), 0, 1, 2, 3, 4, 5);
     ExpectTypedReads<Object, char const*>(*doc.Object(), "n", "t", "a", "o", "f", "zz");
 }
 
 TEST(JsonContainers, RemoveTakesOnlyWhatStandsHere) {
-    Document doc;
-    ASSERT_EQ(JsonTest::Parse(doc, R"({"a":[1,2,3],"b":[4],"c":7})"), Json::CODE_OK);
+    Document doc, other;
+    ASSERT_EQ(Parse(doc, R"({"a":[1,2,3],"b":[4],"c":7})"), Json::CODE_OK);
     Object& object = *doc.Object();
     Array& array = *object.Get("a")->Value()->Array();
-    Array::Element* const foreign = object.Get("b")->Value()->Array()->First();
-    EXPECT_FALSE(array.Remove(foreign));
-    EXPECT_FALSE(array.Remove(nullptr));
-
+    EXPECT_FALSE(array.Remove(object.Get("b")->Value()->Array()->First()) || array.Remove(nullptr));
     for (unsigned long index : {1UL, 1UL, 0UL}) { // the middle, the last, the only one
         Array::Element* const element = array.Get(index);
         EXPECT_TRUE(array.Remove(element));
         EXPECT_EQ(element->Value()->Parent(), nullptr);
         EXPECT_FALSE(array.Remove(element));
     }
-    EXPECT_EQ(array.First(), nullptr);
-    EXPECT_EQ(array.Last(), nullptr);
+    EXPECT_TRUE(array.First() == nullptr && array.Last() == nullptr);
     array.Append(5);
     EXPECT_TRUE(object.Remove(object.First()->Next()));
     EXPECT_EQ(Text(doc), R"({"a":[5],"c":7})");
-
-    Document other;
     other.Object()->Append("c", 7);
-    EXPECT_FALSE(object.Remove(other.Object()->First()));
-    EXPECT_FALSE(object.Remove(nullptr));
+    EXPECT_FALSE(object.Remove(other.Object()->First()) || object.Remove(nullptr));
     EXPECT_TRUE(object.Remove(object.Last()) && object.Remove(object.First()));
     EXPECT_EQ(Text(doc), "{}");
 }
 
 TEST(JsonContainers, AppendCopyTakesAnyValueOfAnyDocument) {
-    Document from;
-    ASSERT_EQ(JsonTest::Parse(from, R"({"k":[1,{"m":"t"}]})"), Json::CODE_OK);
-    Document doc;
+    Document from, doc;
+    ASSERT_EQ(Parse(from, R"({"k":[1,{"m":"t"}]})"), Json::CODE_OK);
     Object& object = *doc.Object();
     EXPECT_NE(object.AppendCopy("x", from.Object()->First()->Value()), nullptr);
     EXPECT_TRUE(object.AppendCopy("none", nullptr)->IsNull());
@@ -161,15 +122,11 @@ TEST(JsonContainers, AppendCopyTakesAnyValueOfAnyDocument) {
 TEST(JsonObject, ADuplicateNameIsLoggedAndKept) {
     LogCapture log;
     Document doc;
-    Object& object = *doc.Object();
-    object.Append("a", 1);
-    object.Append("A", 2);
-    EXPECT_TRUE(log.Take().empty());
-    EXPECT_NE(object.Append("a", 3), nullptr);
-    EXPECT_EQ(log.Take(), LogCapture::LinesT({"W Json::Object: AppendMember: duplicate key: \"a\"."}));
     int n = 0;
-    EXPECT_TRUE(object.Get("a", n));
-    EXPECT_EQ(n, 1);
+    for (char const* name : {"a", "A", "a"})
+        EXPECT_NE(doc.Object()->Append(name, ++n), nullptr);
+    EXPECT_EQ(log.Take(), LogCapture::LinesT{"W Json::Object: AppendMember: duplicate key: \"a\"."});
+    EXPECT_TRUE(doc.Object()->Get("a", n) && n == 1);
     EXPECT_EQ(Text(doc), R"({"a":1,"A":2,"a":3})");
 }
 

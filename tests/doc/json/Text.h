@@ -7,11 +7,15 @@
 #include <string>
 #include <string_view>
 
+#include <gtest/gtest.h>
+
 namespace JsonTest {
+
+using Json::Array, Json::Document, Json::Object, Json::Value;
 
 inline constexpr long ANY_SIZE = 1L << 40;
 
-inline std::string Text(Json::Value const& value, bool compact = true) {
+inline std::string Text(Value const& value, bool compact = true) {
     Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4096, ANY_SIZE);
     EXPECT_TRUE(Json::Print(stream, value, compact) && stream.Flush());
     return {stream.Str().Cstr(), stream.Str().Size()};
@@ -20,8 +24,8 @@ inline std::string Text(Json::Value const& value, bool compact = true) {
 inline CString View(std::string_view text) { return {text.data(), text.size()}; }
 
 // The code, as a number that compares and prints.
-inline uint32_t Parse(Json::Document& document, std::string_view text,
-                      Json::Document::ParseT what = Json::Document::PARSE_ANY) {
+inline uint32_t Parse(Document& document, std::string_view text,
+                      Document::ParseT what = Document::PARSE_ANY) {
     return document.Parse(View(text), what).Code();
 }
 
