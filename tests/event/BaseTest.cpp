@@ -1,7 +1,9 @@
 #include "zeb/event/Base.h"
 
 #include "tests/event/Notes.h"
+#include "tests/support/Clock.h"
 #include "tests/support/Heap.h"
+#include "zeb/core/StringMap.h"
 #include "zeb/core/Time.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Node.h"
@@ -50,12 +52,19 @@ TEST(EventBase, PrintsPublicEventsWholeOrNotAtAll) {
     Xml::Document document;
     EXPECT_FALSE(Note(1, "Event::Type::AuditLog", false).PrintXml(document));
     EXPECT_FALSE(Note(1).PrintXml(document));
+    Clock clock;
+    clock.Advance(-Time::Monotonic().Milliseconds() - 1000);
+    Note early(1, "Event::Type::AuditLog");
+    early.MarkRaised();
+    EXPECT_FALSE(early.PrintXml(document));
     EXPECT_EQ(document.FirstNode(), nullptr);
     EXPECT_EQ(log.Take(),
               LinesT({"E Event::Base: can not create an XML event: \"Event::Type::AuditLog\" event instance "
                       "was not initialized.",
                       "E Event::Base: can not create an XML event: \"Event::Type::Note\" event is not "
-                      "public."}));
+                      "public.",
+                      "E Event::Base: can not create an XML event: \"Event::Type::AuditLog\" event has wrong "
+                      "raise time."}));
 }
 
 TEST(EventBase, ReadsYesAndNo) {
@@ -83,7 +92,6 @@ TEST(EventBase, CopiesATreeWithItsTypes) {
     Xml::Document whole;
     Note::CloneXml_(&source, &whole);
     ASSERT_EQ(whole.FirstNode()->Type(), Xml::Node::DOCUMENT);
-    EXPECT_EQ(Text(copy), "<a b=\"1\">t<c/><!--n--><d><e>u</e></d></a>");
     ForEveryAllocation([&](Heap& heap) {
         Xml::Document target;
         (void)target.AllocateString(nullptr, 1500);
@@ -91,6 +99,30 @@ TEST(EventBase, CopiesATreeWithItsTypes) {
         Note::CloneXml_(&source, &target);
         heap.Disarm();
         EXPECT_EQ(target.Valid(), !heap.Fired());
+    });
+    source.Clear();
+    text.assign(text.size(), '#');
+    EXPECT_EQ(Text(copy), "<a b=\"1\">t<c/><!--n--><d><e>u</e></d></a>") << "the source is gone";
+}
+
+TEST(EventBase, ReadsCookies) {
+    ForEveryAllocation([](Heap& heap) {
+        LogCapture log;
+        StringMap map;
+        heap.Arm();
+        bool const ok =
+            Note::Decode_("&a=1&b%3d=%26+&a=2&&c&d=e=f&%zz=1&g=%4&h=&=i", map) && Note::Decode_("", map);
+        heap.Disarm();
+        EXPECT_EQ(ok, !heap.Fired());
+        if (!ok) return;
+        std::string pairs;
+        for (unsigned long i = 0; i < map.Size(); ++i)
+            pairs += std::string(map.Key(i).Cstr()) + ":" + map.Get(i).Cstr() + " ";
+        EXPECT_EQ(pairs, ":i a:2 b=:&+ h: ");
+        EXPECT_EQ(log.Take(), LinesT({"E Event::Type::ZessCookie: invalid name-value pair: \"c\".",
+                                      "E Event::Type::ZessCookie: invalid name-value pair: \"d=e=f\".",
+                                      "E Event::Type::ZessCookie: invalid cookie name: \"%zz\".",
+                                      "E Event::Type::ZessCookie: invalid cookie value: \"%4\"."}));
     });
 }
 

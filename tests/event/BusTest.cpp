@@ -7,8 +7,9 @@
 #include "zeb/event/SenderImpl.h"
 
 #include <atomic>
+#include <initializer_list>
 #include <memory>
-#include <thread>
+#include <semaphore>
 #include <vector>
 
 namespace {
@@ -25,6 +26,20 @@ protected:
         for (unsigned long i = 0; i < states.Size(); ++i)
             count += states[i]->Name() == "Event sender" ? 1 : 0;
         return count;
+    }
+    // Until the thread waits on a lock that it has taken.
+    static bool AwaitWaiter(char const* name) {
+        for (int round = 0; round < 2000; ++round, Clock::RealPause(1)) {
+            AutoPVector<Thread::State, StdDeleter> states;
+            EXPECT_EQ(Thread::GetStates(states), 0x00220190u);
+            for (unsigned long i = 0; i < states.Size(); ++i) {
+                Array<Thread::Lock> const& locks = states[i]->Locks();
+                if (states[i]->Name() == name && locks.Size() != 0 &&
+                    &locks[locks.Size() - 1].State() == &Thread::Lock::WAITING)
+                    return true;
+            }
+        }
+        return false;
     }
     Acceptor::HandlerT Write(char name) {
         return [this, name](Note const& note) { calls_ += name + std::to_string(note.Value()) + " "; };
@@ -144,44 +159,75 @@ TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
         EXPECT_TRUE(ended);
     });
     ASSERT_TRUE(other.Start().Succeeded());
-    Clock::RealPause(20);
+    ASSERT_TRUE(AwaitWaiter("worker"));
     EXPECT_FALSE(unsubscribed);
-    EXPECT_TRUE(a.Subscribe()) << "detached or not yet: the handler is subscribed once";
+    EXPECT_TRUE(a.Subscribe()) << "detached: it is back until the waiting thread looks again";
     leave.release();
     ASSERT_TRUE(other.Stop());
     Send(2);
     EXPECT_EQ(calls_, "n1 n2 ");
 }
 
+// A lock whose attempts the test lets through one by one.
+class Gate : public Mutex {
+public:
+    using Mutex::Mutex;
+
+    bool TryLock() const override {
+        if (closed_) {
+            arrived.release();
+            pass.acquire();
+        }
+        return Mutex::TryLock();
+    }
+    void Open() {
+        closed_ = false;
+        pass.release();
+    }
+
+    mutable std::counting_semaphore<> arrived{0}, pass{0};
+
+private:
+    std::atomic<bool> closed_ = true;
+};
+
 TEST_F(EventBus, ReportsAcceptorsWhoseLockIsHeld) {
     Clock clock;
-    Mutex const lock{Mutex::CACHE};
-    Acceptor a(Write('a'), &lock, "late"), b(Write('b'), &lock, "never");
-    ASSERT_TRUE(a.Subscribe() && b.Subscribe());
-    {
-        Mutex::Guard const guard(lock);
-        Send(1, Event::ASYNC);
-        for (long const second : {29, 30, 45, 62, 89, 90, 95}) {
-            ASSERT_TRUE(clock.AwaitWaiters(1));
+    Gate outer(Mutex::BACKUP_CONFIGURATOR), inner(Mutex::CACHE);
+    Acceptor a(Write('a'), &inner, "late"), b(Write('b'), &outer, "later"), c(Write('c'), &inner, "never");
+    ASSERT_TRUE(a.Subscribe() && b.Subscribe() && c.Subscribe());
+    auto const attempts = [&clock](Gate& gate, std::initializer_list<long> seconds) {
+        for (long const second : seconds) {
             clock.Advance(second * 1000 - clock.Moved() / 1000000);
-            Clock::RealPause(5);
+            gate.arrived.acquire();
+            gate.pass.release();
+            ASSERT_TRUE(clock.AwaitWaiters(1));
         }
+    };
+    {
+        Mutex::Guard const outerGuard(outer);
+        {
+            Mutex::Guard const innerGuard(inner);
+            Send(1, Event::ASYNC);
+            attempts(inner, {0, 29, 30, 45, 62, 89, 90, 95});
+            c.Unsubscribe(); // does not wait: nobody is being called
+        }
+        inner.Open();
+        attempts(outer, {96, 125, 126}); // from 96 on, when the call of the first ended
+        clock.Advance(1000);
+        outer.arrived.acquire();
+        outer.Open();
+        b.Unsubscribe(); // goes on although this thread holds the lock
         ASSERT_TRUE(clock.AwaitWaiters(1));
-        b.Unsubscribe(); // does not wait: nobody is being called
+        clock.Advance(1000);
     }
-    clock.Advance(1000);
     Send(2);
     EXPECT_EQ(calls_, "a1 a2 ");
-    LinesT const lines = log_.Take();
-    ASSERT_EQ(lines.size(), 3u);
-    char const* const seconds[] = {"30", "62", "90"};
-    for (unsigned long i = 0; i < 3; ++i) {
-        EXPECT_EQ(lines[i],
-                  std::string("W Event::Forwarder: unable to send \"Event::Type::Note\" to \"late\" for ") +
-                      seconds[i] + " seconds.");
-    }
+    std::string const line = "W Event::Forwarder: unable to send \"Event::Type::Note\" to \"late";
+    EXPECT_EQ(log_.Take(), LinesT({line + "\" for 30 seconds.", line + "\" for 62 seconds.",
+                                   line + "\" for 90 seconds.", line + "r\" for 30 seconds."}));
     ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded());
-    Acceptor slow([&](Note const&) { clock.Advance(150); }, &lock, "slow");
+    Acceptor slow([&](Note const&) { clock.Advance(150); }, &inner, "slow");
     ASSERT_TRUE(slow.Subscribe());
     Send(3);
     EXPECT_TRUE(log_.Has("W Event::Forwarder: sending \"Event::Type::Note\" to \"slow\" for 150 ms."));

@@ -28,6 +28,7 @@ public:
     int Value() const { return value_; }
 
     using Base::CloneXml_;
+    using Base::Decode_;
 
 private:
     int value_;

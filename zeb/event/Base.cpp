@@ -27,9 +27,15 @@ bool IsPublic(char const* ident) {
     return false;
 }
 
-// Without its children; null if memory ran out.
+Xml::String CopyText(CString const& text, Xml::Document& document) {
+    return text.Empty() ? Xml::String() : document.AllocateString(text.Cstr(), text.Size());
+}
+
+// Without its children; null if memory ran out, for a text too.
 Xml::Node* CopyNode(Xml::Node const& source, Xml::Document& document) {
-    Xml::Node* const node = document.AllocateNode(source.Type(), source.Name(), source.Value());
+    Xml::String const name = CopyText(source.Name(), document);
+    Xml::String const value = CopyText(source.Value(), document);
+    Xml::Node* const node = document.AllocateNode(source.Type(), name, value);
     if (node == nullptr) return nullptr;
     for (Xml::Attribute const* attribute = source.FirstAttribute(); attribute != nullptr;
          attribute = attribute->NextAttribute()) {

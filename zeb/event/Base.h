@@ -96,7 +96,8 @@ protected:
     static void CloneXml_(Xml::Node const* source, Xml::Node* parent);
 
     // "name=value&name=value" with percent-encoded parts into the map; the last value of a name wins. Pairs
-    // that are not valid are logged and skipped. False if memory ran out.
+    // that are not valid are logged and skipped. False if memory ran out; the pairs so far are in the map
+    // then.
     static bool Decode_(CString const& text, StringMap& map);
 
 private:
