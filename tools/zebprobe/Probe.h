@@ -41,6 +41,8 @@ VerbsT const& JsonVerbs();
 VerbsT const& XmlVerbs();
 VerbsT const& TimeVerbs();
 VerbsT const& IntegerVerbs();
+VerbsT const& AddressVerbs();
+VerbsT const& UriVerbs();
 
 // The verb of that name, or null.
 Verb const* FindVerb(std::string_view name);
@@ -53,6 +55,10 @@ int Main(int argc, char** argv);
 // 0x20 to 0x7E.
 std::string Quoted(std::string_view text);
 
+// For verbs without words.
+inline char const* CheckNothing(Options const&) { return nullptr; }
+
+inline CString Text(std::string const& input) { return {input.data(), input.size()}; }
 inline std::string_view View(CString const& text) { return {text.Cstr(), text.Size()}; }
 
 // A number in decimal, or in hexadecimal behind 0x; false if the word is anything else or above `max`.

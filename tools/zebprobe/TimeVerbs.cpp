@@ -16,10 +16,6 @@ char const* CheckDate(Options const& options) {
     return IndexOf(options.words[1], MODES) < 0 ? "MODE is 'gmt' or 'local'" : nullptr;
 }
 
-char const* CheckNothing(Options const&) { return nullptr; }
-
-CString Text(std::string const& input) { return {input.data(), input.size()}; }
-
 Result RunDate(std::string const& input, Options const& options) {
     unsigned long number = 0;
     ParseNumber(options.words[0], LAST_FORMAT, number);

@@ -7,7 +7,7 @@ namespace Probe {
 
 namespace {
 
-VerbsT const& (*const FAMILIES[])() = {JsonVerbs, XmlVerbs, TimeVerbs, IntegerVerbs};
+VerbsT const& (*const FAMILIES[])() = {JsonVerbs, XmlVerbs, TimeVerbs, IntegerVerbs, AddressVerbs, UriVerbs};
 
 char const HEAD[] =
     "usage: zebprobe VERB [options] < list-of-paths\n"

@@ -25,8 +25,6 @@ char const* CheckFlags(Options const& options) {
     return printFlags ? nullptr : "PRINTFLAGS is a number up to 15";
 }
 
-char const* CheckNothing(Options const&) { return nullptr; }
-
 unsigned long Word(Options const& options, std::size_t index) {
     unsigned long number = 0;
     ParseNumber(options.words[index], ~0UL, number);

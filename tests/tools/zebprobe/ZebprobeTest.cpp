@@ -44,6 +44,21 @@ Row const ROWS[] = {
     {{"int", "char", "hex"}, "ff", "0fff0000\t-1 0xff"},
     {{"int", "ushort", "decimal"}, "65536", "cffd0000\t"},
     {{"int", "long", "decimal"}, "-9223372036854775808", "0fff0000\t-9223372036854775808 0x8000000000000000"},
+    {{"ip4"}, "192.168.0.1", "0fff0000\t192.168.0.1"},
+    {{"ip4"}, "1.2.3.4\n", "cffd0000\t"},
+    {{"ip6"}, "20010DB8000000000000000000000001", "0fff0000\t2001:db8::1"},
+    {{"block4"}, "10.0.0.1/255.255.0.0", "0fff0000\t10.0.0.1/16"},
+    {{"block6"}, "FE80:0::1/64", "0fff0000\tfe80::1/64"},
+    {{"prefix6"}, "fe80::1/64", "cffd0000\t"},
+    {{"prefix6"}, "fe80::/64", "0fff0000\tfe80::/64"},
+    {{"mac"}, "AA:bb:CC:00:11:22", "0fff0000\taa:bb:cc:00:11:22"},
+    {{"domain"}, "a-1.example", "0fff0000\ta-1.example"},
+    {{"domain"}, "a..b", "cffd0000\t"},
+    {{"punycode"}, "mnchen-3ya", R"(0fff0000	"m\xc3\xbcnchen")"},
+    {{"uri"}, "http://h/?q #", R"(0fff0000	scheme="http" authority="h" path="/" query="q")"},
+    {{"uri"}, std::string(1, '\0'), "cffd0000\t"},
+    {{"authority"}, "u:p%40@[::1]:80", R"(0fff0000	user="u" password="p@" host="::1" port="80")"},
+    {{"authority"}, ":80", "cffd0000\t"},
 };
 
 TEST(ZebprobeTest, EachVerbTellsCodeAndResult) {
