@@ -26,8 +26,9 @@
 // int. Pointers and views live as long as the content of the document.
 //
 // Getters are local objects, used in one go by one thread; no operation allocates or logs. Members may die
-// before what they hang in, or after. Each getter reads once: a second Get() fails, except that of a required
-// scalar.
+// before what they hang in, or after; one that has died is no way up any more, so an NValue or UValue below
+// which reading goes on later is a named object too. Each getter reads once: a second Get() fails, except
+// that of a required scalar.
 
 #include "zeb/core/Intrusive.h"
 #include "zeb/doc/json/Kind.h"
@@ -218,7 +219,8 @@ public:
         : Container_(object != nullptr)
         , object_(object) {}
     // To be hung in another getter. Optional if there is a success, which then has the result: false when the
-    // value is no object, or missing, or its content failed.
+    // value is missing or no object. False as well when its content failed, but that fails the getters above
+    // too.
     explicit Object(bool* success = nullptr)
         : Container_(success) {}
 

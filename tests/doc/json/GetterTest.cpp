@@ -1,0 +1,177 @@
+#include "zeb/doc/json/Getter.h"
+#include "tests/doc/json/Text.h"
+
+#include <gtest/gtest.h>
+#include <optional>
+
+using namespace Json::Getter;
+using Json::Document;
+using Json::NullT;
+
+namespace {
+
+template<class T>
+bool Same(T const& a, T const& b) {
+    if constexpr (std::is_same_v<T, NullT>)
+        return true;
+    else
+        return a == b;
+}
+
+// A list of a value that a T holds and of one that it does not, each read by all forms.
+template<class T>
+void ExpectFamily(char const* text, T const& good, T const& junk) {
+    SCOPED_TRACE(text);
+    Document doc, copies;
+    ASSERT_EQ(JsonTest::Parse(doc, text), Json::CODE_OK);
+    for (bool const match : {true, false}) {
+        Json::Value const& value = *doc.Array()->Get(match ? 0 : 1)->Value();
+        copies.InitObject();
+        copies.Object()->AppendCopy("k", &value);
+        Json::Array* const twice = copies.Object()->AppendArray("twice");
+        twice->AppendCopy(&value), twice->AppendCopy(&value);
+
+        T items[] = {junk, junk, junk, junk, junk};
+        T const* pointers[] = {&junk, &junk, &junk, &junk, &junk};
+        Scalar required(items[0]), optional(&pointers[0]);
+        EXPECT_TRUE(Same(items[0], T()) && pointers[0] == nullptr && !required && !optional);
+        EXPECT_TRUE(required.Get(value) == match && optional.Get(value) && required == match &&
+                    optional == match);
+        Array list(twice), loop(twice);
+        Object record(copies.Object()), members(copies.Object());
+        EXPECT_EQ(list >> Element(&pointers[1]) >> Element(items[1]), match);
+        EXPECT_EQ(record >> Member("k", &pointers[2]) >> Member("k", items[2]), match);
+        UValue::Iterator element = loop.begin();
+        NValue::Iterator member = members.begin();
+        Element const e1(element, &pointers[3]);
+        Member const m1(member, &pointers[4]);
+        EXPECT_TRUE(loop && members && m1.Name() == CString("k") && e1 == match && m1 == match);
+        Element const e2(++element, items[3]);
+        Member const m2(member, items[4]);
+        EXPECT_TRUE(loop == match && members == match);
+        for (T const& item : items)
+            EXPECT_TRUE(Same(item, match ? good : T()));
+        for (T const* pointer : pointers)
+            EXPECT_TRUE((pointer != nullptr) == match && (!match || Same(*pointer, good)));
+    }
+}
+
+TEST(JsonGetter, EachTypeIsReadByAllFormsOrLeavesZero) {
+    ExpectFamily<NullT>("[null,false]", {}, {});
+    ExpectFamily<bool>("[true,null]", true, true);
+    ExpectFamily<CString>("[\"t\\u0000x\",1]", CString("t\0x", 3), "junk");
+    ExpectFamily<char>("[-128,128]", -128, 9);
+    ExpectFamily<unsigned char>("[255,300]", 255, 9);
+    ExpectFamily<short>("[-32768,32768]", -32768, 9);
+    ExpectFamily<unsigned short>("[65535,65536]", 65535, 9);
+    ExpectFamily<int>("[-2147483648,2147483648]", -2147483647 - 1, 9);
+    ExpectFamily<unsigned int>("[4294967295,-1]", 4294967295U, 9);
+    ExpectFamily<long>("[-5,9223372036854775808]", -5, 9);
+    ExpectFamily<unsigned long>("[18446744073709551615,-1]", ~0UL, 9);
+    ExpectFamily<long long>("[4294967296,\"1\"]", 4294967296LL, 9);
+    ExpectFamily<unsigned long long>("[9223372036854775808,0.5]", 1ULL << 63, 9);
+    ExpectFamily<double>("[-0.5,1]", -0.5, 9);
+}
+
+TEST(JsonGetter, AFailureReachesTheTopExceptThroughWhatIsOptional) {
+    struct Row {
+        char const* text;
+        bool top, hasObject, hasList;
+        int a, b, first, second;
+    };
+    for (Row const& row : {Row{R"({"a":1,"o":{"b":2},"l":[3,4,"more"]})", true, true, true, 1, 2, 3, 4},
+                           {R"({"a":1,"o":null,"l":{}})", true, false, false, 1, 0, 0, 0},
+                           {R"({"a":1})", true, false, false, 1, 0, 0, 0},
+                           {R"({"o":{"b":2},"l":[3,4]})", false, false, false, 0, 0, 0, 0},
+                           {R"({"a":1,"o":{"b":"x"},"l":[3,4]})", false, false, false, 1, 0, 0, 0},
+                           {R"({"a":1,"o":{"b":2},"l":[3]})", false, true, false, 1, 2, 3, 0},
+                           {R"({"a":1,"o":{"b":2},"l":[3,0.5]})", false, true, false, 1, 2, 3, 0}}) {
+        SCOPED_TRACE(row.text);
+        Document doc;
+        ASSERT_EQ(JsonTest::Parse(doc, row.text), Json::CODE_OK);
+        bool hasObject = true, hasList = true;
+        int a = 9, b = 9, first = 9, second = 9;
+        Object top(doc.Object()), object(&hasObject);
+        Array list(&hasList);
+        top >> Member("a", a) >> NValue("o", object >> Member("b", b)) >>
+            NValue("l", list >> Element(first) >> Element(second));
+        EXPECT_TRUE(top == row.top && hasObject == row.hasObject && hasList == row.hasList);
+        EXPECT_TRUE(a == row.a && b == row.b && first == row.first && second == row.second);
+    }
+}
+
+TEST(JsonGetter, AGetterWithoutABoolIsRequiredAndReadsOnce) {
+    for (auto const& [text, ok] : {std::pair{R"({"o":{}})", true}, {R"({"o":[]})", false}, {"{}", false}}) {
+        Document doc;
+        ASSERT_EQ(JsonTest::Parse(doc, text), Json::CODE_OK);
+        Object top(doc.Object()), object;
+        top >> NValue("o", object);
+        EXPECT_TRUE(top == ok && object == ok && !object.IsOptional() && !(ok && object.Get(doc)));
+    }
+    Document doc;
+    Object none(static_cast<Json::Object const*>(nullptr));
+    Array nothing(doc.Array());
+    EXPECT_FALSE(none || none.Get(doc) || nothing || nothing.Get(doc) || Object(doc.Object()).Get(doc));
+    Json::Value const value(doc, 7);
+    int const* pointer = nullptr;
+    Scalar optional(&pointer);
+    EXPECT_TRUE(optional.Get(value) && pointer != nullptr);
+    EXPECT_FALSE(optional.Get(value) || optional || pointer != nullptr);
+    EXPECT_TRUE(Scalar(static_cast<int const**>(nullptr)).Get(value));
+}
+
+TEST(JsonGetter, ALoopReadsEachItemAndAMismatchFailsAllAbove) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc, R"({"list":[{"n":1},{"n":20},{"n":300}]})"), Json::CODE_OK);
+    Object top(doc.Object());
+    Array list;
+    NValue place("list", list); // keeps the way up open
+    top >> place;
+    unsigned sum = 0;
+    for (UValue::Iterator& item : list) {
+        EXPECT_TRUE(list && top);
+        unsigned char byte = 9;
+        Object record;
+        UValue const element(item, record);
+        sum += record >> Member("n", byte) ? byte : 1000;
+    }
+    EXPECT_TRUE(sum == 1021 && !list && !top);
+}
+
+TEST(JsonGetter, AChildHangsOnceAndNeverBelowItself) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc, R"({"a":1})"), Json::CODE_OK);
+    int a = 9;
+    Object first(doc.Object()), above, top, ring;
+    Member member("a", a);
+    {
+        Object gone(doc.Object());
+        EXPECT_TRUE(gone >> member && member && a == 1);
+    }
+    NValue place("f", first);
+    above >> place;
+    EXPECT_FALSE(first.AddMember_(first, member)); // not even when its parent is gone
+    EXPECT_TRUE(!first && !member && a == 0);
+    NValue again("f", first), abovePlace("x", above), ringPlace("x", ring);
+    EXPECT_FALSE(top.AddMember_(top, again));          // hangs below `above`
+    EXPECT_FALSE(ring.AddMember_(ring, ringPlace));    // in itself
+    EXPECT_FALSE(first.AddMember_(first, abovePlace)); // above it already
+    EXPECT_TRUE(top.AddMember_(top, abovePlace));
+}
+
+TEST(JsonGetter, ChildrenAndParentsMayDieInAnyOrder) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc, R"({"o":{"b":2}})"), Json::CODE_OK);
+    int a = 9, b = 9;
+    std::optional<Object> outer(std::in_place), inner(std::in_place);
+    std::optional<NValue> place(std::in_place, "o", *inner);
+    Member stays("b", b);
+    *inner >> Member("missing", a) >> stays;
+    EXPECT_TRUE((*outer >> *place).Get(doc) && a == 0 && b == 2);
+    inner.reset();
+    EXPECT_FALSE(*place || outer->GetMember_(*place));
+    outer.reset(), place.reset();
+    EXPECT_TRUE(stays);
+}
+
+} // namespace
