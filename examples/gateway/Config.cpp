@@ -1,9 +1,9 @@
 #include "Config.h"
 
 #include "zeb/core/ErrorString.h"
-#include "zeb/doc/json/Array.h"
 #include "zeb/doc/json/Codes.h"
 #include "zeb/doc/json/Document.h"
+#include "zeb/doc/json/Getter.h"
 #include "zeb/doc/json/Object.h"
 #include "zeb/io/File.h"
 #include "zeb/io/StringStream.h"
@@ -71,24 +71,42 @@ bool ReadText(CString const& path, Io::StringStream& text, StringAccumulator& er
     return false;
 }
 
-bool TakeText(CString const& name, Json::Value const& value, String& out, StringAccumulator& error) {
-    if (!value.IsString() || value.String().Size() == 0) {
-        error << '"' << name << "\" must be a text";
-        return false;
-    }
-    if (out.Assign(value.String().Cstr(), value.String().Size())) return true;
-    error << "out of memory";
-    return false;
+// A setting that was found, as a getter read it, or not.
+struct Setting {
+    char const* name;
+    bool isGood;
+    char const* expected;
+};
+
+bool IsText(CString const* text) { return text != nullptr && !text->Empty(); }
+
+bool IsPeriod(long const* period) {
+    return period != nullptr && *period >= MIN_PERIOD && *period <= MAX_PERIOD;
 }
 
-bool TakePeriod(CString const& name, Json::Value const& value, long& out, StringAccumulator& error) {
-    if (!value.IsLong() || value.Long() < MIN_PERIOD || value.Long() > MAX_PERIOD) {
-        error << '"' << name << "\" must be a whole number of milliseconds from " << MIN_PERIOD << " to "
-              << MAX_PERIOD;
+constexpr char const PERIOD_EXPECTED[] = "a whole number of milliseconds from 100 to 60000";
+
+// What stands in the file must be a setting, and good.
+bool Check(Json::Object const& settings, Setting const* known, unsigned long count,
+           StringAccumulator& error) {
+    for (Json::Object::Member const* member = settings.First(); member != nullptr; member = member->Next()) {
+        Setting const* setting = known;
+        while (setting != known + count && member->Name() != setting->name)
+            ++setting;
+        if (setting == known + count) {
+            error << "there is no setting \"" << member->Name() << '"';
+            return false;
+        }
+        if (setting->isGood) continue;
+        error << '"' << setting->name << "\" must be " << setting->expected;
         return false;
     }
-    out = value.Long();
     return true;
+}
+
+bool Copy(String& to, CString const* text, char const* otherwise) {
+    CString const from = text != nullptr ? *text : CString(otherwise);
+    return to.Assign(from.Cstr(), from.Size());
 }
 
 } // namespace
@@ -110,42 +128,44 @@ bool Config::Load(CString const& path, StringAccumulator& error) {
 }
 
 bool Config::Take_(Json::Object const& settings, StringAccumulator& error) {
-    if (!name_.Assign("gateway", 7)) {
-        error << "out of memory";
+    using Json::Getter::Member;
+    CString const *name, *stateFile;
+    long const *samplePeriod, *statePeriod, *heartbeatPeriod;
+    bool hasInterfaces = false;
+    Json::Getter::Array interfaces(&hasInterfaces);
+    Json::Getter::Object record(&settings);
+    record >> Member("name", &name) >> Member("state_file", &stateFile) >>
+        Member("sample_period", &samplePeriod) >> Member("state_period", &statePeriod) >>
+        Member("heartbeat_period", &heartbeatPeriod) >> Json::Getter::NValue("interfaces", interfaces);
+    bool const isList = hasInterfaces && TakeInterfaces_(interfaces);
+    Setting const known[] = {
+        {"name", IsText(name), "a text"},
+        {"state_file", IsText(stateFile), "a text"},
+        {"sample_period", IsPeriod(samplePeriod), PERIOD_EXPECTED},
+        {"state_period", IsPeriod(statePeriod), PERIOD_EXPECTED},
+        {"heartbeat_period", IsPeriod(heartbeatPeriod), PERIOD_EXPECTED},
+        {"interfaces", isList, "a list of names"},
+    };
+    if (!Check(settings, known, sizeof(known) / sizeof(known[0]), error)) return false;
+    if (stateFile == nullptr) {
+        error << "\"state_file\" is missing";
         return false;
     }
-    for (Json::Object::Member const* member = settings.First(); member; member = member->Next()) {
-        if (!TakeOne_(member->Name(), *member->Value(), error)) return false;
-    }
-    if (stateFile_.Size() != 0) return true;
-    error << "\"state_file\" is missing";
+    if (samplePeriod != nullptr) samplePeriod_ = *samplePeriod;
+    if (statePeriod != nullptr) statePeriod_ = *statePeriod;
+    if (heartbeatPeriod != nullptr) heartbeatPeriod_ = *heartbeatPeriod;
+    if (Copy(name_, name, "gateway") && Copy(stateFile_, stateFile, "") && hasMemory_) return true;
+    error << "out of memory";
     return false;
 }
 
-bool Config::TakeOne_(CString const& name, Json::Value const& value, StringAccumulator& error) {
-    if (name.Compare("name") == 0) return TakeText(name, value, name_, error);
-    if (name.Compare("state_file") == 0) return TakeText(name, value, stateFile_, error);
-    if (name.Compare("sample_period") == 0) return TakePeriod(name, value, samplePeriod_, error);
-    if (name.Compare("state_period") == 0) return TakePeriod(name, value, statePeriod_, error);
-    if (name.Compare("interfaces") == 0) return TakeInterfaces_(value, error);
-    error << "there is no setting \"" << name << '"';
-    return false;
-}
-
-bool Config::TakeInterfaces_(Json::Value const& value, StringAccumulator& error) {
-    if (!value.IsArray()) {
-        error << "\"interfaces\" must be a list of names";
-        return false;
-    }
-    for (Json::Array::Element const* element = value.Array()->First(); element; element = element->Next()) {
-        if (!element->Value()->IsString()) {
-            error << "\"interfaces\" must be a list of names";
-            return false;
-        }
-        if (!interfaces_.PushBack(element->Value()->String())) {
-            error << "out of memory";
-            return false;
-        }
+// False if an element is no name.
+bool Config::TakeInterfaces_(Json::Getter::Array& list) {
+    for (Json::Getter::UValue::Iterator& item : list) {
+        CString interface;
+        Json::Getter::Element const element(item, interface);
+        if (!element) return false;
+        if (!interfaces_.PushBack(interface)) hasMemory_ = false;
     }
     return true;
 }

@@ -1,14 +1,22 @@
-// gateway: the sample daemon. Samples the counters of its machine, keeps a state file up to date, and tells
-// its status as XML and as JSON when it ends.
+// gateway: the sample daemon. Samples the counters of its machine, keeps a state file up to date and a
+// history, raises events when its links change, and tells its status as XML and as JSON when it ends.
 
 #include "Config.h"
+#include "EventPrinter.h"
+#include "History.h"
+#include "Interfaces.h"
 #include "Report.h"
+#include "Sampler.h"
+#include "StateFile.h"
 #include "Telemetry.h"
-#include "Workers.h"
+#include "ThreadLoad.h"
 
 #include "zeb/core/Time.h"
+#include "zeb/event/Bus.h"
+#include "zeb/event/SystemEvents.h"
 #include "zeb/io/StdStream.h"
 #include "zeb/runtime/Main.h"
+#include "zeb/runtime/Timer.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -17,11 +25,12 @@ namespace {
 
 constexpr int EXIT_USAGE = 2; // a wrong command line, or a configuration that cannot be used
 constexpr long POLL_PERIOD = 100;
+constexpr long QUEUE_IDLE = 5000; // milliseconds after which the thread of the tasks ends
 
 struct Options {
     bool console = false;
     bool status = false;
-    char const* proc = "/proc";
+    char const* root = ""; // of the folders /proc and /sys
     char const* config = nullptr;
 
     bool Parse(int argc, char** argv) {
@@ -30,8 +39,8 @@ struct Options {
                 console = true;
             } else if (strcmp(argv[i], "--status") == 0) {
                 status = true;
-            } else if (strcmp(argv[i], "--proc") == 0 && i + 1 < argc) {
-                proc = argv[++i];
+            } else if (strcmp(argv[i], "--root") == 0 && i + 1 < argc) {
+                root = argv[++i];
             } else if (argv[i][0] != '-' && !config) {
                 config = argv[i];
             } else {
@@ -61,30 +70,66 @@ public:
     }
 
     int Run() override {
-        Sampler sampler(config_, options_.proc, telemetry_);
-        StateWriter writer(config_, telemetry_);
-        if (sampler.Start().Failed()) return EXIT_FAILURE;
-        if (writer.Start().Failed()) {
-            (void)sampler.Stop(); // the failure has been reported
+        if (!Start_()) {
+            Stop_();
             return EXIT_FAILURE;
         }
         Log(Log::INFO, IDENT, config_.Name().Cstr(), "started");
+        (void)Event::Raise(Event::SystemReady(Time::Monotonic()), nullptr, Event::ASYNC, Event::DIRECT);
+        heartbeat_.Set(config_.HeartbeatPeriod());
         while (!StopRequested())
             Sleep(POLL_PERIOD);
-        bool const stopped = sampler.Stop() && writer.Stop();
+        Stop_();
+        bool const good = !options_.status || PrintStatus_();
         Log(Log::INFO, IDENT, config_.Name().Cstr(), "stopped");
-        return (!options_.status || PrintStatus_()) && stopped ? EXIT_SUCCESS : EXIT_FAILURE;
+        return good ? EXIT_SUCCESS : EXIT_FAILURE;
     }
 
 private:
-    bool PrintStatus_() const {
-        Io::StdOut out;
-        return PrintXmlStatus(out, config_, telemetry_) && PrintJsonStatus(out, config_, telemetry_);
+    // What fails has been reported.
+    bool Start_() {
+        bool const isWhole = queue_.Initialized() && stateFile_.Initialized() && heartbeat_.Initialized() &&
+                             history_.Initialized() && load_.Initialized();
+        if (!isWhole || stateFile_.Start().Failed()) return false;
+        if (!interfaces_.Start() || (options_.console && !eventPrinter_.Start()) || !sampler_.Start())
+            return false;
+        history_.Activate();
+        load_.Activate();
+        return true;
     }
 
+    void Stop_() {
+        heartbeat_.Cancel();
+        load_.Deactivate();
+        history_.Deactivate();
+        sampler_.Stop();
+        stateFile_.Stop();
+        eventPrinter_.Stop();
+    }
+
+    void OnHeartbeat_() {
+        (void)Event::Raise(Event::Heartbeat(), nullptr, Event::ASYNC, Event::DIRECT);
+        heartbeat_.Set(config_.HeartbeatPeriod());
+    }
+
+    bool PrintStatus_() const {
+        Io::StdOut out;
+        Report const report{config_, telemetry_, history_, interfaces_, load_};
+        return report.PrintXml(out) && report.PrintJson(out);
+    }
+
+    // Each stands behind what it uses, so that it ends first.
     Options const& options_;
     Config config_;
     Telemetry telemetry_;
+    Interfaces interfaces_;
+    EventPrinter eventPrinter_;
+    History history_{telemetry_};
+    ThreadLoad load_;
+    Task::Queue queue_{"State", QUEUE_IDLE, nullptr};
+    StateFile stateFile_{config_, telemetry_, queue_};
+    Sampler sampler_{config_, options_.root, telemetry_, stateFile_};
+    Timer<Gateway> const heartbeat_{"Heartbeat", this, &Gateway::OnHeartbeat_, nullptr};
 };
 
 } // namespace
@@ -92,7 +137,7 @@ private:
 int main(int argc, char** argv) {
     Options options;
     if (!options.Parse(argc, argv)) {
-        Io::StdErr() << "usage: gateway [--console] [--status] [--proc FOLDER] CONFIG" << Io::Endl;
+        Io::StdErr() << "usage: gateway [--console] [--status] [--root FOLDER] CONFIG" << Io::Endl;
         return EXIT_USAGE;
     }
     Gateway gateway(options);

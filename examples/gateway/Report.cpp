@@ -7,7 +7,6 @@
 #include "zeb/doc/xml/Node.h"
 #include "zeb/doc/xml/Print.h"
 #include "zeb/io/OStream.h"
-#include "zeb/runtime/Thread.h"
 
 namespace {
 
@@ -40,7 +39,8 @@ void ForCounts(Telemetry::Counts const& counts, Visit visit) {
 template<class Visit>
 void ForInterface(InterfaceSample const& interface, Visit visit) {
     for (Item const& item : {Item{"rx_bytes", interface.rxBytes}, Item{"rx_packets", interface.rxPackets},
-                             Item{"tx_bytes", interface.txBytes}, Item{"tx_packets", interface.txPackets}})
+                             Item{"tx_bytes", interface.txBytes}, Item{"tx_packets", interface.txPackets},
+                             Item{"speed", interface.speed}})
         visit(item);
 }
 
@@ -55,7 +55,7 @@ struct TimeText {
 
 // A failed append gives null, and so does every further one of the document: a tree is built without tests,
 // and the document is asked once at its end.
-bool PrintXmlStatus(Io::OStream& stream, Config const& config, Telemetry const& telemetry) {
+bool Report::PrintXml(Io::OStream& stream) const {
     Sample sample;
     Telemetry::Counts counts;
     if (!telemetry.Get(sample, counts)) return false;
@@ -77,13 +77,17 @@ bool PrintXmlStatus(Io::OStream& stream, Config const& config, Telemetry const& 
         Xml::Node* const node = root->AppendToArray("interface");
         if (!node) break;
         node->AppendElement("name", CString(interface.name));
+        node->AppendElement("address", Network::IpBlock::Str(interfaces.Address(interface.name)).Cstr());
         ForInterface(interface, addTo(node));
     }
-    if (!Thread::SelfStatus()->AttachTo(*root) || !document.Valid()) return false;
+    Xml::Node* const samples = root->AppendElement("history");
+    if (samples == nullptr || !history.AttachTo(*samples) || Thread::AttachThreadsTo(load, *root).Failed() ||
+        !Thread::SelfStatus()->AttachTo(*root) || !document.Valid())
+        return false;
     return Xml::Print(stream, document) && stream.Flush();
 }
 
-bool PrintJsonStatus(Io::OStream& stream, Config const& config, Telemetry const& telemetry) {
+bool Report::PrintJson(Io::OStream& stream) const {
     Sample sample;
     Telemetry::Counts counts;
     if (!telemetry.Get(sample, counts)) return false;
@@ -100,13 +104,17 @@ bool PrintJsonStatus(Io::OStream& stream, Config const& config, Telemetry const&
     ForCounts(counts, addTo(root.AppendObject("counts")));
     ForCpu(sample, addTo(root.AppendObject("cpu")));
     ForMemory(sample, addTo(root.AppendObject("memory")));
-    Json::Array* const interfaces = root.AppendArray("interfaces");
+    Json::Array* const array = root.AppendArray("interfaces");
     for (InterfaceSample const& interface : sample.interfaces) {
-        Json::Object* const object = interfaces ? interfaces->AppendObject() : nullptr;
+        Json::Object* const object = array != nullptr ? array->AppendObject() : nullptr;
         if (!object) break;
         object->Append("name", interface.name);
+        object->Append("address", Network::IpBlock::Str(interfaces.Address(interface.name)).Cstr());
         ForInterface(interface, addTo(object));
     }
-    if (!Thread::SelfStatus()->AppendTo(root) || !document.Valid()) return false;
+    Json::Array* const samples = root.AppendArray("received_bytes");
+    if (samples == nullptr || !history.AppendTo(*samples) || !Thread::SelfStatus()->AppendTo(root) ||
+        !document.Valid())
+        return false;
     return document.Print(stream, false) && (stream << Io::Endl).Flush();
 }

@@ -4,11 +4,23 @@
 // print, and "false" means that memory or the stream failed.
 
 #include "Config.h"
+#include "History.h"
+#include "Interfaces.h"
 #include "Telemetry.h"
+#include "ThreadLoad.h"
 
 namespace Io {
 class OStream;
 }
 
-bool PrintXmlStatus(Io::OStream& stream, Config const& config, Telemetry const& telemetry);
-bool PrintJsonStatus(Io::OStream& stream, Config const& config, Telemetry const& telemetry);
+// The XML form has, besides, what threads there are, their load and the locks that they hold.
+struct Report {
+    Config const& config;
+    Telemetry const& telemetry;
+    History const& history;
+    Interfaces const& interfaces;
+    ThreadLoad const& load;
+
+    bool PrintXml(Io::OStream& stream) const;
+    bool PrintJson(Io::OStream& stream) const;
+};

@@ -5,6 +5,7 @@
 #include "zeb/core/Array.h"
 #include "zeb/core/CString.h"
 #include "zeb/core/TimeStamp.h"
+#include "zeb/network/IpBlock.h"
 
 class Config;
 
@@ -14,6 +15,8 @@ struct InterfaceSample {
     unsigned long rxPackets;
     unsigned long txBytes;
     unsigned long txPackets;
+    unsigned long speed;      // bits a second; 0 when the link is down, or has none
+    Network::IpBlock address; // the first of IPv4; zero if there is none
 };
 
 struct CpuSample {
@@ -35,7 +38,8 @@ struct Sample {
     MemorySample memory{};
     Array<InterfaceSample> interfaces;
 
-    // From /proc/stat, /proc/meminfo and /proc/net/dev below `root`. What is wrong is logged.
+    // From the files of /proc and /sys below `root`, and, for addresses, from the kernel. What is wrong is
+    // logged.
     bool Read(CString const& root, Config const& config);
     bool Assign(Sample const& other);
 };

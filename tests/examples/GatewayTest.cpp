@@ -39,7 +39,10 @@ TEST(GatewayTest, SaysInOneLineWhatIsWrongWithItsConfiguration) {
          "\"sample_period\" must be a whole number of milliseconds from 100 to 60000"},
         {"{\"state_period\": 1e3}",
          "\"state_period\" must be a whole number of milliseconds from 100 to 60000"},
+        {"{\"heartbeat_period\": \"1\"}",
+         "\"heartbeat_period\" must be a whole number of milliseconds from 100 to 60000"},
         {"{\"interfaces\": [\"lo\", 1]}", "\"interfaces\" must be a list of names"},
+        {"{\"interfaces\": \"lo\"}", "\"interfaces\" must be a list of names"},
     };
     for (auto const& row : rows) {
         std::string const path = dir.Write("config", row.text);
@@ -64,15 +67,17 @@ class RunTest : public testing::TestWithParam<int> {
 protected:
     RunTest() {
         std::string const root = dir_ / "proc";
-        EXPECT_EQ(system(("mkdir -p " + root + "/net").c_str()), 0);
+        EXPECT_EQ(system(("mkdir -p " + root + "/net " + (dir_ / "sys/class/net/lo")).c_str()), 0);
+        dir_.Write("sys/class/net/lo/speed", "1000\n");
         dir_.Write("proc/stat", "cpu  11 12 13 14 15 16 17 0 0 0\ncpu0 1 2 3 4 5 6 7 0 0 0\n");
         dir_.Write("proc/meminfo",
                    "MemTotal:       2048 kB\nMemFree:  9 kB\nMemAvailable:   1024 kB\nCached: 0 kB\n");
         dir_.Write("proc/net/dev", "Inter-| Receive\n face |bytes\n"
-                                   "    lo: 1 2 0 0 0 0 0 0 3 4 0 0 0 0 0 0\n"
-                                   "  eth0:5000000000 6 0 0 0 0 0 0 7 8 0 0 0 0 0 0\n");
+                                   "  eth0: 1 2 0 0 0 0 0 0 3 4 0 0 0 0 0 0\n"
+                                   "    lo:5000000000 6 0 0 0 0 0 0 7 8 0 0 0 0 0 0\n");
         dir_.Write("config", R"({"name": "box", "state_file": ")" + (dir_ / "state") +
-                                 R"(", "sample_period": 100, "state_period": 100, "interfaces": ["eth0"]})");
+                                 R"(", "sample_period": 100, "state_period": 100, "heartbeat_period": 100,
+                                  "interfaces": ["lo"]})");
         // What a writer that was killed left.
         dir_.Write("state~", "stale");
     }
@@ -82,7 +87,7 @@ protected:
         std::vector<std::string> words = {
             "bash", "-c", "\"$@\" & " + until + "; kill -" + std::to_string(signal) + " $!; wait $!", "sh"};
         for (auto const& word :
-             Child::Built("gateway", {"--console", "--status", "--proc", dir_ / "proc", dir_ / "config"}))
+             Child::Built("gateway", {"--console", "--status", "--root", dir_.Path(), dir_ / "config"}))
             words.push_back(word);
         return Child::Program(words);
     }
@@ -91,14 +96,21 @@ protected:
 };
 
 TEST_P(RunTest, SamplesKeepsItsStateFileAndStopsCleanly) {
-    Child const child = RunUntil("for i in $(seq 500); do grep -qs sample=[1-9] " + (dir_ / "state") +
-                                     " && break; sleep 0.01; done",
+    std::string const state = dir_ / "state";
+    Child const child = RunUntil("for i in $(seq 500); do grep -qs sample=[1-9] " + state +
+                                     " && break; sleep 0.01; done; echo 10 > " +
+                                     (dir_ / "sys/class/net/lo/speed") + "; sleep 0.3",
                                  GetParam());
     ASSERT_EQ(child.ExitCode(), 0) << child;
     EXPECT_EQ(child.Errors(), "");
     std::string const& output = child.Output();
-    for (char const* const part : {"zeb: Gateway: \"box\": started.\n", "zeb: Main: stopping...\n",
-                                   "zeb: Gateway: \"box\": stopped.\n"})
+    for (char const* const part :
+         {"zeb: Gateway: \"box\": started.\n", "zeb: Main: stopping...\n",
+          "zeb: Gateway: \"box\": stopped.\n", "zeb: Interfaces: \"lo\": address is 127.0.0.1/8.\n",
+          "zeb: Interfaces: \"lo\": speed is 1000000000 bits a second.\n",
+          "zeb: Interfaces: \"lo\": speed is 10000000 bits a second.\n",
+          "<event class=\"Event::Type::SystemReady\" raise_time=\"",
+          "<event class=\"Event::Type::Heartbeat\" raise_time=\""})
         EXPECT_NE(output.find(part), std::string::npos) << part << " in " << output;
 
     std::string xmlText =
@@ -110,9 +122,21 @@ TEST_P(RunTest, SamplesKeepsItsStateFileAndStopsCleanly) {
     ASSERT_NE(status, nullptr);
     EXPECT_STREQ(status->FirstNode("memory")->FirstNode("available")->Value().Cstr(), "1024");
     EXPECT_STREQ(status->FirstNode("cpu")->FirstNode("idle")->Value().Cstr(), "14");
+    EXPECT_STREQ(status->FirstNode("interface")->FirstNode("speed")->Value().Cstr(), "10000000");
+    Xml::Node const* const history = status->FirstNode("history");
+    EXPECT_STREQ(history->FirstNode("latest")->FirstNode("link")->Value().Cstr(), "1");
+    unsigned long samples = 0;
+    for (Xml::Node const* data = history->FirstNode("received_bytes")->FirstNode("data"); data != nullptr;
+         data = data->NextSibling())
+        ++samples;
+    EXPECT_EQ(samples, 64u);
+    for (char const* const thread : {"Main", "Timer", "Event sender", "Statistics collector thread", "State"})
+        EXPECT_NE(output.find(std::string("<name>") + thread + "<"), std::string::npos) << thread;
+    EXPECT_NE(status->FirstNode("threads")->FirstNode("thread")->FirstNode("statistics"), nullptr);
 
     Json::Document json;
-    std::string const jsonText = output.substr(output.find("{\n"));
+    unsigned long const begin = output.find("{\n");
+    std::string const jsonText = output.substr(begin, output.find("\n}\n", begin) + 3 - begin);
     ASSERT_TRUE(json.Parse(CString(jsonText.c_str()), Json::Document::PARSE_CONTAINER).Succeeded())
         << jsonText;
     Json::Array const* interfaces = nullptr;
@@ -120,9 +144,9 @@ TEST_P(RunTest, SamplesKeepsItsStateFileAndStopsCleanly) {
     unsigned long bytes = 0;
     EXPECT_TRUE(interfaces->First()->Value()->Object()->Get("rx_bytes", bytes));
     EXPECT_EQ(bytes, 5000000000ul);
-    EXPECT_EQ(interfaces->First(), interfaces->Last()) << "the loopback was not asked for";
+    EXPECT_EQ(interfaces->First(), interfaces->Last()) << "the other was not asked for";
 
-    EXPECT_NE(dir_.Read("state").find("\nmemory_available=1024\ninterface.eth0=5000000000 7\n"),
+    EXPECT_NE(dir_.Read("state").find("\nmemory_available=1024\ninterface.lo=5000000000 7\n"),
               std::string::npos)
         << dir_.Read("state");
     EXPECT_FALSE(dir_.Exists("state~"));

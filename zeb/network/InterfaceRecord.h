@@ -5,6 +5,7 @@
 // what changed in `changed`.
 
 #include "zeb/core/Array.h"
+#include "zeb/core/Export.h"
 #include "zeb/core/SharedTypes.h"
 #include "zeb/core/String.h"
 #include "zeb/core/TimeSpan.h"
@@ -14,7 +15,7 @@
 namespace Network::Interface {
 
 template<class BlockT>
-class Record_ {
+class ZEB_PUBLIC Record_ {
 public:
     // False if memory ran out in construction.
     bool Initialized() const { return (flags_ & INITIALIZED_) != 0; }

@@ -22,7 +22,7 @@ class IfIp4Changed;
 
 namespace Network::Interface {
 
-class Ip4If_ : public Record_<IpBlock> {
+class ZEB_PUBLIC Ip4If_ : public Record_<IpBlock> {
 public:
     static constexpr char const TRACKER[] = "Network::Interface::Ip4TrackerBase";
 
@@ -44,6 +44,7 @@ public:
 
     explicit Ip4TrackerBase(CString const& ident)
         : Tracker_(ident) {}
+    ~Ip4TrackerBase() override;
 
     // The interface "Loopback" with 127.0.0.1 and that level.
     bool AddLoopback(SecurityLevelT level);

@@ -15,7 +15,7 @@ class IfIp6Changed;
 
 namespace Network::Interface {
 
-class Ip6If_ : public Record_<Ip6::CBlock> {
+class ZEB_PUBLIC Ip6If_ : public Record_<Ip6::CBlock> {
 public:
     static constexpr char const TRACKER[] = "Network::Interface::Ip6TrackerBase";
 
@@ -37,6 +37,7 @@ public:
 
     explicit Ip6TrackerBase(CString const& ident)
         : Tracker_(ident) {}
+    ~Ip6TrackerBase() override;
 
     // The interface "Loopback" with ::1 and that level.
     bool AddLoopback(SecurityLevelT level);

@@ -169,6 +169,8 @@ bool Tracker_<IfT>::IsIncluded(CString const& id) const {
 template class Tracker_<Ip4If_>;
 template class Tracker_<Ip6If_>;
 
+Ip4TrackerBase::~Ip4TrackerBase() = default;
+
 bool Ip4TrackerBase::AddLoopback(SecurityLevelT level) {
     bool isNew = false;
     Ip4If* const record = Loopback_(isNew);
@@ -207,6 +209,8 @@ Array<IpBlock> const& Ip4TrackerBase::Aliases(CString const& id) const {
     Ip4If const* const record = Find_(id, "aliases");
     return record != nullptr ? record->Aliases() : none;
 }
+
+Ip6TrackerBase::~Ip6TrackerBase() = default;
 
 bool Ip6TrackerBase::AddLoopback(SecurityLevelT level) {
     bool isNew = false, isAdded = false;

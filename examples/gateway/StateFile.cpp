@@ -1,4 +1,4 @@
-#include "Workers.h"
+#include "StateFile.h"
 
 #include "zeb/core/StatusLog.h"
 #include "zeb/core/Time.h"
@@ -6,19 +6,7 @@
 
 #include <unistd.h>
 
-ReturnT Sampler::Run() {
-    Sample sample;
-    do {
-        if (sample.Read(root_, config_)) {
-            telemetry_.Put(sample);
-        } else {
-            telemetry_.CountFailure();
-        }
-    } while (Sleep(config_.SamplePeriod()));
-    return ReturnT::Done();
-}
-
-ReturnT StateWriter::Initialize() {
+ReturnT StateFile::Start() {
     String stale;
     if (!stale.Assign(config_.StateFile().Cstr(), config_.StateFile().Size()) || !stale.Append("~"))
         return StatusLog(ReturnT::Oom(), Log::CRITICAL, IDENT, nullptr, "", nullptr).SetOom();
@@ -27,18 +15,27 @@ ReturnT StateWriter::Initialize() {
     if (!Write_())
         return StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, nullptr, "unable to write \"%1\"", nullptr)
                << config_.StateFile();
-    return StatusLog(ReturnT::Done(), Log::INFO, IDENT, nullptr, "", nullptr).SetDone();
-}
-
-ReturnT StateWriter::Run() {
-    while (Sleep(config_.StatePeriod())) {
-        if (Write_()) telemetry_.CountStateFile();
-    }
-    if (Write_()) telemetry_.CountStateFile();
     return ReturnT::Done();
 }
 
-bool StateWriter::Write_() const {
+void StateFile::Request() {
+    Mutex::Guard const guard(mutex_);
+    if (guard.Held()) Enqueue(config_.StatePeriod());
+}
+
+void StateFile::Stop() {
+    {
+        Mutex::Guard const guard(mutex_);
+        if (guard.Held()) Cleanup();
+    }
+    Apply_();
+}
+
+void StateFile::Apply_() {
+    if (Write_()) telemetry_.CountStateFile();
+}
+
+bool StateFile::Write_() const {
     Sample sample;
     Telemetry::Counts counts;
     if (!telemetry_.Get(sample, counts)) return false;
