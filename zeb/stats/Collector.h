@@ -27,7 +27,11 @@ class ZEB_PUBLIC Collector {
 public:
     static constexpr char const IDENT[] = "Stats::Collector";
 
-    // The lock may be null; it belongs to the client and outlives the collector.
+    // The lock may be null; it belongs to the client and outlives the collector. It is only kept: it may be a
+    // member of the derived class, which is constructed later.
+#if __has_cpp_attribute(gnu::access)
+    [[gnu::access(none, 3)]]
+#endif
     Collector(Time::Span const& period, Mutex const* lock);
     virtual ~Collector();
     Collector(Collector const&) = delete;
