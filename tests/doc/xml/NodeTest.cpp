@@ -2,9 +2,6 @@
 #include "tests/support/Heap.h"
 #include "tests/support/LogCapture.h"
 
-using Xml::Attribute;
-using Xml::Document;
-using Xml::Node;
 using LinesT = LogCapture::LinesT;
 
 namespace {
@@ -12,7 +9,8 @@ namespace {
 TEST(XmlName, AcceptsAsciiNamesOnly) {
     for (char const* good : {"a", "Z", "_", ":", "@", "a0", "@id", "x:y-z.9_"})
         EXPECT_TRUE(Xml::Base::ValidateName(good)) << good;
-    for (char const* bad : {"", "0", "-a", ".a", "a b", "a/", "a\xC3\xA9", "\xC3\xA9", "a\x01", "a[", "a`"})
+    for (char const* bad :
+         {"", "0", "-a", ".a", "a b", "a/", "a\xC3\xA9", "\xC3\xA9", "a\x01", "a[", "a`", "ab&cd"})
         EXPECT_FALSE(Xml::Base::ValidateName(bad)) << bad;
     EXPECT_FALSE(Xml::Base::ValidateName(CString("abc", 0)));
     EXPECT_TRUE(Xml::Base::ValidateName(CString("ab c", 2)));
@@ -29,17 +27,9 @@ TEST(XmlNode, NamesItsTypes) {
 TEST(XmlNode, BuildsEveryDataType) {
     Document document;
     Node& a = *document.AppendElement("a");
-    Node const* const first = a.AppendElement("b", CString("v"));
-    EXPECT_EQ(a.FirstNode(), first);
-    a.AppendElement("b", "v");
-    a.AppendElement("b", static_cast<char const*>(nullptr));
-    a.AppendElement("b", true);
-    a.AppendElement("b", -7);
-    a.AppendElement("b", 4294967295U);
-    a.AppendElement("b", INT64_MIN);
-    a.AppendElement("b", UINT64_MAX);
-    a.AppendElement("b", -1LL);
-    a.AppendElement("b", 1ULL);
+    char const* const none = nullptr;
+    auto const append = [&](auto const&... values) { (void(a.AppendElement("b", values)), ...); };
+    append(CString("v"), "v", none, true, -7, 4294967295U, INT64_MIN, UINT64_MAX, -1LL, 1ULL);
     EXPECT_EQ(Dump(a),
               "E:a#5(E:b=v E:b=v E:b#0 E:b=yes#2 E:b=-7#3 E:b=4294967295#3 E:b=-9223372036854775808#3 "
               "E:b=18446744073709551615#3 E:b=-1#3 E:b=1#3)");
@@ -48,7 +38,7 @@ TEST(XmlNode, BuildsEveryDataType) {
     document.Clear();
     document.AppendToArray("a")->AppendElement("x", false);
     document.AppendToArray("a", "v");
-    document.AppendToArray("a", static_cast<char const*>(nullptr));
+    document.AppendToArray("a", none);
     document.AppendToArray("a", true);
     Node const* const last = document.AppendToArray("a", -5);
     EXPECT_EQ(document.LastNode(), last);
@@ -91,73 +81,57 @@ TEST(XmlNode, ReportsNamesThatDoNotFitAndGoesOn) {
     EXPECT_EQ(log.Take(), LinesT{"I x: v and 1."});
 }
 
-// Random links beside a plain vector, of nodes and of attributes.
-template<typename ITEM>
-struct LinksT {
-    char const* mark; // in front of a name, as Dump() shows it
-    ITEM* (*make)(Document& document, Xml::String const& name);
-    void (Node::*prepend)(ITEM*);
-    void (Node::*append)(ITEM*);
-    void (Node::*insert)(ITEM*, ITEM*);
-    void (Node::*removeFirst)();
-    void (Node::*removeLast)();
-    void (Node::*remove)(ITEM*);
-};
-
-template<typename ITEM>
-void CheckLinks(LinksT<ITEM> const& links) {
+// Random links beside plain vectors.
+TEST(XmlNode, KeepsItsListsThroughRandomLinks) {
     Document document;
-    Node& node = *document.AppendElement("p");
+    Node& p = *document.AppendElement("p");
     std::mt19937 random(1);
-    std::vector<ITEM*> twin;
-    for (unsigned round = 0; round < 2000; ++round) {
-        ITEM* const item =
-            links.make(document, document.AllocateString(("n" + std::to_string(round)).c_str(), 0));
+    std::vector<Node*> nodes;
+    std::vector<Attribute*> attributes;
+    auto const link = [&]<class I>(std::vector<I*>& twin, I* item, void (Node::*prepend)(I*),
+                                   void (Node::*append)(I*), void (Node::*insert)(I*, I*),
+                                   void (Node::*removeFirst)(), void (Node::*removeLast)(),
+                                   void (Node::*remove)(I*)) {
         auto const at = twin.begin() + static_cast<long>(random() % (twin.size() + 1));
-        ITEM* gone = nullptr;
+        I* gone = nullptr;
         std::function<void()> const steps[] = {
-            [&] { (node.*links.prepend)(item), twin.insert(twin.begin(), item); },
-            [&] { (node.*links.append)(item), twin.push_back(item); },
-            [&] { (node.*links.insert)(at != twin.end() ? *at : nullptr, item), twin.insert(at, item); },
-            [&] { (node.*links.removeFirst)(), gone = twin.front(), twin.erase(twin.begin()); },
-            [&] { (node.*links.removeLast)(), gone = twin.back(), twin.pop_back(); },
-            [&] { (node.*links.remove)(gone = twin[random() % twin.size()]), std::erase(twin, gone); },
+            [&] { (p.*prepend)(item), twin.insert(twin.begin(), item); },
+            [&] { (p.*append)(item), twin.push_back(item); },
+            [&] { (p.*insert)(at != twin.end() ? *at : nullptr, item), twin.insert(at, item); },
+            [&] { (p.*removeFirst)(), gone = twin.front(), twin.erase(twin.begin()); },
+            [&] { (p.*removeLast)(), gone = twin.back(), twin.pop_back(); },
+            [&] { (p.*remove)(gone = twin[random() % twin.size()]), std::erase(twin, gone); },
         };
         steps[random() % (twin.empty() ? 3 : 6)]();
+        EXPECT_TRUE(gone == nullptr || gone->Parent() == nullptr);
+    };
+    for (unsigned round = 0; round < 700; ++round) {
+        Xml::String const name = document.AllocateString(("n" + std::to_string(round)).c_str(), 0);
+        link(nodes, document.AllocateNode(Node::ELEMENT, name, ""), &Node::PrependNode, &Node::AppendNode,
+             &Node::InsertNode, &Node::RemoveFirstNode, &Node::RemoveLastNode, &Node::RemoveNode);
+        link(attributes, document.AllocateAttribute(name, ""), &Node::PrependAttribute,
+             &Node::AppendAttribute, &Node::InsertAttribute, &Node::RemoveFirstAttribute,
+             &Node::RemoveLastAttribute, &Node::RemoveAttribute);
         std::string expected = "E:p#5";
-        for (ITEM const* i : twin)
-            expected += links.mark + Text(i->Name());
-        std::string tree = Dump(node); // follows the links both ways
-        std::replace(tree.begin(), tree.end(), '(', ' ');
-        std::erase(tree, ')');
-        ASSERT_EQ(tree, expected);
-        ASSERT_TRUE(gone == nullptr || gone->Parent() == nullptr);
+        for (Attribute const* attribute : attributes)
+            expected += " @" + Text(attribute->Name());
+        for (Node const* node : nodes)
+            expected += (node == nodes.front() ? "(E:" : " E:") + Text(node->Name());
+        ASSERT_EQ(Dump(p), nodes.empty() ? expected : expected + ")"); // follows the links both ways
     }
-    node.RemoveAllNodes();
-    node.RemoveAllAttributes();
-    EXPECT_EQ(Dump(node), "E:p#5");
-    for (ITEM const* item : twin)
-        EXPECT_EQ(item->Parent(), nullptr);
-}
-
-TEST(XmlNode, KeepsItsListsThroughRandomLinks) {
-    CheckLinks<Node>(
-        {" E:", [](Document& d, Xml::String const& n) { return d.AllocateNode(Node::ELEMENT, n, ""); },
-         &Node::PrependNode, &Node::AppendNode, &Node::InsertNode, &Node::RemoveFirstNode,
-         &Node::RemoveLastNode, &Node::RemoveNode});
-    CheckLinks<Attribute>({" @", [](Document& d, Xml::String const& n) { return d.AllocateAttribute(n, ""); },
-                           &Node::PrependAttribute, &Node::AppendAttribute, &Node::InsertAttribute,
-                           &Node::RemoveFirstAttribute, &Node::RemoveLastAttribute, &Node::RemoveAttribute});
+    p.RemoveAllNodes();
+    p.RemoveAllAttributes();
+    EXPECT_EQ(Dump(p), "E:p#5");
+    EXPECT_TRUE(std::ranges::all_of(nodes, [](Node* node) { return node->Parent() == nullptr; }));
+    EXPECT_TRUE(std::ranges::all_of(attributes, [](Attribute* a) { return a->Parent() == nullptr; }));
 }
 
 TEST(XmlNode, RemovesATailThatAWalkStillReaches) {
     Document document;
-    Node* const a = document.AppendElement("a");
-    Node* const b = document.AppendElement("b");
+    Node *const a = document.AppendElement("a"), *const b = document.AppendElement("b");
     Node* const c = document.AppendElement("c");
     document.RemoveAllNodes(b);
-    EXPECT_EQ(document.LastNode(), a);
-    EXPECT_EQ(a->NextSibling(), b);
+    EXPECT_TRUE(document.LastNode() == a && a->NextSibling() == b);
     EXPECT_TRUE(b->Parent() == nullptr && c->Parent() == nullptr && a->Parent() == &document);
     EXPECT_EQ(Printed(document), "<a/><b/><c/>");
     Document copy; // which takes over what a walk reaches
@@ -176,12 +150,9 @@ TEST(XmlNode, RemovesATailThatAWalkStillReaches) {
 TEST(XmlNode, FindsByNameTypeAndCase) {
     Parsed const parsed("<r>t<a x='1' y='2'/><b/><a/><?a?></r>", Document::PARSE_PI_NODES);
     Node const& r = parsed.First();
-    Node* const data = r.FirstNode();
-    Node* const a1 = data->NextSibling();
-    Node* const b = a1->NextSibling();
-    Node* const a2 = b->NextSibling();
-    Attribute* const x = a1->FirstAttribute();
-    Attribute* const y = a1->LastAttribute();
+    Node *const data = r.FirstNode(), *const a1 = data->NextSibling();
+    Node *const b = a1->NextSibling(), *const a2 = b->NextSibling();
+    Attribute *const x = a1->FirstAttribute(), *const y = a1->LastAttribute();
     CString const& any = CString::Nil();
     EXPECT_TRUE(r.FirstNode(any) == data && r.FirstNode("a") == a1 && r.FirstNode("A") == nullptr);
     EXPECT_TRUE(r.FirstNode(CString::IgnoreCase("B")) == b && r.LastNode("a") == r.LastNode(any));
@@ -232,8 +203,7 @@ TEST(XmlDocument, KeepsASmallTreeInsideTheObject) {
     document.Clear();
     char text[] = "<a b='1'>x<c/>&amp;<d>2</d></a>";
     EXPECT_TRUE(document.Parse(text, Document::PARSE_DEFAULT, Log::VERBOSE_ON).Succeeded());
-    EXPECT_EQ(footprint.Allocations(), 0u);
-    EXPECT_EQ(footprint.SystemCalls(), 0u);
+    EXPECT_EQ(footprint.Allocations() + footprint.SystemCalls(), 0u);
 }
 
 TEST(XmlDocument, AllocatesStringsWithATerminator) {
@@ -241,14 +211,9 @@ TEST(XmlDocument, AllocatesStringsWithATerminator) {
     EXPECT_EQ(Text(document.AllocateString("abc", 0)), "abc");
     EXPECT_EQ(Text(document.AllocateString("abc", 2)), "ab");
     Xml::String const blank = document.AllocateString(nullptr, 3);
-    EXPECT_EQ(blank.Size(), 3u);
-    EXPECT_EQ(blank.Cstr()[3], '\0');
+    EXPECT_TRUE(blank.Size() == 3 && blank.Cstr()[3] == '\0');
     EXPECT_EQ(document.AllocateString("abc", ~0UL).Cstr(), nullptr);
     EXPECT_FALSE(document.Valid());
-    EXPECT_EQ(document.AppendElement("a"), nullptr);
-    document.Clear();
-    EXPECT_TRUE(document.Valid());
-    EXPECT_NE(document.AppendElement("a"), nullptr);
 }
 
 TEST(XmlDocument, SaysExactlyWhenMemoryRanOut) {
@@ -279,10 +244,9 @@ TEST(XmlDocument, SaysExactlyWhenMemoryRanOut) {
             EXPECT_EQ(document.Valid(), ok);
             if (ok) return;
             EXPECT_EQ(document.FirstNode(), nullptr);
-            EXPECT_EQ(document.AppendElement("a"), nullptr);
-            EXPECT_EQ(document.AppendAttribute("a", "b"), nullptr);
+            EXPECT_FALSE(document.AppendElement("a") || document.AppendAttribute("a", "b"));
             document.Clear();
-            EXPECT_NE(document.AppendElement("a"), nullptr);
+            EXPECT_TRUE(document.AppendElement("a") && document.Valid());
         });
     }
 }

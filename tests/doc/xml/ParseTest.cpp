@@ -4,8 +4,6 @@
 
 #include <thread>
 
-using Xml::Document;
-using Xml::Node;
 using LinesT = LogCapture::LinesT;
 
 namespace {
@@ -22,10 +20,7 @@ TEST(XmlParse, ReadsTexts) {
     } const rows[] = {
         {"<a/>", 0, "DOC(E:a)"},
         {" \r\n\t<a></a> ", 0, "DOC(E:a)"},
-        {"<a/><b/>\n<c/>", 0, "DOC(E:a E:b E:c)"},
-        {"<a>1<b/>2</a>", 0, "DOC(E:a=1(D=1 E:b D=2))"},
         {"<a><b/>2<c/>3</a>", 0, "DOC(E:a=2(E:b D=2 E:c D=3))"},
-        {"<a><b><c>x</c></b><d><e/></d></a>", 0, "DOC(E:a(E:b(E:c=x(D=x)) E:d(E:e)))"},
         {"<a>1<b/>2</a>", NO_DATA, "DOC(E:a=1(E:b))"},
         {"<a>1<b/>2</a>", NO_VALUES, "DOC(E:a(D=1 E:b D=2))"},
         {"<a>1</a>", NO_DATA | NO_VALUES, "DOC(E:a)"},
@@ -33,6 +28,7 @@ TEST(XmlParse, ReadsTexts) {
         {"<a>1</b>", 0, "DOC(E:a=1(D=1))"},
         {"<abc>1</a>bc></abc>", 0, nullptr}, // the closing tag is not as long as the name: text follows
         {"<a></ a>", 0, nullptr},
+        {"<a&b                        c='1'/>", 0, "DOC(E:a&b @c=1)"}, // reported, and goes on
         {"<aname-of-twenty-bytes>1</aname-of-twenty-bytes>", CLOSING, "DOC(E:aname-of-twenty-bytes=1(D=1))"},
         // White space.
         {"<a>  x  </a>", 0, "DOC(E:a=  x  (D=  x  ))"},
@@ -41,41 +37,36 @@ TEST(XmlParse, ReadsTexts) {
         {"<a> \n <b/>\t</a>", 0, "DOC(E:a(E:b))"},
         {"<a> x \n\t y </a>", NORMALIZE, "DOC(E:a= x y (D= x y ))"},
         {"<a> x \n\t y\r\n</a>", NORMALIZE | TRIM, "DOC(E:a=x y(D=x y))"},
-        {"<a>x y</a>", NORMALIZE, "DOC(E:a=x y(D=x y))"},
         {"<a>&#32;</a>", TRIM, "DOC(E:a(D))"},
+        {"<a>&#32;</a>", NORMALIZE | TRIM, "DOC(E:a(D))"},
         {"<a>&#32;x</a>", TRIM, "DOC(E:a= x(D= x))"},
         {"<a b=' 1  2 '/>", NORMALIZE | TRIM, "DOC(E:a @b= 1  2 )"},
         // References.
         {"<a>&lt;&gt;&quot;&amp;&apos;</a>", 0, "DOC(E:a=<>\"&'(D=<>\"&'))"},
-        {"<a>1&lt;2 &amp;&amp; 3&gt;2 and more text behind it</a>", 0,
-         "DOC(E:a=1<2 && 3>2 and more text behind it(D=1<2 && 3>2 and more text behind it))"},
+        {"<a>1&lt;2 &amp;&amp; 3&gt;2 and more text</a>", 0,
+         "DOC(E:a=1<2 && 3>2 and more text(D=1<2 && 3>2 and more text))"},
         {"<a>&foo;&LT;&lt&;&</a>", 0, "DOC(E:a=&foo;&LT;&lt&;&(D=&foo;&LT;&lt&;&))"},
         {"<a>&#65;&#x42;&#x63;&#x6A;</a>", 0, "DOC(E:a=ABcj(D=ABcj))"},
-        {"<a>&#xe9;&#8364;&#x1F600;&#xD800;</a>", 0,
-         "DOC(E:a=\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xED\xA0\x80(D="
-         "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xED\xA0\x80))"},
+        {"<a b='&#xe9;&#8364;&#x1F600;&#xD800;'/>", 0,
+         "DOC(E:a @b=\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xED\xA0\x80)"},
         {"<a>&#xe9;&#x20AC;&#x110041;</a>", NO_UTF8, "DOC(E:a=\xE9\xAC\x41(D=\xE9\xAC\x41))"},
         {"<a>&#18446744073709551681;</a>", 0, "DOC(E:a=A(D=A))"}, // wraps
         {"<a>&lt;&#65 x</a>", NO_ENTITIES, "DOC(E:a=&lt;&#65 x(D=&lt;&#65 x))"},
         {"<a> &lt;  y </a>", NO_ENTITIES | TRIM, "DOC(E:a=&lt;  y(D=&lt;  y))"},
         {"<a> &lt;  y </a>", NO_ENTITIES | NORMALIZE, "DOC(E:a= &lt; y (D= &lt; y ))"},
         // Attributes.
-        {"<a b=\"1\" c='2'/>", 0, "DOC(E:a @b=1 @c=2)"},
         {"<a b = \"1\"c='\"'d=\"'\" >x</a>", 0, "DOC(E:a=x @b=1 @c=\" @d='(D=x))"},
         {"<a b='&lt;&#65;&unknown;<>/'/>", 0, "DOC(E:a @b=<A&unknown;<>/)"},
         {"<a b='&lt;' c=''/>", NO_ENTITIES, "DOC(E:a @b=&lt; @c)"},
-        {"<a some-attribute-name='a value of more than sixteen bytes'/>", 0,
-         "DOC(E:a @some-attribute-name=a value of more than sixteen bytes)"},
+        {"<a some-attribute-name='value of 20 and more'/>", 0,
+         "DOC(E:a @some-attribute-name=value of 20 and more)"},
         // Declarations, instructions, comments.
         {"<?xml version='1.0'?><a/>", 0, "DOC(E:a)"},
-        {"<?XmL version='1.0'  encoding='utf-8' ?><a/>", DECLARATION,
-         "DOC(DEC @version=1.0 @encoding=utf-8 E:a)"},
+        {"<?XmL version='1.0'  b='2' ?><a/>", DECLARATION, "DOC(DEC @version=1.0 @b=2 E:a)"},
         {"<a><?xml x='1'?></a>", DECLARATION, "DOC(E:a(DEC @x=1))"},
         {"<?xml-style a?b?><a/>", PIS, "DOC(PI:xml-style=a?b E:a)"},
         {"<?p?><?q  r ?>", PIS, "DOC(PI:p PI:q=r )"},
-        {"<?p a > b?><?"
-         "?><a/>",
-         0, "DOC(E:a)"},
+        {"<?p a > b?><?\?><a/>", 0, "DOC(E:a)"},
         {"<a>x<!-- c -->y<!----></a>", 0, "DOC(E:a=x(D=x D=y))"},
         {"<!-- <b> - -- --><a><!--c--></a>", COMMENTS, "DOC(CO= <b> - --  E:a(CO=c))"},
         {"<a><![CDATA[ <b> ]] &lt; ]]>x<![CDATA[]]></a>", 0, "DOC(E:a=x(CD= <b> ]] &lt;  D=x CD))"},
@@ -96,12 +87,11 @@ TEST(XmlParse, ReadsTexts) {
             std::string const text = std::string(row.text[0] == '\xEF' ? 0 : lead, ' ') + row.text;
             Parsed const parsed(text, row.flags);
             Parsed const longer(text + std::string(40, '\n'), row.flags);
-            ASSERT_EQ(parsed.code.Succeeded(), row.tree != nullptr) << text;
+            ASSERT_EQ(parsed.code == 0x00370001U, row.tree != nullptr) << text;
             ASSERT_EQ(longer.code.Code(), parsed.code.Code()) << text;
             if (row.tree == nullptr) continue;
-            ASSERT_EQ(parsed.code.Code(), 0x00370001U);
             ASSERT_EQ(parsed.Tree(), row.tree) << text;
-            ASSERT_EQ(longer.Tree(), parsed.Tree()) << text;
+            ASSERT_EQ(longer.Tree(), row.tree) << text;
         }
     }
     EXPECT_EQ(Text(Parsed("<a>1&#0;2&#;</a>").First().Value()), std::string("1\0002\0", 4));
@@ -116,14 +106,17 @@ TEST(XmlParse, RefusesTextsWithACodeAndALine) {
         unsigned flags;
         std::vector<std::string> texts;
     } const rows[] = {
-        {1, "invalid numeric character entity", 0, {"<a>&#x110000;</a>", "<a b='&#1114112;'/>"}},
+        {1,
+         "invalid numeric character entity",
+         NORMALIZE | TRIM,
+         {"<a>&#x110000;</a>", "<a b='&#1114112;'/>"}},
         {2, "unexpected end of stream", 0, {"<a>", "<a>x", "<a><b></b>"}},
         {2, "unexpected end of a stream", COMMENTS, {"<a><!-- --", "<!-->", "<!DOCTYPE a [ >"}},
         {2, "unexpected end of a stream", DOCTYPE, {"<!DOCTYPE a [ ] ", "<!DOCTYPE a[b>"}},
         {3, "unexpected end of a CDATA node", 0, {"<a><![CDATA[ ]] ></a>"}},
         {4, "invalid closing tag name", CLOSING, {"<a>1</b>", "<a></ab>", "<ab></a>"}},
-        {5, "\";\" expected", 0, {"<a>&#65</a>", "<a>&#X41;</a>", "<a>&#xg;</a>"}},
-        {7, "\"=\" expected", 0, {"<a b>", "<a b 'c'/>", "<a b!='c'/>"}},
+        {5, "\";\" expected", 0, {"<a>&#65</a>", "<a>&#X41;</a>", "<a>&#xg;</a>", "<a>&#.;</a>"}},
+        {7, "\"=\" expected", DECLARATION, {"<?xml b>", "<a b>", "<a b 'c'/>", "<a b!='c'/>"}},
         {8, "' or \" expected", 0, {"<a b=c/>", "<a b='c", "<a b='c\"/>"}},
         {9, "\"?>\" expected", 0, {"<?xml x='1'>", "<?p "}},
         {9, "\"?>\" expected", DECLARATION | PIS, {"<?xml x='1'>", "<?p "}},
@@ -159,13 +152,9 @@ TEST(XmlParse, ReportsNamesAndDuplicatesAndGoesOn) {
 }
 
 TEST(XmlParse, BoundsTheDepth) {
-    auto const nested = [](unsigned depth, std::string const& inner) {
-        std::string text;
+    auto const nested = [](unsigned depth, std::string text) {
         for (unsigned i = 0; i < depth; ++i)
-            text += "<a>";
-        text += inner;
-        for (unsigned i = 0; i < depth; ++i)
-            text += "</a>";
+            text = "<a>" + text + "</a>";
         return text;
     };
     LogCapture log;
@@ -180,15 +169,15 @@ TEST(XmlParse, BoundsTheDepth) {
 TEST(XmlParse, ReplacesTheTreeByViewsOfTheTextUnlessThatIsEmpty) {
     LogCapture log;
     Parsed parsed("<abc def='ghi'>text<j></j></abc><k/>");
+    Node const& abc = parsed.First();
+    Attribute const& def = *abc.FirstAttribute();
     for (Xml::String const* text :
-         {&parsed.First().Name(), &parsed.First().Value(), &parsed.First().FirstAttribute()->Name(),
-          &parsed.First().FirstAttribute()->Value(), &parsed.First().LastNode()->Name()}) {
+         {&abc.Name(), &abc.Value(), &def.Name(), &def.Value(), &abc.LastNode()->Name()}) {
         EXPECT_EQ(text->Cstr()[text->Size()], '\0');
         EXPECT_TRUE(text->Cstr() > parsed.buffer.get() && text->Cstr() < parsed.buffer.get() + 37);
     }
     parsed.document.AppendAttribute("own", "1");
-    char blank[] = " \n ";
-    char other[] = "<c/>";
+    char blank[] = " \n ", other[] = "<c/>";
     for (char* text : {blank, static_cast<char*>(nullptr)})
         EXPECT_EQ(parsed.document.Parse(text, Document::PARSE_DEFAULT, Log::VERBOSE_ON).Code(), 0x8037000EU);
     EXPECT_EQ(parsed.Tree(), "DOC @own=1(E:abc=text @def=ghi(D=text E:j) E:k)");
@@ -207,23 +196,6 @@ TEST(XmlParse, GivesBackWhatWasPrinted) {
             ASSERT_EQ(parsed.Tree(), Dump(document)) << text;
             ASSERT_EQ(Printed(parsed.document, flags), text);
         }
-    }
-}
-
-TEST(XmlParse, SurvivesDamagedTexts) {
-    LogCapture log;
-    std::mt19937 random(9);
-    Document document;
-    RandomTree(12).Fill(document, 5);
-    std::string const good = Printed(document) + "<?xml a='1'?><!DOCTYPE a[b]><c>&#x41;&amp;</c>";
-    std::string const alphabet = "<>/?!='\"&#;[]-x \n";
-    for (unsigned round = 0; round < 4000; ++round) {
-        std::string text = good;
-        for (unsigned i = random() % 8; i != 0; --i)
-            text[random() % text.size()] = alphabet[random() % alphabet.size()];
-        if (random() % 4 == 0) text.resize(random() % text.size());
-        Parsed const parsed(text, random() % 4096, Log::VERBOSE_OFF);
-        EXPECT_EQ(parsed.Tree().find('!' + std::string("link")), std::string::npos);
     }
 }
 

@@ -1,9 +1,6 @@
 #include "tests/doc/xml/Trees.h"
 #include "tests/support/LogCapture.h"
 
-using Xml::Document;
-using Xml::Node;
-
 namespace {
 
 constexpr unsigned ALL_NODES = 32 | 64 | 128 | 256;
@@ -18,11 +15,8 @@ TEST(XmlPrint, LaysOutEveryKindOfNode) {
         {"<x/>", FORMATTED, "<x/>\n\n"},
         {"<x/>", NO_EMPTY_TAG, "<x></x>\n\n"},
         {"<x/>", CRLF, "<x/>\r\n\r\n"},
-        {"<x/><y/>", COMPACT, "<x/><y/>"},
         {"<x/>", COMPACT | CRLF | NO_EMPTY_TAG, "<x></x>"},
-        {"<x>1</x>", FORMATTED, "<x>1</x>\n\n"},
         {"<x>1<!--c--></x>", FORMATTED, "<x>\n    1\n    <!--c-->\n</x>\n\n"},
-        {"<x><!--c--></x>", FORMATTED, "<x>\n    <!--c-->\n</x>\n\n"},
         {"<x><![CDATA[<&]]></x>", COMPACT, "<x><![CDATA[<&]]></x>"},
         {"<x a='1' b='2'><y c=''/></x>", FORMATTED, "<x a=\"1\" b=\"2\">\n    <y c=\"\"/>\n</x>\n\n"},
         {"<?xml version='1.0' ?><!DOCTYPE a [<b>]><?p  q r?><a/>", FORMATTED,
@@ -119,14 +113,13 @@ TEST(XmlPrint, RepairsCodePoints) {
 }
 
 TEST(XmlPrint, StopsAtAFailedStream) {
-    Parsed const parsed("<a><b>12345678</b><c>12345678</c></a>");
+    std::string const text = "<a><b>12345678</b><c>12345678</c></a>";
+    Parsed const parsed(text);
     for (long room = 0; room < 37; ++room) {
         Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4, room);
-        bool const ok = Xml::Print(stream, parsed.document, Xml::PRINT_COMPACT) && stream.Flush();
-        EXPECT_FALSE(ok);
+        EXPECT_FALSE(Xml::Print(stream, parsed.document, Xml::PRINT_COMPACT) && stream.Flush());
         EXPECT_EQ(stream.CurrentState(), Io::Stateful::STATE_FAILED);
-        EXPECT_EQ(Text(stream.Str()),
-                  std::string("<a><b>12345678</b><c>12345678</c></a>").substr(0, static_cast<size_t>(room)));
+        EXPECT_EQ(Text(stream.Str()), text.substr(0, static_cast<size_t>(room)));
         EXPECT_FALSE(Xml::Print(stream, parsed.document));
     }
     Io::StringStream noBlock(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 0, 100);

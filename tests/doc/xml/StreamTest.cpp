@@ -6,8 +6,6 @@
 #include "tests/support/LogCapture.h"
 
 using Io::Stateful;
-using Xml::Document;
-using Xml::Node;
 using LinesT = LogCapture::LinesT;
 
 namespace {
@@ -45,19 +43,14 @@ TEST(XmlStream, WritesThePackedForm) {
         EXPECT_EQ(Packed(parsed.document, block), SAMPLE);
     Node const& a = *parsed.document.FirstNode();
     EXPECT_EQ(Packed(*a.LastNode()), "\x04\0\0\0\0\0\0\0\1o\xC0"_bytes); // never a sibling of the root
-    EXPECT_EQ(
-        Packed(a),
-        "\x01\0\0\0\1a\0\0\0\2vw\x40\0\0\0\1b\0\0\0\1c\x02\0\0\0\0\0\0\0\2vw\x84\0\0\0\0\0\0\0\1o\xC0"_bytes);
+    EXPECT_EQ(Packed(a), SAMPLE.substr(9, SAMPLE.find('\x87') - 9));
     EXPECT_EQ(Packed(Document()), "\0\0\0\0\0\0\0\0\0\xC0"_bytes);
     Io::StringStream full(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4, 20);
     EXPECT_FALSE(Xml::Stream::Write(full, parsed.document));
-}
-
-TEST(XmlStream, FailsForATreeThatLeadsNowhere) {
-    Document document;
-    document.AppendElement("a");
-    document.RemoveAllNodes(document.AppendElement("b"));
-    EXPECT_EQ(Packed(document), "failed");
+    Document tail; // a tree that leads nowhere
+    tail.AppendElement("a");
+    tail.RemoveAllNodes(tail.AppendElement("b"));
+    EXPECT_EQ(Packed(tail), "failed");
 }
 
 TEST(XmlStream, ReadsThePackedFormInAllPieces) {
@@ -143,8 +136,6 @@ TEST(XmlStream, ReportsNamesAndGoesOn) {
                       "C Xml::Stream: system failed [0xcffd****], invalid ELEMENT node name: \"1\".",
                       "C Xml::Stream: system failed [0xcffd****], invalid attribute name: \"-\".",
                       "W Xml::Node: duplicate attribute: \"k\"."}));
-    document.Clear();
-    EXPECT_EQ(Dump(document), "DOC");
 }
 
 TEST(XmlStream, SaysExactlyWhenMemoryRanOut) {
@@ -161,15 +152,12 @@ TEST(XmlStream, SaysExactlyWhenMemoryRanOut) {
         heap.Disarm();
         EXPECT_EQ(ok, !heap.Fired());
         EXPECT_EQ(document.Valid(), ok);
-        if (ok) {
-            EXPECT_EQ(Dump(document), Dump(source));
-        }
-        if (!ok) {
-            EXPECT_TRUE(input.stream.CurrentState() == Stateful::STATE_NO_MEMORY ||
-                        input.stream.CurrentState() == Stateful::STATE_FAILED);
-            Input again(packed);
-            EXPECT_FALSE(Xml::Stream::Read(again.stream, document, packed.size())) << "until Clear()";
-        }
+        EXPECT_TRUE(!ok || Dump(document) == Dump(source));
+        if (ok) return;
+        Stateful::StateT const state = input.stream.CurrentState();
+        EXPECT_TRUE(state == Stateful::STATE_NO_MEMORY || state == Stateful::STATE_FAILED);
+        Input again(packed);
+        EXPECT_FALSE(Xml::Stream::Read(again.stream, document, packed.size())) << "until Clear()";
     });
 }
 
