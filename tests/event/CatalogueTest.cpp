@@ -486,6 +486,18 @@ TEST(EventCatalogue, TakesAnOpenSetOfAttributesBeforeTheRaise) {
     EXPECT_EQ(Shown(settings.Attributes()), "auto=no;channel=beta;");
 }
 
+TEST(EventCatalogue, HasNoHostForANoticeThatCouldNotBeCopied) {
+    Xml::Document source;
+    source.AppendElement("n", std::string(9000, 'x').c_str())->AppendAttribute("id", "7");
+    ForEveryAllocation([&](Heap& heap) {
+        heap.Arm();
+        ZessNotify const notice("h", source.FirstNode(), ZessNotify::HTTP);
+        heap.Disarm();
+        EXPECT_EQ(notice.Initialized(), !heap.Fired());
+        EXPECT_EQ(notice.ServiceHost().Empty(), heap.Fired());
+    });
+}
+
 TEST(EventCatalogue, HasWhatIsPeculiarToSomeClasses) {
     EXPECT_EQ(Text(IfSchedule::IDENT), "Event::Type::IfSchedule");
     EXPECT_EQ(Text(IfAuth::IDENT), "Event::Type::IfAuth");
