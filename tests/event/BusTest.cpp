@@ -214,14 +214,16 @@ TEST_F(EventBus, ReportsAcceptorsWhoseLockIsHeld) {
         }
         inner.Open();
         attempts(outer, {96, 125, 126}); // from 96 on, when the call of the first ended
+        a.Unsubscribe();
+        ASSERT_TRUE(a.Subscribe("Event::Type::Other"));
         clock.Advance(1000);
         outer.arrived.acquire();
         outer.Open();
-        b.Unsubscribe(); // goes on although this thread holds the lock
+        b.Unsubscribe(); // goes on although this thread holds the lock, and takes the last of the type away
         ASSERT_TRUE(clock.AwaitWaiters(1));
         clock.Advance(1000);
     }
-    Send(2);
+    Send(2, Event::SYNC, Event::DIRECT, "Event::Type::Other");
     EXPECT_EQ(calls_, "a1 a2 ");
     std::string const line = "W Event::Forwarder: unable to send \"Event::Type::Note\" to \"late";
     EXPECT_EQ(log_.Take(), LinesT({line + "\" for 30 seconds.", line + "\" for 62 seconds.",
@@ -246,7 +248,12 @@ TEST_F(EventBus, LosesNothingUnderManyThreads) {
             Mutex const lock{Mutex::CACHE};
             std::atomic<int> calls = 0;
             for (int i = 0; i < EVENTS; ++i) {
-                Acceptor passing([&](Note const&) { ++calls; }, &lock);
+                Acceptor passing(
+                    [&](Note const&) {
+                        ++calls;
+                        if (i % 5 == 0) passing.Unsubscribe();
+                    },
+                    &lock);
                 EXPECT_TRUE(passing.Subscribe());
                 Send(raiser * 1000 + i, i % 3 == 0 ? Event::SYNC : Event::ASYNC);
                 EXPECT_TRUE(i % 3 != 0 || calls.exchange(0) > 0);

@@ -4,7 +4,7 @@
 //
 //   class Led {
 //       void OnSpeed_(Event::IfLinkSpeedChanged const& event);
-//       Mutex mutex_{Mutex::LED};
+//       Mutex mutex_{Mutex::LED_CONTROL};
 //       Event::Delegate<Led> const onSpeed_{"Led", this, &Led::OnSpeed_, &mutex_};
 //   };
 //
