@@ -102,7 +102,7 @@ TEST(AddressTextTest, AgreesWithTheSystemOnRandomAddressesAndBrokenTexts) {
         constexpr char LETTERS[] = "0123456789abcF:.:";
         for (unsigned edits = random() % 4 + 1; edits != 0; --edits) {
             std::size_t const at = random() % (broken.size() + 1);
-            char const letter = LETTERS[random() % (sizeof(LETTERS) - 1)];
+            char const letter = LETTERS[random() % sizeof(LETTERS)];
             if (random() % 2 == 0) {
                 broken.insert(at, 1, letter);
             } else if (at < broken.size()) {

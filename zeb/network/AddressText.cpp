@@ -13,19 +13,26 @@ constexpr int OCTETS = 4;
 constexpr int WORDS = 8;
 constexpr int BYTES = 16;
 
+unsigned Digit_(char const* p, char const* end) {
+    return p == end ? 10 : static_cast<unsigned char>(*p) - unsigned{'0'};
+}
+
 // One number of a dotted quad: up to three digits, without leading zeros. Null if there is none.
 char const* ScanOctet_(char const* p, char const* end, uint8_t& octet) {
-    unsigned value = 0;
-    char const* const start = p;
-    for (; p != end; ++p) {
-        unsigned const digit = static_cast<unsigned char>(*p) - unsigned{'0'};
-        if (digit > 9) break;
-        if (p != start && value == 0) return nullptr;
+    unsigned value = Digit_(p, end);
+    if (value > 9) return nullptr;
+    unsigned digit = Digit_(++p, end);
+    if (digit <= 9) {
+        if (value == 0) return nullptr;
         value = value * 10 + digit;
-        if (value > 255) return nullptr;
+        digit = Digit_(++p, end);
+        if (digit <= 9) {
+            value = value * 10 + digit;
+            if (value > 255 || Digit_(++p, end) <= 9) return nullptr;
+        }
     }
     octet = static_cast<uint8_t>(value);
-    return p == start ? nullptr : p;
+    return p;
 }
 
 bool ScanQuad_(char const* p, char const* end, uint8_t* out) {
@@ -34,7 +41,7 @@ bool ScanQuad_(char const* p, char const* end, uint8_t* out) {
         p = ScanOctet_(p, end, out[i]);
         if (!p) return false;
     }
-    return p == end;
+    return p == end || *p == '\0';
 }
 
 // The groups of a text, between colons, with the place of "::" among them.
@@ -107,11 +114,33 @@ Run_ LongestRun_(uint16_t const* words) {
     return longest;
 }
 
+// The digits of each octet. Three are copied, whatever the size, as the room is there.
+struct OctetT_ {
+    char digits[3];
+    uint8_t size;
+};
+
+struct OctetTextsT_ {
+    OctetT_ of[256];
+};
+
+constexpr OctetTextsT_ MakeOctetTexts_() {
+    OctetTextsT_ texts{};
+    for (unsigned value = 0; value < 256; ++value) {
+        OctetT_& text = texts.of[value];
+        for (unsigned divisor = value > 99 ? 100 : value > 9 ? 10 : 1; divisor != 0; divisor /= 10)
+            text.digits[text.size++] = static_cast<char>('0' + value / divisor % 10);
+    }
+    return texts;
+}
+
+constexpr OctetTextsT_ OCTET_TEXTS = MakeOctetTexts_();
+
 } // namespace
 
 bool ScanIp4(char const* text, unsigned long size, in_addr& out) {
     uint8_t octets[OCTETS];
-    if (!ScanQuad_(text, text + strnlen(text, size), octets)) return false;
+    if (!ScanQuad_(text, text + size, octets)) return false;
     memcpy(&out, octets, sizeof(out));
     return true;
 }
@@ -126,11 +155,15 @@ bool ScanIp6(char const* text, unsigned long size, in6_addr& out) {
 char* PrintIp4(char* out, in_addr const& address) {
     uint8_t octets[OCTETS];
     memcpy(octets, &address, sizeof(octets));
-    for (int i = 0; i < OCTETS; ++i) {
-        if (i != 0) *out++ = '.';
-        out = Digits::PrintDecimal(out, octets[i]);
+    for (int i = 0; i < OCTETS - 1; ++i) {
+        OctetT_ const& text = OCTET_TEXTS.of[octets[i]];
+        memcpy(out, text.digits, sizeof(text.digits));
+        out += text.size;
+        *out++ = '.';
     }
-    return out;
+    OctetT_ const& last = OCTET_TEXTS.of[octets[OCTETS - 1]];
+    memcpy(out, last.digits, sizeof(last.digits));
+    return out + last.size;
 }
 
 char* PrintIp6(char* out, in6_addr const& address) {
