@@ -35,13 +35,12 @@ Db::~Db() = default;
 ReturnT Db::Create_(CString const& id, CString const& area, Attribute const* attributes,
                     unsigned long count) {
     unsigned long rings = 0;
+    if (!id_.Assign(id.Cstr(), id.Size()) || !area_.Assign(area.Cstr(), area.Size())) return ReturnT::Oom();
     for (unsigned long i = 0; i < count; ++i) {
         if (attributes[i].type > Attribute::GAUGE) return ReturnT::Fail();
         if (attributes[i].type != Attribute::NONE) rings += SAMPLES_PER_ATTRIBUTE;
     }
-    if (!id_.Assign(id.Cstr(), id.Size()) || !area_.Assign(area.Cstr(), area.Size()) ||
-        !pool_.Allocate(rings))
-        return ReturnT::Oom();
+    if (!pool_.Allocate(rings)) return ReturnT::Oom();
     RingBuffer::Sample* memory = pool_.Ptr();
     for (unsigned long i = 0; i < count; ++i) {
         AutoPtr<BaseT> attribute(Make_(attributes[i], memory));
