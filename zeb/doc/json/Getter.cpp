@@ -75,14 +75,15 @@ Scalar::Scalar(KindT kind, uint8_t flags, void* target)
 
 // A null item zeroes.
 void Scalar::Store_(void const* item) {
+    unsigned long const size = kind_ < KINDS ? SIZES[kind_] : 0;
     if (IsOptional()) {
         if (target_ != nullptr) memcpy(target_, &item, sizeof(item));
     } else if (kind_ == KIND_STRING) {
         static_cast<CString*>(target_)->Reset(item ? *static_cast<CString const*>(item) : CString::Nil());
     } else if (item != nullptr) {
-        memcpy(target_, item, SIZES[kind_]);
+        memcpy(target_, item, size);
     } else {
-        memset(target_, 0, SIZES[kind_]);
+        memset(target_, 0, size);
     }
     flags_ = item != nullptr ? flags_ & ~INVALID : flags_ | INVALID;
 }
@@ -171,6 +172,7 @@ bool Container_::Consume_(bool isSet) {
 
 template<class F>
 bool Container_::GetChildren_(bool atHand, F get) {
+    *success_ = false;
     if (!atHand) return IsOptional();
     for (Child_& child : children_)
         if (!get(child)) return false;

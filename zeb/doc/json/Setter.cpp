@@ -45,12 +45,12 @@ Json::Object* Object::Allocate_(Json::Document& document) {
     return value != nullptr ? value->Object() : nullptr;
 }
 
-// The name goes into the pool ahead of the value, as with all appends.
 void Object::Append_(CString const& name, Value const& value) {
     if (object_ == nullptr || value.IsNothing_()) return;
     Json::Document& document = *object_->Doc();
-    Json::String const copy = document.Allocate_(name);
-    (void)object_->Append_(copy, value.Get_(document)); // a failure shows in the document
+    Json::Value* const made = value.Get_(document);
+    if (made == nullptr) return;
+    (void)object_->Append_(document.Allocate_(name), made); // a failure shows in the document
 }
 
 Json::Array* Array::Allocate_(Json::Document& document) {
