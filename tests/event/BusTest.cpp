@@ -18,29 +18,20 @@ using LinesT = LogCapture::LinesT;
 
 class EventBus : public WithMainThread {
 protected:
-    // The threads of the bus.
-    static unsigned long Senders() {
+    // Threads of the name, or those of them that wait on a lock which they have taken.
+    static unsigned long Threads(CString const& name, bool waiting = false) {
         AutoPVector<Thread::State, StdDeleter> states;
         EXPECT_EQ(Thread::GetStates(states), 0x00220190u);
         unsigned long count = 0;
-        for (unsigned long i = 0; i < states.Size(); ++i)
-            count += states[i]->Name() == "Event sender" ? 1 : 0;
+        for (unsigned long i = 0; i < states.Size(); ++i) {
+            Array<Thread::Lock> const& locks = states[i]->Locks();
+            bool const waits =
+                locks.Size() != 0 && &locks[locks.Size() - 1].State() == &Thread::Lock::WAITING;
+            if (states[i]->Name() == name && (waits || !waiting)) ++count;
+        }
         return count;
     }
-    // Until the thread waits on a lock that it has taken.
-    static bool AwaitWaiter(char const* name) {
-        for (int round = 0; round < 2000; ++round, Clock::RealPause(1)) {
-            AutoPVector<Thread::State, StdDeleter> states;
-            EXPECT_EQ(Thread::GetStates(states), 0x00220190u);
-            for (unsigned long i = 0; i < states.Size(); ++i) {
-                Array<Thread::Lock> const& locks = states[i]->Locks();
-                if (states[i]->Name() == name && locks.Size() != 0 &&
-                    &locks[locks.Size() - 1].State() == &Thread::Lock::WAITING)
-                    return true;
-            }
-        }
-        return false;
-    }
+    static unsigned long Senders() { return Threads("Event sender"); }
     Acceptor::HandlerT Write(char name) {
         return [this, name](Note const& note) { calls_ += name + std::to_string(note.Value()) + " "; };
     }
@@ -159,7 +150,8 @@ TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
         EXPECT_TRUE(ended);
     });
     ASSERT_TRUE(other.Start().Succeeded());
-    ASSERT_TRUE(AwaitWaiter("worker"));
+    while (Threads("worker", true) == 0)
+        Clock::RealPause(1);
     EXPECT_FALSE(unsubscribed);
     EXPECT_TRUE(a.Subscribe()) << "detached: it is back until the waiting thread looks again";
     leave.release();

@@ -68,17 +68,19 @@ void Forwarder_::Target_::Schedule(OrderT order, BaseDelegate const* delegate) {
     }
 }
 
-// How long the acceptor at hand has been waited for.
+// How long the lock of the acceptor at hand has been waited for. The clock is read when it first turns out to
+// be busy, not for each acceptor.
 class Forwarder_::Report_ {
 public:
-    Report_() { Restart(); }
-
-    void Restart() {
-        start_ = Time::Monotonic();
-        limit_ = REPORT_PERIOD;
-    }
+    void Restart() { isWaiting_ = false; }
     void Busy(Base const& event, BaseDelegate const& delegate) {
-        auto const elapsed = static_cast<unsigned long>((Time::Monotonic() - start_).Seconds());
+        Time::Span const now = Time::Monotonic();
+        if (!isWaiting_) {
+            isWaiting_ = true;
+            start_ = now;
+            limit_ = REPORT_PERIOD;
+        }
+        auto const elapsed = static_cast<unsigned long>((now - start_).Seconds());
         if (elapsed < limit_) return;
         Log(Log::WARNING, IDENT, nullptr, "unable to send \"%1\" to \"%2\" for %3 seconds")
             << event.Ident() << delegate.Ident() << elapsed
@@ -87,6 +89,7 @@ public:
     }
 
 private:
+    bool isWaiting_ = false;
     Time::Span start_;
     unsigned long limit_ = 0;
 };
