@@ -42,9 +42,12 @@ void TryAuthority(CString const& text) {
     String part[4], again[4];
     bool valid = false;
     FUZZ_CHECK(uri.ParseAuthority(part[0], part[1], part[2], part[3], valid));
-    // Brackets around what is no address are not made again, and those around a dotted one are not taken off.
-    bool const dotted = part[2].Find(':') < part[2].Size() && part[2].Find('.') < part[2].Size();
-    if (!valid || !matched || parts.bracketed || dotted) return;
+    // Brackets that came with a text that is no address are not made again; those that are made for "::" and
+    // for addresses with a dotted end are not taken off, as the patterns know three and more digits and
+    // colons.
+    bool const unknown =
+        part[2] == "::" || (part[2].Find(':') < part[2].Size() && part[2].Find('.') < part[2].Size());
+    if (!valid || !matched || parts.bracketed || unknown) return;
     FUZZ_CHECK(uri.SetAuthority(part[0], part[1], part[2], part[3]));
     FUZZ_CHECK(uri.ParseAuthority(again[0], again[1], again[2], again[3], valid) && valid);
     for (unsigned i = 0; i < 4; ++i)
