@@ -190,7 +190,7 @@ void Compare(Db const& db, Twin const& twin) {
 TEST(RrdDb, AgreesWithASlowTwinOverRandomHistories) {
     LogCapture log;
     Clock clock;
-    for (unsigned seed = 0; seed < 12; ++seed) {
+    for (unsigned seed = 0; seed < 6; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937_64 random(seed);
         Db::StepT const step = seed % 2 ? Db::STEP_1M : Db::STEP_3S;
