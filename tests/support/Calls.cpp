@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstring>
 #include <deque>
-#include <optional>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -15,7 +14,6 @@
 namespace {
 
 constexpr std::size_t CALLS = static_cast<std::size_t>(SysCall::COUNT);
-constexpr int VECTOR_LIMIT = 1024;
 
 Workbench::SpinLock lock;
 constinit thread_local Calls* ofThread = nullptr;
@@ -26,15 +24,11 @@ char const* const NAMES[] = {
 #define ZEB_CALL(result, name, ...) #name,
 #define ZEB_CALL_CODE ZEB_CALL
 #define ZEB_CALL_SIZED ZEB_CALL
-#define ZEB_CALL_VECTOR ZEB_CALL
-#define ZEB_CALL_MESSAGE ZEB_CALL
 #define ZEB_CALL_VIA ZEB_CALL
 #include "tests/support/Calls.inc"
 #undef ZEB_CALL
 #undef ZEB_CALL_CODE
 #undef ZEB_CALL_SIZED
-#undef ZEB_CALL_VECTOR
-#undef ZEB_CALL_MESSAGE
 #undef ZEB_CALL_VIA
 };
 
@@ -44,7 +38,6 @@ struct Calls::State {
     ScopeT const scope;
     std::array<unsigned long, CALLS> counts{};
     std::array<std::deque<Step>, CALLS> steps{};
-    std::array<std::optional<Step>, CALLS> always{};
 };
 
 // The door between the wrapped functions and the scripts.
@@ -69,12 +62,10 @@ public:
             if (calls == nullptr) continue;
             Calls::State& state = *calls->state_;
             ++state.counts[index];
-            if (!state.steps[index].empty()) {
-                StepT step = std::move(state.steps[index].front());
-                state.steps[index].pop_front();
-                return step;
-            }
-            if (state.always[index]) return *state.always[index];
+            if (state.steps[index].empty()) continue;
+            StepT step = std::move(state.steps[index].front());
+            state.steps[index].pop_front();
+            return step;
         }
         return {};
     }
@@ -87,11 +78,10 @@ public:
 
     template<typename ResultT, SysCall CALL = SysCall::COUNT>
     static ResultT Result(StepT const& step) {
-        constexpr bool MINUS_ONE = CALL == SysCall::mmap || CALL == SysCall::mmap64 || CALL == SysCall::sbrk;
         bool const fails = step.kind == KindT::FAIL;
         if (fails) errno = static_cast<int>(step.value);
         if constexpr (std::is_pointer_v<ResultT>)
-            return reinterpret_cast<ResultT>(!fails ? step.value : MINUS_ONE ? -1 : 0);
+            return reinterpret_cast<ResultT>(!fails ? step.value : CALL == SysCall::mmap ? -1 : 0);
         else
             return static_cast<ResultT>(fails ? -1 : step.value);
     }
@@ -104,30 +94,8 @@ public:
         return static_cast<ssize_t>(moved);
     }
 
-    static ssize_t MovedVector(StepT const& step, iovec const* vector, std::size_t count) {
-        if (step.kind != KindT::DATA) return Result<ssize_t>(step);
-        std::size_t moved = 0;
-        for (std::size_t i = 0; i < count && moved < step.data.size(); ++i) {
-            std::size_t const piece = std::min(vector[i].iov_len, step.data.size() - moved);
-            memcpy(vector[i].iov_base, step.data.data() + moved, piece);
-            moved += piece;
-        }
-        return static_cast<ssize_t>(moved);
-    }
-
     static std::size_t Limit(StepT const& step, std::size_t size) {
         return step.kind == KindT::SHORT ? std::min(size, static_cast<std::size_t>(step.value)) : size;
-    }
-
-    // Copies the vector cut to the step's size into `cut`; the entries used.
-    static std::size_t Limit(StepT const& step, iovec const* vector, std::size_t count, iovec* cut) {
-        std::size_t room = static_cast<std::size_t>(step.value);
-        std::size_t used = 0;
-        for (; used < count && room != 0; ++used) {
-            cut[used] = {vector[used].iov_base, std::min(vector[used].iov_len, room)};
-            room -= cut[used].iov_len;
-        }
-        return used;
     }
 };
 
@@ -161,12 +129,6 @@ void Calls::Script(SysCall call, std::initializer_list<Step> steps, unsigned lon
         script.insert(script.end(), steps.begin(), steps.end());
 }
 
-void Calls::Always(SysCall call, Step step) {
-    Workbench::Own const own;
-    Workbench::SpinLock::Guard const guard(lock);
-    state_->always[static_cast<std::size_t>(call)] = std::move(step);
-}
-
 unsigned long Calls::Count(SysCall call) const {
     Workbench::SpinLock::Guard const guard(lock);
     return state_->counts[static_cast<std::size_t>(call)];
@@ -181,10 +143,7 @@ void Calls::Clear() {
     Workbench::Own const own;
     Workbench::SpinLock::Guard const guard(lock);
     state_->steps.fill({});
-    state_->always.fill({});
 }
-
-char const* Calls::Name(SysCall call) { return NAMES[static_cast<std::size_t>(call)]; }
 
 unsigned long Workbench::CallsOfThread() { return callsOfThread; }
 
@@ -224,41 +183,6 @@ unsigned long Workbench::CallsOfThread() { return callsOfThread; }
         if (CallsWatch::Ends(step)) return CallsWatch::Moved(step, data, size);                              \
         size = CallsWatch::Limit(step, size);                                                                \
         return __real_##name arguments;                                                                      \
-    }
-
-#define ZEB_CALL_VECTOR(result, name, parameters, arguments, vector, count)                                  \
-    extern "C" result __real_##name parameters;                                                              \
-    extern "C" result __wrap_##name parameters {                                                             \
-        auto const step = CallsWatch::Take(SysCall::name);                                                   \
-        if (CallsWatch::Ends(step))                                                                          \
-            return CallsWatch::MovedVector(step, vector, static_cast<size_t>(count));                        \
-        iovec cut[VECTOR_LIMIT];                                                                             \
-        if (step.kind == Calls::Step::KindT::SHORT && count <= VECTOR_LIMIT) {                               \
-            count = static_cast<int>(CallsWatch::Limit(step, vector, static_cast<size_t>(count), cut));      \
-            vector = cut;                                                                                    \
-        }                                                                                                    \
-        return __real_##name arguments;                                                                      \
-    }
-
-#define ZEB_CALL_MESSAGE(result, name, parameters, arguments, message)                                       \
-    extern "C" result __real_##name parameters;                                                              \
-    extern "C" result __wrap_##name parameters {                                                             \
-        auto const step = CallsWatch::Take(SysCall::name);                                                   \
-        if (CallsWatch::Ends(step))                                                                          \
-            return CallsWatch::MovedVector(step, message->msg_iov, message->msg_iovlen);                     \
-        if (step.kind != Calls::Step::KindT::SHORT || message->msg_iovlen > VECTOR_LIMIT)                    \
-            return __real_##name arguments;                                                                  \
-        iovec cut[VECTOR_LIMIT];                                                                             \
-        msghdr copy = *message;                                                                              \
-        copy.msg_iovlen = CallsWatch::Limit(step, message->msg_iov, message->msg_iovlen, cut);               \
-        copy.msg_iov = cut;                                                                                  \
-        ssize_t const moved = __real_##name(fd, &copy, flags);                                               \
-        if constexpr (!std::is_const_v<std::remove_pointer_t<decltype(message)>>) {                          \
-            copy.msg_iov = message->msg_iov;                                                                 \
-            copy.msg_iovlen = message->msg_iovlen;                                                           \
-            *const_cast<msghdr*>(message) = copy;                                                            \
-        }                                                                                                    \
-        return moved;                                                                                        \
     }
 
 #include "tests/support/Calls.inc"

@@ -18,15 +18,11 @@ enum class SysCall : unsigned {
 #define ZEB_CALL(result, name, ...) name,
 #define ZEB_CALL_CODE ZEB_CALL
 #define ZEB_CALL_SIZED ZEB_CALL
-#define ZEB_CALL_VECTOR ZEB_CALL
-#define ZEB_CALL_MESSAGE ZEB_CALL
 #define ZEB_CALL_VIA ZEB_CALL
 #include "tests/support/Calls.inc"
 #undef ZEB_CALL
 #undef ZEB_CALL_CODE
 #undef ZEB_CALL_SIZED
-#undef ZEB_CALL_VECTOR
-#undef ZEB_CALL_MESSAGE
 #undef ZEB_CALL_VIA
     COUNT
 };
@@ -71,9 +67,6 @@ public:
     // Appends steps to what is scripted for `call`; `times` repeats them.
     void Script(SysCall call, std::initializer_list<Step> steps, unsigned long times = 1);
 
-    // Every call from now on takes `step`; with this none is left over. Script() goes first.
-    void Always(SysCall call, Step step);
-
     // Calls since this object exists, scripted or not, of the thread or of the process.
     unsigned long Count(SysCall call) const;
 
@@ -82,8 +75,6 @@ public:
 
     // Forgets all steps.
     void Clear();
-
-    static char const* Name(SysCall call);
 
 private:
     friend class CallsWatch;

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <ostream>
 
 #include <fcntl.h>
@@ -17,18 +16,7 @@
 
 namespace {
 
-constexpr char const PREFIX[] = "--zeb-child=";
 constexpr int FAILED_EXPECTATION = 113;
-
-std::map<std::string, int (*)()>& Bodies() {
-    static std::map<std::string, int (*)()> bodies;
-    return bodies;
-}
-
-std::vector<std::string>& Given() {
-    static std::vector<std::string> arguments;
-    return arguments;
-}
 
 void Execute(std::vector<std::string> const& command) {
     std::vector<char*> pointers;
@@ -41,23 +29,6 @@ void Execute(std::vector<std::string> const& command) {
 }
 
 } // namespace
-
-std::vector<std::string> const& Child::Arguments() { return Given(); }
-
-bool Child::Register(char const* name, int (*body)()) { return Bodies().emplace(name, body).second; }
-
-bool Child::Dispatch(int argc, char** argv, int& exitCode) {
-    if (argc < 2 || strncmp(argv[1], PREFIX, sizeof(PREFIX) - 1) != 0) return false;
-    Given().assign(argv + 2, argv + argc);
-    auto const found = Bodies().find(argv[1] + sizeof(PREFIX) - 1);
-    if (found == Bodies().end()) {
-        fprintf(stderr, "no ZEB_CHILD named %s\n", argv[1] + sizeof(PREFIX) - 1);
-        exitCode = 127;
-        return true;
-    }
-    exitCode = found->second();
-    return true;
-}
 
 Child Child::Fork(std::function<int()> const& body, long limitMs) {
     unsigned long const failedBefore = Workbench::FailedParts();
@@ -85,15 +56,6 @@ static std::vector<std::string> StartOf(std::string const& program) {
     }
     command.push_back(program);
     return command;
-}
-
-Child Child::Exec(std::string const& name, std::vector<std::string> const& arguments, long limitMs) {
-    char self[4096] = {};
-    if (readlink("/proc/self/exe", self, sizeof(self) - 1) < 0) return {};
-    std::vector<std::string> command = StartOf(self);
-    command.push_back(PREFIX + name);
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return Program(command, {}, limitMs);
 }
 
 std::vector<std::string> Child::Built(std::string const& name, std::vector<std::string> const& arguments) {

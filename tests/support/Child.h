@@ -3,10 +3,6 @@
 //     Child const child = Child::Run([] { abort(); });           // a fork of the test
 //     EXPECT_EQ(child.Signal(), SIGABRT) << child;
 //
-//     ZEB_CHILD(PrintsEnvironment) { puts(getenv("X")); return 3; }
-//     Child const child = Child::Exec("PrintsEnvironment");      // the test program started anew, from its
-//     main
-//
 // Expectations that fail in a forked child fail the test. A child that runs for longer than its limit of real
 // time is killed.
 #pragma once
@@ -37,10 +33,6 @@ public:
             limitMs);
     }
 
-    // Runs the ZEB_CHILD of that name. Arguments are in Child::Arguments() there.
-    static Child Exec(std::string const& name, std::vector<std::string> const& arguments = {},
-                      long limitMs = DEFAULT_LIMIT_MS);
-
     // Runs a program, found by PATH unless it has a slash, with `input` on its standard input.
     static Child Program(std::vector<std::string> const& command, std::string const& input = {},
                          long limitMs = DEFAULT_LIMIT_MS);
@@ -53,12 +45,6 @@ public:
     bool TimedOut() const { return timedOut_; }
     std::string const& Output() const { return output_; }
     std::string const& Errors() const { return errors_; }
-
-    static std::vector<std::string> const& Arguments();
-
-    // For ZEB_CHILD and for main.
-    static bool Register(char const* name, int (*body)());
-    static bool Dispatch(int argc, char** argv, int& exitCode);
 
     friend std::ostream& operator<<(std::ostream& out, Child const& child);
 
@@ -73,8 +59,3 @@ private:
     std::string output_;
     std::string errors_;
 };
-
-#define ZEB_CHILD(name)                                                                                      \
-    static int ZebChild##name();                                                                             \
-    [[maybe_unused]] static bool const zebChild##name##Registered = Child::Register(#name, ZebChild##name);  \
-    static int ZebChild##name()

@@ -20,11 +20,6 @@
 
 namespace {
 
-ZEB_CHILD(Answers) {
-    printf("%s", Child::Arguments().at(1).c_str());
-    return static_cast<int>(Child::Arguments().size());
-}
-
 TEST(ChildTest, TellsHowAProcessEnded) {
     EXPECT_EQ(Child::Run([] { raise(SIGTERM); }).Signal(), SIGTERM);
     Child const plain = Child::Run([] {
@@ -40,11 +35,7 @@ TEST(ChildTest, TellsHowAProcessEnded) {
     EXPECT_THAT_FAILS(Child::Run([] { std::thread([] { EXPECT_EQ(1, 2); }).join(); }), "failed in a child");
 }
 
-TEST(ChildTest, StartsTheTestProgramAnewAndOtherPrograms) {
-    Child const again = Child::Exec("Answers", {"a", "b c"});
-    EXPECT_EQ(again.ExitCode(), 2) << again;
-    EXPECT_EQ(again.Output(), "b c");
-    EXPECT_EQ(Child::Exec("Unknown").ExitCode(), 127);
+TEST(ChildTest, StartsOtherPrograms) {
     std::string const large(200000, 'x');
     EXPECT_EQ(Child::Program({"cat"}, large).Output(), large);
     EXPECT_EQ(Child::Program({"/nowhere/at/all"}).ExitCode(), 127);
@@ -57,10 +48,9 @@ TEST(TempDirTest, KeepsFilesAndGoesAway) {
         path = dir.Path();
         dir.Write("b", std::string_view("1\0 2", 4));
         dir.Write("a", "");
-        EXPECT_EQ(dir.Read("b"), std::string("1\0 2", 4));
+        EXPECT_EQ(dir.Read("b") + dir.Read("c"), std::string("1\0 2(absent)", 12));
         EXPECT_EQ(dir.List(), "a b");
         EXPECT_TRUE(dir.Exists("a") && !dir.Exists("c"));
-        EXPECT_EQ(dir.Read("c"), "(absent)");
     }
     EXPECT_NE(access(path.c_str(), F_OK), 0);
 }
@@ -70,10 +60,6 @@ TEST(NamespaceTest, ChangesOfFilesAreSeenInsideOnly) {
     TempDir const dir;
     {
         Namespace space(Namespace::MOUNT);
-        EXPECT_TRUE(space.Private("/etc"));
-        EXPECT_EQ(access("/etc/passwd", R_OK), 0);
-        close(open("/etc/zeb-test-file", O_CREAT | O_WRONLY, 0600));
-        EXPECT_EQ(access("/etc/zeb-test-file", F_OK), 0);
         ASSERT_TRUE(space.SmallDisk(dir / "small", 65536));
         int const fd = open((dir / "small/file").c_str(), O_CREAT | O_WRONLY, 0600);
         std::string const block(65536, 'x');
@@ -83,7 +69,6 @@ TEST(NamespaceTest, ChangesOfFilesAreSeenInsideOnly) {
         close(fd);
         EXPECT_THAT_FAILS(space.Bind("/nowhere", "/etc"), "bind /etc");
     }
-    EXPECT_NE(access("/etc/zeb-test-file", F_OK), 0);
     EXPECT_FALSE(dir.Exists("small/file"));
 }
 

@@ -11,21 +11,11 @@
 // clang-format off
 extern "C" {
 int __real_clock_gettime(clockid_t, timespec*);
-int __real_gettimeofday(timeval*, void*);
-time_t __real_time(time_t*);
 int __real_nanosleep(timespec const*, timespec*);
-int __real_clock_nanosleep(clockid_t, int, timespec const*, timespec*);
-int __real_usleep(useconds_t);
-unsigned int __real_sleep(unsigned int);
 int __real_poll(pollfd*, nfds_t, int);
-int __real_ppoll(pollfd*, nfds_t, timespec const*, sigset_t const*);
-int __real_select(int, fd_set*, fd_set*, fd_set*, timeval*);
 int __real_sigtimedwait(sigset_t const*, siginfo_t*, timespec const*);
-int __real_sem_timedwait(sem_t*, timespec const*);
 int __real_timer_settime(timer_t, int, itimerspec const*, itimerspec*);
-int __real_pthread_mutex_timedlock(pthread_mutex_t*, timespec const*);
 int __real_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*, timespec const*);
-int __real_pthread_cond_clockwait(pthread_cond_t*, pthread_mutex_t*, clockid_t, timespec const*);
 }
 // clang-format on
 
@@ -40,7 +30,6 @@ constinit std::atomic<bool> active{false};
 constinit std::atomic<long> moved{0};
 constinit std::atomic<long> wallShift{0};
 constinit std::atomic<unsigned long> waiters{0};
-constinit std::atomic<int> readingError{0};
 // Fixed while a Clock exists.
 constinit std::atomic<Clock::ModeT> mode{Clock::ModeT::MANUAL};
 constinit std::atomic<long> startMonotonic{0};
@@ -73,12 +62,7 @@ bool IsMoved(clockid_t clock) {
            clock == CLOCK_MONOTONIC_RAW || clock == CLOCK_BOOTTIME;
 }
 
-long Now(bool wall) {
-    long const flowed = mode == Clock::ModeT::RUNNING ? Real(CLOCK_MONOTONIC) - startMonotonic.load() : 0;
-    return (wall ? startWall + wallShift : startMonotonic.load()) + moved + flowed;
-}
-
-timespec RealIn(clockid_t clock, long nanoseconds) { return Timespec(Real(clock) + nanoseconds); }
+long Now(bool wall) { return (wall ? startWall + wallShift : startMonotonic.load()) + moved; }
 
 // Waits in slices until `attempt(nanoseconds)` is true (the result), or the deadline has passed (false).
 template<typename AttemptT>
@@ -103,15 +87,15 @@ bool Wait(bool wall, long deadline, AttemptT const& attempt) {
 }
 
 // Sleeps on the clock; EINTR with the time left, or 0.
-int SleepUntil(bool wall, long deadline, timespec* left) {
+int SleepUntil(long deadline, timespec* left) {
     int error = 0;
-    Wait(wall, deadline, [&](long slice) {
+    Wait(false, deadline, [&](long slice) {
         timespec const time = Timespec(slice);
         if (slice == 0 || __real_nanosleep(&time, nullptr) == 0) return false;
         error = errno;
         return true;
     });
-    if (error != 0 && left != nullptr) *left = Timespec(std::max(0L, deadline - Now(wall)));
+    if (error != 0 && left != nullptr) *left = Timespec(std::max(0L, deadline - Now(false)));
     return error;
 }
 
@@ -127,7 +111,6 @@ Clock::Clock(ModeT wanted) {
     mode = wanted;
     moved = 0;
     wallShift = 0;
-    readingError = 0;
     startMonotonic = Real(CLOCK_MONOTONIC);
     startWall = Real(CLOCK_REALTIME);
     owner = true;
@@ -137,7 +120,6 @@ Clock::Clock(ModeT wanted) {
 Clock::~Clock() {
     active = false;
     owner = false;
-    readingError = 0;
 }
 
 void Clock::AdvanceNanoseconds(long nanoseconds) { moved += nanoseconds; }
@@ -145,8 +127,6 @@ void Clock::AdvanceNanoseconds(long nanoseconds) { moved += nanoseconds; }
 void Clock::SetWall(long seconds, long nanoseconds) {
     wallShift += seconds * SECOND + nanoseconds - Now(true);
 }
-
-void Clock::FailReading(int error) { readingError = error; }
 
 long Clock::Moved() const { return moved; }
 
@@ -171,58 +151,18 @@ void RealSleep(long milliseconds) {
     __real_nanosleep(&time, nullptr);
 }
 
-int RealPoll(pollfd* fds, nfds_t count, timespec const& limit) {
-    return __real_ppoll(fds, count, &limit, nullptr);
-}
+int RealPoll(pollfd* fds, nfds_t count, timespec const& limit) { return ppoll(fds, count, &limit, nullptr); }
 
 int ClockGettime(clockid_t clock, timespec* out) {
     if (!active || !IsMoved(clock)) return __real_clock_gettime(clock, out);
-    if (readingError != 0 && !IsWall(clock)) {
-        errno = readingError;
-        return -1;
-    }
     *out = Timespec(Now(IsWall(clock)));
     return 0;
 }
 
-int Gettimeofday(timeval* out, void* zone) {
-    if (!active) return __real_gettimeofday(out, zone);
-    long const now = Now(true);
-    *out = {now / SECOND, now % SECOND / 1000};
-    return 0;
-}
-
-time_t TimeSeconds(time_t* out) {
-    if (!active) return __real_time(out);
-    time_t const now = Now(true) / SECOND;
-    if (out != nullptr) *out = now;
-    return now;
-}
-
 int Nanosleep(timespec const* time, timespec* left) {
     if (!active || !IsValid(*time) || time->tv_sec < 0) return __real_nanosleep(time, left);
-    errno = SleepUntil(false, Sum(Now(false), Nanoseconds(*time)), left);
+    errno = SleepUntil(Sum(Now(false), Nanoseconds(*time)), left);
     return errno == 0 ? 0 : -1;
-}
-
-int ClockNanosleep(clockid_t clock, int flags, timespec const* time, timespec* left) {
-    if (!active || !IsMoved(clock) || !IsValid(*time))
-        return __real_clock_nanosleep(clock, flags, time, left);
-    bool const wall = IsWall(clock);
-    if ((flags & TIMER_ABSTIME) != 0) return SleepUntil(wall, Nanoseconds(*time), nullptr);
-    return SleepUntil(wall, Sum(Now(wall), Nanoseconds(*time)), left);
-}
-
-int Usleep(useconds_t microseconds) {
-    timespec const time = Timespec(microseconds * 1000L);
-    return Nanosleep(&time, nullptr);
-}
-
-unsigned int SleepSeconds(unsigned int seconds) {
-    if (!active) return __real_sleep(seconds);
-    timespec const time = {seconds, 0};
-    timespec left = {};
-    return Nanosleep(&time, &left) == 0 ? 0 : static_cast<unsigned int>(left.tv_sec);
 }
 
 int Poll(pollfd* fds, nfds_t count, int timeout) {
@@ -230,34 +170,6 @@ int Poll(pollfd* fds, nfds_t count, int timeout) {
     int result = 0;
     Wait(false, Now(false) + timeout * 1000000L, [&](long slice) {
         result = __real_poll(fds, count, static_cast<int>(slice / 1000000));
-        return result != 0;
-    });
-    return result;
-}
-
-int PPoll(pollfd* fds, nfds_t count, timespec const* timeout, sigset_t const* mask) {
-    if (!active || timeout == nullptr) return __real_ppoll(fds, count, timeout, mask);
-    int result = 0;
-    Wait(false, Sum(Now(false), Nanoseconds(*timeout)), [&](long slice) {
-        timespec const time = Timespec(slice);
-        result = __real_ppoll(fds, count, &time, mask);
-        return result != 0;
-    });
-    return result;
-}
-
-int Select(int count, fd_set* in, fd_set* out, fd_set* except, timeval* timeout) {
-    if (!active || timeout == nullptr) return __real_select(count, in, out, except, timeout);
-    fd_set* const sets[] = {in, out, except};
-    fd_set wanted[3];
-    for (int i = 0; i < 3; ++i)
-        if (sets[i] != nullptr) wanted[i] = *sets[i];
-    int result = 0;
-    Wait(false, Sum(Now(false), timeout->tv_sec * SECOND + timeout->tv_usec * 1000), [&](long slice) {
-        for (int i = 0; i < 3; ++i)
-            if (sets[i] != nullptr) *sets[i] = wanted[i];
-        timeval time = {0, slice / 1000};
-        result = __real_select(count, in, out, except, &time);
         return result != 0;
     });
     return result;
@@ -274,28 +186,6 @@ int Sigtimedwait(sigset_t const* set, siginfo_t* info, timespec const* timeout) 
     return result;
 }
 
-int SemTimedwait(sem_t* semaphore, timespec const* deadline) {
-    if (!active) return __real_sem_timedwait(semaphore, deadline);
-    int result = -1;
-    Wait(true, Nanoseconds(*deadline), [&](long slice) {
-        timespec const time = RealIn(CLOCK_REALTIME, slice);
-        result = __real_sem_timedwait(semaphore, &time);
-        return result == 0 || errno != ETIMEDOUT;
-    });
-    return result;
-}
-
-int MutexTimedlock(pthread_mutex_t* mutex, timespec const* deadline) {
-    if (!active) return __real_pthread_mutex_timedlock(mutex, deadline);
-    int result = ETIMEDOUT;
-    Wait(true, Nanoseconds(*deadline), [&](long slice) {
-        timespec const time = RealIn(CLOCK_REALTIME, slice);
-        result = __real_pthread_mutex_timedlock(mutex, &time);
-        return result != ETIMEDOUT;
-    });
-    return result;
-}
-
 int TimerSettime(timer_t timer, int flags, itimerspec const* value, itimerspec* old) {
     long const at = Nanoseconds(value->it_value);
     if (!active || (flags & TIMER_ABSTIME) == 0 || at == 0)
@@ -305,27 +195,17 @@ int TimerSettime(timer_t timer, int flags, itimerspec const* value, itimerspec* 
     return __real_timer_settime(timer, flags & ~TIMER_ABSTIME, &relative, old);
 }
 
-static int CondWait(pthread_cond_t* condition, pthread_mutex_t* mutex, bool wall, timespec const& deadline) {
-    if (!IsValid(deadline)) return EINVAL;
+int CondTimedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, timespec const* deadline) {
+    if (!active) return __real_pthread_cond_timedwait(condition, mutex, deadline);
+    if (!IsValid(*deadline)) return EINVAL;
+    bool const wall = deadline->tv_sec > WALL_SECONDS && deadline->tv_sec < 100 * WALL_SECONDS;
     int result = ETIMEDOUT;
-    Wait(wall, Nanoseconds(deadline), [&](long slice) {
-        timespec const time = RealIn(CLOCK_MONOTONIC, slice);
-        result = __real_pthread_cond_clockwait(condition, mutex, CLOCK_MONOTONIC, &time);
+    Wait(wall, Nanoseconds(*deadline), [&](long slice) {
+        timespec const time = Timespec(Real(CLOCK_MONOTONIC) + slice);
+        result = pthread_cond_clockwait(condition, mutex, CLOCK_MONOTONIC, &time);
         return result != ETIMEDOUT;
     });
     return result;
-}
-
-int CondTimedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, timespec const* deadline) {
-    if (!active) return __real_pthread_cond_timedwait(condition, mutex, deadline);
-    return CondWait(condition, mutex,
-                    deadline->tv_sec > WALL_SECONDS && deadline->tv_sec < 100 * WALL_SECONDS, *deadline);
-}
-
-int CondClockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
-                  timespec const* deadline) {
-    if (!active) return __real_pthread_cond_clockwait(condition, mutex, clock, deadline);
-    return CondWait(condition, mutex, IsWall(clock), *deadline);
 }
 
 } // namespace Workbench

@@ -1,9 +1,8 @@
 // A clock that the test moves.
 //
-// While a Clock exists the whole process sees it: clock_gettime, gettimeofday, time, and all waits with a
-// limit: nanosleep, clock_nanosleep, usleep, sleep, pthread_cond_timedwait, pthread_cond_clockwait,
-// pthread_mutex_timedlock, poll, ppoll, select, sigtimedwait, sem_timedwait. It starts at the real time.
-// CPU-time clocks stay real. One Clock at a time.
+// While a Clock exists the whole process sees it: clock_gettime, and the waits with a limit: nanosleep (which
+// std::this_thread::sleep_for calls), pthread_cond_timedwait, poll, sigtimedwait, and timer_settime with an
+// absolute time. It starts at the real time. CPU-time clocks stay real. One Clock at a time.
 //
 // A thread in a wait wakes within 2 real milliseconds when the clock has passed its deadline, or when what it
 // waits for happens. A wait that nobody ends within 20 real seconds ends the process with a message.
@@ -14,10 +13,8 @@
 class Clock {
 public:
     enum class ModeT {
-        MANUAL,  // stands still but for Advance()
-        AUTO,    // as MANUAL, and a wait of the thread that made the Clock moves it to the wait's deadline at
-                 // once
-        RUNNING, // runs on with the real clock, and Advance() jumps ahead
+        MANUAL, // stands still but for Advance()
+        AUTO,   // as MANUAL, and a wait of the thread that made the Clock moves it to its deadline at once
     };
 
     explicit Clock(ModeT mode = ModeT::MANUAL);
@@ -30,9 +27,6 @@ public:
 
     // Sets the wall clock alone; the monotonic clock goes on.
     void SetWall(long seconds, long nanoseconds = 0);
-
-    // Makes readings of the monotonic clock fail with `error`; 0 ends that.
-    void FailReading(int error);
 
     // Nanoseconds by which the clock has moved, by Advance() and by waits in AUTO mode.
     long Moved() const;

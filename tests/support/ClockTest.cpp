@@ -5,15 +5,11 @@
 #include <atomic>
 #include <cerrno>
 #include <ctime>
-#include <functional>
 #include <thread>
 
 #include <poll.h>
 #include <pthread.h>
-#include <semaphore.h>
 #include <signal.h>
-#include <sys/select.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -62,70 +58,23 @@ struct Gate {
     }
 };
 
-struct Row {
-    char const* name;
-    std::function<bool()> wait; // of one hour; true if it ended by its limit
-};
-
 timespec const HOUR = {HOUR_MS / 1000, 0};
+sigset_t const NO_SIGNAL = {};
 
-timespec InAnHour(clockid_t clock) {
-    timespec time = Read(clock);
-    time.tv_sec += HOUR.tv_sec;
-    return time;
-}
-
-bool Sigtimedwait() {
-    sigset_t set;
-    sigemptyset(&set);
-    return sigtimedwait(&set, nullptr, &HOUR) == -1 && errno == EAGAIN;
-}
-
-bool Semaphore() {
-    sem_t semaphore;
-    sem_init(&semaphore, 0, 0);
-    timespec const deadline = InAnHour(CLOCK_REALTIME);
-    return sem_timedwait(&semaphore, &deadline) == -1 && errno == ETIMEDOUT;
-}
-
-bool Clockwait() {
-    Gate gate;
-    timespec const deadline = InAnHour(CLOCK_REALTIME);
-    pthread_mutex_lock(&gate.mutex);
-    int const error = pthread_cond_clockwait(&gate.condition, &gate.mutex, CLOCK_REALTIME, &deadline);
-    pthread_mutex_unlock(&gate.mutex);
-    return error == ETIMEDOUT;
-}
-
-bool Select() {
-    timeval time = {HOUR.tv_sec, 0};
-    return select(0, nullptr, nullptr, nullptr, &time) == 0;
-}
-
-bool AbsoluteSleep() {
-    timespec const deadline = InAnHour(CLOCK_MONOTONIC);
-    return clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == 0;
-}
-
-Row const ROWS[] = {
+// Waits of one hour; true if it ended by its limit.
+std::pair<char const*, bool (*)()> const WAITS[] = {
     {"nanosleep", [] { return nanosleep(&HOUR, nullptr) == 0; }},
-    {"clock_nanosleep", AbsoluteSleep},
-    {"sleep", [] { return sleep(HOUR_MS / 1000) == 0; }},
     {"poll", [] { return poll(nullptr, 0, HOUR_MS) == 0; }},
-    {"ppoll", [] { return ppoll(nullptr, 0, &HOUR, nullptr) == 0; }},
-    {"select", Select},
-    {"sigtimedwait", Sigtimedwait},
-    {"sem_timedwait", Semaphore},
+    {"sigtimedwait", [] { return sigtimedwait(&NO_SIGNAL, nullptr, &HOUR) == -1 && errno == EAGAIN; }},
     {"pthread_cond_timedwait", [] { return Gate().Wait() == ETIMEDOUT; }},
-    {"pthread_cond_clockwait", Clockwait},
 };
 
 TEST(ClockTest, EveryWaitEndsWhenTheClockPassesItsDeadlineAndNotBefore) {
-    for (Row const& row : ROWS) {
-        SCOPED_TRACE(row.name);
+    for (auto const& [name, wait] : WAITS) {
+        SCOPED_TRACE(name);
         Clock clock;
         std::atomic<int> result{-1};
-        std::thread waiter([&] { result = row.wait() ? 1 : 0; });
+        std::thread waiter([&, wait = wait] { result = wait() ? 1 : 0; });
         EXPECT_TRUE(clock.AwaitWaiters(1));
         clock.Advance(HOUR_MS - 1);
         Clock::RealPause(5);
@@ -138,10 +87,10 @@ TEST(ClockTest, EveryWaitEndsWhenTheClockPassesItsDeadlineAndNotBefore) {
 }
 
 TEST(ClockTest, AutomaticWaitsMoveTheClockAtOnce) {
-    for (Row const& row : ROWS) {
+    for (auto const& [name, wait] : WAITS) {
         Clock clock(Clock::ModeT::AUTO);
-        EXPECT_TRUE(row.wait()) << row.name;
-        EXPECT_EQ(clock.Moved(), HOUR_MS * 1000000) << row.name;
+        EXPECT_TRUE(wait()) << name;
+        EXPECT_EQ(clock.Moved(), HOUR_MS * 1000000) << name;
     }
 }
 
@@ -173,18 +122,7 @@ TEST(ClockTest, ReadingsFollowTheTestAndAreRealAfterwards) {
         EXPECT_EQ(Milliseconds(CLOCK_MONOTONIC) - start, HOUR_MS);
         clock.SetWall(1000000000, 5000000);
         EXPECT_EQ(Milliseconds(CLOCK_REALTIME), 1000000000005);
-        EXPECT_EQ(time(nullptr), 1000000000);
         EXPECT_EQ(Milliseconds(CLOCK_MONOTONIC) - start, HOUR_MS);
-        clock.FailReading(EINVAL);
-        timespec now;
-        EXPECT_EQ(clock_gettime(CLOCK_MONOTONIC, &now), -1);
-        EXPECT_EQ(clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now), 0);
-    }
-    {
-        Clock clock(Clock::ModeT::RUNNING);
-        clock.Advance(HOUR_MS);
-        EXPECT_EQ(usleep(3000), 0);
-        EXPECT_GE(Milliseconds(CLOCK_MONOTONIC) - before, HOUR_MS + 2);
     }
     EXPECT_LT(Milliseconds(CLOCK_MONOTONIC) - before, HOUR_MS);
 }

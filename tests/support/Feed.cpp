@@ -39,16 +39,12 @@ std::vector<std::size_t> FeedSteps(std::size_t size) {
     return steps;
 }
 
-void FeedBySteps(std::string_view text, std::size_t step, std::function<void(FeedT const&)> const& body) {
-    Give(
-        text, step == 0 ? "whole" : "by " + std::to_string(step),
-        [&] { return step == 0 ? text.size() : step; }, body);
-}
-
 void ForEveryFeed(std::string_view text, std::function<void(FeedT const&)> const& body) {
     unsigned long const failedBefore = Workbench::FailedParts();
     for (std::size_t const step : FeedSteps(text.size())) {
-        FeedBySteps(text, step, body);
+        Give(
+            text, step == 0 ? "whole" : "by " + std::to_string(step),
+            [&] { return step == 0 ? text.size() : step; }, body);
         if (Workbench::FailedParts() != failedBefore) return;
     }
     for (unsigned seed = 1; seed <= RANDOM_CUTS && text.size() > 2; ++seed) {

@@ -18,9 +18,5 @@ using FeedT = std::vector<std::string_view>;
 
 void ForEveryFeed(std::string_view text, std::function<void(FeedT const& pieces)> const& body);
 
-// One cut: pieces of `step` bytes; 0 is whole.
-void FeedBySteps(std::string_view text, std::size_t step,
-                 std::function<void(FeedT const& pieces)> const& body);
-
 // The sizes that ForEveryFeed uses for a text of that size: 0 (whole), 1, 2, 3, 5, 7, 11, 13, ...
 std::vector<std::size_t> FeedSteps(std::size_t size);

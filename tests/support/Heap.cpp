@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -73,7 +72,6 @@ struct Heap::State {
     unsigned long failures = 0;
     unsigned long serial = 0;
     unsigned long bytes = 0;
-    unsigned long peak = 0;
     std::unordered_map<void const*, Block> blocks{};
     std::function<void(void const*, std::size_t)> watcher{};
     State* outer; // of the innermost Heap around it, of the same or another scope
@@ -128,7 +126,6 @@ public:
         Heap::State& state = *heap->state_;
         state.blocks[block] = {size, state.serial};
         state.bytes += size;
-        state.peak = std::max(state.peak, state.bytes);
         return block;
     }
 
@@ -228,11 +225,6 @@ unsigned long Heap::Live() const {
 unsigned long Heap::LiveBytes() const {
     Workbench::SpinLock::Guard const guard(lock);
     return state_->bytes;
-}
-
-unsigned long Heap::PeakBytes() const {
-    Workbench::SpinLock::Guard const guard(lock);
-    return state_->peak;
 }
 
 std::string Heap::Describe() const {
@@ -342,15 +334,6 @@ void* __wrap_realloc(void* block, size_t size) {
     return HeapWatch::MustFail() ? nullptr : HeapWatch::Move(block, size);
 }
 
-void* __wrap_reallocarray(void* block, size_t count, size_t size) {
-    size_t bytes;
-    if (__builtin_mul_overflow(count, size, &bytes)) {
-        errno = ENOMEM;
-        return nullptr;
-    }
-    return __wrap_realloc(block, bytes);
-}
-
 void __wrap_free(void* block) {
     HeapWatch::Forget(block);
     __real_free(block);
@@ -363,56 +346,7 @@ int __wrap_posix_memalign(void** block, size_t alignment, size_t size) {
     return error;
 }
 
-void* __wrap_aligned_alloc(size_t alignment, size_t size) {
-    void* block = nullptr;
-    errno = __wrap_posix_memalign(&block, std::max(alignment, sizeof(void*)), size);
-    return block;
-}
-
-char* __wrap_strndup(char const* text, size_t limit) {
-    size_t const size = strnlen(text, limit);
-    char* const copy = static_cast<char*>(__wrap_malloc(size + 1));
-    if (copy == nullptr) return nullptr;
-    memcpy(copy, text, size);
-    copy[size] = '\0';
-    return copy;
-}
-
-char* __wrap_strdup(char const* text) { return __wrap_strndup(text, strlen(text)); }
-char* __wrap___strdup(char const* text) { return __wrap_strndup(text, strlen(text)); }
-
-int __wrap_vasprintf(char** out, char const* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    int const size = vsnprintf(nullptr, 0, format, again);
-    va_end(again);
-    if (size < 0) return -1;
-    *out = static_cast<char*>(__wrap_malloc(static_cast<size_t>(size) + 1));
-    return *out == nullptr ? -1 : vsnprintf(*out, static_cast<size_t>(size) + 1, format, arguments);
-}
-
-int __wrap_asprintf(char** out, char const* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    int const size = __wrap_vasprintf(out, format, arguments);
-    va_end(arguments);
-    return size;
-}
-
-// The TLS library's own allocator is malloc too; these take its place for the code under test.
-
-void* __wrap_CRYPTO_malloc(size_t size, char const*, int) {
-    return size == 0 ? nullptr : __wrap_malloc(size);
-}
-
-void* __wrap_CRYPTO_zalloc(size_t size, char const*, int) {
-    void* const block = size == 0 ? nullptr : __wrap_malloc(size);
-    return block == nullptr ? nullptr : memset(block, 0, size);
-}
-
-void* __wrap_CRYPTO_realloc(void* block, size_t size, char const*, int) {
-    return __wrap_realloc(block, size);
-}
+// The wiping forms of the TLS library, whose own allocator is malloc.
 
 void __wrap_CRYPTO_clear_free(void* block, size_t size, char const*, int) {
     if (block == nullptr) return;
@@ -421,15 +355,13 @@ void __wrap_CRYPTO_clear_free(void* block, size_t size, char const*, int) {
 }
 
 void* __wrap_CRYPTO_clear_realloc(void* block, size_t old, size_t size, char const* file, int line) {
-    if (block == nullptr) return __wrap_CRYPTO_malloc(size, file, line);
+    if (block == nullptr) return size == 0 ? nullptr : __wrap_malloc(size);
     void* const moved = size == 0 ? nullptr : __wrap_malloc(size);
     if (moved == nullptr && size != 0) return nullptr;
     if (moved != nullptr) memcpy(moved, block, std::min(old, size));
     __wrap_CRYPTO_clear_free(block, old, file, line);
     return moved;
 }
-
-void __wrap_CRYPTO_free(void* block, char const*, int) { __wrap_free(block); }
 
 #define ZEB_NEW(symbol)                                                                                      \
     void* __wrap_##symbol(size_t size, std::nothrow_t const& tag) {                                          \

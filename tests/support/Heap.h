@@ -1,11 +1,10 @@
 // A heap that fails on request, and counts.
 //
 // While a Heap exists it watches the allocations of its thread (or of the whole process): malloc, calloc,
-// realloc, reallocarray, aligned_alloc, posix_memalign, strdup, strndup, vasprintf, asprintf, the nothrow
-// forms of new, CRYPTO_malloc and its family, and anonymous mmap. Between Arm() and Disarm() it counts them
-// and fails the n-th. New memory is filled with junk, and a block that realloc() grows always moves. The
-// throwing forms of new are not watched: what GoogleTest and the standard library allocate does not matter,
-// so a test may use both at any time.
+// realloc, posix_memalign, CRYPTO_clear_realloc, the nothrow forms of new, and anonymous mmap. Between Arm()
+// and Disarm() it counts them and fails the n-th. New memory is filled with junk, and a block that realloc()
+// grows always moves. The throwing forms of new are not watched: what GoogleTest and the standard library
+// allocate does not matter, so a test may use both at any time.
 //
 //     ForEveryAllocation([](Heap& heap) {
 //         StringMap map;
@@ -47,9 +46,6 @@ public:
     // bytes.
     unsigned long Live() const;
     unsigned long LiveBytes() const;
-
-    // Largest sum of LiveBytes() so far.
-    unsigned long PeakBytes() const;
 
     // The blocks that still live, one a line: size, and which allocation of this Heap it was.
     std::string Describe() const;

@@ -18,7 +18,6 @@
 #include <gtest/gtest.h>
 
 extern "C" void CRYPTO_clear_free(void* block, size_t size, char const* file, int line);
-extern "C" void* CRYPTO_malloc(size_t size, char const* file, int line);
 
 namespace {
 
@@ -30,34 +29,22 @@ void* Kept(void* block) {
     return block;
 }
 
-struct Row {
-    char const* name;
-    void* (*take)();
-    void (*release)(void*);
-};
-
 struct alignas(64) Aligned {
     char data[64];
 };
 
-Row const ROWS[] = {
+struct {
+    char const* name;
+    void* (*take)();
+    void (*release)(void*);
+} const ROWS[] = {
     {"malloc", [] { return malloc(10); }, free},
     {"calloc", [] { return calloc(2, 5); }, free},
     {"realloc", [] { return realloc(nullptr, 10); }, free},
-    {"reallocarray", [] { return reallocarray(nullptr, 2, 5); }, free},
-    {"aligned_alloc", [] { return aligned_alloc(64, 64); }, free},
     {"posix_memalign",
      []() -> void* {
          void* block = nullptr;
          return posix_memalign(&block, 64, 100) == 0 ? block : nullptr;
-     },
-     free},
-    {"strdup", []() -> void* { return strdup("abc"); }, free},
-    {"strndup", []() -> void* { return strndup("abcdef", 3); }, free},
-    {"asprintf",
-     []() -> void* {
-         char* text = nullptr;
-         return asprintf(&text, "%d", 5) < 0 ? nullptr : text;
      },
      free},
     {"new", []() -> void* { return new (std::nothrow) int; },
@@ -72,12 +59,10 @@ Row const ROWS[] = {
          return block == MAP_FAILED ? nullptr : block;
      },
      [](void* block) { munmap(block, 4096); }},
-    {"CRYPTO_malloc", [] { return CRYPTO_malloc(10, "", 0); },
-     [](void* block) { CRYPTO_clear_free(block, 10, "", 0); }},
 };
 
 TEST(HeapTest, FailsCountsAndReleasesEveryKindOfAllocation) {
-    for (Row const& row : ROWS) {
+    for (auto const& row : ROWS) {
         SCOPED_TRACE(row.name);
         Heap heap(2);
         void* const unarmed = Kept(row.take());
@@ -96,7 +81,6 @@ TEST(HeapTest, FailsCountsAndReleasesEveryKindOfAllocation) {
             row.release(block);
         EXPECT_EQ(heap.Live(), 0u) << heap.Describe();
         EXPECT_EQ(heap.LiveBytes(), 0u);
-        EXPECT_GT(heap.PeakBytes(), 3u);
     }
     sink = nullptr;
 }
@@ -168,8 +152,7 @@ TEST(HeapTest, ASweepPassesWhenRightAndFailsOnLeaksOnWrongResultsAndOnNothing) {
 TEST(HeapTest, AFootprintSeesWatchedAllocationsOnly) {
     Footprint footprint;
     std::string const text(1000, 'x');
-    EXPECT_EQ(footprint.Allocations(), 0u);
-    EXPECT_EQ(footprint.SystemCalls(), 0u);
+    EXPECT_EQ(footprint.Allocations() + footprint.SystemCalls(), 0u);
     free(Kept(malloc(1)));
     munmap(mmap(nullptr, 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0), 1);
     EXPECT_EQ(footprint.Allocations(), 2u);

@@ -40,10 +40,6 @@ char Letter(int priority) {
     }
 }
 
-std::string Line(LogCapture::Record const& record) {
-    return std::string(1, Letter(record.priority)) + " " + record.ident + ": " + record.text;
-}
-
 // Blanks out the source line in the codes that carry one.
 std::string Masked(std::string line) {
     for (std::string_view const family : {"[0xcffd", "[0xcffe", "[0x0fff"})
@@ -55,23 +51,18 @@ std::string Masked(std::string line) {
 } // namespace
 
 struct LogCapture::State {
-    std::vector<Record> records;
+    LinesT lines;
 };
 
 class LogWatch {
 public:
-    static void Keep(int priority, std::string const& line) {
-        std::size_t const colon = line.find(": ");
-        LogCapture::Record record{priority, "", line, static_cast<int>(syscall(SYS_gettid))};
-        if (colon != std::string::npos) {
-            record.ident = line.substr(0, colon);
-            record.text = line.substr(colon + 2);
-        }
+    static void Keep(int priority, std::string const& text) {
+        std::string line = std::string(1, Letter(priority)) + " " + text;
         Workbench::SpinLock::Guard const guard(lock);
         if (innermost != nullptr)
-            innermost->state_->records.push_back(std::move(record));
+            innermost->state_->lines.push_back(std::move(line));
         else if (getenv("ZEB_TEST_LOG") != nullptr)
-            fprintf(stderr, "[log] %s\n", Line(record).c_str());
+            fprintf(stderr, "[log] %s\n", line.c_str());
     }
 };
 
@@ -88,16 +79,9 @@ LogCapture::~LogCapture() {
     delete state_;
 }
 
-std::vector<LogCapture::Record> LogCapture::Records() const {
-    Workbench::SpinLock::Guard const guard(lock);
-    return state_->records;
-}
-
 LogCapture::LinesT LogCapture::RawLines() const {
-    LinesT lines;
-    for (Record const& record : Records())
-        lines.push_back(Line(record));
-    return lines;
+    Workbench::SpinLock::Guard const guard(lock);
+    return state_->lines;
 }
 
 LogCapture::LinesT LogCapture::Lines() const {
@@ -130,7 +114,7 @@ bool LogCapture::Await(std::string_view part) const {
 
 void LogCapture::Clear() {
     Workbench::SpinLock::Guard const guard(lock);
-    state_->records.clear();
+    state_->lines.clear();
 }
 
 RealSyslog::RealSyslog() { ++realDepth; }

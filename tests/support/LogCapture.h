@@ -19,13 +19,6 @@ class LogCapture {
 public:
     using LinesT = std::vector<std::string>;
 
-    struct Record {
-        int priority;      // as given to syslog
-        std::string ident; // up to the first ": " of the line
-        std::string text;
-        int tid;
-    };
-
     LogCapture();
     ~LogCapture();
     LogCapture(LogCapture const&) = delete;
@@ -39,8 +32,6 @@ public:
 
     // The lines with their full codes.
     LinesT RawLines() const;
-
-    std::vector<Record> Records() const;
 
     // Lines that contain `part`.
     unsigned long Count(std::string_view part) const;

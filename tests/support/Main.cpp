@@ -1,7 +1,4 @@
-// The main of every test program: runs a ZEB_CHILD when asked to, else the tests; prints failures, slow tests
-// and a summary.
-#include "tests/support/Child.h"
-
+// The main of every test program: prints failures, slow tests and a summary.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -68,8 +65,6 @@ class Printer : public testing::EmptyTestEventListener {
 } // namespace
 
 int main(int argc, char** argv) {
-    int exitCode = 0;
-    if (Child::Dispatch(argc, argv, exitCode)) return exitCode;
     signal(SIGPIPE, SIG_IGN);
     setlocale(LC_ALL, "C");
     setenv("TZ", "UTC", 0);

@@ -87,17 +87,6 @@ bool Namespace::Step(bool done, char const* what, std::string const& path) {
     return good_ = false;
 }
 
-bool Namespace::Private(std::string const& path) {
-    Workbench::Own const own;
-    std::string const old = Scratch();
-    scratch_.push_back(old);
-    if (!Bind(path, old) || !SmallDisk(path)) return false;
-    std::error_code error;
-    for (fs::directory_iterator entry(old, error), end; !error && entry != end; entry.increment(error))
-        fs::create_symlink(entry->path(), path / entry->path().filename(), error);
-    return Step(!error, "fill", path);
-}
-
 bool Namespace::SmallDisk(std::string const& path, unsigned long bytes) {
     Workbench::Own const own;
     mkdir(path.c_str(), 0755);

@@ -3,7 +3,6 @@
 //
 //     ZEB_NEED_ROOT();                                    // skips the test when it cannot be done
 //     Namespace space(Namespace::MOUNT | Namespace::NET); // loopback is up
-//     space.Private("/etc");                              // changes there are ours alone
 //     space.SmallDisk(dir.Path(), 65536);                 // ENOSPC soon
 //     DevLog log(space);                                  // /dev/log of our own
 #pragma once
@@ -29,9 +28,6 @@ public:
 
     // True if all steps so far went well; a failed step also fails the test.
     bool Good() const { return good_; }
-
-    // Makes `path` a folder in memory that shows what it had, and takes changes that are seen here only.
-    bool Private(std::string const& path);
 
     // Makes `path` an empty folder in memory (made if missing; its parent must exist), of at most `bytes`; 0
     // is without limit.

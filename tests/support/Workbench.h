@@ -7,20 +7,15 @@
 #include <cstddef>
 #include <ctime>
 
-#include <dirent.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sched.h>
-#include <semaphore.h>
 #include <signal.h>
 #include <sys/mman.h>
-#include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <sys/time.h>
 #include <sys/types.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 namespace Workbench {
@@ -68,22 +63,11 @@ unsigned long CallsOfThread();
 unsigned long FailedParts();
 
 int Poll(pollfd* fds, nfds_t count, int timeout);
-int PPoll(pollfd* fds, nfds_t count, timespec const* timeout, sigset_t const* mask);
-int Select(int count, fd_set* in, fd_set* out, fd_set* except, timeval* timeout);
 int Nanosleep(timespec const* time, timespec* left);
-int ClockNanosleep(clockid_t clock, int flags, timespec const* time, timespec* left);
-int Usleep(useconds_t microseconds);
-unsigned int SleepSeconds(unsigned int seconds);
 int Sigtimedwait(sigset_t const* set, siginfo_t* info, timespec const* timeout);
-int SemTimedwait(sem_t* semaphore, timespec const* deadline);
 int ClockGettime(clockid_t clock, timespec* out);
-int Gettimeofday(timeval* out, void* zone);
-time_t TimeSeconds(time_t* out);
 int TimerSettime(timer_t timer, int flags, itimerspec const* value, itimerspec* old);
-int MutexTimedlock(pthread_mutex_t* mutex, timespec const* deadline);
 int CondTimedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, timespec const* deadline);
-int CondClockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
-                  timespec const* deadline);
 void* Mmap(void* address, size_t size, int protection, int flags, int fd, off_t offset);
 int Munmap(void* address, size_t size);
 

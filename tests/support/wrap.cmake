@@ -2,8 +2,7 @@
 
 set(ZEB_WRAPPED_SYMBOLS
     # Heap
-    malloc calloc realloc reallocarray free aligned_alloc posix_memalign strdup __strdup strndup asprintf vasprintf
-    CRYPTO_malloc CRYPTO_zalloc CRYPTO_realloc CRYPTO_clear_realloc CRYPTO_free CRYPTO_clear_free
+    malloc calloc realloc free posix_memalign CRYPTO_clear_realloc CRYPTO_clear_free
     _ZnwmRKSt9nothrow_t _ZnamRKSt9nothrow_t
     _ZnwmSt11align_val_tRKSt9nothrow_t _ZnamSt11align_val_tRKSt9nothrow_t
     _ZdlPv _ZdaPv _ZdlPvm _ZdaPvm _ZdlPvRKSt9nothrow_t _ZdaPvRKSt9nothrow_t
