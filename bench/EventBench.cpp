@@ -1,6 +1,7 @@
 // One event raised and waited for until a handler on another thread has run, beside the queues and loops that
 // do the same; and what each further acceptor costs.
 
+#include "bench/Answer.h"
 #include "zeb/core/AutoPtr.h"
 #include "zeb/event/Bus.h"
 #include "zeb/event/Delegate.h"
@@ -99,26 +100,6 @@ void RaiseLimit(benchmark::State& state) {
     thread.join();
 }
 BENCHMARK(RaiseLimit)->Name("Event.Sync/condvar")->Arg(1)->UseRealTime();
-
-// What a peer's thread answers with.
-class Answer {
-public:
-    void Give() {
-        std::unique_lock const lock(mutex_);
-        given_ = true;
-        changed_.notify_one();
-    }
-    void Await() {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return given_; });
-        given_ = false;
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool given_ = false;
-};
 
 #ifdef ZEB_PEER_GLIB
 void RaiseGlib(benchmark::State& state) {

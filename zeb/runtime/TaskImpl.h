@@ -11,6 +11,7 @@
 #include "zeb/event/Base.h"
 #include "zeb/runtime/Condition.h"
 #include "zeb/runtime/PatienceImpl.h"
+#include "zeb/runtime/TaskObject.h"
 #include "zeb/runtime/TaskQueue.h"
 #include "zeb/runtime/Thread.h"
 #include "zeb/runtime/Timer.h"
@@ -44,10 +45,16 @@ private:
         Event::BaseDelegate const* delegate; // as the caller gave it
         Object* task;
         Intrusive::Hook hook;
+        Intrusive::Hook bucketHook;
     };
 
+    using BucketT_ = Intrusive::List<Item_, &Item_::bucketHook>;
+    static constexpr unsigned long BUCKETS = 64;
+
     // With the lock held.
-    bool IsListed_(Object const& task) const;
+    BucketT_& Bucket_(Object const& task) { return buckets_[task.Id() % BUCKETS]; }
+    bool IsListed_(Object const& task);
+    void Unlist_(Item_& item);
     void RemoveListed_(Event::BaseDelegate const& delegate, Object const* task);
     void Process_();
     void DropCurrent_();
@@ -62,6 +69,7 @@ private:
     Item_* running_ = nullptr; // its lock is being tried, or it runs
     Item_* current_ = nullptr; // taken from the list; null again when it was cancelled
     Intrusive::List<Item_, &Item_::hook> items_;
+    BucketT_ buckets_[BUCKETS]; // the same by the id of the task, for finding
 
     Queue::Destructor* destructor_; // fixed after construction
 };

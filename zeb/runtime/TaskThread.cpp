@@ -3,7 +3,6 @@
 #include "zeb/event/Bus.h"
 #include "zeb/event/LibraryEvents.h"
 #include "zeb/runtime/TaskImpl.h"
-#include "zeb/runtime/TaskObject.h"
 
 #include <new>
 #include <utility>
@@ -20,7 +19,7 @@ Thread::Item_* Thread::Item_::Make(Event::BaseDelegate const& delegate, Object& 
     AutoPtr<Event::Base> event(new (std::nothrow) Event::TaskDone(task.Id()));
     AutoPtr<Event::BaseDelegate> acceptor(delegate.Clone());
     if (!event || !event->Initialized() || !acceptor) return nullptr;
-    return new (std::nothrow) Item_{std::move(event), std::move(acceptor), &delegate, &task, {}};
+    return new (std::nothrow) Item_{std::move(event), std::move(acceptor), &delegate, &task, {}, {}};
 }
 
 Thread::Thread(CString const& name, Queue::Destructor* destructor)
@@ -51,28 +50,36 @@ Thread::~Thread() {
 }
 
 ReturnT Thread::EnqueueTask(Event::BaseDelegate const& delegate, Object& task) {
-    Mutex::Guard const guard(lock_);
     char const* const name = Name().Cstr();
     if (!task.Initialized()) {
         return StatusLog(Queue::BROKEN, Log::ERROR, Queue::IDENT, name, "\"%1\" is broken") << task.Ident();
     }
-    if (IsListed_(task)) {
-        return StatusLog(Queue::ALREADY_QUEUED, Log::ERROR, Queue::IDENT, name,
-                         "\"%1\" task is already in a queue")
-               << task.Ident();
+    AutoPtr<Item_> item(Item_::Make(delegate, task)); // ahead of the lock, which the thread wants
+    {
+        Mutex::Guard const guard(lock_);
+        if (!IsListed_(task)) {
+            if (!item) return StatusLog(ReturnT::Oom(), Log::CRITICAL, Queue::IDENT, name, "").SetOom();
+            if (items_.Empty()) lock_.Broadcast();
+            Bucket_(task).PushBack(*item);
+            items_.PushBack(*item.Release());
+            return Queue::QUEUED;
+        }
     }
-    Item_* const item = Item_::Make(delegate, task);
-    if (!item) return StatusLog(ReturnT::Oom(), Log::CRITICAL, Queue::IDENT, name, "").SetOom();
-    if (items_.Empty()) lock_.Broadcast();
-    items_.PushBack(*item);
-    return Queue::QUEUED;
+    return StatusLog(Queue::ALREADY_QUEUED, Log::ERROR, Queue::IDENT, name,
+                     "\"%1\" task is already in a queue")
+           << task.Ident();
 }
 
-bool Thread::IsListed_(Object const& task) const {
-    for (Item_ const& item : items_) {
+bool Thread::IsListed_(Object const& task) {
+    for (Item_ const& item : Bucket_(task)) {
         if (item.task == &task) return true;
     }
     return false;
+}
+
+void Thread::Unlist_(Item_& item) {
+    items_.Remove(item);
+    Bucket_(*item.task).Remove(item);
 }
 
 void Thread::CancelTask(Event::BaseDelegate const& delegate, Object const* task) {
@@ -91,7 +98,7 @@ void Thread::RemoveListed_(Event::BaseDelegate const& delegate, Object const* ta
     for (Item_* item = items_.Front(); item;) {
         Item_* const next = items_.Next(*item);
         if (item->Matches(delegate, task)) {
-            items_.Remove(*item);
+            Unlist_(*item);
             delete item;
         }
         item = next;
@@ -122,7 +129,8 @@ ReturnT Thread::Run() {
 
 void Thread::Process_() {
     Patience_ patience;
-    current_ = items_.PopFront();
+    current_ = items_.Front();
+    Unlist_(*current_);
     ClearInterrupt();
     do {
         running_ = current_;

@@ -151,7 +151,7 @@ void Thread::Interrupt() {
 }
 
 void Thread::ClearInterrupt() {
-    if (!control_) return;
+    if (!control_ || !control_->Has(Control_::INTERRUPTED)) return;
     PlainGuard_ const guard(control_->mutex);
     control_->Clear(Control_::INTERRUPTED);
 }
