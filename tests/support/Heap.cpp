@@ -119,8 +119,9 @@ public:
     static PointerT Note(PointerT block, std::size_t size, std::size_t clean = 0) {
         Heap* const heap = Current();
         if (heap == nullptr || block == nullptr) return block;
-        if (size > clean && size <= JUNK_LIMIT)
-            memset(static_cast<char*>(static_cast<void*>(block)) + clean, JUNK, size - clean);
+        if (size > clean && size <= JUNK_LIMIT) // to the end of the block, which may lie behind the size
+            memset(static_cast<char*>(static_cast<void*>(block)) + clean, JUNK,
+                   malloc_usable_size(block) - clean);
         Workbench::Own const own;
         Workbench::SpinLock::Guard const guard(lock);
         Heap::State& state = *heap->state_;
@@ -156,15 +157,14 @@ public:
     static void* Move(void* block, std::size_t size);
 };
 
-// A watched block always moves, so that a pointer into the old one shows up under a sanitizer.
+// A watched block always moves, so that a pointer into the old one shows up under a sanitizer. All of it is
+// copied, as realloc() does: who asks malloc_usable_size() may have used more than was asked for.
 void* HeapWatch::Move(void* block, std::size_t size) {
-    std::size_t const old = malloc_usable_size(block);
     void* const moved = __real_malloc(size);
     if (moved == nullptr) return nullptr;
     if (size <= JUNK_LIMIT) memset(moved, JUNK, size);
-    std::size_t known = old;
-    if (std::size_t const noted = Forget(block); noted != 0) known = noted;
-    memcpy(moved, block, std::min(known, size));
+    memcpy(moved, block, std::min(malloc_usable_size(block), size));
+    Forget(block);
     __real_free(block);
     return Note(moved, size, size);
 }

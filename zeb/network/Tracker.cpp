@@ -73,18 +73,23 @@ IfT const* Tracker_<IfT>::Find_(CString const& id, char const* what) const {
 template<class IfT>
 IfT* Tracker_<IfT>::Loopback_(bool& isNew) {
     bool isStale = false;
-    IfT* const record = FindCreate_("Loopback", "Loopback", "lo", Time::Monotonic(), isNew, isStale);
+    IfT* const record = FindCreate_(LOOPBACK, LOOPBACK, "lo", Time::Monotonic(), isNew, isStale);
     return record != nullptr ? record : Fail_();
 }
 
 template<class IfT>
+bool Tracker_<IfT>::Remove_(CString const& id) {
+    delete static_cast<IfT*>(interfaces_.Get(id));
+    return interfaces_.Remove(id);
+}
+
+template<class IfT>
 bool Tracker_<IfT>::OnIfDestroyed(Event::IfDestroyed const& event) {
-    auto* const record = static_cast<IfT*>(interfaces_.Get(event.Id()));
+    auto const* const record = static_cast<IfT const*>(interfaces_.Get(event.Id()));
     if (record == nullptr || record->CreatedTime() > event.CreatedTime() ||
         record->CreatedTime() > event.RaiseTime())
         return false;
-    delete record;
-    return interfaces_.Remove(event.Id());
+    return Remove_(event.Id());
 }
 
 template<class IfT>
@@ -216,8 +221,11 @@ bool Ip6TrackerBase::AddLoopback(SecurityLevelT level) {
     bool isNew = false, isAdded = false;
     Ip6If* const record = Loopback_(isNew);
     if (record == nullptr) return false;
-    if (isNew && !record->AddAddress(Ip6::CBlock(Ip6::Address::Loopback(), Ip6::CBlock::HostMask()), isAdded))
+    if (isNew &&
+        !record->AddAddress(Ip6::CBlock(Ip6::Address::Loopback(), Ip6::CBlock::HostMask()), isAdded)) {
+        (void)Remove_(LOOPBACK); // or the address would never come: the record would not be new again
         return FailOom_();
+    }
     return record->SetSecurityLevel(level) || isNew;
 }
 

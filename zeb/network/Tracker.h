@@ -71,10 +71,15 @@ protected:
     // Null, logged as "has no interface" for what was asked if debugging is on.
     IfT const* Find_(CString const& id, char const* what) const;
 
-    // The loopback, with its level; null if there is no memory.
+    static constexpr char const LOOPBACK[] = "Loopback";
+
+    // The record of the loopback; null, logged, if memory ran out.
     IfT* Loopback_(bool& isNew);
 
-    // False.
+    // Frees the record of the id. False if there is none.
+    bool Remove_(CString const& id);
+
+    // Logs that memory ran out; false.
     bool FailOom_() const;
 
 private:

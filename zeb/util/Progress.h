@@ -28,7 +28,7 @@ namespace Util {
 class ZEB_PUBLIC Progress {
 public:
     // A step is from 1 to 100 percent; others become the nearest of these.
-    Progress(CString const& name, unsigned long stageCount, unsigned long step);
+    Progress(CString const& name, unsigned long stageCount, unsigned long step = 1);
 
     // There was memory for everything. Other objects raise nothing.
     bool Initialized() const { return initialized_; }
