@@ -32,7 +32,7 @@ def medians(program, repetitions, rest):
 
 
 def nanoseconds(run):
-    clock = "real_time" if run["run_name"].endswith("/real_time") else "cpu_time"
+    clock = "real_time" if run["run_name"].endswith(("/real_time", "/manual_time")) else "cpu_time"
     return run[clock] * {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[run["time_unit"]]
 
 

@@ -6,6 +6,9 @@
 //
 // A request that comes ahead of the run is merged with it; one that comes during Apply_() starts anew.
 //
+// Cancel() waits for an Apply_() that runs, with the mutex held; so one that runs without it must not block
+// on it.
+//
 // The mutex is the owner's, and the caller of Enqueue(), Cancel(), Cleanup(), Activate(), Deactivate() and
 // Left() holds it. Its place is below TASK_QUEUE. Queue and mutex outlive the object, which is cleaned up
 // before it is destroyed.

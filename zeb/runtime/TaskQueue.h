@@ -32,7 +32,8 @@ public:
     static constexpr ReturnT BROKEN{0x8030012C};
     static constexpr ReturnT ALREADY_QUEUED{0x80300190};
 
-    // What the thread calls once, as its last work.
+    // What the thread calls once, as its last work; with an idle time each of its threads. It leaves the
+    // queue alone.
     class ZEB_PUBLIC Destructor {
     public:
         virtual ~Destructor();
