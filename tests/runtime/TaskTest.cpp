@@ -6,11 +6,9 @@
 #include "zeb/event/LibraryEvents.h"
 #include "zeb/runtime/TaskApply.h"
 
-#include <cctype>
 #include <cerrno>
 #include <deque>
 #include <sstream>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -21,22 +19,43 @@ using Task::Queue;
 using LinesT = LogCapture::LinesT;
 
 struct Job : Task::Object {
-    explicit Job(std::function<void()> work, Mutex* lock = nullptr)
+    explicit Job(
+        std::function<void()> work = [] {}, Mutex* lock = nullptr)
         : Object(lock, nullptr)
         , body(std::move(work)) {}
     bool Initialized() const override { return body != nullptr; }
     char const* Ident() const override { return "job"; }
-    ReturnT Run() override { return body(), ++runs, ReturnT::Done(); }
+    ReturnT Run() override { return ++runs, body(), ReturnT::Done(); }
 
     std::function<void()> body;
     std::atomic<int> runs = 0;
 };
 
+struct Apply : ApplyBase {
+    Apply(Queue& queue, Mutex& lock, ApplyT apply, RunT run)
+        : ApplyBase("apply", queue, lock, apply, run)
+        , mutex(lock) {}
+    void Apply_() override {
+        locked = Thread::OwnerId(mutex) == Thread::Id();
+        if (again.exchange(false)) Enqueue(1);
+        ++runs;
+    }
+    void Request(long milliseconds) {
+        Mutex::Guard const guard(mutex);
+        Enqueue(milliseconds);
+    }
+
+    Mutex& mutex;
+    std::atomic<bool> locked = false;
+    std::atomic<bool> again = false;
+    std::atomic<int> runs = 0;
+};
+
 struct TaskTest : WithMainThread {
     void OnDone(Event::TaskDone const& event) { sum += event.TaskId(), ++done; }
-    void Enqueue(Queue& queue, std::initializer_list<Job*> jobs) {
+    void Enqueue(std::initializer_list<Job*> jobs, Queue* into = nullptr) {
         for (Job* job : jobs)
-            EXPECT_EQ(queue.EnqueueTask(onDone, job), 0x00300064u);
+            EXPECT_EQ((into ? *into : queue).EnqueueTask(onDone, job), 0x00300064u);
     }
 
     std::atomic<unsigned long> done = 0; // events, and the sum of their ids
@@ -45,25 +64,23 @@ struct TaskTest : WithMainThread {
     Event::Delegate<TaskTest> const other{"other", this, &TaskTest::OnDone, nullptr};
     std::counting_semaphore<> gate{0};
     Job blocker{[&] { gate.acquire(); }};
-    Job idle{[] {}};
+    Job idle;
     Mutex mutex{Mutex::CORE};
+    Queue queue{"q", Time::Span(), nullptr};
 };
 
 TEST_F(TaskTest, RunWithTheirOwnStatusAndAnEventBehind) {
     ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
     Job reporter([] { (void)ReturnT(StatusLog(7, Log::INFO, "T", nullptr, "")); });
     Job broken(nullptr);
-    Queue queue("q", Time::Span(), nullptr);
-    Enqueue(queue, {&blocker});
-    EXPECT_TRUE(Await([&] { return gate.release(), blocker.runs == 1; }));
-    while (gate.try_acquire()) {
-    }
-    Enqueue(queue, {&blocker, &reporter});
+    Enqueue({&blocker});
+    EXPECT_TRUE(Await([&] { return blocker.runs == 1; }));
+    Enqueue({&reporter, &blocker}); // one that runs is not listed
     EXPECT_EQ(queue.EnqueueTask(onDone, &reporter), 0x80300190u);
     EXPECT_EQ(queue.EnqueueTask(onDone, &broken), 0x8030012Cu);
     EXPECT_EQ(log_.Take(), (LinesT{"E Task::Queue: \"q\": \"job\" task is already in a queue.",
                                    "E Task::Queue: \"q\": \"job\" is broken."}));
-    gate.release();
+    gate.release(2);
     EXPECT_TRUE(Await([&] { return done == 3; }));
     EXPECT_EQ(sum, 2 * blocker.Id() + reporter.Id());
     EXPECT_TRUE(reporter.StatusCode() == 7u && broken.Id() == reporter.Id() + 1);
@@ -72,26 +89,36 @@ TEST_F(TaskTest, RunWithTheirOwnStatusAndAnEventBehind) {
 
 TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
     ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
-    Queue queue("q", Time::Span(), nullptr);
-    std::atomic<bool> begun = false;
-    Job running([&] { begun = Await([] { return Thread::SelfInterrupted(); }); });
+    std::atomic<bool> interrupted = false;
+    Job running([&] { interrupted = Await([] { return Thread::SelfInterrupted(); }); });
     Job locked([] {}, &mutex);
     Job inside([&] { queue.CancelAllTasks(onDone); }); // does not wait for itself
-    Enqueue(queue, {&running, &idle});
-    Clock::RealPause(5);
+    Enqueue({&running, &idle});
+    EXPECT_TRUE(Await([&] { return running.runs == 1; }));
     EXPECT_EQ(queue.EnqueueTask(other, &locked), Queue::QUEUED);
     queue.CancelTask(onDone, &locked); // it is another delegate's, and stays
-    Enqueue(queue, {&inside, &blocker});
-    mutex.Lock();
+    Enqueue({&inside, &blocker});
+    Mutex::Guard const guard(mutex);
     queue.CancelTask(onDone, &idle);
-    EXPECT_EQ(running.runs, 0);
+    EXPECT_FALSE(interrupted);
     queue.CancelTask(onDone, &running);
-    EXPECT_TRUE(begun && running.runs == 1);
-    Clock::RealPause(5); // now that one waits for its lock
+    EXPECT_TRUE(interrupted);
+    Clock::RealPause(5); // now one waits for its lock
     queue.CancelAllTasks(other);
-    mutex.Unlock();
     EXPECT_TRUE(Await([&] { return done == 1; }));
-    EXPECT_TRUE(sum == inside.Id() && inside.runs == 1 && locked.runs + idle.runs + blocker.runs == 0);
+    EXPECT_TRUE(sum == inside.Id() && locked.runs + idle.runs + blocker.runs == 0);
+
+    Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_UNLOCKED);
+    mutex.Unlock();
+    Enqueue({&blocker});
+    apply.Request(0);
+    EXPECT_TRUE(Await([&] { return blocker.runs == 1; }));
+    Clock::RealPause(20);
+    mutex.Lock();
+    gate.release();
+    Clock::RealPause(5); // it waits for the mutex
+    apply.Cancel();
+    EXPECT_EQ(apply.runs, 0);
     Event::Unsubscribe("", this, onDone.Ident());
 }
 
@@ -102,106 +129,68 @@ TEST_F(TaskTest, AnIdleQueueHasNoThread) {
     } counter;
     Clock clock;
     {
-        Queue queue("q", 5000, &counter);
-        for (int round = 1; round <= 2; ++round) {
-            Enqueue(queue, {&blocker});
+        Queue lazy("lazy", 5000, &counter);
+        for (int round = 0; round < 2; ++round) {
+            Enqueue({&blocker}, &lazy);
             EXPECT_TRUE(clock.AwaitWaiters(1));
             clock.Advance(6000);
             Clock::RealPause(5);
-            EXPECT_EQ(counter.count, round - 1) << "it has work";
+            EXPECT_EQ(counter.count, round) << "it has work";
             gate.release();
-            EXPECT_TRUE(Await([&] { return clock.Advance(1000), counter.count == round; }));
+            EXPECT_TRUE(Await([&] { return clock.Advance(1000), counter.count == round + 1; }));
         }
         gate.release(); // what is listed at the end of the queue still runs
-        Enqueue(queue, {&blocker});
+        Enqueue({&blocker}, &lazy);
     }
     EXPECT_TRUE(blocker.runs == 3 && counter.count == 3 && log_.Take().empty());
 }
-
-struct Apply : ApplyBase {
-    Apply(Queue& queue, Mutex& lock, ApplyT apply, RunT run)
-        : ApplyBase("apply", queue, lock, apply, run)
-        , mutex(lock) {}
-    ~Apply() override {
-        Mutex::Guard const guard(mutex);
-        Cleanup();
-    }
-    void Apply_() override {
-        locked = Thread::OwnerId(mutex) == Thread::Id();
-        if (again.exchange(false)) Enqueue(1);
-        ++runs;
-    }
-
-    Mutex& mutex;
-    std::atomic<bool> locked = false;
-    std::atomic<bool> again = false;
-    std::atomic<int> runs = 0;
-};
 
 TEST_F(TaskTest, ReportExhaustedMemoryAndGoOn) {
     for (bool const lazy : {false, true}) {
         ForEveryAllocation(
             [&](Heap& heap) {
                 heap.Arm();
-                Queue queue("q", lazy ? 60000 : 0, nullptr);
-                Apply apply(queue, mutex, Apply::APPLY_LATEST, Apply::RUN_LOCKED);
-                ReturnT const code = queue.EnqueueTask(onDone, &idle);
+                Queue tried("q", lazy ? 60000 : 0, nullptr);
+                Apply const apply(tried, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_LOCKED);
+                ReturnT const code = tried.EnqueueTask(onDone, &idle);
                 heap.Disarm();
                 EXPECT_EQ(code == Queue::QUEUED && apply.Initialized(), !heap.Fired());
                 EXPECT_TRUE(code.Succeeded() || code == 0x803000C8u || code.IsOom());
-                EXPECT_EQ(log_.Has("E Task::Apply: \"apply\": unable to initialize a timer."),
-                          !apply.Initialized());
-                queue.CancelAllTasks(onDone);
+                EXPECT_EQ(log_.Has("C Timer: unable to create \"Timer\" queue."), !apply.Initialized());
+                tried.CancelAllTasks(onDone);
                 EXPECT_EQ(log_.Take().empty(), !heap.Fired());
-                EXPECT_EQ(queue.EnqueueTask(onDone, &idle).Succeeded(), queue.Initialized());
-                queue.CancelAllTasks(onDone);
+                EXPECT_EQ(tried.EnqueueTask(onDone, &idle).Succeeded(), tried.Initialized());
+                tried.CancelAllTasks(onDone);
                 log_.Clear();
             },
             Heap::ScopeT::PROCESS);
     }
 }
 
-TEST_F(TaskTest, ThousandsOfTasksOfSeveralThreadsRunInTheirOrder) {
-    Queue queue("q", Time::Span(), nullptr);
+TEST_F(TaskTest, ThousandsOfSeveralThreadsRunInTheirOrder) {
     std::vector<std::thread> threads;
-    std::atomic<int> lost = 0;
+    std::atomic<int> wrong = 0;
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back([&] {
             int next = 0;
             std::deque<Job> jobs;
-            for (int i = 0; i < 1000; ++i) {
-                jobs.emplace_back([&, i] { lost += next++ != i; });
-                Enqueue(queue, {&jobs.back()});
-            }
+            for (int i = 0; i < 1000; ++i)
+                Enqueue({&jobs.emplace_back([&, i] { wrong += next++ != i; })});
             EXPECT_TRUE(Await([&] { return jobs.back().runs == 1; }));
-            queue.CancelTask(onDone, &jobs.back()); // it has not ended before that
+            queue.CancelTask(onDone, &jobs.back()); // not ended before that
         });
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_TRUE(lost == 0 && log_.Take().empty());
+    EXPECT_TRUE(wrong == 0 && log_.Take().empty());
 }
 
 struct ApplyTest : TaskTest {
-    void Request(Apply& apply, long milliseconds) {
-        Mutex::Guard const guard(mutex);
-        apply.Enqueue(milliseconds);
-    }
-    // Puts it into the queue behind the blocker.
-    void MakeQueued(Apply& apply) {
-        Enqueue(queue, {&blocker});
-        Request(apply, 1);
-        EXPECT_TRUE(clock.AwaitWaiters(1));
-        clock.Advance(1);
-        EXPECT_TRUE(Await([&] { return clock.Waiters() == 0; }));
-        Clock::RealPause(3);
-    }
     bool AwaitRuns(Apply const& apply, int runs) {
         return Await([&] { return clock.Advance(10), apply.runs == runs; });
     }
 
     Clock clock;
-    Queue queue{"q", Time::Span(), nullptr};
 };
 
 TEST_F(ApplyTest, RequestsAreMergedIntoOneRunAtItsTime) {
@@ -220,62 +209,55 @@ TEST_F(ApplyTest, RequestsAreMergedIntoOneRunAtItsTime) {
         // clang-format on
     };
     for (Row const& row : rows) {
-        Apply apply(queue, mutex, row.apply, ApplyBase::RUN_LOCKED);
-        {
-            Mutex::Guard const guard(mutex);
-            std::istringstream in(row.requests);
-            for (std::string word; in >> word;) {
-                if (word == "off") apply.Deactivate();
-                if (word == "on") apply.Activate();
-                if (word == "cancel") apply.Cancel();
-                if (word == "tidy") apply.Cleanup();
-                if (isdigit(word[0])) apply.Enqueue(atol(word.c_str()));
-            }
-            EXPECT_EQ(apply.Left(), Time::Span(row.left));
+        bool const locked = row.left == 100;
+        Apply apply(queue, mutex, row.apply, locked ? ApplyBase::RUN_LOCKED : ApplyBase::RUN_UNLOCKED);
+        mutex.Lock();
+        std::istringstream in(row.requests);
+        for (std::string word; in >> word;) {
+            if (word == "off") apply.Deactivate();
+            if (word == "on") apply.Activate();
+            if (word == "cancel") apply.Cancel();
+            if (word == "tidy") apply.Cleanup();
+            if (word < "a") apply.Enqueue(atol(word.c_str()));
         }
+        EXPECT_EQ(apply.Left(), Time::Span(row.left));
+        mutex.Unlock();
         clock.Advance(row.left ? row.left - 1 : 0);
         Clock::RealPause(3);
         EXPECT_EQ(apply.runs, 0);
-        EXPECT_TRUE(AwaitRuns(apply, row.runs));
+        EXPECT_TRUE(AwaitRuns(apply, row.runs) && apply.locked == locked) << row.requests;
     }
     EXPECT_TRUE(log_.Take().empty());
 }
 
-TEST_F(ApplyTest, RunsWithOrWithoutTheMutexAndStartsAnewInside) {
-    for (ApplyBase::RunT const run : {ApplyBase::RUN_UNLOCKED, ApplyBase::RUN_LOCKED}) {
-        Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, run);
-        MakeQueued(apply);
-        Request(apply, 1); // the queued run covers it
-        gate.release();
-        EXPECT_TRUE(AwaitRuns(apply, 1));
-        EXPECT_EQ(apply.locked, run == ApplyBase::RUN_LOCKED);
-        clock.Advance(100);
-        Clock::RealPause(3);
-        EXPECT_EQ(apply.runs, 1);
-        apply.again = true;
-        Request(apply, 1);
-        EXPECT_TRUE(AwaitRuns(apply, 3));
-    }
-}
-
-TEST_F(ApplyTest, TriesAgainUntilTheQueueTakesIt) {
+TEST_F(ApplyTest, AQueuedRunCoversRequestsAndARunningOneStartsAnew) {
     Queue lazy("lazy", 60000, nullptr);
-    Apply apply(lazy, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_UNLOCKED);
-    Calls calls(Calls::ScopeT::PROCESS);
-    calls.Script(SysCall::pthread_create, {Calls::Fail(EAGAIN)});
-    Request(apply, 1);
-    clock.Advance(1);
-    EXPECT_TRUE(log_.Await("C Task::Apply: \"apply\": system failed [0xcffd****]."));
-    EXPECT_TRUE(log_.Has("E Task::Queue: \"lazy\": unable to start a thread."));
-    EXPECT_TRUE(clock.AwaitWaiters(1));
-    EXPECT_EQ(apply.Left(), Time::Span(1000));
-    EXPECT_TRUE(AwaitRuns(apply, 1));
+    Apply apply(lazy, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_LOCKED);
+    {
+        Calls calls(Calls::ScopeT::PROCESS);
+        calls.Script(SysCall::pthread_create, {Calls::Fail(EAGAIN)});
+        apply.Request(1);
+        clock.Advance(1);
+        EXPECT_TRUE(log_.Await("C Task::Apply: \"apply\": system failed [0xcffd****]."));
+        EXPECT_TRUE(log_.Has("E Task::Queue: \"lazy\": unable to start a thread."));
+        EXPECT_TRUE(Await([&] { return apply.Left() == Time::Span(1000); })) << "it tries again";
+    }
+    Enqueue({&blocker}, &lazy);
+    clock.Advance(1000);
+    Clock::RealPause(10);
+    apply.Request(1);
+    apply.again = true;
+    gate.release();
+    EXPECT_TRUE(AwaitRuns(apply, 2));
+    clock.Advance(100);
+    Clock::RealPause(3);
+    EXPECT_EQ(apply.runs, 2);
 }
 
-TEST_F(ApplyTest, AHeldLockIsLoggedUntilItIsFreeOrTheWaitIsCancelled) {
+TEST_F(ApplyTest, AHeldLockIsLogged) {
     Job locked([&] { clock.Advance(150); }, &mutex);
     mutex.Lock();
-    Enqueue(queue, {&locked});
+    Enqueue({&locked});
     ExpectWaitLines(clock, log_, "W Task::Queue: \"q\": acquiring \"job\" task ");
     mutex.Unlock();
     ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded());
@@ -283,25 +265,16 @@ TEST_F(ApplyTest, AHeldLockIsLoggedUntilItIsFreeOrTheWaitIsCancelled) {
     EXPECT_TRUE(log_.Await("W Task::Queue: \"q\": was running a \"job\" locked task for 150 ms."));
     (void)Mutex::RstThreshold();
     log_.Clear();
-
     Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_UNLOCKED);
-    MakeQueued(apply);
+    Enqueue({&blocker});
+    apply.Request(0);
+    clock.Advance(1);
+    Clock::RealPause(10);
     mutex.Lock();
     gate.release();
     ExpectWaitLines(clock, log_, "W Task::Apply: acquiring \"apply\" handler ");
     mutex.Unlock();
     EXPECT_TRUE(AwaitRuns(apply, 1));
-    MakeQueued(apply);
-    Worker canceller([&] {
-        Mutex::Guard const guard(mutex);
-        gate.release();
-        EXPECT_TRUE(clock.AwaitWaiters(1));
-        apply.Cancel();
-    });
-    EXPECT_EQ(canceller.Start(), Thread::STARTED);
-    EXPECT_TRUE(Await([&] { return clock.Advance(10), canceller.Stopped(); }));
-    canceller.Stop();
-    EXPECT_EQ(apply.runs, 1);
 }
 
 } // namespace
