@@ -4,7 +4,7 @@
 #include "zeb/util/Matcher.h"
 #include "zeb/util/Regex.h"
 #include "zeb/util/URI.h"
-#include "zeb/util/UriScan.h"
+#include "zeb/util/UriScanImpl.h"
 
 #include <benchmark/benchmark.h>
 #include <cstring>

@@ -4,7 +4,7 @@
 
 #include "fuzz/UriEngine.h"
 #include "zeb/util/URI.h"
-#include "zeb/util/UriScan.h"
+#include "zeb/util/UriScanImpl.h"
 
 namespace {
 

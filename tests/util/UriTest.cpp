@@ -1,7 +1,7 @@
 #include "zeb/util/URI.h"
 #include "fuzz/UriEngine.h"
 #include "tests/support/Heap.h"
-#include "zeb/util/UriScan.h"
+#include "zeb/util/UriScanImpl.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -55,7 +55,7 @@ std::string Mutation(std::mt19937& random) {
 
 TEST(Uri, ScannersDoAsTheRegularExpressionsDo) {
     std::mt19937 random(3986);
-    for (unsigned i = 0; i < 30000; ++i) {
+    for (unsigned i = 0; i < 15000; ++i) {
         std::string const text = Mutation(random);
         std::string dense = text;
         std::erase_if(dense, [](unsigned char c) { return isspace(c); });
@@ -100,17 +100,14 @@ TEST(Uri, TakesAuthoritiesApartAndComposesThem) {
 
 TEST(Uri, IsCopiedSwappedAndCompared) {
     URI const one("a", "b", "c", "d", "e");
-    URI two;
-    EXPECT_TRUE(!(one == two) && two.Assign(one) && one == two && two.Valid());
-    URI moved(std::move(two));
-    EXPECT_TRUE(moved == one && two == URI());
     for (unsigned i = 0; i < 5; ++i) {
         char const* part[] = {"a", "b", "c", "d", "e"};
         part[i] = "x";
-        URI other(part[0], part[1], part[2], part[3], part[4]);
-        EXPECT_FALSE(one == other);
-        moved.Swap(other);
-        EXPECT_EQ(Parts(other), i == 0 ? "a|b|c|d|e|" : std::string("a|b|c|d|e|").replace(2 * i - 2, 1, "x"));
+        URI two, other(part[0], part[1], part[2], part[3], part[4]);
+        EXPECT_TRUE(two.Assign(one) && two == one && two.Valid() && other != one);
+        two.Swap(other);
+        URI const moved(std::move(two));
+        EXPECT_TRUE(other == one && moved != one && two == URI());
     }
 }
 

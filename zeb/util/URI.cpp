@@ -2,7 +2,7 @@
 
 #include "zeb/core/AutoBuffer.h"
 #include "zeb/network/Ip6Address.h"
-#include "zeb/util/UriScan.h"
+#include "zeb/util/UriScanImpl.h"
 
 #include <new>
 

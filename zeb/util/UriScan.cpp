@@ -1,4 +1,4 @@
-#include "zeb/util/UriScan.h"
+#include "zeb/util/UriScanImpl.h"
 
 namespace Util {
 
