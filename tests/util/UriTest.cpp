@@ -159,8 +159,10 @@ TEST(Uri, StaysAsItIsWithoutMemory) {
                            URI::Encode(URI::ENCODE_URI, "a b", encoded),
                            URI::Decode(URI::ENCODE_FORM, View("a+b" + padding), decoded, valid[3]),
                            set.SetAuthority("user", "secret", "::1", "80")};
-        URI const built("scheme", "authority", "path", "query", "fragment");
+        URI swapped("scheme", "authority", "path", "query", "fragment"), built;
         heap.Disarm();
+        built.Swap(swapped);
+        EXPECT_TRUE(swapped.Valid() && swapped == URI());
         EXPECT_EQ(heap.Fired(),
                   !(built.Valid() && std::all_of(ok, std::end(ok), [](bool done) { return done; })));
         EXPECT_EQ(Parts(uri), ok[0] ? Parts(source) : "a|b|c|d|e|");
