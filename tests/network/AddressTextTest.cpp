@@ -36,53 +36,27 @@ void ExpectAlike6(std::string const& text) {
     EXPECT_EQ(memcmp(&ours, &theirs, sizeof(ours)), 0) << text;
 }
 
+// clang-format off
 TEST(AddressTextTest, AcceptsWhatTheSystemAccepts) {
-    for (char const* const text : {"", "0.0.0.0", "255.255.255.255", "256.0.0.0", "1.2.3", "1.2.3.4.5",
-                                   "1.2.3.", ".1.2.3", "01.2.3.4", "1.2.3.00", "1..2.3", "1.2.3.4 ",
-                                   " 1.2.3.4", "1.2.3.4x", "0x1.2.3.4", "1.2.3.-4", "1234.1.1.1", "1"})
+    for (char const* const text : {
+             "", "0.0.0.0", "255.255.255.255", "256.0.0.0", "1.2.3", "1.2.3.4.5", "1.2.3.", ".1.2.3",
+             "01.2.3.4", "1.2.3.00", "1..2.3", "1.2.3.4 ", " 1.2.3.4", "1.2.3.4x", "0x1.2.3.4", "1.2.3.-4",
+             "1234.1.1.1", "1"})
         ExpectAlike4(text);
-    for (char const* const text : {"",
-                                   ":",
-                                   "::",
-                                   ":::",
-                                   "::1",
-                                   "1::",
-                                   "1:",
-                                   ":1",
-                                   "1::2",
-                                   "1::2::3",
-                                   "1:2:3:4:5:6:7:8",
-                                   "1:2:3:4:5:6:7",
-                                   "1:2:3:4:5:6:7:8:9",
-                                   "1:2:3:4:5:6:7::",
-                                   "::2:3:4:5:6:7:8",
-                                   "1:2:3:4::5:6:7:8",
-                                   "12345::",
-                                   "g::",
-                                   "::1.2.3.4",
-                                   "::1.2.3",
-                                   "::1.2.3.4.5",
-                                   "1:2:3:4:5:6:1.2.3.4",
-                                   "1:2:3:4:5:6:7:1.2.3.4",
-                                   "::01.2.3.4",
-                                   "::1.2.3.4:5",
-                                   "::ffff:1.2.3.4",
-                                   "::a.2.3.4",
-                                   "fe80::1%eth0",
-                                   "ABCD:ef::",
-                                   "::1 ",
-                                   "1.2.3.4",
-                                   "::1:",
-                                   "0:0:0:0:0:0:0:0",
-                                   "::1.2.3.256",
-                                   "1:2:3:4:5:6:7:8::",
-                                   "::1.2.3.4::"})
+    for (char const* const text : {
+             "", ":", "::", ":::", "::1", "1::", "1:", ":1", "1::2", "1::2::3", "1:2:3:4:5:6:7:8",
+             "1:2:3:4:5:6:7", "1:2:3:4:5:6:7:8:9", "1:2:3:4:5:6:7::", "::2:3:4:5:6:7:8", "1:2:3:4::5:6:7:8",
+             "12345::", "g::", "::1.2.3.4", "::1.2.3", "::1.2.3.4.5", "1:2:3:4:5:6:1.2.3.4",
+             "1:2:3:4:5:6:7:1.2.3.4", "::01.2.3.4", "::1.2.3.4:5", "::ffff:1.2.3.4", "::a.2.3.4",
+             "fe80::1%eth0", "ABCD:ef::", "::1 ", "1.2.3.4", "::1:", "0:0:0:0:0:0:0:0", "::1.2.3.256",
+             "1:2:3:4:5:6:7:8::", "::1.2.3.4::"})
         ExpectAlike6(text);
     in_addr untouched{7};
     EXPECT_FALSE(Network::ScanIp4("1.2.3.4", 6, untouched)) << "the size counts, not the terminator";
     EXPECT_EQ(untouched.s_addr, 7u);
     EXPECT_TRUE(Network::ScanIp4("1.2.3.45", 7, untouched));
 }
+// clang-format on
 
 TEST(AddressTextTest, AgreesWithTheSystemOnRandomAddressesAndBrokenTexts) {
     std::mt19937 random(20261124);
@@ -103,11 +77,10 @@ TEST(AddressTextTest, AgreesWithTheSystemOnRandomAddressesAndBrokenTexts) {
         for (unsigned edits = random() % 4 + 1; edits != 0; --edits) {
             std::size_t const at = random() % (broken.size() + 1);
             char const letter = LETTERS[random() % sizeof(LETTERS)];
-            if (random() % 2 == 0) {
+            if (random() % 2 == 0)
                 broken.insert(at, 1, letter);
-            } else if (at < broken.size()) {
+            else if (at < broken.size())
                 broken[at] = letter;
-            }
         }
         ExpectAlike6(broken);
         ExpectAlike4(broken);

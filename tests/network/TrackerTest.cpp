@@ -1,5 +1,5 @@
+#include "tests/network/Values.h"
 #include "tests/support/Heap.h"
-#include "tests/support/LogCapture.h"
 #include "zeb/event/InterfaceAddressEvents.h"
 #include "zeb/event/InterfaceEvents.h"
 #include "zeb/event/WanEvents.h"
@@ -7,82 +7,34 @@
 #include "zeb/network/Ip4TrackerBase.h"
 #include "zeb/network/Ip6TrackerBase.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <string>
 
+// clang-format off
 namespace {
 
 using namespace Network;
-using Event::IfGroup;
-using E4 = Event::IfIp4Changed;
-using E6 = Event::IfIp6Changed;
+using namespace Event;
+using E4 = IfIp4Changed;
+using E6 = IfIp6Changed;
 using Span = Time::Span;
 
 // Incarnations: both long before any event, and one that is yet to come.
 Span const OLD(1, 0), NEW(2, 0), LATER(2000000000, 0);
 
-template<class T>
-T Value(char const* text) {
-    T value;
-    EXPECT_TRUE(value.Assign(text)) << text;
-    return value;
-}
-
-// An event as it comes from the bus.
-template<class EventT>
-EventT const& Raised(EventT&& event) {
-    event.MarkRaised();
-    return event;
-}
-
 struct Step {
     char const* what;
     bool result, expected;
 };
-
 void Check(std::initializer_list<Step> steps) {
     for (Step const& step : steps)
         EXPECT_EQ(step.result, step.expected) << step.what;
 }
 
-// What both trackers make of the events that they share.
-template<class BaseT>
-struct Follower : BaseT {
-    Follower()
-        : BaseT("test") {}
-    using BaseT::FindCreate_;
-
-    bool Named(char const* id, char const* name, Span const& created = NEW) {
-        return this->OnIfNameChanged(Raised(Event::IfNameChanged(id, name, "sys", created)));
-    }
-    bool Ranked(char const* id, char const* name, unsigned long priority, Span const& created = NEW) {
-        return this->OnIfGlobalChanged(Raised(Event::IfGlobalChanged(id, name, "sys", priority, created)));
-    }
-    bool Trusted(char const* id, char const* name, SecurityLevelT level) {
-        return this->OnIfPrivateChanged(Raised(Event::IfPrivateChanged(id, name, "sys", level, true, NEW)));
-    }
-    bool Grouped(IfGroup::ActionT action, IfGroup::InheritT inherit, char const* id, char const* group,
-                 Span const& groupCreated = NEW) {
-        return this->OnIfGroup(Raised(IfGroup(action, inherit, id, id, "sys", group, group, "gsys", LINK_UP,
-                                              CONN4_UP, CONN6_UP, IF_UP, NEW, groupCreated)));
-    }
-    bool Ended(char const* id, Span const& created) {
-        return this->OnIfDestroyed(Raised(Event::IfDestroyed(id, "sys", "", created)));
-    }
-    std::string Facts(char const* id) const {
-        return std::string(this->Name(id).Cstr()) + " " + this->SystemName(id).Cstr() + " " +
-               std::to_string(this->GlobalPriority(id)) + " " + std::to_string(this->SecurityLevel(id)) +
-               (this->IsIncluded(id) ? " included" : "") + " " + Blocks(*this, id);
-    }
-};
-
 template<class BlockT>
 std::string Joined(BlockT const& first, Array<BlockT> const& others) {
-    std::string text = typename BlockT::Str(first).Cstr();
+    std::string text = Shown(first);
     for (BlockT const& block : others)
-        text += std::string(" ") + typename BlockT::Str(block).Cstr();
+        text += " " + Shown(block);
     return text;
 }
 std::string Blocks(Interface::Ip4TrackerBase const& tracker, char const* id) {
@@ -92,57 +44,83 @@ std::string Blocks(Interface::Ip6TrackerBase const& tracker, char const* id) {
     return Joined(tracker.LinkLocal(id), tracker.Addresses(id));
 }
 
-struct Follower4 : Follower<Interface::Ip4TrackerBase> {
-    bool Changed(E4::TypeT type, unsigned action, char const* block, unsigned long priority = 0,
-                 Span const& created = NEW) {
-        return OnIfIp4Changed(Raised(E4("a", "a", "sys", Value<IpBlock>(block), E4::STATIC, type,
-                                        E4::ActionT(action), priority, created)));
-    }
-    bool On(E4 const& event) { return OnIfIp4Changed(event); }
-};
+// A tracker that takes all events alike, by On() as they are and by () as the bus raises them.
+template<class BaseT>
+struct Follower : BaseT {
+    Follower() : BaseT("test") {}
+    using BaseT::FindCreate_;
 
-struct Follower6 : Follower<Interface::Ip6TrackerBase> {
-    bool Changed(E6::ActionT action, char const* block, unsigned long priority = 0,
-                 Span const& created = NEW) {
-        return OnIfIp6Changed(
-            Raised(E6(action, "a", "a", "sys", Value<Ip6::Block>(block), Ip6::ProtoT(), priority, created)));
-    }
-    bool On(E6 const& event) { return OnIfIp6Changed(event); }
-};
+    bool On(IfDestroyed const& event) { return this->OnIfDestroyed(event); }
+    bool On(IfGlobalChanged const& event) { return this->OnIfGlobalChanged(event); }
+    bool On(IfPrivateChanged const& event) { return this->OnIfPrivateChanged(event); }
+    bool On(IfNameChanged const& event) { return this->OnIfNameChanged(event); }
+    bool On(IfGroup const& event) { return this->OnIfGroup(event); }
+    bool On(E4 const& event) { return this->OnIfIp4Changed(event); }
+    bool On(E6 const& event) { return this->OnIfIp6Changed(event); }
+    template<class EventT> bool operator()(EventT&& event) { return event.MarkRaised(), On(event); }
 
-// clang-format off
+    std::string Facts(char const* id) const {
+        std::string text = this->Name(id).Cstr();
+        text += std::string(" ") + this->SystemName(id).Cstr();
+        text += " " + std::to_string(this->GlobalPriority(id));
+        text += " " + std::to_string(this->SecurityLevel(id));
+        return text + (this->IsIncluded(id) ? " included " : " ") + Blocks(*this, id);
+    }
+};
+using Follower4 = Follower<Interface::Ip4TrackerBase>;
+using Follower6 = Follower<Interface::Ip6TrackerBase>;
+
+IfGroup Group(IfGroup::ActionT action, IfGroup::InheritT inherit, char const* id, char const* group,
+              Span made = NEW) {
+    return {action, inherit, id, id, "s", group, group, "gs", LINK_UP, CONN4_UP, CONN6_UP, IF_UP, NEW, made};
+}
+E4 Four(E4::TypeT type, unsigned action, char const* block, unsigned long priority = 0, Span made = NEW) {
+    return {"a", "a", "s", Value<IpBlock>(block), E4::STATIC, type, E4::ActionT(action), priority, made};
+}
+E6 Six(E6::ActionT action, char const* block, unsigned long priority = 0, Span made = NEW) {
+    return {action, "a", "a", "s", Value<Ip6::Block>(block), Ip6::ProtoT(), priority, made};
+}
+
 TEST(Trackers, FollowNamesPrioritiesLevelsAndGroups) {
+    using N = IfNameChanged;
+    using P = IfGlobalChanged;
+    using L = IfPrivateChanged;
+    using D = IfDestroyed;
+    using G = IfGroup;
+    auto constexpr IN = G::INCLUDED, OUT = G::EXCLUDED;
     LogCapture log;
-    auto const run = [](auto&& t, std::string const& blocks, char const* loopback) {
-        Event::IfDestroyed const early("a", "sys", "", NEW);
-        Check({{"a new one", t.Named("a", "A"), true},          {"the same", t.Named("a", "A"), false},
-               {"older", t.Named("a", "B", OLD), false},        {"renamed", t.Named("a", "B"), true},
-               {"raised too early", t.Named("x", "", LATER), false},
-               {"priority", t.Ranked("a", "B", 5), true},       {"the same", t.Ranked("a", "B", 5), false},
-               {"and the name", t.Ranked("a", "A", 5), true},   {"older", t.Ranked("a", "A", 9, OLD), false},
-               {"level", t.Trusted("a", "A", SECURITY_PRIVATE), true},
-               {"the same level", t.Trusted("a", "A", SECURITY_PRIVATE), false},
-               {"and the name", t.Trusted("a", "C", SECURITY_PRIVATE), true},
-               {"a rename keeps the level", t.Named("a", "D"), true},
-               {"a new one by its level", t.Trusted("p", "p", SECURITY_PUBLIC), true},
-               {"a port is no member", t.Grouped(IfGroup::INCLUDED, IfGroup::PORT, "m", "g"), false},
-               {"two new ones", t.Grouped(IfGroup::INCLUDED, IfGroup::KEEP, "m", "g"), true},
-               {"again", t.Grouped(IfGroup::INCLUDED, IfGroup::INHERIT, "m", "g"), false},
-               {"an old group", t.Grouped(IfGroup::EXCLUDED, IfGroup::KEEP, "m", "g", OLD), false},
-               {"included", t.IsIncluded("m"), true},           {"never the group", t.IsIncluded("g"), false},
-               {"a member becomes a group", t.Grouped(IfGroup::INCLUDED, IfGroup::KEEP, "n", "m"), true},
+    auto const run = [](auto&& t, std::string const& blocks, std::string const& loopback) {
+        Check({{"new", t(N("a", "A", "s", NEW)), true}, {"the same", t(N("a", "A", "s", NEW)), false},
+               {"an older one", t(N("a", "B", "s", OLD)), false},
+               {"renamed", t(N("a", "B", "s", NEW)), true},
+               {"raised too early", t(N("x", "x", "s", LATER)), false},
+               {"priority", t(P("a", "B", "s", 5, NEW)), true},
+               {"the same", t(P("a", "B", "s", 5, NEW)), false},
+               {"and the name", t(P("a", "A", "s", 5, NEW)), true},
+               {"an older one", t(P("a", "A", "s", 9, OLD)), false},
+               {"level", t(L("a", "A", "s", SECURITY_PRIVATE, true, NEW)), true},
+               {"the same", t(L("a", "A", "s", SECURITY_PRIVATE, true, NEW)), false},
+               {"and the name", t(L("a", "C", "s", SECURITY_PRIVATE, true, NEW)), true},
+               {"a rename keeps the level", t(N("a", "D", "s", NEW)), true},
+               {"new by its level", t(L("p", "p", "s", SECURITY_PUBLIC, true, NEW)), true},
+               {"a port is no member", t(Group(IN, G::PORT, "m", "g")), false},
+               {"two new ones", t(Group(IN, G::KEEP, "m", "g")), true},
+               {"again", t(Group(IN, G::INHERIT, "m", "g")), false},
+               {"an old group", t(Group(OUT, G::KEEP, "m", "g", OLD)), false},
+               {"included", t.IsIncluded("m"), true}, {"never the group", t.IsIncluded("g"), false},
+               {"a member becomes a group", t(Group(IN, G::KEEP, "n", "m")), true},
                {"no member now", t.IsIncluded("m"), false},
-               {"excluded", t.Grouped(IfGroup::EXCLUDED, IfGroup::KEEP, "n", "m"), true}});
-        EXPECT_EQ(t.Facts("a"), "D sys 5 0 " + blocks);
-        EXPECT_EQ(t.Facts("g"), "g gsys 0 1 " + blocks);
-        Check({{"an older end", t.Ended("a", OLD), false},      {"told too early", t.OnIfDestroyed(early), false},
-               {"the end", t.Ended("a", LATER), true},          {"unknown", t.Ended("a", LATER), false},
-               {"a new life", t.Ranked("a", "A", 3), true},
+               {"excluded", t(Group(OUT, G::KEEP, "n", "m")), true}});
+        EXPECT_EQ(t.Facts("a") + "; " + t.Facts("g"), "D s 5 0 " + blocks + "; g gs 0 1 " + blocks);
+        Check({{"an older end", t(D("a", "s", "", OLD)), false},
+               {"told too early", t.On(D("a", "s", "", NEW)), false},
+               {"the end", t(D("a", "s", "", LATER)), true}, {"unknown", t(D("a", "s", "", LATER)), false},
+               {"a new life", t(P("a", "A", "s", 3, NEW)), true},
                {"loopback", t.AddLoopback(SECURITY_PRIVATE), true},
                {"again", t.AddLoopback(SECURITY_PRIVATE), false},
                {"its level", t.AddLoopback(SECURITY_PROTECTED), true}});
-        EXPECT_EQ(t.Facts("a"), "A sys 3 1 " + blocks);
-        EXPECT_EQ(t.Facts("Loopback"), "Loopback lo 0 2 " + std::string(loopback));
+        EXPECT_EQ(t.Facts("a") + "; " + t.Facts("Loopback"),
+                  "A s 3 1 " + blocks + "; Loopback lo 0 2 " + loopback);
     };
     run(Follower4(), "0.0.0.0/0", "127.0.0.1/32");
     run(Follower6(), "::/0", "::/0 ::1/128");
@@ -151,32 +129,31 @@ TEST(Trackers, FollowNamesPrioritiesLevelsAndGroups) {
 
 TEST(Trackers, FollowAddresses) {
     Follower4 t;
-    Check({{"primary", t.Changed(E4::PRIMARY, 0, "1.2.3.4/24"), true},
-           {"the same", t.Changed(E4::PRIMARY, 0, "1.2.3.4/24"), false},
-           {"old", t.Changed(E4::PRIMARY, 0, "9.9.9.9/24", 0, OLD), false},
-           {"alias", t.Changed(E4::ALIAS, 0, "1.2.3.5/24"), true},
-           {"known", t.Changed(E4::ALIAS, 0, "1.2.3.5/24"), false},
-           {"another action", t.Changed(E4::ALIAS, 2, "1.2.3.6/24", 7), false},
-           {"another one", t.Changed(E4::ALIAS, 0, "1.2.3.6/24", 7), true},
-           {"removed", t.Changed(E4::ALIAS, 1, "1.2.3.5/24", 7), true},
-           {"not there", t.Changed(E4::ALIAS, 1, "1.2.3.5/24", 7), false},
-           {"the priority", t.Changed(E4::ALIAS, 1, "1.2.3.5/24", 8), true},
-           {"any other clears", t.Changed(E4::PRIMARY, 2, "1.2.3.4/24", 8), true}});
+    Check({{"primary", t(Four(E4::PRIMARY, 0, "1.2.3.4/24")), true},
+           {"the same", t(Four(E4::PRIMARY, 0, "1.2.3.4/24")), false},
+           {"old", t(Four(E4::PRIMARY, 0, "9.9.9.9/24", 0, OLD)), false},
+           {"alias", t(Four(E4::ALIAS, 0, "1.2.3.5/24")), true},
+           {"known", t(Four(E4::ALIAS, 0, "1.2.3.5/24")), false},
+           {"another action", t(Four(E4::ALIAS, 2, "1.2.3.6/24", 7)), false},
+           {"another one", t(Four(E4::ALIAS, 0, "1.2.3.6/24", 7)), true},
+           {"removed", t(Four(E4::ALIAS, 1, "1.2.3.5/24", 7)), true},
+           {"not there", t(Four(E4::ALIAS, 1, "1.2.3.5/24", 7)), false},
+           {"the priority", t(Four(E4::ALIAS, 1, "1.2.3.5/24", 8)), true},
+           {"any other clears", t(Four(E4::PRIMARY, 2, "1.2.3.4/24", 8)), true}});
     EXPECT_EQ(Blocks(t, "a"), "0.0.0.0/0 1.2.3.6/24");
     Follower6 s;
-    Check({{"link-local", s.Changed(E6::ADDED, "fe80::1/64"), true},
-           {"stored by its removal as well", s.Changed(E6::REMOVED, "fe80::2/64"), true},
-           {"the same", s.Changed(E6::REMOVED, "fe80::2/64"), false},
-           {"added", s.Changed(E6::ADDED, "2001::1/64"), true},
-           {"known", s.Changed(E6::UPDATED, "2001::1/64"), false},
-           {"another length", s.Changed(E6::UPDATED, "2001::1/65"), true},
-           {"not yet", s.Changed(E6::TENTATIVE, "2001::3/64", 1), false},
-           {"removed", s.Changed(E6::REMOVED, "2001::1/64", 1), true},
-           {"the priority", s.Changed(E6::REMOVED, "2001::1/64", 2), true},
-           {"old", s.Changed(E6::ADDED, "2001::9/64", 2, OLD), false}});
+    Check({{"link-local", s(Six(E6::ADDED, "fe80::1/64")), true},
+           {"stored by its removal as well", s(Six(E6::REMOVED, "fe80::2/64")), true},
+           {"the same", s(Six(E6::REMOVED, "fe80::2/64")), false},
+           {"added", s(Six(E6::ADDED, "2001::1/64")), true},
+           {"known", s(Six(E6::UPDATED, "2001::1/64")), false},
+           {"another length", s(Six(E6::UPDATED, "2001::1/65")), true},
+           {"not yet", s(Six(E6::TENTATIVE, "2001::3/64", 1)), false},
+           {"removed", s(Six(E6::REMOVED, "2001::1/64", 1)), true},
+           {"the priority", s(Six(E6::REMOVED, "2001::1/64", 2)), true},
+           {"old", s(Six(E6::ADDED, "2001::9/64", 2, OLD)), false}});
     EXPECT_EQ(Blocks(s, "a"), "fe80::2/64 2001::1/65");
 }
-// clang-format on
 
 TEST(Trackers, AnswerNeutrallyForUnknownInterfaces) {
     auto const run = [](auto&& tracker, std::string const& ident, char const* facts) {
@@ -186,8 +163,8 @@ TEST(Trackers, AnswerNeutrallyForUnknownInterfaces) {
             EXPECT_EQ(tracker.Facts("a"), facts);
         }
         LogCapture::LinesT lines = log.Take(), expected;
-        for (char const* what :
-             {"aliases", "global priority", "included", "primary address", "security level", "system name"})
+        for (char const* what : {"aliases", "global priority", "included", "primary address",
+                                 "security level", "system name"})
             expected.push_back("I " + ident + ": \"test\": has no interface \"a\" for " + what + ".");
         std::sort(lines.begin(), lines.end());
         EXPECT_EQ(lines, expected);
@@ -212,8 +189,7 @@ TEST(Trackers, RecordsSwapTheirAddresses) {
     EXPECT_TRUE(blocks.Assign(record.Aliases()) && !record.SwapAliases(blocks));
     std::swap(blocks[0], blocks[1]);
     EXPECT_TRUE(record.SwapAliases(blocks)) << "another order";
-    EXPECT_EQ(Blocks(tracker, "a") + Joined(IpBlock(), blocks),
-              "0.0.0.0/0 2.2.2.2/8 1.1.1.1/80.0.0.0/0 1.1.1.1/8 2.2.2.2/8");
+    EXPECT_EQ(Joined(blocks[0], record.Aliases()), "1.1.1.1/8 2.2.2.2/8 1.1.1.1/8");
 }
 
 // Every operation under each failure, and once more with memory: nothing must be missing then.
@@ -221,123 +197,115 @@ template<class FollowerT, class EventT>
 void FailEverywhere(std::string const& ident, EventT const& event, std::string const& facts) {
     LogCapture log;
     unsigned long failures = 0;
-    Event::IfNameChanged const name("a", "another, longer name", "sys", Span());
-    Event::IfGlobalChanged const rank("b", "second", "sys", 1, Span());
-    Event::IfGlobalChanged const rename("b", "a name that needs memory", "sys", 1, Span());
-    Event::IfPrivateChanged const trust("b", "yet another name, by far the longest one", "sys",
-                                        SECURITY_PRIVATE, true, Span());
-    IfGroup const group(IfGroup::INCLUDED, IfGroup::KEEP, "a", "a member of the group, g", "sys", "g",
-                        "group", "gsys", LINK_UP, CONN4_UP, CONN6_UP, IF_UP, Span(), Span());
+    IfNameChanged const name("a", "another, longer name", "s", Span());
+    IfGlobalChanged const rank("b", "second", "s", 1, Span());
+    IfGlobalChanged const rename("b", "a name that needs memory", "s", 1, Span());
+    IfPrivateChanged const trust("b", "another name, and the longest", "s", SECURITY_PRIVATE, true, Span());
+    IfGroup const group(IfGroup::INCLUDED, IfGroup::KEEP, "a", "a member of the group, g", "s", "g", "group",
+                        "gs", LINK_UP, CONN4_UP, CONN6_UP, IF_UP, Span(), Span());
     ForEveryAllocation([&](Heap& heap) {
         heap.Arm();
-        FollowerT tracker;
+        FollowerT t;
         auto const follow = [&] {
-            // clang-format off
-            bool const results[] = {
-                tracker.AddLoopback(SECURITY_PUBLIC), tracker.On(event), tracker.OnIfNameChanged(name),
-                tracker.OnIfGlobalChanged(rank), tracker.OnIfGlobalChanged(rename),
-                tracker.OnIfPrivateChanged(trust), tracker.OnIfGroup(group)};
-            // clang-format on
+            bool const results[] = {t.AddLoopback(SECURITY_PUBLIC), t.On(event), t.On(name), t.On(rank),
+                                    t.On(rename), t.On(trust), t.On(group)};
             return std::count(std::begin(results), std::end(results), true) == std::ssize(results);
         };
-        bool const ok = follow() && tracker.Initialized();
+        bool const ok = follow() && t.Initialized();
         heap.Disarm();
         EXPECT_EQ(ok, !heap.Fired());
-        EXPECT_EQ(log.Has("C " + ident + ": \"test\": out of memory [0xcffe****]."),
-                  tracker.Initialized() && !ok);
+        EXPECT_EQ(log.Has("C " + ident + ": \"test\": out of memory [0xcffe****]."), t.Initialized() && !ok);
         failures += log.Count("C " + ident + ": \"test\": system failed [0xcffd****].");
         log.Clear();
         (void)follow();
-        EXPECT_EQ(tracker.Facts("Loopback") + "; " + tracker.Facts("a") + "; " + tracker.Facts("b"), facts);
+        EXPECT_EQ(t.Facts("Loopback") + "; " + t.Facts("a") + "; " + t.Facts("b"), facts);
     });
     EXPECT_GT(failures, 0u) << "a record that could not be made";
 }
 
 TEST(Trackers, SayExactlyWhenMemoryRanOut) {
     FailEverywhere<Follower4>(
-        "Network::Interface::Ip4TrackerBase",
-        E4("a", "a", "sys", Value<IpBlock>("1.2.3.4/24"), E4::STATIC, E4::ALIAS, E4::SET, 0, Span()),
-        "Loopback lo 0 1 127.0.0.1/32; a member of the group, g sys 0 1 included 0.0.0.0/0 1.2.3.4/24; "
-        "yet another name, by far the longest one sys 1 0 0.0.0.0/0");
+        "Network::Interface::Ip4TrackerBase", Four(E4::ALIAS, 0, "1.2.3.4/24", 0, Span()),
+        "Loopback lo 0 1 127.0.0.1/32; a member of the group, g s 0 1 included 0.0.0.0/0 1.2.3.4/24; "
+        "another name, and the longest s 1 0 0.0.0.0/0");
     FailEverywhere<Follower6>(
-        "Network::Interface::Ip6TrackerBase",
-        E6(E6::ADDED, "a", "a", "sys", Value<Ip6::Block>("1::2/64"), Ip6::ProtoT(), 0, Span()),
-        "Loopback lo 0 1 ::/0 ::1/128; a member of the group, g sys 0 1 included ::/0 1::2/64; "
-        "yet another name, by far the longest one sys 1 0 ::/0");
+        "Network::Interface::Ip6TrackerBase", Six(E6::ADDED, "1::2/64", 0, Span()),
+        "Loopback lo 0 1 ::/0 ::1/128; a member of the group, g s 0 1 included ::/0 1::2/64; "
+        "another name, and the longest s 1 0 ::/0");
 }
 
-class WanTest : public testing::Test {
-protected:
-    // The `changed` of an event of either family; an empty id is an end.
-    bool Four(char const* id, unsigned long priority, char const* address = "1.1.1.1") {
-        bool changed = !*id;
-        IpAddress const ip = Value<IpAddress>(address);
-        Event::IpWan const event("x", "x", "x", 0, Event::IpWan::UP, 0, id, "n", "sys4", 0, priority, ip, ip);
-        EXPECT_TRUE(wan_.OnIpWan(event, changed));
+// Gives the `changed` of an event.
+struct Wan : Ip46Wan {
+    bool operator()(IpWan const& event) {
+        bool changed = event.CurrentId().Empty();
+        EXPECT_TRUE(OnIpWan(event, changed));
         return changed;
     }
-    bool Six(char const* id, unsigned long priority, char const* address = "2001::1") {
-        bool changed = !*id;
-        Ip6::Address const ip = Value<Ip6::Address>(address);
-        Event::Ip6Wan const event("x", "x", "x", Event::Ip6Wan::UP, 0, id, "n", "sys6", priority, ip, ip);
-        EXPECT_TRUE(wan_.OnIp6Wan(event, changed));
+    bool operator()(Ip6Wan const& event) {
+        bool changed = event.CurrentId().Empty();
+        EXPECT_TRUE(OnIp6Wan(event, changed));
         return changed;
     }
-
-    Ip46Wan wan_;
+    static std::string Facts(CString const& id, CString const& name, std::string const& address) {
+        return id.Cstr() + std::string(" ") + name.Cstr() + " " + address;
+    }
+    std::string Facts4() const { return Facts(Ip4WanId(), Ip4WanSystemName(), Shown(Ip4WanAddress())); }
+    std::string Facts6() const { return Facts(Ip6WanId(), Ip6WanSystemName(), Shown(Ip6WanAddress())); }
 };
-
-// clang-format off
-TEST_F(WanTest, TellsWhichWanLeads) {
-    Check({{"none", Four("", 0), false},           {"the first", Four("a", 5), true},
-           {"the same", Four("a", 5), false},      {"another address", Four("a", 5, "1.1.1.2"), true},
-           {"IPv6 below", Six("b", 4), false},     {"IPv6 takes over at equal priority", Six("b", 5), true},
-           {"the same", Six("b", 5), false},       {"another address", Six("b", 5, "2001::2"), true},
-           {"it leads", wan_.IsIp6WanPrimary(), true},  {"IPv4 does not lead", Four("c", 5), false},
-           {"IPv4 takes over", Four("c", 6), true},     {"it leads", wan_.IsIp6WanPrimary(), false},
-           {"the leader falls", Four("c", 4), true},    {"and rises", Four("c", 6), true},
-           {"still below", Six("b", 3), false},         {"the end of one that does not lead", Six("", 0), false},
-           {"IPv6 takes over", Six("b", 6), true},      {"the end of one that does not lead", Four("", 0), false},
-           {"IPv4 takes over", Four("d", 7), true},     {"the end of the leader", Four("", 0), true},
-           {"another one", Six("e", 6), true},          {"equal is not above", Four("d", 6), false},
-           {"the leader falls", Six("e", 5), true},     {"and rises", Six("e", 6), true},
-           {"has both", wan_.HasIp4() && wan_.HasIp6(), true},
-           {"the end of the leader at equal priority", Six("", 0), true}, {"none", Six("", 0), false}});
-    EXPECT_TRUE(wan_.HasIp4() && !wan_.HasIp6() && wan_.HasAddress());
-    EXPECT_STREQ(wan_.Ip4WanId().Cstr(), "d");
-    EXPECT_STREQ(wan_.Ip4WanSystemName().Cstr(), "sys4");
-    EXPECT_TRUE(wan_.Ip4WanAddress() == Value<IpAddress>("1.1.1.1"));
-    (void)Four("", 0);
-    EXPECT_FALSE(wan_.HasIp4() || wan_.HasAddress() || wan_.IsIp6WanPrimary());
-    EXPECT_TRUE(Six("f", 0, "::"));
-    EXPECT_FALSE(wan_.HasIp6() || wan_.IsIp6WanPrimary()) << "no address";
-    EXPECT_STREQ(wan_.Ip6WanId().Cstr(), "f");
-    EXPECT_STREQ(wan_.Ip6WanSystemName().Cstr(), "sys6");
+IpWan Wan4(char const* id, unsigned long priority, char const* address = "1.1.1.1",
+           char const* name = "sys4") {
+    return {"x", "x", "x", 0, IpWan::UP, 0, id, "n", name, 0, priority, Value<IpAddress>(address), {}};
 }
-// clang-format on
+Ip6Wan Wan6(char const* id, unsigned long priority, char const* address = "2001::1",
+            char const* name = "sys6") {
+    return {"x", "x", "x", Ip6Wan::UP, 0, id, "n", name, priority, Value<Ip6::Address>(address), {}};
+}
 
-TEST_F(WanTest, ChangesNothingWithoutMemory) {
-    Event::IpWan const four("x", "x", "x", 0, Event::IpWan::UP, 0, "other", "n", "system", 0, 9, IpAddress(9),
-                            {});
-    Event::Ip6Wan const six("x", "x", "x", Event::Ip6Wan::UP, 0, "other", "n", "system", 9,
-                            Value<Ip6::Address>("::9"), {});
+TEST(Ip46Wan, TellsWhichWanLeads) {
+    Wan wan;
+    Check({{"none", wan(Wan4("", 0)), false}, {"the first", wan(Wan4("a", 5)), true},
+           {"the same", wan(Wan4("a", 5)), false}, {"another address", wan(Wan4("a", 5, "1.1.1.2")), true},
+           {"IPv6 below", wan(Wan6("b", 4)), false},
+           {"takes over at equal priority", wan(Wan6("b", 5)), true},
+           {"the same", wan(Wan6("b", 5)), false}, {"another address", wan(Wan6("b", 5, "2001::2")), true},
+           {"it leads", wan.IsIp6WanPrimary(), true}, {"IPv4 does not lead", wan(Wan4("c", 5)), false},
+           {"IPv4 takes over", wan(Wan4("c", 6)), true}, {"it leads", wan.IsIp6WanPrimary(), false},
+           {"the leader falls", wan(Wan4("c", 4)), true}, {"and rises", wan(Wan4("c", 6)), true},
+           {"still below", wan(Wan6("b", 3)), false}, {"the end of IPv6, below", wan(Wan6("", 0)), false},
+           {"IPv6 takes over", wan(Wan6("b", 6)), true},
+           {"the end of IPv4, below", wan(Wan4("", 0)), false},
+           {"IPv4 takes over", wan(Wan4("d", 7)), true}, {"the end of the leader", wan(Wan4("", 0)), true},
+           {"another one", wan(Wan6("e", 6)), true}, {"equal is not above", wan(Wan4("d", 6)), false},
+           {"the leader falls", wan(Wan6("e", 5)), true}, {"and rises", wan(Wan6("e", 6)), true},
+           {"has both", wan.HasIp4() && wan.HasIp6(), true},
+           {"the end of the leader at equal priority", wan(Wan6("", 0)), true},
+           {"none", wan(Wan6("", 0)), false}});
+    EXPECT_TRUE(wan.HasIp4() && !wan.HasIp6() && wan.HasAddress());
+    EXPECT_EQ(wan.Facts4() + wan.Facts6(), "d sys4 1.1.1.1  ::");
+    (void)wan(Wan4("", 0));
+    EXPECT_FALSE(wan.HasIp4() || wan.HasAddress() || wan.IsIp6WanPrimary());
+    EXPECT_TRUE(wan(Wan6("f", 0, "::")));
+    EXPECT_FALSE(wan.HasIp6() || wan.IsIp6WanPrimary()) << "no address";
+    EXPECT_EQ(wan.Facts4() + wan.Facts6(), "  0.0.0.0f sys6 ::");
+}
+
+TEST(Ip46Wan, ChangesNothingWithoutMemory) {
+    IpWan const four = Wan4("other", 9, "0.0.0.9", "system");
+    Ip6Wan const six = Wan6("other", 9, "::9", "system");
     ForEveryAllocation([&](Heap& heap) {
-        (void)(Four("a", 3), Six("b", 3));
+        Wan wan;
+        (void)(wan(Wan4("a", 3)), wan(Wan6("b", 3)));
         bool changed4 = true, changed6 = true;
         heap.Arm();
-        bool const ok4 = wan_.OnIpWan(four, changed4);
-        bool const ok6 = wan_.OnIp6Wan(six, changed6);
+        bool const ok4 = wan.OnIpWan(four, changed4), ok6 = wan.OnIp6Wan(six, changed6);
         heap.Disarm();
         EXPECT_EQ(ok4 && ok6, !heap.Fired());
         EXPECT_TRUE(changed4 == ok4 && changed6 == ok6);
-        auto const text = [](auto const&... parts) { return (std::string() + ... + parts.Cstr()); };
-        EXPECT_EQ(text(wan_.Ip4WanId(), wan_.Ip4WanSystemName(), IpAddress::Str(wan_.Ip4WanAddress())),
-                  ok4 ? "othersystem0.0.0.9" : "asys41.1.1.1");
-        EXPECT_EQ(text(wan_.Ip6WanId(), wan_.Ip6WanSystemName(), Ip6::Address::Str(wan_.Ip6WanAddress())),
-                  ok6 ? "othersystem::9" : "bsys62001::1");
-        EXPECT_EQ(wan_.IsIp6WanPrimary(), ok6 || !ok4);
-        wan_ = Ip46Wan();
+        EXPECT_EQ(wan.Facts4(), ok4 ? "other system 0.0.0.9" : "a sys4 1.1.1.1");
+        EXPECT_EQ(wan.Facts6(), ok6 ? "other system ::9" : "b sys6 2001::1");
+        EXPECT_EQ(wan.IsIp6WanPrimary(), ok6 || !ok4);
     });
 }
 
 } // namespace
+// clang-format on
