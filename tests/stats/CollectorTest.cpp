@@ -72,15 +72,23 @@ TEST_F(CollectorTest, AlarmsComeAtOnceAndThenEachPeriodWithoutCatchingUp) {
     EXPECT_TRUE(other.Await(clock_, 10) && once.count == 3);
 }
 
+struct BusyMutex : Mutex {
+    using Mutex::Mutex;
+    bool TryLock() const override { return Mutex::TryLock() || (++refusals, false); }
+    mutable std::atomic<int> refusals = 0;
+};
+
 TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {
-    Mutex const lock(Mutex::CORE);
+    BusyMutex const lock(Mutex::CORE);
     ASSERT_TRUE(lock.Lock());
     Alarm alarm(1000, &lock, [&](Alarm&) { clock_.Advance(150); });
     (void)Mutex::SetThreshold("100");
     alarm.Activate();
+    int attempts = 0;
     for (long const seconds : {0, 29, 2, 28, 1, 95, 20}) { // it is 29, 31, 59, 60, 155, 175 then
         clock_.Advance(seconds * 1000);
-        Clock::RealPause(5);
+        for (++attempts; lock.refusals < attempts;)
+            Clock::RealPause(1);
         EXPECT_TRUE(clock_.AwaitWaiters(1)); // a pause between attempts
     }
     lock.Unlock();

@@ -366,7 +366,9 @@ struct RrdEvents : WithMainThread {
 
 TEST_F(RrdEvents, TellChangesOfRawValues) {
     EXPECT_TRUE(Event::Subscribe("Event::Type::Stats", delegate_));
-    Db db("I", "A", ATTRIBUTES, 3, Db::STEP_3S);
+    Array<Type> attributes;
+    ASSERT_TRUE(attributes.Assign(ATTRIBUTES, 3));
+    Db db("I", "A", attributes, Db::STEP_3S);
     int time = 0;
     for (Db::RaiseT const raise : {Db::RAISE_OFF, Db::RAISE_ON}) {
         db.SetRaise(raise);

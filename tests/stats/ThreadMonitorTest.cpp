@@ -78,12 +78,13 @@ TEST_F(ThreadMonitorTest, ShowsTheLoadOfEachThreadAndOfTheProcess) {
 
 TEST_F(ThreadMonitorTest, AThreadWithoutAClockIsLeftOutOrNotStarted) {
     Monitor monitor;
-    Calls calls(Calls::ScopeT::PROCESS);
+    Calls calls;
+    Calls elsewhere(Calls::ScopeT::PROCESS);
     log_.Clear();
     calls.Script(SysCall::clock_gettime, {Calls::Fail(EINVAL), {}, {}, {}, {}, Calls::Fail(EINVAL)});
     monitor.OnStatsAlarm_(); // one reading of Main, two of the other thread and of the process
     monitor.OnStatsAlarm_();
-    calls.Script(SysCall::pthread_getcpuclockid, {Calls::Fail(ENOENT), Calls::Fail(ESRCH)});
+    elsewhere.Script(SysCall::pthread_getcpuclockid, {Calls::Fail(ENOENT), Calls::Fail(ESRCH)});
     Worker worker([] {});
     EXPECT_TRUE(worker.Start() == 0x80220006u && worker.Start() == 0x80220006u);
     std::string const fail = "C Thread: \"worker\": system failed [0x80220006].";
@@ -164,7 +165,8 @@ TEST_F(ThreadMonitorTest, ThreadsStandInTheOrderOfTheirTopLocks) {
             },
             name));
         ASSERT_EQ(workers.back()->Start(), Thread::STARTED);
-        Clock::RealPause(5);
+        while (lock && Thread::OwnerId(*lock) == Thread::TID_UNKNOWN)
+            Clock::RealPause(1);
         clock.Advance(1000);
     };
     start("oldest", &locks[0]);

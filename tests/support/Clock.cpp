@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 // clang-format off
 extern "C" {
@@ -15,6 +16,8 @@ int __real_nanosleep(timespec const*, timespec*);
 int __real_poll(pollfd*, nfds_t, int);
 int __real_sigtimedwait(sigset_t const*, siginfo_t*, timespec const*);
 int __real_timer_settime(timer_t, int, itimerspec const*, itimerspec*);
+int __real_pthread_cond_signal(pthread_cond_t*);
+int __real_pthread_cond_broadcast(pthread_cond_t*);
 int __real_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*, timespec const*);
 }
 // clang-format on
@@ -35,6 +38,11 @@ constinit std::atomic<Clock::ModeT> mode{Clock::ModeT::MANUAL};
 constinit std::atomic<long> startMonotonic{0};
 constinit std::atomic<long> startWall{0};
 constinit thread_local bool owner = false;
+constinit std::atomic<unsigned long> signals[64]{}; // by condition variable
+
+std::atomic<unsigned long>& SignalsOf(pthread_cond_t const* condition) {
+    return signals[reinterpret_cast<unsigned long>(condition) / sizeof(*condition) % std::size(signals)];
+}
 
 long Nanoseconds(timespec const& time) {
     long total;
@@ -195,14 +203,27 @@ int TimerSettime(timer_t timer, int flags, itimerspec const* value, itimerspec* 
     return __real_timer_settime(timer, flags & ~TIMER_ABSTIME, &relative, old);
 }
 
+int CondSignal(pthread_cond_t* condition) {
+    ++SignalsOf(condition);
+    return __real_pthread_cond_signal(condition);
+}
+
+int CondBroadcast(pthread_cond_t* condition) {
+    ++SignalsOf(condition);
+    return __real_pthread_cond_broadcast(condition);
+}
+
 int CondTimedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, timespec const* deadline) {
     if (!active) return __real_pthread_cond_timedwait(condition, mutex, deadline);
     if (!IsValid(*deadline)) return EINVAL;
     bool const wall = deadline->tv_sec > WALL_SECONDS && deadline->tv_sec < 100 * WALL_SECONDS;
+    unsigned long const before = SignalsOf(condition);
     int result = ETIMEDOUT;
     Wait(wall, Nanoseconds(*deadline), [&](long slice) {
         timespec const time = Timespec(Real(CLOCK_MONOTONIC) + slice);
         result = pthread_cond_clockwait(condition, mutex, CLOCK_MONOTONIC, &time);
+        // A signal between the end of a slice and the return of the mutex has reached nobody.
+        if (result == ETIMEDOUT && SignalsOf(condition) != before) result = 0;
         return result != ETIMEDOUT;
     });
     return result;

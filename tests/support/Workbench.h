@@ -67,6 +67,8 @@ int Nanosleep(timespec const* time, timespec* left);
 int Sigtimedwait(sigset_t const* set, siginfo_t* info, timespec const* timeout);
 int ClockGettime(clockid_t clock, timespec* out);
 int TimerSettime(timer_t timer, int flags, itimerspec const* value, itimerspec* old);
+int CondSignal(pthread_cond_t* condition);
+int CondBroadcast(pthread_cond_t* condition);
 int CondTimedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, timespec const* deadline);
 void* Mmap(void* address, size_t size, int protection, int flags, int fd, off_t offset);
 int Munmap(void* address, size_t size);

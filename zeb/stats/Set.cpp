@@ -48,7 +48,8 @@ void Set::Get(Time::Span& time, unsigned long& min, unsigned long& max, unsigned
         unsigned long const sample = samples_[i];
         if (sample < min) min = sample;
         if (sample > max) max = sample;
-        if (__builtin_add_overflow(run, sample, &run)) {
+        bool const over = __builtin_add_overflow(run, sample, &run);
+        if (over && runSize != 0) {
             avg += (run - sample) / runSize;
             run = sample;
             runSize = 0;
