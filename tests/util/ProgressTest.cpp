@@ -96,7 +96,7 @@ TEST(Progress, RaisesNothingWithoutMemory) {
         Watch watch;
         LogCapture log;
         heap.Arm();
-        Progress progress("work", 20, 1);
+        Progress progress("work", 20);
         bool const ok = !heap.Fired();
         progress.Finished();
         heap.Disarm();

@@ -27,14 +27,12 @@ TEST(Matcher, WalksThroughTheTextWithAnyExpression) {
     Regex const test("BC(=)", REG_EXTENDED | REG_ICASE | REG_NOSUB);
     Matcher matcher("a=x;bc=,d=xy");
     std::tuple<Regex const&, int, uint32_t, char const*> const rows[] = {
-        {start, 0, 0x80390002, "-|-|-|-|-|"},
-        {pair, 0, 0x00390001, "a=x|a|x||-|"},
-        {start, REG_NOTBOL, 0x80390002, "a=x|a|x||-|"},
-        {start, 0, 0x00390001, ";|-|-|-|-|"},
-        {test, 0, 0x00390001, "||-|-|-|"},
-        {pair, 0, 0x00390001, "bc=|bc|||-|"},
-        {pair, 0, 0x00390001, "d=xy|d|xy|y|-|"},
-        {test, 0, 0x80390002, "d=xy|d|xy|y|-|"}};
+        // clang-format off
+        {start, 0, 0x80390002, "-|-|-|-|-|"},           {pair, 0, 0x00390001, "a=x|a|x||-|"},
+        {start, REG_NOTBOL, 0x80390002, "a=x|a|x||-|"}, {start, 0, 0x00390001, ";|-|-|-|-|"},
+        {test, 0, 0x00390001, "||-|-|-|"},              {pair, 0, 0x00390001, "bc=|bc|||-|"},
+        {pair, 0, 0x00390001, "d=xy|d|xy|y|-|"},        {test, 0, 0x80390002, "d=xy|d|xy|y|-|"}};
+    // clang-format on
     for (int round = 0; round < 2; ++round, matcher.Reset()) {
         for (auto const& [regex, flags, code, groups] : rows) {
             EXPECT_EQ(matcher.Find(regex, flags), code);
