@@ -87,14 +87,15 @@ ReturnT Db::Update(Time::Span const& time, Array<unsigned long long> const& valu
 
 ReturnT Db::UpdateRaw_(Time::Span const& time, Array<unsigned long long> const& values) {
     ReturnT result = ReturnT::Done();
-    for (unsigned long i = 0; i < values.Size(); ++i) {
+    bool const raise = raise_ != RAISE_OFF;
+    unsigned long long const* const end = values.end();
+    unsigned long i = 0;
+    for (unsigned long long const* at = values.begin(); at != end; ++at, ++i) {
         BaseT& attribute = *attributes_[i];
-        unsigned long long const value = values[i];
-        ReturnT const code = attribute.Update(0, value, time);
+        ReturnT const code = attribute.Update(0, *at, time);
         if (code.Failed()) result = code;
-        if (raise_ != RAISE_OFF && attribute.Raises() && value != attribute.LastValue())
-            Raise_(attribute, value);
-        attribute.SetLastValue(value);
+        if (raise && attribute.Raises() && *at != attribute.LastValue()) Raise_(attribute, *at);
+        attribute.SetLastValue(*at);
     }
     return result;
 }
