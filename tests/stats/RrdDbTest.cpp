@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <optional>
 #include <random>
 #include <vector>
 
@@ -92,40 +91,40 @@ struct Twin {
         }
         ++updates;
     }
-    // From ring `top` down what is newer than the mark, which moves; of a speed the weighted mean, if it
-    // fits.
-    static U64 Gather(Attribute const& a, unsigned top, long& mark) {
+    // From ring `top` down what is newer than the mark, which moves. A weighted sum need not fit.
+    struct Gathered {
+        U64 value;
+        long mark;
+        bool fits;
+    };
+    Gathered Gather(Attribute const& a, unsigned top, long mark, bool weigh) const {
+        Type::TypeT const type = a.declaration.type;
+        ValuesT all;
+        bool fits = true;
+        unsigned long weight = 0;
         U64 out = 0;
         for (unsigned r = top + 1; r-- != 0;) {
             ValuesT const values = Newest(a.rings[r], 64, mark);
-            out +=
-                a.declaration.type == Type::COUNT ? Merged(Type::COUNT, values) : Mean(values, values.size());
-            if (a.declaration.type == Type::GAUGE) out /= 2;
-            if (!a.rings[r].empty()) mark = a.rings[r][0].second;
-        }
-        return out;
-    }
-    std::optional<U64> Weighted(Attribute const& a, unsigned top) const {
-        ValuesT values;
-        unsigned long weight = 0;
-        long mark = 0;
-        for (unsigned r = top + 1; r-- != 0;) {
-            for (U64 const value : Newest(a.rings[r], 64, mark)) {
-                if (value > ~0ull / multiplier[step][r]) return {};
-                values.push_back(value * multiplier[step][r]);
+            for (U64 const value : values) {
+                fits = fits && value <= ~0ull / multiplier[step][r];
+                all.push_back(value * multiplier[step][r]);
                 weight += multiplier[step][r];
             }
+            out += type == Type::COUNT ? Merged(type, values) : Mean(values, values.size());
+            if (type == Type::GAUGE) out /= 2;
             if (!a.rings[r].empty()) mark = a.rings[r][0].second;
         }
-        return Mean(values, weight);
+        if (weigh && type == Type::SPEED) return {Mean(all, weight), mark, fits};
+        return {out, mark, true};
     }
     std::vector<Sample> Data(Attribute const& a, unsigned level, bool tail) const {
         std::vector<Sample> out;
         RingT const& ring = a.rings[level];
         long const distance = period[step] * multiplier[step][level];
-        long mark = ring.empty() ? 0 : ring[0].second;
-        U64 const gathered = tail && level > 0 ? Gather(a, level - 1, mark) : 0;
-        if (gathered != 0) out.push_back({gathered, Tenths(ring.empty() ? mark : ring[0].second + distance)});
+        if (tail && level > 0) {
+            auto const [value, mark, _] = Gather(a, level - 1, ring.empty() ? 0 : ring[0].second, false);
+            if (value != 0) out.push_back({value, Tenths(ring.empty() ? mark : ring[0].second + distance)});
+        }
         for (auto const& [value, time] : ring)
             out.push_back({value, Tenths(time)});
         if (out.empty()) out.push_back({0, Time::Monotonic()});
@@ -168,16 +167,14 @@ void Compare(Db const& db, Twin const& twin) {
             unsigned const level = i / 2;
             bool const all = level == 4 || (tail && level > 0);
             Sample datum{1, Time::Span(77)};
-            long mark = all ? 0 : -1;
             Twin::Attribute one = a; // a level alone, or all from it down
             if (!all) one.rings[0] = a.rings[level];
-            std::optional<U64> wanted = Twin::Gather(one, all ? std::min(level, 3u) : 0, mark);
-            if (all && a.declaration.type == Type::SPEED) wanted = twin.Weighted(a, std::min(level, 3u));
-            auto const code =
-                db.GetDatum(datum, a.declaration.name, level == 4 ? Db::LEVEL_ALL : level, Tailing(tail));
-            ASSERT_EQ(code.Succeeded(), wanted.has_value());
-            ASSERT_EQ(datum.value, wanted.value_or(1));
-            ASSERT_EQ(datum.time, all && wanted ? Tenths(mark) : Time::Span(77));
+            auto const [value, mark, fits] =
+                twin.Gather(one, all ? std::min(level, 3u) : 0, all ? 0 : -1, all);
+            auto const code = db.GetDatum(datum, a.declaration.name, level == 4 ? 255 : level, Tailing(tail));
+            ASSERT_EQ(code.Succeeded(), fits);
+            ASSERT_EQ(datum.value, fits ? value : 1);
+            ASSERT_EQ(datum.time, all && fits ? Tenths(mark) : Time::Span(77));
             Array<Sample> read;
             ASSERT_EQ(db.GetData(read, a.declaration.name, level, Tailing(tail)).Succeeded(), level < 4);
             std::vector<Sample> const samples = level < 4 ? twin.Data(a, level, tail) : std::vector<Sample>();
