@@ -97,6 +97,7 @@ TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
     EXPECT_TRUE(Await([&] { return running.runs == 1; }));
     EXPECT_EQ(queue.EnqueueTask(other, &locked), Queue::QUEUED);
     queue.CancelTask(onDone, &locked); // it is another delegate's, and stays
+    EXPECT_EQ(queue.EnqueueTask(other, &locked), Queue::ALREADY_QUEUED);
     Enqueue({&inside, &blocker});
     Mutex::Guard const guard(mutex);
     queue.CancelTask(onDone, &idle);
@@ -127,22 +128,25 @@ TEST_F(TaskTest, AnIdleQueueHasNoThread) {
         void Run() override { ++count; }
         std::atomic<int> count = 0;
     } counter;
+    std::atomic<int> interrupted = 0;
+    Job job([&] { gate.acquire(), interrupted += Thread::SelfInterrupted(); });
     Clock clock;
     {
         Queue lazy("lazy", 5000, &counter);
         for (int round = 0; round < 2; ++round) {
-            Enqueue({&blocker}, &lazy);
+            Enqueue({&job}, &lazy);
             EXPECT_TRUE(clock.AwaitWaiters(1));
             clock.Advance(6000);
             Clock::RealPause(5);
-            EXPECT_EQ(counter.count, round) << "it has work";
+            EXPECT_EQ(counter.count, round); // it has work
             gate.release();
             EXPECT_TRUE(Await([&] { return clock.Advance(1000), counter.count == round + 1; }));
+            EXPECT_EQ(interrupted, 0);
         }
         gate.release(); // what is listed at the end of the queue still runs
-        Enqueue({&blocker}, &lazy);
+        Enqueue({&job}, &lazy);
     }
-    EXPECT_TRUE(blocker.runs == 3 && counter.count == 3 && log_.Take().empty());
+    EXPECT_TRUE(job.runs == 3 && counter.count == 3 && log_.Take().empty());
 }
 
 TEST_F(TaskTest, ReportExhaustedMemoryAndGoOn) {
@@ -242,16 +246,19 @@ TEST_F(ApplyTest, AQueuedRunCoversRequestsAndARunningOneStartsAnew) {
         EXPECT_TRUE(log_.Has("E Task::Queue: \"lazy\": unable to start a thread."));
         EXPECT_TRUE(Await([&] { return apply.Left() == Time::Span(1000); })) << "it tries again";
     }
+    log_.Clear();
     Enqueue({&blocker}, &lazy);
     clock.Advance(1000);
     Clock::RealPause(10);
     apply.Request(1);
-    apply.again = true;
     gate.release();
-    EXPECT_TRUE(AwaitRuns(apply, 2));
+    EXPECT_TRUE(AwaitRuns(apply, 1));
     clock.Advance(100);
     Clock::RealPause(3);
-    EXPECT_EQ(apply.runs, 2);
+    EXPECT_TRUE(apply.runs == 1 && log_.Take().empty());
+    apply.again = true;
+    apply.Request(1);
+    EXPECT_TRUE(AwaitRuns(apply, 3));
 }
 
 TEST_F(ApplyTest, AHeldLockIsLogged) {
