@@ -168,8 +168,10 @@ TEST(JsonGetter, ChildrenAndParentsMayDieInAnyOrder) {
     Member stays("b", b);
     *inner >> Member("missing", a) >> stays;
     EXPECT_TRUE((*outer >> *place).Get(doc) && a == 0 && b == 2);
+    NValue const second("o", *inner); // does not last longer than what it would hold
+    EXPECT_FALSE(*inner || *outer);
     inner.reset();
-    EXPECT_FALSE(*place || outer->GetMember_(*place));
+    EXPECT_FALSE(*place || second || outer->GetMember_(*place));
     outer.reset(), place.reset();
     EXPECT_TRUE(stays);
 }

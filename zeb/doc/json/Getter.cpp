@@ -98,12 +98,14 @@ bool Scalar::Get(Json::Value const& value) {
     return IsOptional() ? !again : item != nullptr;
 }
 
-// A value that hangs elsewhere already is read there; this place never may.
+// A getter has one place: a second one holds nothing, since it would not learn of the getter's end, and fails
+// it.
 void Child_::Hold_(Value& inner) {
-    inner_ = &inner;
     if (inner.holder_ == nullptr) {
+        inner_ = &inner;
         inner.holder_ = this;
     } else {
+        Invalidate_(&inner);
         state_ = USED;
     }
 }

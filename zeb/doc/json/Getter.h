@@ -27,8 +27,8 @@
 //
 // Getters are local objects, used in one go by one thread; no operation allocates or logs. Members may die
 // before what they hang in, or after; one that has died is no way up any more, so an NValue or UValue below
-// which reading goes on later is a named object too. Each getter reads once: a second Get() fails, except
-// that of a required scalar.
+// which reading goes on later is a named object too. A getter hangs in one place: a second NValue or UValue
+// beside the first fails it. Each getter reads once: a second Get() fails, except that of a required scalar.
 
 #include "zeb/core/Intrusive.h"
 #include "zeb/doc/json/Kind.h"
