@@ -106,24 +106,26 @@ TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {
 }
 
 TEST_F(CollectorTest, DeactivationAwaitsTheRunningAlarm) {
-    std::binary_semaphore entered(0);
-    std::binary_semaphore leave(0);
-    Alarm alarm(1000, nullptr, [&](Alarm&) {
-        entered.release();
-        leave.acquire();
-    });
-    alarm.Activate();
-    entered.acquire();
-    int seen = -1;
-    Worker stopper([&] {
-        alarm.Deactivate();
-        seen = alarm.count;
-    });
-    ASSERT_EQ(stopper.Start(), Thread::STARTED);
-    Clock::RealPause(20);
-    leave.release();
-    EXPECT_TRUE(stopper.Stop());
-    EXPECT_EQ(seen, 1);
+    for (bool const byItself : {false, true}) {
+        std::binary_semaphore entered(0), leave(0);
+        Alarm alarm(1000, nullptr, [&](Alarm& self) {
+            if (byItself) self.Deactivate();
+            entered.release();
+            leave.acquire();
+        });
+        alarm.Activate();
+        entered.acquire();
+        int seen = -1;
+        Worker stopper([&] {
+            alarm.Deactivate();
+            seen = alarm.count;
+        });
+        ASSERT_EQ(stopper.Start(), Thread::STARTED);
+        Clock::RealPause(20);
+        leave.release();
+        EXPECT_TRUE(stopper.Stop());
+        EXPECT_EQ(seen, 1);
+    }
 }
 
 TEST_F(CollectorTest, WhatCannotStartIsNotInitialized) {

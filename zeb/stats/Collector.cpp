@@ -117,8 +117,7 @@ void Thread_::Activate(EntryT& entry) {
 
 void Thread_::Deactivate(EntryT& entry) {
     Mutex::Guard const guard(condition_);
-    if (!entry.active) return;
-    while (current_ == &entry && Self() != this)
+    while (current_ == &entry && Self() != this) // also an alarm that has deactivated its collector
         condition_.Wait(-1L);
     schedule_.Remove(entry);
     entry.active = false;

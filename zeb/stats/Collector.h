@@ -8,8 +8,9 @@
 // inactive; its first alarm comes as soon as it is activated, then one each period; alarms that were missed
 // are skipped.
 //
-// Deactivate() returns when no alarm of the collector is running, so that its caller may hold the lock. A
-// derived class calls it in its destructor, ahead of all else. A collector is not destroyed inside an alarm.
+// Deactivate() returns when no alarm of the collector is running, unless it is called from that alarm. Its
+// caller may hold the lock. A derived class calls it in its destructor, ahead of all else. A collector is not
+// destroyed inside an alarm of its own, nor the last one inside any.
 //
 // A collector whose memory or thread could not be had, or whose period is not above 0, is not initialized and
 // does nothing.
