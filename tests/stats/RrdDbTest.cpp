@@ -377,6 +377,9 @@ TEST_F(RrdEvents, TellChangesOfRawValues) {
     }
     Event::Raise(Event::Stats("", "", "end", 0), nullptr, Event::SYNC, Event::DIRECT);
     EXPECT_EQ(heard_, "IAdrops1 IAdrops2 IAdrops0 end0 ");
+    Array<Sample> out; // a failure without a message is found in the status all the same
+    EXPECT_TRUE(db.GetData(out, "none", 0, Tailing(false)).Failed());
+    EXPECT_EQ(Thread::SelfStatus()->Code(), 0x83E300C8u);
     Event::Unsubscribe("", this, delegate_.Ident());
 }
 

@@ -107,7 +107,7 @@ public:
     // Always 64 samples of the level, newest first. Before the oldest one stand zeros, whose times go back by
     // the period of the level, below zero if need be. With a tailing modifier the first sample is what the
     // more detailed levels have gathered since the newest one, if that is not 0. An array of 64 samples is
-    // overwritten in place. On failure it stays as it was; an unknown attribute is no line in the log.
+    // overwritten in place. On failure it stays as it was; an unknown attribute has no message.
     ReturnT GetData(Array<Sample>& samples, CString const& attribute, unsigned char level,
                     Modifier const& modifier) const;
 

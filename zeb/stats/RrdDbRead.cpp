@@ -49,7 +49,7 @@ ReturnT Db::FailLevel_(unsigned char level) const {
 ReturnT Db::Read_(Sample* samples, CString const& name, unsigned char level, Modifier const& modifier) const {
     if (level >= LEVELS) return FailLevel_(level);
     BaseT const* const attribute = Find_(name);
-    if (!attribute) return UNKNOWN_ATTRIBUTE; // whoever asks may ask for what there is
+    if (!attribute) return StatusLog(UNKNOWN_ATTRIBUTE, Log::ERROR, IDENT, id_.Cstr(), ""); // no line
     attribute->Read(samples, level, modifier);
     return ReturnT::Done();
 }
