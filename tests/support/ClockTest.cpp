@@ -84,9 +84,6 @@ TEST(ClockTest, EveryWaitEndsWhenTheClockPassesItsDeadlineAndNotBefore) {
         EXPECT_EQ(result, 1);
         EXPECT_EQ(clock.Waiters(), 0u);
     }
-}
-
-TEST(ClockTest, AutomaticWaitsMoveTheClockAtOnce) {
     for (auto const& [name, wait] : WAITS) {
         Clock clock(Clock::ModeT::AUTO);
         EXPECT_TRUE(wait()) << name;

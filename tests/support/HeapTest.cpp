@@ -177,11 +177,4 @@ TEST(LogCaptureTest, KeepsLinesOfAllThreadsWithLetterAndIdent) {
     EXPECT_TRUE(log.Has("unable") && log.Await("Task") && !log.Has("W "));
 }
 
-TEST(OutputCaptureTest, TakesWhatGoesToTheDescriptor) {
-    OutputCapture output;
-    printf("one ");
-    fflush(stdout);
-    EXPECT_EQ(output.Finish(), "one ");
-}
-
 } // namespace

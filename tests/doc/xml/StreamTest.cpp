@@ -2,7 +2,6 @@
 
 #include "tests/doc/xml/Trees.h"
 #include "tests/support/Feed.h"
-#include "tests/support/Heap.h"
 #include "tests/support/LogCapture.h"
 
 using Io::Stateful;
@@ -76,7 +75,7 @@ TEST(XmlStream, ReadsIntoANodeInTheMiddleOfATree) {
 TEST(XmlStream, GivesBackRandomTrees) {
     for (unsigned seed = 0; seed < 60; ++seed) {
         Document document;
-        RandomTree(seed).Fill(document, 6);
+        GrowTree(document, seed);
         std::string const packed = Packed(document, 1 + seed);
         Document copy;
         Input input(packed, 1 + seed % 17);

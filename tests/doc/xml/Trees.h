@@ -2,6 +2,7 @@
 // trees.
 #pragma once
 
+#include "tests/support/Heap.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Print.h"
 #include "zeb/io/StringStream.h"
@@ -71,56 +72,64 @@ inline void UseInlineBlock(Document& document) {
     ASSERT_NE(document.AllocateString(nullptr, 2047).Cstr(), nullptr);
 }
 
-// A tree that every form keeps: names are valid, a text never stands beside a text, and an element has the
-// value of its first text.
-class RandomTree {
-public:
-    explicit RandomTree(unsigned seed)
-        : random_(seed) {}
-
-    void Fill(Node& node, unsigned depth) {
-        bool const isTop = node.Type() == Node::DOCUMENT;
-        for (unsigned i = Below_(6); i != 0; --i) {
-            bool const mayBeText =
-                !isTop && (node.LastNode() == nullptr || node.LastNode()->Type() != Node::DATA);
-            unsigned const kind = Below_(8);
-            if (kind < 2 && mayBeText) {
-                Node* const data = Add_(node, Node::DATA, "", "x" + Value_());
-                if (node.Value().Empty()) node.SetValue(data->Value());
-            } else if (kind == 2) {
-                Add_(node, Node::COMMENT, "", "comment");
-            } else if (kind == 3) {
-                Add_(node, Node::PI, Name_(), "pi");
-            } else if (kind == 4 && !isTop) {
-                Add_(node, Node::CDATA, "", "<&>");
-            } else {
-                Node* const element = Add_(node, Node::ELEMENT, Name_(), "");
-                for (unsigned a = Below_(4); a != 0; --a)
-                    element->AppendAttribute(View(Name_() + std::to_string(a)), View(Value_()));
-                if (depth != 0) Fill(*element, depth - 1);
-            }
+// Grows a tree that every form keeps: names are valid, a text never stands beside a text, and an element has
+// the value of its first text.
+inline void GrowTree(Node& node, std::mt19937& random, unsigned depth) {
+    static std::string const parts[] = {
+        "<", "&", "'", "\"", "\n\t ", "123456", "\xC3\xA9", "\xF0\x9F\x98\x80", "plain text"};
+    auto const name = [&] { return std::string(1 + random() % 20, static_cast<char>('a' + random() % 26)); };
+    auto const value = [&](std::string text) {
+        for (unsigned i = random() % 5; i != 0; --i)
+            text += parts[random() % std::size(parts)];
+        return text;
+    };
+    auto const add = [&node](Node::TypeT type, std::string const& title, std::string const& text) {
+        Document& document = *node.Doc();
+        node.AppendNode(document.AllocateNode(type, document.AllocateString(title.c_str(), 0),
+                                              document.AllocateString(text.c_str(), 0)));
+        return node.LastNode();
+    };
+    for (unsigned i = random() % 6; i != 0; --i) {
+        unsigned const kind = node.Type() == Node::DOCUMENT ? 2 + random() % 5 : random() % 8;
+        bool const afterText = node.LastNode() != nullptr && node.LastNode()->Type() == Node::DATA;
+        if (kind < 2 && !afterText) {
+            Xml::String const& text = add(Node::DATA, "", value("x"))->Value();
+            if (node.Value().Empty()) node.SetValue(text);
+        } else if (kind == 2) {
+            add(Node::COMMENT, "", "comment");
+        } else if (kind == 3) {
+            add(Node::PI, name(), "pi");
+        } else if (kind == 7) {
+            add(Node::CDATA, "", "<&>");
+        } else {
+            Node& element = *add(Node::ELEMENT, name(), "");
+            for (unsigned a = random() % 4; a != 0; --a)
+                element.AppendAttribute(View(name() + std::to_string(a)), View(value("")));
+            if (depth != 0) GrowTree(element, random, depth - 1);
         }
     }
+}
 
-private:
-    unsigned Below_(unsigned bound) { return static_cast<unsigned>(random_() % bound); }
-    std::string Name_() { return std::string(1 + Below_(20), static_cast<char>('a' + Below_(26))); }
-    std::string Value_() {
-        static char const* const parts[] = {
-            "<", "&", "'", "\"", "\n\t ", "123456", "\xC3\xA9", "\xF0\x9F\x98\x80", "plain text"};
-        std::string value;
-        for (unsigned i = Below_(5); i != 0; --i)
-            value += parts[Below_(std::size(parts))];
-        return value;
-    }
-    static Node* Add_(Node& parent, Node::TypeT type, std::string const& name, std::string const& value) {
-        auto const copy = [&](std::string const& s) {
-            return parent.Doc()->AllocateString(s.c_str(), s.size());
-        };
-        Node* const node = parent.Doc()->AllocateNode(type, copy(name), copy(value));
-        parent.AppendNode(node);
-        return node;
-    }
+inline void GrowTree(Document& document, unsigned seed) {
+    std::mt19937 random(seed);
+    GrowTree(document, random, 5);
+}
 
-    std::mt19937 random_;
-};
+// An operation on a document without room succeeds, and leaves it valid, exactly when there was memory; after
+// a failure nothing is taken until Clear().
+inline void SweepDocument(std::function<bool(Document&)> const& operation) {
+    ForEveryAllocation([&](Heap& heap) {
+        Document document;
+        UseInlineBlock(document);
+        heap.Arm();
+        bool const ok = operation(document);
+        heap.Disarm();
+        EXPECT_EQ(ok, !heap.Fired());
+        EXPECT_EQ(document.Valid(), ok);
+        if (ok) return;
+        EXPECT_EQ(document.FirstNode(), nullptr);
+        EXPECT_FALSE(operation(document) || document.AppendElement("a")) << "until Clear()";
+        document.Clear();
+        EXPECT_TRUE(document.AppendElement("a") && document.Valid());
+    });
+}
