@@ -20,7 +20,7 @@ TEST(JsonSetter, EachTypeBecomesTheValueThatAnAppendMakes) {
     };
     expectSame(Json::Null, true, false, "text", CString("view"), char{-1}, static_cast<unsigned char>(200),
                short{-300}, static_cast<unsigned short>(40000), -70000, 3000000000U, -5000000000L,
-               5000000000UL, 127LL, ~0ULL, 1ULL << 63, 2.0);
+               5000000000UL, 127LL, ~0ULL, 1ULL << 63, 2.0, Json::KIND_INT, static_cast<signed char>(-2));
     auto const* member = doc.Object()->First()->Next()->Next();
     for (auto const *m = made.Get_()->First(), *e = expected.First(); e != nullptr;
          m = m->Next(), e = e->Next()) {

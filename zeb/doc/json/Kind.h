@@ -47,6 +47,12 @@ template<class T>
 concept IsInteger = KIND_OF<T>
 >= KIND_CHAR&& KIND_OF<T> <= KIND_ULONGLONG;
 
+// Of other types, what the language promotes to one of the integers, such as an enumeration.
+template<class T>
+concept IsPromoted = !IsItem<T> && requires(T value) {
+    requires IsInteger<std::remove_cvref_t<decltype(+value)>>;
+};
+
 static_assert(KIND_OF<double> == KIND_DOUBLE && IsInteger<unsigned char> && !IsItem<float>);
 
 } // namespace Json

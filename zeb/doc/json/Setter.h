@@ -50,6 +50,9 @@ public:
             SetUnsigned_(value);
         }
     }
+    template<IsPromoted T>
+    Value(T value)
+        : Value(+value) {}
     Value(double value)
         : tag_(Json::Value::NUMBER_DOUBLE) {
         payload_.real = value;
