@@ -60,9 +60,10 @@ TEST(Progress, EstimatesFromThePaceOfItsStages) {
     progress.IncEstimated(1, 10);  // nothing done of that stage yet
     EXPECT_EQ(watch.Take(), ValuesT({30}));
     Work(progress, clock, 1, 1001, 1); // 10010 ms more; time counts from the start of this piece: 5 %
-    EXPECT_EQ(watch.Take(), ValuesT({0}));
-    clock.Advance(17000);
-    progress.IncEstimated(0, 0); // 18001 of 18002: 99.99 %
+    Work(progress, clock, 0, 1, 25);   // 50 of 200 in 1000 ms
+    EXPECT_EQ(watch.Take(), ValuesT({0, 0}));
+    clock.Advance(14008);
+    progress.IncEstimated(0, 0); // 14009 of 14010: 99.99 %
     clock.Advance(100000);
     progress.IncEstimated(0, 0); // more than all: nothing
     progress.Finished();

@@ -15,6 +15,7 @@ std::string Groups(Matcher const& matcher) {
     std::string all;
     for (unsigned long i = 0; i < 5; ++i) {
         String group;
+        EXPECT_TRUE(group.Assign("old"));
         uint32_t const code = matcher.GetGroup(i, group);
         all += code == 0x00390001 ? group.Cstr() : code == 0x80390001 ? "-" : "?";
         all += "|";

@@ -69,7 +69,7 @@ TEST(Uri, TakesAuthoritiesApartAndComposesThem) {
         char const *text, *parts, *composed;
     } const rows[] = {
         {"user:se+cret@[fe80::1]:8080", "user|se+cret|fe80::1|8080|", "user:se%2Bcret@[fe80::1]:8080"},
-        {"%41%2f:%3A@%68%c3%a4", "A/|:|h\xC3\xA4||", "A%2F:%3A@h%C3%A4"},
+        {"%41%20:%3A@%68%20%c3%a4", "A |:|h \xC3\xA4||", "A%20:%3A@h%20%C3%A4"},
         {"", "||||", ""},
         {"fe80::1:x", "||fe80::1:x||", "fe80%3A%3A1%3Ax"},
         {"fe80%3a%3a1", "||fe80::1||", "[fe80::1]"},
@@ -109,6 +109,9 @@ TEST(Uri, IsCopiedSwappedAndCompared) {
         URI const moved(std::move(two));
         EXPECT_TRUE(other == one && moved != one && two == URI());
     }
+    AutoPtr<URI, StdDeleter> made;
+    bool valid = true;
+    EXPECT_TRUE(URI::Parse(CString("a\0", 2), made, valid) && !valid && !made);
 }
 
 TEST(Uri, EncodesAndDecodes) {
@@ -171,6 +174,7 @@ TEST(Uri, StaysAsItIsWithoutMemory) {
         EXPECT_EQ(Parts(set), ok[7] ? "|user:secret@[::1]:80||||" : "|b||||");
         EXPECT_TRUE(valid[0] == ok[1] && valid[1] == ok[2] && valid[2] == ok[3] && valid[3] == ok[6]);
         EXPECT_EQ(Parts(built), built.Valid() ? "scheme|authority|path|query|fragment|" : "|||||");
+        EXPECT_TRUE(built.Parse("s:p", valid[0]) && built.Valid());
     });
 }
 
