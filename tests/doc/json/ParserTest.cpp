@@ -239,18 +239,6 @@ TEST(JsonParser, FindsEachDuplicateInAnObjectOfAnySize) {
     }
 }
 
-// A text that is cut anywhere is refused, and what was built so far can be walked and printed.
-TEST(JsonParser, EveryBeginningOfATextIsRefused) {
-    std::string const text =
-        R"({"a":[1,-2.5e3,true,null,"x\ud83d\ude00\n"],"b":{"c":false,"d":[[],{}]},"e":12345678901234567890})";
-    for (std::size_t size = 0; size < text.size(); ++size) {
-        Document doc;
-        ASSERT_NE(ParseTight(doc, text.substr(0, size)), Json::CODE_OK) << size;
-        ASSERT_TRUE(doc.Valid());
-        Text(doc);
-    }
-}
-
 void AppendRandom(Array& array, std::mt19937_64& random, unsigned depth) {
     uint64_t const number = random() >> random() % 64;
     std::string text(random() % 40, 'x');
@@ -273,7 +261,11 @@ TEST(JsonParser, RandomDocumentsComeBackAsTheyWere) {
         AppendRandom(*doc.Array(), random, 0);
         for (bool compact : {true, false}) {
             Document again;
-            ASSERT_EQ(ParseTight(again, Text(doc, compact)), Json::CODE_OK) << Text(doc);
+            std::string const text = Text(doc, compact);
+            // A text that is cut is refused, and what was built so far can be walked and printed.
+            ASSERT_NE(ParseTight(again, text.substr(0, random() % text.size())), Json::CODE_OK) << text;
+            ASSERT_TRUE(again.Valid() && !Text(again).empty());
+            ASSERT_EQ(ParseTight(again, text), Json::CODE_OK) << text;
             ASSERT_EQ(Text(again), Text(doc));
         }
     }
