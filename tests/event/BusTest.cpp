@@ -33,7 +33,10 @@ protected:
     }
     static unsigned long Senders() { return Threads("Event sender"); }
     Acceptor::HandlerT Write(char name) {
-        return [this, name](Note const& note) { calls_ += name + std::to_string(note.Value()) + " "; };
+        return [this, name](Note const& note) {
+            EXPECT_NE(note.RaiseTime(), Time::Span());
+            calls_ += name + std::to_string(note.Value()) + " ";
+        };
     }
 
     std::string calls_;
@@ -43,8 +46,9 @@ TEST_F(EventBus, CallsTheAcceptorsOfATypeInOrder) {
     Mutex const lock{Mutex::CACHE};
     Acceptor a(Write('a'), &lock), b(Write('b')), c(Write('c')), other(Write('x'));
     ASSERT_TRUE(a.Subscribe() && b.Subscribe() && c.Subscribe() && other.Subscribe("Event::Type::Other"));
+    ASSERT_TRUE(c.Subscribe("Event::Type::Other") && Event::Subscribe("Event::Type::Other", c.General()));
     Send(1);
-    Send(2, Event::SYNC, Event::REVERSE);
+    Send(2, Event::SYNC, Event::OrderT(2)); // anything but DIRECT
     Send(3, Event::ASYNC, Event::REVERSE, "Event::Type::Note", &b.delegate);
     Send(4, Event::SYNC, Event::DIRECT, "Event::Type::Nobody");
     Acceptor absent(Write('?'));
@@ -54,7 +58,7 @@ TEST_F(EventBus, CallsTheAcceptorsOfATypeInOrder) {
     Event::Unsubscribe("", &a, "another ident");
     Send(6);
     Send(7, Event::SYNC, Event::DIRECT, "Event::Type::Other");
-    EXPECT_EQ(calls_, "a1 b1 c1 c2 b2 a2 b3 a6 c6 x7 ");
+    EXPECT_EQ(calls_, "a1 b1 c1 c2 b2 a2 b3 a6 c6 x7 c7 c7 ");
     EXPECT_EQ(log_.Take(), LinesT());
 }
 
@@ -135,13 +139,13 @@ TEST_F(EventBus, AHandlerMayUnsubscribeItselfAndComeBack) {
 TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
     std::binary_semaphore inside(0), leave(0);
     std::atomic<bool> ended = false, unsubscribed = false;
-    Acceptor next(Write('n'));
+    Acceptor first(Write('f'));
     Acceptor a([&](Note const&) {
         inside.release();
         leave.acquire();
         ended = true;
     });
-    ASSERT_TRUE(a.Subscribe() && next.Subscribe());
+    ASSERT_TRUE(first.Subscribe() && a.Subscribe()); // nobody is called behind it
     Send(1, Event::ASYNC);
     inside.acquire();
     Worker other([&] {
@@ -157,7 +161,7 @@ TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
     leave.release();
     ASSERT_TRUE(other.Stop());
     Send(2);
-    EXPECT_EQ(calls_, "n1 n2 ");
+    EXPECT_EQ(calls_, "f1 f2 ");
 }
 
 // A lock whose attempts the test lets through one by one.

@@ -336,6 +336,8 @@ TEST(EventCatalogue, SaysThatMemoryRanOut) {
 // An event whose element prints as the given text, without the outer tags.
 template<class EventT, typename... ArgumentsT>
 void ExpectBody(std::string const& body, ArgumentsT const&... arguments) {
+    Xml::Document document;
+    EXPECT_TRUE(EventT(arguments...).PrintXml(document));
     EXPECT_EQ(Body(EventT(arguments...)), body.empty() ? "<event/>" : "<event>" + body + "</event>");
 }
 
@@ -482,6 +484,8 @@ TEST(EventCatalogue, TakesAnOpenSetOfAttributesBeforeTheRaise) {
 
     UpdateSettingsChanged settings;
     EXPECT_TRUE(settings.Set("channel", "beta") && settings.Set("auto", "no"));
+    Xml::Document document;
+    EXPECT_TRUE(settings.PrintXml(document));
     EXPECT_EQ(Body(settings), "<event><auto>no</auto><channel>beta</channel></event>");
     EXPECT_EQ(Shown(settings.Attributes()), "auto=no;channel=beta;");
 }

@@ -21,6 +21,7 @@ public:
     char const* Ident() const override { return type_; }
     Base* Clone_() const override { return new (std::nothrow) Note(value_, type_, value_ >= 0); }
     bool PrintXmlBody_(Xml::Node& event) const override {
+        if (value_ == 0) return Base::PrintXmlBody_(event);
         char const* const names[] = {"a", "b", nullptr};
         char const* const values[] = {"1", Bool_(true).Cstr()};
         return PrintXmlTags_("", event, names, values);
@@ -52,10 +53,13 @@ public:
     bool Subscribe(char const* type = "Event::Type::Note") { return Event::Subscribe(type, delegate); }
     // The same handler under another lock.
     Event::Delegate<Acceptor> Under(Mutex const* lock) { return {"acceptor", this, &Acceptor::On_, lock}; }
+    // Another handler of any event.
+    Event::Delegate<Acceptor> General() { return {"acceptor", this, &Acceptor::OnAny_, nullptr}; }
     void Unsubscribe() { Event::Unsubscribe("", this, delegate.Ident()); }
 
 private:
     void On_(Note const& note) { handler_(note); }
+    void OnAny_(Event::Base const& event) { handler_(static_cast<Note const&>(event)); }
 
     HandlerT handler_;
 

@@ -18,7 +18,7 @@ public:
 
     // A copy on the heap; null if memory ran out.
     virtual BaseDelegate* Clone() const = 0;
-    virtual void Handle(Base const& event) const = 0;
+    virtual void Handle(Base const& event) = 0;
 
     BaseDelegate& operator=(BaseDelegate const&) = delete;
 

@@ -17,8 +17,8 @@
 // The thread lives as long as there is an acceptor or an operation in progress. An event that is raised
 // without it is dropped at no cost.
 //
-// All operations may be called from any thread, and under locks of any place below PRE_ULTIMATE but those of
-// the bus.
+// All operations may be called from any thread, under locks of places below EVENT_SENDER. Whoever raises with
+// SYNC holds no lock of an acceptor, which would never be reached.
 
 #include "zeb/event/Base.h"
 #include "zeb/event/BaseDelegate.h"

@@ -35,7 +35,7 @@ public:
     }
 
     BaseDelegate* Clone() const override { return new (std::nothrow) Delegate(*this); }
-    void Handle(Base const& event) const override { call_(*this, event); }
+    void Handle(Base const& event) override { call_(*this, event); }
 
 private:
     using MethodT_ = void (T::*)(Base const&);

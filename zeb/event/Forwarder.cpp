@@ -233,7 +233,7 @@ void Forwarder_::Step_(Acceptor_& acceptor, Base const& event, Report_& report) 
 
 // False if the lock of the acceptor is busy.
 bool Forwarder_::Call_(Acceptor_ const& acceptor, Base const& event, Report_& report) {
-    BaseDelegate const& delegate = acceptor.Delegate();
+    BaseDelegate& delegate = acceptor.Delegate();
     Mutex const* const lock = delegate.Lock();
     if (lock == nullptr) {
         delegate.Handle(event);

@@ -25,7 +25,7 @@ public:
     static Acceptor_* New(BaseDelegate const& delegate);
     ~Acceptor_() { MoveTo(nullptr); }
 
-    BaseDelegate const& Delegate() const { return *delegate_; }
+    BaseDelegate& Delegate() const { return *delegate_; }
     bool Is(void const* object, CString const& ident) const {
         return delegate_->Object() == object && delegate_->Ident() == ident;
     }
