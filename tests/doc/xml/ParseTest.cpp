@@ -108,7 +108,7 @@ TEST(XmlParse, RefusesTextsWithACodeAndALine) {
         {2, "unexpected end of a stream", COMMENTS, {"<a><!-- --", "<!-->", "<!DOCTYPE a [ >"}},
         {2, "unexpected end of a stream", DOCTYPE, {"<!DOCTYPE a [ ] ", "<!DOCTYPE a[b>"}},
         {3, "unexpected end of a CDATA node", 0, {"<a><![CDATA[ ]] ></a>"}},
-        {4, "invalid closing tag name", CLOSING, {"<a>1</b>", "<a></ab>", "<ab></a>"}},
+        {4, "invalid closing tag name", CLOSING, {"<a>1</b>", "<a></ab>", "<ab></a>", "<a><b></c></a>"}},
         {5, "\";\" expected", 0, {"<a>&#65</a>", "<a>&#X41;</a>", "<a>&#xg;</a>", "<a>&#.;</a>"}},
         {7, "\"=\" expected", DECLARATION, {"<?xml b>", "<a b>", "<a b 'c'/>", "<a b!='c'/>"}},
         {8, "' or \" expected", 0, {"<a b=c/>", "<a b='c", "<a b='c\"/>"}},
