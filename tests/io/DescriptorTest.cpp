@@ -5,127 +5,100 @@
 #include "tests/support/TempDir.h"
 #include "zeb/core/TimeSpan.h"
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/socket.h>
 
 namespace {
 
-using Io::Descriptor;
+using D = Io::Descriptor;
+using V = Log::VerboseT;
 using Lines = LogCapture::LinesT;
-using VerboseT = Log::VerboseT;
 
-constexpr VerboseT LOUD = Log::VERBOSE_ON;
-constexpr Descriptor::Mode STILL = Descriptor::BLOCKING, NONBLOCKING = Descriptor::NONBLOCKING;
+constexpr V LOUD = Log::VERBOSE_ON;
 
 TEST(Descriptor, OpensInTheModeThatIsAskedAndCloses) {
-    for (Descriptor::Mode const mode : {STILL, NONBLOCKING}) {
+    for (D::Mode const mode : {D::BLOCKING, D::NONBLOCKING}) {
         int err = 77, fds[6];
-        fds[0] = Descriptor::Open("/dev/null", O_RDONLY, 0, "T", mode, LOUD, &err);
-        fds[1] = Descriptor::Create(AF_UNIX, SOCK_STREAM, 0, "T", mode, LOUD, nullptr);
-        EXPECT_TRUE(Descriptor::CreatePair(fds + 2, "T", SOCK_DGRAM, mode, LOUD, nullptr));
-        EXPECT_TRUE(Descriptor::CreatePipe(fds + 4, "T", nullptr, LOUD, nullptr));
+        fds[0] = D::Open("/dev/null", O_RDONLY, 0, "T", mode, LOUD, &err);
+        fds[1] = D::Create(AF_UNIX, SOCK_STREAM, 0, "T", mode, LOUD, nullptr);
+        EXPECT_TRUE(D::CreatePair(fds + 2, "T", SOCK_DGRAM, mode, LOUD, nullptr));
+        EXPECT_TRUE(D::CreatePipe(fds + 4, "T", nullptr, LOUD, nullptr));
         EXPECT_EQ(err, 0);
         for (int& fd : fds) {
-            bool const nonblocking = mode == NONBLOCKING;
+            bool const nonblocking = mode == D::NONBLOCKING && &fd < fds + 4;
             EXPECT_NE(fcntl(fd, F_GETFD) & FD_CLOEXEC, 0);
-            EXPECT_EQ((fcntl(fd, F_GETFL) & O_NONBLOCK) != 0, nonblocking && &fd < fds + 4);
-            EXPECT_TRUE(!nonblocking || Descriptor::SetNonblocked(fd, "T", LOUD, nullptr));
             EXPECT_EQ((fcntl(fd, F_GETFL) & O_NONBLOCK) != 0, nonblocking);
             int const number = fd;
-            EXPECT_TRUE(Descriptor::Close(fd, "T", nullptr, LOUD, nullptr));
-            EXPECT_EQ(fd, -1);
-            EXPECT_LT(fcntl(number, F_GETFD), 0);
+            EXPECT_TRUE(D::Close(fd, "T", nullptr, LOUD, nullptr) && fd == -1 && fcntl(number, F_GETFD) < 0);
         }
     }
 }
 
 TEST(Descriptor, FailuresGiveTheErrnoAndOneLineWhenLoud) {
-    using V = VerboseT;
-    using D = Descriptor;
-    int pair[2], fd = 0;
-    struct {
-        SysCall call;
-        std::function<bool(V, int*)> works;
-        char const* line;
-    } const rows[] = {
-        {SysCall::open, [](V v, int* e) { return D::Open("/x", 0, 0, "T", STILL, v, e) >= 0; },
-         "E T: unable to open \"/x\""},
-        {SysCall::socket, [](V v, int* e) { return D::Create(1, 1, 0, "T", STILL, v, e) >= 0; },
-         "E T: unable to create a socket"},
-        {SysCall::socketpair, [&](V v, int* e) { return D::CreatePair(pair, "T", 1, STILL, v, e); },
-         "E T: unable to create a socket pair"},
-        {SysCall::pipe2, [&](V v, int* e) { return D::CreatePipe(pair, "T", "name", v, e); },
-         "E T: \"name\": unable to create a pipe"},
-        {SysCall::shutdown, [&](V v, int* e) { return D::Shutdown(1, Io::MODE_READ, "T", "name", v, e); },
-         "E T: \"name\": unable to change I/O mode"},
-        {SysCall::fcntl, [](V v, int* e) { return D::SetNonblocked(1, "T", v, e); },
-         "C T: unable to get descriptor flags"},
-        {SysCall::close, [&](V v, int* e) { return D::Close(fd = 12345, "T", "name", v, e); },
-         "E T: \"name\": unable to close descriptor -1"},
-    };
     Calls calls;
     LogCapture log;
-    for (auto const& row : rows) {
-        for (VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
-            pair[0] = pair[1] = fd = -1;
-            calls.Script(row.call, {Calls::Fail(EIO)}, 2);
-            int err = 0;
-            EXPECT_FALSE(row.works(verbose, &err) || row.works(verbose, nullptr)) << row.line;
-            EXPECT_EQ(err, EIO);
-            EXPECT_EQ(pair[0] + pair[1] + fd, -3);
-            std::string const line = row.line + std::string(": input/output error.");
-            EXPECT_EQ(log.Take(), verbose == LOUD ? Lines({line, line}) : Lines());
-        }
+    for (SysCall const call : {SysCall::open, SysCall::socket, SysCall::socketpair, SysCall::pipe2,
+                               SysCall::shutdown, SysCall::fcntl, SysCall::close})
+        calls.Script(call, {Calls::Fail(EIO)}, 2);
+    int pair[4], fd = 12345;
+    for (V const loud : {LOUD, Log::VERBOSE_OFF}) {
+        int e[7] = {};
+        EXPECT_LT(D::Open("/x", 0, 0, "T", D::BLOCKING, loud, e), 0);
+        EXPECT_LT(D::Create(1, 1, 0, "T", D::BLOCKING, loud, e + 1), 0);
+        EXPECT_FALSE(D::CreatePair(pair, "T", 1, D::BLOCKING, loud, e + 2));
+        EXPECT_FALSE(D::CreatePipe(pair + 2, "T", "name", loud, e + 3));
+        EXPECT_FALSE(D::Shutdown(1, Io::MODE_READ, "T", "name", loud, e + 4));
+        EXPECT_FALSE(D::SetNonblocked(1, "T", loud, e + 5));
+        EXPECT_FALSE(D::Close(fd = 12345, "T", "name", loud, e + 6));
+        EXPECT_EQ(std::count(e, e + 7, EIO), 7);
+        EXPECT_EQ(pair[0] + pair[1] + pair[2] + pair[3] + fd, -5);
     }
+    EXPECT_EQ(log.Take(), (Lines{"E T: unable to open \"/x\": input/output error.",
+                                 "E T: unable to create a socket: input/output error.",
+                                 "E T: unable to create a socket pair: input/output error.",
+                                 "E T: \"name\": unable to create a pipe: input/output error.",
+                                 "E T: \"name\": unable to change I/O mode: input/output error.",
+                                 "C T: unable to get descriptor flags: input/output error.",
+                                 "E T: \"name\": unable to close descriptor -1: input/output error."}));
     unsigned long const closed = calls.Count(SysCall::close); // what cannot be made nonblocking is closed
-    calls.Script(SysCall::fcntl,
-                 {Calls::Real(), Calls::Fail(EPERM), Calls::Real(), Calls::Real(), Calls::Fail(EPERM)});
-    EXPECT_EQ(D::Open("/dev/null", O_RDONLY, 0, "T", NONBLOCKING, LOUD, nullptr), -1);
-    EXPECT_FALSE(D::CreatePair(pair, "T", SOCK_STREAM, NONBLOCKING, LOUD, nullptr));
-    EXPECT_EQ(pair[0] + pair[1], -2);
+    calls.Script(SysCall::fcntl, {Calls::Real(), Calls::Real(), Calls::Real(), Calls::Fail(EPERM)});
+    EXPECT_FALSE(D::CreatePair(pair, "T", SOCK_STREAM, D::NONBLOCKING, LOUD, nullptr));
+    calls.Script(SysCall::fcntl, {Calls::Fail(EPERM)});
+    EXPECT_EQ(D::Open("/dev/null", 0, 0, "T", D::NONBLOCKING, Log::VERBOSE_OFF, nullptr), -1);
     EXPECT_EQ(calls.Count(SysCall::close) - closed, 3u);
-    EXPECT_EQ(log.Take(), Lines({"C T: unable to set descriptor flags: operation not permitted.",
-                                 "C T: unable to get descriptor flags: operation not permitted."}));
-    // An interrupted close is done: never tried again; a negative descriptor is not closed at all.
-    calls.Script(SysCall::close, {Calls::Fail(EINTR)});
-    int negative = -5, err = 7;
-    EXPECT_TRUE(D::Close(fd = 12345, "T", nullptr, LOUD, &err) &&
-                D::Close(negative, "T", nullptr, LOUD, &err));
+    EXPECT_EQ(log.Take(), Lines{"C T: unable to set descriptor flags: operation not permitted."});
+    calls.Script(SysCall::close, {Calls::Fail(EINTR)}); // done: never tried again
+    int none = -5, err = 7;
+    EXPECT_TRUE(D::Close(none, "T", nullptr, LOUD, nullptr) && D::Close(fd = 9999, "T", nullptr, LOUD, &err));
     EXPECT_EQ(calls.Count(SysCall::close) - closed, 4u);
-    EXPECT_TRUE(err == 0 && fd == -1 && negative == -1);
+    EXPECT_EQ(err, 0);
 }
 
-TEST(Descriptor, ShutdownKeepsTheNamedDirectionAndAGuardClosesWhatWasNotReleased) {
-    for (Io::ModeT const keep : {Io::MODE_READ_WRITE, Io::MODE_READ, Io::MODE_WRITE}) {
+TEST(Descriptor, ShutdownGuardAndWaitLeaveOpenWhatTheyShould) {
+    for (int const way : {0, 1}) {
         int pair[2];
-        ASSERT_TRUE(Descriptor::CreatePair(pair, "T", SOCK_STREAM, STILL, LOUD, nullptr));
+        ASSERT_TRUE(D::CreatePair(pair, "T", SOCK_STREAM, D::BLOCKING, LOUD, nullptr));
         int const number = pair[0];
         {
             Io::CloseGuard const a(pair[0], "T", nullptr);
             Io::CloseGuard b(pair[1], "T", nullptr);
-            EXPECT_TRUE(Descriptor::Shutdown(pair[0], keep, "T", nullptr, LOUD, nullptr));
-            EXPECT_EQ(send(pair[0], "x", 1, MSG_NOSIGNAL) == 1, (keep & Io::MODE_WRITE) != 0);
-            EXPECT_EQ(send(pair[1], "x", 1, MSG_NOSIGNAL) == 1, (keep & Io::MODE_READ) != 0);
-            EXPECT_TRUE(b.FdValid() && b.Release() == pair[1] && b.Release() == -1);
+            Io::ModeT const keep = way == 0 ? Io::MODE_READ : Io::MODE_WRITE;
+            EXPECT_TRUE(D::Shutdown(pair[0], keep, "T", nullptr, LOUD, nullptr));
+            EXPECT_EQ(send(pair[way], "x", 1, MSG_NOSIGNAL), -1);
+            EXPECT_EQ(send(pair[1 - way], "x", 1, MSG_NOSIGNAL), 1);
+            EXPECT_TRUE(b.Release() == pair[1] && b.Release() == -1);
         }
         EXPECT_LT(fcntl(number, F_GETFD), 0);
-        EXPECT_TRUE(Descriptor::Close(pair[1], "T", nullptr, LOUD, nullptr)); // still open
+        EXPECT_TRUE(D::Close(pair[1], "T", nullptr, LOUD, nullptr)); // still open
     }
-}
-
-TEST(Descriptor, WaitsForAPathWithinItsTime) {
     TempDir dir;
-    LogCapture log;
-    std::string const path = dir / "late";
     Clock clock(Clock::ModeT::AUTO);
     Calls calls;
-    EXPECT_FALSE(Descriptor::Wait(path.c_str(), Time::Span(95), O_RDONLY, "T", nullptr));
-    EXPECT_EQ(calls.Count(SysCall::open), 11u); // each 10 ms, and at the end
+    calls.Script(SysCall::open, {Calls::Real()}, 11); // each 10 ms, and at the end
+    EXPECT_FALSE(D::Wait((dir / "late").c_str(), Time::Span(95), O_RDONLY, "T", nullptr));
     calls.Script(SysCall::open, {Calls::Real(), Calls::Do([&] { dir.Write("late", ""); })});
-    EXPECT_TRUE(Descriptor::Wait(path.c_str(), Time::Span(1000), O_RDONLY, "T", nullptr));
-    EXPECT_EQ(log.Take(), Lines());
+    EXPECT_TRUE(D::Wait((dir / "late").c_str(), Time::Span(1000), O_RDONLY, "T", nullptr));
 }
 
 } // namespace

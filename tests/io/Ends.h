@@ -1,15 +1,16 @@
 // One end of a pair of sockets: as an object to wait for, and in all its transports.
 #pragma once
 
-#include "tests/support/LogCapture.h"
+#include "tests/runtime/Worker.h"
+#include "tests/support/Calls.h"
 #include "zeb/io/FdBase.h"
 #include "zeb/io/Pollable.h"
 #include "zeb/io/PollableBase.h"
 #include "zeb/io/SocketBase.h"
 
-#include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <unistd.h>
+
+using Io::Stateful;
 
 struct End : Io::Pollable {
     explicit End(int descriptor, Io::ModeT wanted = Io::MODE_READ_WRITE)
@@ -49,3 +50,16 @@ protected:
     unsigned long done_ = 99;
     LogCapture log_;
 };
+
+// Runs `body` in a thread, interrupts it after 20 ms of real time, and expects it to end within a third of a
+// second.
+inline void Interrupted(std::function<void()> const& body) {
+    AutoPtr<ThreadMain> const main(ThreadMain::New("io_test"));
+    Worker worker(body);
+    ASSERT_EQ(worker.Start(), Thread::STARTED);
+    Clock::RealPause(20);
+    auto const start = std::chrono::steady_clock::now();
+    worker.Interrupt();
+    EXPECT_TRUE(worker.Stop());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(380));
+}
