@@ -34,12 +34,8 @@ TEST(NetworkToolsTest, PunycodeDecodes) {
         char const* utf8; // null: refused
     } const rows[] = {
         {"egbpdaj6bu4bxfgehfvwxn", "ليهمابتكلموشعربي؟"}, {"ihqwcrb4cv8a8dqg056pqjye", "他们为什么不说中文"},
-        {"ihqwctvzc91f659drss3x8bo0yb", "他們爲什麽不說中文"},
-        {"Proprostnemluvesky-uyb24dma41a", "Pročprostěnemluvíčesky"},
-        {"4dbcagdahymbxekheh6e0a7fei0b", "למההםפשוטלאמדבריםעברית"},
-        {"PorqunopuedensimplementehablarenEspaol-fmd56a", "PorquénopuedensimplementehablarenEspañol"},
         {"TisaohkhngthchnitingVit-kjcr8268qyxafd2f1b9g", "TạisaohọkhôngthểchỉnóitiếngViệt"},
-        {"3B-ww4c5e180e575a65lsy2b", "3年B組金八先生"}, {"MajiKoi5-783gue6qz075azm5e", "MajiでKoiする5秒前"},
+        {"3B-ww4c5e180e575a65lsy2b", "3年B組金八先生"},
         {"-> $1.00 <--", "-> $1.00 <-"}, {"bcher-kva", "bücher"}, {"", ""}, {"abc-", "abc"}, {"n3h", "☃"},
         {"bcher-kv", nullptr}, {"bcher-kv!", nullptr}, {"b\xC3\xBC-kva", nullptr}, {"99999999", nullptr},
         {"a-zzzzzzzzzzzzzzzzzzzz", nullptr},

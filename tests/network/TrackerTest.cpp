@@ -21,13 +21,12 @@ using Span = Time::Span;
 // Incarnations: both long before any event, and one that is yet to come.
 Span const OLD(1, 0), NEW(2, 0), LATER(2000000000, 0);
 
-struct Step {
-    char const* what;
-    bool result, expected;
-};
-void Check(std::initializer_list<Step> steps) {
-    for (Step const& step : steps)
-        EXPECT_EQ(step.result, step.expected) << step.what;
+// The results of operations, in their order.
+std::string Bits(std::initializer_list<bool> results) {
+    std::string text;
+    for (bool const result : results)
+        text += result ? '1' : '0';
+    return text;
 }
 
 template<class BlockT>
@@ -48,7 +47,6 @@ std::string Blocks(Interface::Ip6TrackerBase const& tracker, char const* id) {
 template<class BaseT>
 struct Follower : BaseT {
     Follower() : BaseT("test") {}
-    using BaseT::FindCreate_;
 
     bool On(IfDestroyed const& event) { return this->OnIfDestroyed(event); }
     bool On(IfGlobalChanged const& event) { return this->OnIfGlobalChanged(event); }
@@ -90,36 +88,28 @@ TEST(Trackers, FollowNamesPrioritiesLevelsAndGroups) {
     auto constexpr IN = G::INCLUDED, OUT = G::EXCLUDED;
     LogCapture log;
     auto const run = [](auto&& t, std::string const& blocks, std::string const& loopback) {
-        Check({{"new", t(N("a", "A", "s", NEW)), true}, {"the same", t(N("a", "A", "s", NEW)), false},
-               {"an older one", t(N("a", "B", "s", OLD)), false},
-               {"renamed", t(N("a", "B", "s", NEW)), true},
-               {"raised too early", t(N("x", "x", "s", LATER)), false},
-               {"priority", t(P("a", "B", "s", 5, NEW)), true},
-               {"the same", t(P("a", "B", "s", 5, NEW)), false},
-               {"and the name", t(P("a", "A", "s", 5, NEW)), true},
-               {"an older one", t(P("a", "A", "s", 9, OLD)), false},
-               {"level", t(L("a", "A", "s", SECURITY_PRIVATE, true, NEW)), true},
-               {"the same", t(L("a", "A", "s", SECURITY_PRIVATE, true, NEW)), false},
-               {"and the name", t(L("a", "C", "s", SECURITY_PRIVATE, true, NEW)), true},
-               {"a rename keeps the level", t(N("a", "D", "s", NEW)), true},
-               {"new by its level", t(L("p", "p", "s", SECURITY_PUBLIC, true, NEW)), true},
-               {"a port is no member", t(Group(IN, G::PORT, "m", "g")), false},
-               {"two new ones", t(Group(IN, G::KEEP, "m", "g")), true},
-               {"again", t(Group(IN, G::INHERIT, "m", "g")), false},
-               {"a new group", t(Group(IN, G::KEEP, "m", "h")), true},
-               {"an old group", t(Group(OUT, G::KEEP, "m", "g", OLD)), false},
-               {"included", t.IsIncluded("m"), true}, {"never the group", t.IsIncluded("g"), false},
-               {"a member becomes a group", t(Group(IN, G::KEEP, "n", "m")), true},
-               {"no member now", t.IsIncluded("m"), false},
-               {"excluded", t(Group(OUT, G::KEEP, "n", "m")), true}});
-        EXPECT_EQ(t.Facts("a") + "; " + t.Facts("g"), "D s 5 0 " + blocks + "; g gs 0 1 " + blocks);
-        Check({{"an older end", t(D("a", "s", "", OLD)), false},
-               {"told too early", t.On(D("a", "s", "", NEW)), false},
-               {"the end", t(D("a", "s", "", LATER)), true}, {"unknown", t(D("a", "s", "", LATER)), false},
-               {"a new life", t(P("a", "A", "s", 3, NEW)), true},
-               {"loopback", t.AddLoopback(SECURITY_PRIVATE), true},
-               {"again", t.AddLoopback(SECURITY_PRIVATE), false},
-               {"its level", t.AddLoopback(SECURITY_PROTECTED), true}});
+        EXPECT_EQ(Bits({t(N("a", "A", "s", NEW)), t(N("a", "A", "s", NEW)), t(N("a", "B", "s", OLD)),
+                        t(N("a", "B", "s", NEW)), t(N("x", "x", "s", LATER))}), "10010")
+            << "new, the same, of an older one, another name, raised too early";
+        EXPECT_EQ(Bits({t(P("a", "B", "s", 5, NEW)), t(P("a", "B", "s", 5, NEW)), t(P("a", "A", "s", 5, NEW)),
+                        t(P("a", "A", "s", 9, OLD))}), "1010") << "new, the same, the name, of an older one";
+        EXPECT_EQ(Bits({t(L("a", "A", "s", SECURITY_PRIVATE, true, NEW)), t(N("a", "D", "s", NEW)),
+                        t(L("a", "D", "s", SECURITY_PRIVATE, true, NEW)),
+                        t(L("a", "C", "s", SECURITY_PRIVATE, true, NEW)),
+                        t(L("p", "p", "s", SECURITY_PUBLIC, true, NEW))}), "11011")
+            << "another level, a name, the same, the name, a new one";
+        EXPECT_EQ(Bits({t(Group(IN, G::PORT, "m", "g")), t(Group(IN, G::KEEP, "m", "g")),
+                        t(Group(IN, G::INHERIT, "m", "g")), t(Group(IN, G::KEEP, "m", "h")),
+                        t(Group(OUT, G::KEEP, "m", "g", OLD)), t.IsIncluded("m"), t.IsIncluded("g")}),
+                  "0101010") << "a port, two new ones, again, a new group, an old one; never the group";
+        EXPECT_EQ(Bits({t(Group(IN, G::KEEP, "n", "m")), t.IsIncluded("m"), t(Group(OUT, G::KEEP, "n", "m")),
+                        t.IsIncluded("n")}), "1010") << "a member becomes a group, which is left again";
+        EXPECT_EQ(t.Facts("a") + "; " + t.Facts("g"), "C s 5 0 " + blocks + "; g gs 0 1 " + blocks);
+        EXPECT_EQ(Bits({t(D("a", "s", "", OLD)), t.On(D("a", "s", "", NEW)), t(D("a", "s", "", LATER)),
+                        t(D("a", "s", "", LATER)), t(P("a", "A", "s", 3, NEW))}), "00101")
+            << "of an older one, told too early, the end, unknown, a new life";
+        EXPECT_EQ(Bits({t.AddLoopback(SECURITY_PRIVATE), t.AddLoopback(SECURITY_PRIVATE),
+                        t.AddLoopback(SECURITY_PROTECTED)}), "101");
         EXPECT_EQ(t.Facts("a") + "; " + t.Facts("Loopback"),
                   "A s 3 1 " + blocks + "; Loopback lo 0 2 " + loopback);
     };
@@ -129,59 +119,47 @@ TEST(Trackers, FollowNamesPrioritiesLevelsAndGroups) {
 }
 
 TEST(Trackers, FollowAddresses) {
+    auto constexpr FIRST = E4::PRIMARY, ALIAS = E4::ALIAS;
     Follower4 t;
-    Check({{"primary", t(Four(E4::PRIMARY, 0, "1.2.3.4/24")), true},
-           {"the same", t(Four(E4::PRIMARY, 0, "1.2.3.4/24")), false},
-           {"old", t(Four(E4::PRIMARY, 0, "9.9.9.9/24", 0, OLD)), false},
-           {"alias", t(Four(E4::ALIAS, 0, "1.2.3.5/24")), true},
-           {"known", t(Four(E4::ALIAS, 0, "1.2.3.5/24")), false},
-           {"another action", t(Four(E4::ALIAS, 2, "1.2.3.6/24", 7)), false},
-           {"another one", t(Four(E4::ALIAS, 0, "1.2.3.6/24", 7)), true},
-           {"removed", t(Four(E4::ALIAS, 1, "1.2.3.5/24", 7)), true},
-           {"not there", t(Four(E4::ALIAS, 1, "1.2.3.5/24", 7)), false},
-           {"the priority", t(Four(E4::ALIAS, 1, "1.2.3.5/24", 8)), true},
-           {"any other clears", t(Four(E4::PRIMARY, 2, "1.2.3.4/24", 8)), true}});
+    EXPECT_EQ(Bits({t(Four(FIRST, 0, "1.2.3.4/24")), t(Four(FIRST, 0, "1.2.3.4/24")),
+                    t(Four(FIRST, 0, "9.9.9.9/24", 0, OLD))}), "100") << "new, the same, of an older one";
+    EXPECT_EQ(Bits({t(Four(ALIAS, 0, "1.2.3.5/24")), t(Four(ALIAS, 0, "1.2.3.5/24")),
+                    t(Four(ALIAS, 2, "1.2.3.6/24", 7)), t(Four(ALIAS, 0, "1.2.3.6/24", 7))}), "1001")
+        << "new, known, another action, new";
+    EXPECT_EQ(Bits({t(Four(ALIAS, 1, "1.2.3.5/24", 7)), t(Four(ALIAS, 1, "1.2.3.5/24", 7)),
+                    t(Four(ALIAS, 1, "1.2.3.5/24", 8)), t(Four(FIRST, 2, "1.2.3.4/24", 8))}), "1011")
+        << "removed, not there, the priority; any other action clears the primary";
     EXPECT_EQ(Blocks(t, "a"), "0.0.0.0/0 1.2.3.6/24");
     Follower6 s;
-    Check({{"link-local", s(Six(E6::ADDED, "fe80::1/64")), true},
-           {"stored by its removal as well", s(Six(E6::REMOVED, "fe80::2/64")), true},
-           {"the same", s(Six(E6::REMOVED, "fe80::2/64")), false},
-           {"added", s(Six(E6::ADDED, "2001::1/64")), true},
-           {"known", s(Six(E6::UPDATED, "2001::1/64")), false},
-           {"another length", s(Six(E6::UPDATED, "2001::1/65")), true},
-           {"not yet", s(Six(E6::TENTATIVE, "2001::3/64", 1)), false},
-           {"removed", s(Six(E6::REMOVED, "2001::1/64", 1)), true},
-           {"the priority", s(Six(E6::REMOVED, "2001::1/64", 2)), true},
-           {"old", s(Six(E6::ADDED, "2001::9/64", 2, OLD)), false}});
+    EXPECT_EQ(Bits({s(Six(E6::ADDED, "fe80::1/64")), s(Six(E6::REMOVED, "fe80::2/64")),
+                    s(Six(E6::REMOVED, "fe80::2/64"))}), "110") << "stored by a removal as well";
+    EXPECT_EQ(Bits({s(Six(E6::ADDED, "2001::1/64")), s(Six(E6::UPDATED, "2001::1/64")),
+                    s(Six(E6::UPDATED, "2001::1/65")), s(Six(E6::TENTATIVE, "2001::3/64", 1))}), "1010")
+        << "new, known, another length, not to be used yet";
+    EXPECT_EQ(Bits({s(Six(E6::REMOVED, "2001::1/64", 1)), s(Six(E6::REMOVED, "2001::1/64", 2)),
+                    s(Six(E6::ADDED, "2001::9/64", 2, OLD))}), "110") << "removed, the priority, old";
     EXPECT_EQ(Blocks(s, "a"), "fe80::2/64 2001::1/65");
 }
 
 TEST(Trackers, AnswerNeutrallyForUnknownInterfaces) {
-    auto const run = [](auto&& tracker, std::string const& ident, char const* facts) {
-        LogCapture log;
-        for (DebugT const debug : {DEBUG_OFF, DEBUG_ON, DebugT(2)}) {
-            tracker.SetDebug(debug);
-            EXPECT_EQ(tracker.Facts("a"), facts);
-        }
-        LogCapture::LinesT lines = log.Take(), expected;
-        for (char const* what : {"aliases", "global priority", "included", "primary address",
-                                 "security level", "system name"})
-            expected.push_back("I " + ident + ": \"test\": has no interface \"a\" for " + what + ".");
-        std::sort(lines.begin(), lines.end());
-        EXPECT_EQ(lines, expected);
-    };
-    run(Follower4(), "Network::Interface::Ip4TrackerBase", "  0 1 0.0.0.0/0");
-    run(Follower6(), "Network::Interface::Ip6TrackerBase", "  0 1 ::/0");
+    LogCapture log;
+    Follower4 tracker;
+    for (DebugT const debug : {DEBUG_OFF, DEBUG_ON, DebugT(2)}) {
+        tracker.SetDebug(debug);
+        EXPECT_EQ(tracker.Facts("a"), "  0 1 0.0.0.0/0");
+    }
+    LogCapture::LinesT lines = log.Take(), expected;
+    for (char const* what :
+         {"aliases", "global priority", "included", "primary address", "security level", "system name"})
+        expected.push_back("I Network::Interface::Ip4TrackerBase: \"test\": has no interface \"a\" for " +
+                           std::string(what) + ".");
+    std::sort(lines.begin(), lines.end());
+    EXPECT_EQ(lines, expected);
 }
 
 TEST(Trackers, RecordsSwapTheirAddresses) {
-    Follower4 tracker;
-    bool isNew = false, isStale = true, changed = false;
-    auto& record = *tracker.FindCreate_("a", "a", "s", NEW, isNew, isStale);
-    EXPECT_TRUE(isNew && !isStale && record.CreatedTime() == NEW);
-    record.SetCreatedTime(LATER);
-    EXPECT_EQ(tracker.FindCreate_("a", "a", "s", NEW, isNew, isStale), &record);
-    EXPECT_TRUE(!isNew && isStale);
+    Interface::Ip4TrackerBase::Ip4If record("a", "s", NEW);
+    bool changed = true;
     Array<IpBlock> blocks;
     EXPECT_FALSE(record.SwapAliases(blocks)) << "both are empty";
     for (char const* alias : {"1.1.1.1/8", "2.2.2.2/8", "1.1.1.1/8"})
@@ -257,11 +235,11 @@ struct Wan : Ip46Wan {
         EXPECT_TRUE(OnIp6Wan(event, changed));
         return changed;
     }
-    static std::string Facts(CString const& id, CString const& name, std::string const& address) {
-        return id.Cstr() + std::string(" ") + name.Cstr() + " " + address;
+    std::string Facts() const {
+        std::string text = std::string(Ip4WanId().Cstr()) + " " + Ip4WanSystemName().Cstr();
+        text += " " + Shown(Ip4WanAddress()) + "; " + Ip6WanId().Cstr() + " ";
+        return text + Ip6WanSystemName().Cstr() + " " + Shown(Ip6WanAddress());
     }
-    std::string Facts4() const { return Facts(Ip4WanId(), Ip4WanSystemName(), Shown(Ip4WanAddress())); }
-    std::string Facts6() const { return Facts(Ip6WanId(), Ip6WanSystemName(), Shown(Ip6WanAddress())); }
 };
 IpWan Wan4(char const* id, unsigned long priority, char const* address = "1.1.1.1",
            char const* name = "sys4") {
@@ -274,31 +252,26 @@ Ip6Wan Wan6(char const* id, unsigned long priority, char const* address = "2001:
 
 TEST(Ip46Wan, TellsWhichWanLeads) {
     Wan wan;
-    Check({{"none", wan(Wan4("", 0)), false}, {"the first", wan(Wan4("a", 5)), true},
-           {"the same", wan(Wan4("a", 5)), false}, {"another address", wan(Wan4("a", 5, "1.1.1.2")), true},
-           {"IPv6 below", wan(Wan6("b", 4)), false},
-           {"takes over at equal priority", wan(Wan6("b", 5)), true},
-           {"the same", wan(Wan6("b", 5)), false}, {"another address", wan(Wan6("b", 5, "2001::2")), true},
-           {"it leads", wan.IsIp6WanPrimary(), true}, {"IPv4 does not lead", wan(Wan4("c", 5)), false},
-           {"IPv4 takes over", wan(Wan4("c", 6)), true}, {"it leads", wan.IsIp6WanPrimary(), false},
-           {"the leader falls", wan(Wan4("c", 4)), true}, {"and rises", wan(Wan4("c", 6)), true},
-           {"still below", wan(Wan6("b", 3)), false}, {"the end of IPv6, below", wan(Wan6("", 0)), false},
-           {"IPv6 takes over", wan(Wan6("b", 6)), true},
-           {"the end of IPv4, below", wan(Wan4("", 0)), false},
-           {"IPv4 takes over", wan(Wan4("d", 7)), true}, {"the end of the leader", wan(Wan4("", 0)), true},
-           {"another one", wan(Wan6("e", 6)), true}, {"equal is not above", wan(Wan4("d", 6)), false},
-           {"the leader falls", wan(Wan6("e", 5)), true}, {"and rises", wan(Wan6("e", 6)), true},
-           {"has both", wan.HasIp4() && wan.HasIp6(), true},
-           {"the end of the leader at equal priority", wan(Wan6("", 0)), true},
-           {"none", wan(Wan6("", 0)), false},
-           {"a weak one behind it", wan(Wan6("g", 5)), false}, {"its end", wan(Wan6("", 0)), false}});
+    EXPECT_EQ(Bits({wan(Wan4("", 0)), wan(Wan4("a", 5)), wan(Wan4("a", 5)), wan(Wan4("a", 5, "1.1.1.2"))}),
+              "0101") << "none, the first, the same, another address";
+    EXPECT_EQ(Bits({wan(Wan6("b", 4)), wan(Wan6("b", 5)), wan(Wan6("b", 5)), wan(Wan6("b", 5, "2001::2")),
+                    wan.IsIp6WanPrimary()}), "01011") << "below, takes over, the same, its address";
+    EXPECT_EQ(Bits({wan(Wan4("c", 5)), wan(Wan4("c", 6)), wan.IsIp6WanPrimary(), wan(Wan4("c", 4)),
+                    wan(Wan4("c", 6))}), "01011") << "equal is not above, takes over, falls, rises";
+    EXPECT_EQ(Bits({wan(Wan6("b", 3)), wan(Wan6("", 0)), wan(Wan6("b", 6)), wan(Wan4("", 0))}), "0010")
+        << "still below, its end, IPv6 takes over, the end of the one below";
+    EXPECT_EQ(Bits({wan(Wan4("d", 7)), wan(Wan4("", 0)), wan(Wan6("e", 6)), wan(Wan4("d", 6))}), "1110")
+        << "IPv4 takes over, the end of the leader, another one, equal is not above";
+    EXPECT_EQ(Bits({wan(Wan6("e", 5)), wan(Wan6("e", 6)), wan.HasIp4() && wan.HasIp6(), wan(Wan6("", 0)),
+                    wan(Wan6("", 0))}), "11110") << "falls, rises, the end of the leader when equal, none";
+    EXPECT_EQ(Bits({wan(Wan6("g", 5)), wan(Wan6("", 0))}), "00") << "below, its end";
     EXPECT_TRUE(wan.HasIp4() && !wan.HasIp6() && wan.HasAddress());
-    EXPECT_EQ(wan.Facts4() + wan.Facts6(), "d sys4 1.1.1.1  ::");
+    EXPECT_EQ(wan.Facts(), "d sys4 1.1.1.1;   ::");
     (void)wan(Wan4("", 0));
     EXPECT_FALSE(wan.HasIp4() || wan.HasAddress() || wan.IsIp6WanPrimary());
     EXPECT_TRUE(wan(Wan6("f", 0, "::")));
     EXPECT_FALSE(wan.HasIp6() || wan.IsIp6WanPrimary()) << "no address";
-    EXPECT_EQ(wan.Facts4() + wan.Facts6(), "  0.0.0.0f sys6 ::");
+    EXPECT_EQ(wan.Facts(), "  0.0.0.0; f sys6 ::");
 }
 
 TEST(Ip46Wan, ChangesNothingWithoutMemory) {
@@ -313,8 +286,8 @@ TEST(Ip46Wan, ChangesNothingWithoutMemory) {
         heap.Disarm();
         EXPECT_EQ(ok4 && ok6, !heap.Fired());
         EXPECT_TRUE(changed4 == ok4 && changed6 == ok6);
-        EXPECT_EQ(wan.Facts4(), ok4 ? "other system 0.0.0.9" : "a sys4 1.1.1.1");
-        EXPECT_EQ(wan.Facts6(), ok6 ? "other system ::9" : "b sys6 2001::1");
+        EXPECT_EQ(wan.Facts(), std::string(ok4 ? "other system 0.0.0.9; " : "a sys4 1.1.1.1; ") +
+                                   (ok6 ? "other system ::9" : "b sys6 2001::1"));
         EXPECT_EQ(wan.IsIp6WanPrimary(), ok6 || !ok4);
     });
 }

@@ -22,6 +22,14 @@ std::string Shown(T const& value) {
     return std::string(text.Cstr(), text.Size());
 }
 
+// Those of the letters whose test holds.
+inline std::string Letters(char const* letters, std::initializer_list<bool> tests) {
+    std::string text;
+    for (bool const holds : tests)
+        text.append(holds ? 1 : 0, *letters++);
+    return text;
+}
+
 // None of the texts is a value, and none changes one.
 template<class T>
 void ExpectRefused(T value, std::initializer_list<char const*> texts) {
