@@ -56,6 +56,7 @@ TEST(XmlParse, ReadsTexts) {
         {"<a some-attribute-name='value of 20 and more'/>", 0,
          "DOC(E:a @some-attribute-name=value of 20 and more)"},
         // Declarations, instructions, comments.
+        {"<?xml version='1.0'?><a/>", 0, "DOC(E:a)"},
         {"<?XmL version='1.0'  b='2' ?><a/>", DECLARATION, "DOC(DEC @version=1.0 @b=2 E:a)"},
         {"<a><?xml x='1'?></a>", DECLARATION, "DOC(E:a(DEC @x=1))"},
         {"<?xml-style a?b?><a/>", PIS, "DOC(PI:xml-style=a?b E:a)"},
