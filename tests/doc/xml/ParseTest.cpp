@@ -22,6 +22,7 @@ TEST(XmlParse, ReadsTexts) {
         {"<a>1<b/>2</a>", NO_DATA, "DOC(E:a=1(E:b))"},
         {"<a>1<b/>2</a>", NO_VALUES, "DOC(E:a(D=1 E:b D=2))"},
         {"<a >1</a\n>", CLOSING, "DOC(E:a=1(D=1))"},
+        {"<a>1</b>", 0, "DOC(E:a=1(D=1))"},
         {"<abc>1</a>bc></abc>", 0, nullptr}, // the closing tag is not as long as the name: text follows
         {"<a></ a>", 0, nullptr},
         {"<a&b                        c='1'/>", 0, "DOC(E:a&b @c=1)"}, // reported, and goes on
@@ -31,6 +32,7 @@ TEST(XmlParse, ReadsTexts) {
         {"<a>  x  </a>", TRIM, "DOC(E:a=x(D=x))"},
         {"<a>  </a>", 0, "DOC(E:a)"},
         {"<a> \n <b/>\t</a>", 0, "DOC(E:a(E:b))"},
+        {"<a> x \n\t y </a>", NORMALIZE, "DOC(E:a= x y (D= x y ))"},
         {"<a> x \n\t y\r\n</a>", NORMALIZE | TRIM, "DOC(E:a=x y(D=x y))"},
         {"<a>&#32;</a>", TRIM, "DOC(E:a(D))"},
         {"<a>&#32;</a>", NORMALIZE | TRIM, "DOC(E:a(D))"},
