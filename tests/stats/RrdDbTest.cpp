@@ -46,50 +46,46 @@ Sample Read(Db const& db, char const* name, unsigned level, unsigned long index 
 Time::Span Tenths(long tenths) { return Time::Span(Time::Span::Value(tenths / 10, tenths % 10 * 100000)); }
 
 TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
-    struct Row {
+    struct {
         Db::StepT step;
         char const* name;
         U64 newest[4];  // sample of each level
         U64 tails[3];   // what the levels below 1, 2, 3 have gathered since
         U64 figures[3]; // of level 0; of level 2 and below; of all
-    };
-    Row const rows[] = {
+    } const rows[] = {
         {Db::STEP_3S, "rate", {7632, 7444, 6964, 1924}, {7580, 14944, 20468}, {7380, 3593, 2541}},
         {Db::STEP_3S, "drops", {21, 420, 1260, 10080}, {294, 1134, 9954}, {1344, 20034, 20034}},
         {Db::STEP_3S, "up", {100, 1, 1, 1}, {35, 35, 35}, {7, 35, 35}},
         {Db::STEP_3S, "heat", {1908, 1861, 1741, 481}, {947, 1407, 1580}, {922, 1513, 1595}},
         {Db::STEP_1M, "drops", {21, 63, 630, 3276}, {42, 420, 1050}, {1344, 4200, 4326}},
         {Db::STEP_1M, "heat", {400, 394, 331, 157}, {199, 294, 335}, {168, 313, 340}}};
-    for (Row const& row : rows) {
+    for (auto const& row : rows) {
         long const period = row.step == Db::STEP_3S ? 30 : 600;
         long const updates = row.step == Db::STEP_3S ? 955 : 201;
         long const periods[][4] = {{1, 20, 60, 480}, {1, 3, 30, 156}};
         Db db("id", "", ATTRIBUTES, 5, row.step);
         for (long n = 0; n < updates; ++n) { // the rate grows by 8, drops are 21, the heat grows by 2
-            bool const up = n == 1 || n == 841 || n == 921;
-            ValuesT const values = {U64(period / 10 * n * (n + 1) / 2), 9, U64(7 * n), n < 950 ? up : 100u,
-                                    U64(n)};
+            U64 const up = n < 950 ? n == 1 || n == 841 || n == 921 : 100;
+            ValuesT const values = {U64(period / 10 * n * (n + 1) / 2), 9, U64(7 * n), up, U64(n)};
             ASSERT_TRUE(Update(db, Tenths(period * (n + 1)), values));
         }
         SCOPED_TRACE(row.name);
+        Array<Sample> out;
         for (unsigned i = 0; i < 8; ++i) {
             unsigned const level = i / 2;
             bool const tail = i % 2 != 0 && level > 0;
             long const distance = period * periods[row.step][level];
             long const newest = period + (updates - 1) * period / distance * distance;
-            Array<Sample> out;
-            ASSERT_TRUE(db.GetData(out, row.name, level, Tailing(i % 2 != 0)).Succeeded() &&
-                        out.Size() == 64);
+            ASSERT_TRUE(db.GetData(out, row.name, level, Tailing(i % 2 != 0)).Succeeded());
             EXPECT_EQ(out[tail].value, row.newest[level]) << i;
             EXPECT_EQ(out[0].value, tail ? row.tails[level - 1] : row.newest[level]) << i;
-            for (unsigned long k = 0; k < 64; ++k)
+            for (unsigned long k = 0; k < out.Size(); ++k)
                 EXPECT_EQ(out[k].time, Tenths(newest) - Tenths(distance * (long(k) - tail))) << i << ' ' << k;
         }
         EXPECT_EQ(Read(db, "heat", 0, 63).value, U64(2 * updates - 128));
         for (unsigned i = 0; i < 3; ++i) {
             Sample figure{1, Time::Span(77)};
-            unsigned char const levels[] = {0, 2, 255};
-            EXPECT_TRUE(db.GetDatum(figure, row.name, levels[i], Tailing(i == 1)).Succeeded());
+            EXPECT_TRUE(db.GetDatum(figure, row.name, i == 2 ? 255 : i * 2, Tailing(i == 1)).Succeeded());
             EXPECT_EQ(figure.value, row.figures[i]) << i;
             EXPECT_EQ(figure.time, i == 0 ? Time::Span(77) : Tenths(period * updates));
         }
@@ -104,23 +100,18 @@ TEST(RrdDb, MergesIntoTheLongerHistory) {
         Db shorter("s", "", backwards, 5, Db::STEP_3S);
         for (long n = 0; n < 100; ++n) {
             ASSERT_TRUE(Update(longer, Tenths(30 * n + 30), {0, 0, U64(7 * n), 100, 1ull << 62}));
-            ASSERT_TRUE(n >= 40 || Update(shorter, Tenths(30 * n + 30), {1ull << 62, 100, U64(7 * n), 0, 0}));
+            ASSERT_TRUE(n >= 45 || Update(shorter, Tenths(30 * n + 30), {1ull << 62, 100, U64(7 * n), 0, 0}));
         }
         EXPECT_EQ(Read(longer, "heat", 1).value, ~0ull / 20 * 10); // ten carries
         Db& target = swap ? shorter : longer;
         Db& other = swap ? longer : shorter;
         ASSERT_TRUE(target.Merge(other).Succeeded());
-        struct {
-            char const* name;
-            unsigned long index;
-            U64 value;
-            long time;
-        } const rows[] = {{"drops", 0, 42, 1200}, {"drops", 39, 21, 30}, {"drops", 40, 21, 1800},
-                          {"up", 0, 1, 1200},     {"up", 40, 100, 1800}, {"heat", 0, ~0ull, 1200}};
-        for (auto const& row : rows) {
-            Sample const sample = Read(target, row.name, 0, row.index);
-            EXPECT_TRUE(sample.value == row.value && sample.time == Tenths(row.time))
-                << row.name << row.index;
+        std::tuple<char const*, unsigned long, U64, long> const rows[] = {
+            {"drops", 0, 42, 1350}, {"drops", 44, 21, 30}, {"drops", 45, 21, 1650},
+            {"up", 0, 1, 1350},     {"up", 45, 100, 1650}, {"heat", 0, ~0ull, 1350}};
+        for (auto const& [name, index, value, time] : rows) {
+            Sample const sample = Read(target, name, 0, index);
+            EXPECT_TRUE(sample.value == value && sample.time == Tenths(time)) << name << index;
         }
         EXPECT_TRUE(!other.HasData() && other.Lifetime().IsZero());
         // The count of updates goes on in the one and starts in the other, also with an earlier time.
@@ -153,11 +144,10 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
     EXPECT_EQ(db.GetDatum(one, "n", 0, Tailing(false)), 0x83E300C8u);
     EXPECT_EQ(db.Merge(less), 0x83E303E8u);
     EXPECT_EQ(db.Merge(unequal), 0x83E3044Cu);
+    Db::Modifier modifier;
     char const* const times[][3] = {{"1.5", "7", "1"}, {"9", "", "1"}, {"9", "1", "1s"}, {"9", "1", "9"}};
-    for (auto const& [queryTs, lastT, lastTs] : times) {
-        Db::Modifier modifier;
+    for (auto const& [queryTs, lastT, lastTs] : times)
         EXPECT_EQ(Db::ParseModifiers(modifier, queryTs, lastT, lastTs), 0x83E3012Cu);
-    }
     EXPECT_TRUE(Read(less, "a", 1, 63).time == Time::Monotonic() - Time::Span(63 * 60, 0)); // never updated
     // A rate without a time has no sample, all others have one; and a weighted sum may be too great.
     Db mixed("m", "area", ATTRIBUTES, 5, Db::STEP_1M);
@@ -182,61 +172,45 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
             "C Stats::Rrd::Db: \"rate\": system failed [0xcffd****]."));
 }
 
-std::string Row(std::string const& t, std::string const& ts, int value) {
-    return "<data><t>" + t + "</t>" + (ts.empty() ? "" : "<ts>" + ts + "</ts>") + "<v>" +
-           std::to_string(value) + "</v></data>";
-}
-
 TEST(RrdDb, AnswersAsDocuments) {
     Clock clock;
-    clock.AdvanceNanoseconds(1000000000 - timespec(Time::Monotonic()).tv_nsec); // a whole second
-    long const now = Time::Monotonic().Seconds();
+    clock.AdvanceNanoseconds(1000000000 - timespec(Time::Monotonic()).tv_nsec);    // a whole second
+    std::string const queryTs = std::to_string(Time::Monotonic().Seconds() + 100); // the client is ahead
     Db db("d", "area", ATTRIBUTES, 5, Db::STEP_3S);
     for (int i = 0; i < 3; ++i)
         ASSERT_TRUE(Update(db, 1500 + i * 3050, {0, 0, 7u * i * i, 0, 0}));
-    struct {
-        unsigned char level;
-        char const* queryTs; // of a clock that is 100 s ahead, or empty
-        char const* lastT;
-        int lastTs;
-        unsigned long count;
-        std::string text;
-    } const rows[] = {
-        {0, "", "99", 0, 64, Row("7.600000", "", 63) + Row("4.500000", "", 21) + Row("1.500000", "", 0)},
-        {0, "x", "99", 99, 64, Row("7.600000", "107.600000", 63) + Row("4.500000", "104.500000", 21)},
-        {0, "x", "1.9", 100, 2, Row("7.600000", "107.600000", 63) + Row("4.500000", "104.500000", 21)},
-        {4, "x", "4.5", 100, 1, Row("7", "107.600000", 63)}, // whole seconds
-        {0, "x", "7", 150, 0, ""},
-        {1, "x", "2", 150, 1, Row("61.500000", "161.500000", 84)},
+    std::string const last = "<data><t>7.600000</t><ts>107.600000</ts><v>63</v></data>";
+    std::string const both = last + "<data><t>4.500000</t><ts>104.500000</ts><v>21</v></data>";
+    // Level, or 4 for whole seconds; whether the query has times: last-t and last-ts; samples and their text.
+    std::tuple<unsigned, bool, char const*, char const*, long, std::string> const rows[] = {
+        {0, false, "", "", 64, "<data><t>7.600000</t><v>63</v></data><data><t>4.500000</t><v>21</v></data>"},
+        {0, true, "99", "99", 64, both},
+        {0, true, "1.9", "100", 2, both},
+        {4, true, "4.5", "100", 1, "<data><t>7</t><ts>107.600000</ts><v>63</v></data>"},
+        {0, true, "7", "150", 0, ""},
+        {1, true, "2", "150", 1, "<data><t>61.500000</t><ts>161.500000</ts><v>84</v></data>"},
     };
-    for (auto const& row : rows) {
+    for (auto const& [level, hasTimes, lastT, lastTs, count, text] : rows) {
         Db::Modifier modifier = Tailing(true);
-        std::string const queryTs = *row.queryTs ? std::to_string(now + 100) : "";
-        EXPECT_TRUE(
-            Db::ParseModifiers(modifier, queryTs.c_str(), row.lastT, std::to_string(row.lastTs).c_str())
-                .Succeeded());
-        EXPECT_EQ(modifier.IsSetTailing(), !queryTs.empty());
-        if (row.level == 4) modifier.SetIntegerTime();
+        EXPECT_TRUE(Db::ParseModifiers(modifier, hasTimes ? queryTs.c_str() : "", lastT, lastTs).Succeeded());
+        EXPECT_EQ(modifier.IsSetTailing(), hasTimes);
+        if (level == 4) modifier.SetIntegerTime();
         ForEveryAllocation([&](Heap& heap) {
             Xml::Document document;
             document.AllocateString(std::string(2000, 'x').c_str(), 0);
             heap.Arm();
-            bool const ok = db.AttachTo(document, "drops", row.level % 4, modifier).Succeeded() &&
+            bool const ok = db.AttachTo(document, "drops", level % 4, modifier).Succeeded() &&
                             db.AttachLatestTo(document).Succeeded();
             heap.Disarm();
             EXPECT_EQ(ok, !heap.Fired());
             if (!ok) return;
-            std::string const text = Printed(document);
-            EXPECT_EQ(text.substr(0, row.text.size()), row.text);
-            EXPECT_EQ(std::count(text.begin(), text.end(), 'v') / 2, long(row.count)) << text;
-            EXPECT_TRUE(text.ends_with("<rate>0</rate><drops>63</drops><up>0</up><heat>0</heat>"));
-            EXPECT_EQ(text.find("<t>-181.500000</t>") != text.npos, row.count == 64);
-            EXPECT_EQ(document.FirstNode()->DataType() == Xml::Base::DATA_ARRAY, row.count != 0);
+            std::string const printed = Printed(document);
+            EXPECT_TRUE(printed.starts_with(text) && std::ranges::count(printed, 'v') / 2 == count)
+                << printed;
+            EXPECT_TRUE(printed.ends_with("<rate>0</rate><drops>63</drops><up>0</up><heat>0</heat>"));
+            EXPECT_EQ(printed.find("<t>-181.500000</t>") != printed.npos, count == 64);
         });
     }
-    Xml::Document document;
-    EXPECT_EQ(db.AttachTo(document, "none", 0, Tailing(false)), 0x83E300C8u);
-    EXPECT_EQ(document.FirstNode(), nullptr);
 }
 
 TEST(RrdDb, TakesAllMemoryAtConstruction) {
