@@ -90,7 +90,10 @@ TEST_F(TaskTest, RunWithTheirOwnStatusAndAnEventBehind) {
 TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
     ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
     std::atomic<bool> interrupted = false;
-    Job running([&] { interrupted = Await([] { return Thread::SelfInterrupted(); }); });
+    Job running([&] {
+        interrupted = Await([] { return Thread::SelfInterrupted(); });
+        Enqueue({&running});
+    });
     Job locked([] {}, &mutex);
     Job inside([&] { queue.CancelAllTasks(onDone); }); // does not wait for itself
     Enqueue({&running, &idle});
@@ -104,10 +107,11 @@ TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
     EXPECT_FALSE(interrupted);
     queue.CancelTask(onDone, &running);
     EXPECT_TRUE(interrupted);
+    Enqueue({&running}); // what it has listed meanwhile is out again
     Clock::RealPause(5); // now one waits for its lock
     queue.CancelAllTasks(other);
     EXPECT_TRUE(Await([&] { return done == 1; }));
-    EXPECT_TRUE(sum == inside.Id() && locked.runs + idle.runs + blocker.runs == 0);
+    EXPECT_TRUE(sum == inside.Id() && locked.runs + idle.runs + blocker.runs == 0 && running.runs == 1);
 
     Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_UNLOCKED);
     mutex.Unlock();
@@ -130,16 +134,21 @@ TEST_F(TaskTest, AnIdleQueueHasNoThread) {
     } counter;
     std::atomic<int> interrupted = 0;
     Job job([&] { gate.acquire(), interrupted += Thread::SelfInterrupted(); });
+    Job locked([&] { interrupted += Thread::SelfInterrupted(); }, &mutex);
     Clock clock;
     {
         Queue lazy("lazy", 5000, &counter);
         for (int round = 0; round < 2; ++round) {
-            Enqueue({&job}, &lazy);
-            EXPECT_TRUE(clock.AwaitWaiters(1));
-            clock.Advance(6000);
-            Clock::RealPause(5);
-            EXPECT_EQ(counter.count, round); // it has work
-            gate.release();
+            mutex.Lock();
+            Enqueue({&job, &locked}, &lazy);
+            for (int busy = 0; busy < 2; ++busy) { // with the one, then waiting for the lock of the other
+                EXPECT_TRUE(clock.AwaitWaiters(1));
+                clock.Advance(6000);
+                Clock::RealPause(5);
+                EXPECT_EQ(counter.count, round);
+                if (busy == 0) gate.release();
+            }
+            mutex.Unlock();
             EXPECT_TRUE(Await([&] { return clock.Advance(1000), counter.count == round + 1; }));
             EXPECT_EQ(interrupted, 0);
         }
@@ -198,18 +207,20 @@ struct ApplyTest : TaskTest {
 };
 
 TEST_F(ApplyTest, RequestsAreMergedIntoOneRunAtItsTime) {
+    using enum ApplyBase::ApplyT;
     struct Row {
         ApplyBase::ApplyT apply;
         char const* requests; // milliseconds, off, on, cancel, tidy up
         int left;             // milliseconds
+        int due;              // milliseconds
         int runs;
     } const rows[] = {
         // clang-format off
-        {ApplyBase::APPLY_EARLIEST, "100 5000", 100, 1}, {ApplyBase::APPLY_EARLIEST, "5000 100", 100, 1},
-        {ApplyBase::APPLY_LATEST, "100 5000", 5000, 1}, {ApplyBase::APPLY_LATEST, "5000 100", 100, 1},
-        {ApplyBase::APPLY_LATEST, "100 0", 0, 1}, {ApplyBase::APPLY_LATEST, "604800001", 604800000, 1},
-        {ApplyBase::APPLY_LATEST, "off 100", 0, 0}, {ApplyBase::APPLY_LATEST, "off on 100", 100, 1},
-        {ApplyBase::APPLY_LATEST, "100 cancel", 0, 0}, {ApplyBase::APPLY_LATEST, "100 tidy 9", 0, 0},
+        {APPLY_EARLIEST, "100 5000", 100, 100, 1}, {APPLY_EARLIEST, "5000 100", 100, 100, 1},
+        {APPLY_LATEST, "100 5000", 5000, 5000, 1}, {APPLY_LATEST, "5000 100", 100, 100, 1},
+        {APPLY_LATEST, "100 0", 0, 1, 1}, {APPLY_LATEST, "604805000", 604800000, 604805000, 1},
+        {APPLY_LATEST, "off 100", 0, 101, 0}, {APPLY_LATEST, "off on 100", 100, 100, 1},
+        {APPLY_LATEST, "100 cancel", 0, 101, 0}, {APPLY_LATEST, "100 tidy 9", 0, 101, 0},
         // clang-format on
     };
     for (Row const& row : rows) {
@@ -226,8 +237,8 @@ TEST_F(ApplyTest, RequestsAreMergedIntoOneRunAtItsTime) {
         }
         EXPECT_EQ(apply.Left(), Time::Span(row.left));
         mutex.Unlock();
-        clock.Advance(row.left ? row.left - 1 : 0);
-        Clock::RealPause(3);
+        clock.Advance(row.due - 1);
+        Clock::RealPause(8);
         EXPECT_EQ(apply.runs, 0);
         EXPECT_TRUE(AwaitRuns(apply, row.runs) && apply.locked == locked) << row.requests;
     }
