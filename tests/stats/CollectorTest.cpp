@@ -6,6 +6,7 @@
 #include "zeb/core/Time.h"
 
 #include <atomic>
+#include <thread>
 
 namespace {
 
@@ -100,31 +101,31 @@ TEST_F(CollectorTest, DeactivationAwaitsTheRunningAlarm) {
         alarm.Activate();
         entered.acquire();
         int seen = -1;
-        Worker stopper([&] {
+        std::thread stopper([&] {
             alarm.Deactivate();
             seen = alarm.count;
         });
-        ASSERT_EQ(stopper.Start(), Thread::STARTED);
         Clock::RealPause(20);
         leave.release();
-        EXPECT_TRUE(stopper.Stop());
+        stopper.join();
         EXPECT_EQ(seen, 1);
     }
 }
 
 TEST_F(CollectorTest, WhatCannotStartIsNotInitialized) {
     std::string const line = "C Stats::Collector: system failed [0xcffd****].";
-    auto const sweep = [&](Heap& heap) {
-        log_.Clear();
-        heap.Arm();
-        Alarm alarm(1000);
-        alarm.Activate();
-        EXPECT_TRUE(!alarm.Initialized() || alarm.Await(clock_, 1));
-        heap.Disarm();
-        EXPECT_EQ(alarm.Initialized(), !heap.Fired());
-        EXPECT_EQ(log_.Count(line), heap.Fired() ? 1u : 0u);
-    };
-    ForEveryAllocation(sweep, Heap::ScopeT::PROCESS);
+    ForEveryAllocation(
+        [&](Heap& heap) {
+            log_.Clear();
+            heap.Arm();
+            Alarm alarm(1000);
+            alarm.Activate();
+            EXPECT_TRUE(!alarm.Initialized() || alarm.Await(clock_, 1));
+            heap.Disarm();
+            EXPECT_EQ(alarm.Initialized(), !heap.Fired());
+            EXPECT_EQ(log_.Count(line), heap.Fired() ? 1u : 0u);
+        },
+        Heap::ScopeT::PROCESS);
     log_.Clear();
     Calls calls;
     calls.Script(SysCall::pthread_create, {Calls::Fail(EAGAIN)});

@@ -1,11 +1,8 @@
 #include "zeb/stats/Set.h"
 
-#include "tests/stats/Printed.h"
-#include "tests/support/Heap.h"
+#include "tests/doc/xml/Trees.h"
 #include "tests/support/LogCapture.h"
 #include "zeb/stats/Cpu.h"
-
-#include <gtest/gtest.h>
 
 #include <climits>
 #include <vector>
@@ -59,7 +56,7 @@ TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
                            {9000, 6000, 1, -1, 1}, {9100, 5900, 1, 0, 1}, {9200, 6000, 1, 100, 0},
                            {9210, 7000, 1, 1, 1}};
     ForEveryAllocation([&](Heap& heap) {
-        Xml::Document document;
+        Document document;
         document.AllocateString(std::string(1900, 'x').c_str(), 0);
         heap.Arm();
         Load load(3);
