@@ -41,7 +41,9 @@ struct CollectorTest : WithMainThread {
 };
 
 TEST_F(CollectorTest, AlarmsComeAtOnceAndThenEachPeriodWithoutCatchingUp) {
-    Alarm alarm(1000), other(400);
+    std::string order;
+    Alarm alarm(1000, nullptr, [&](Alarm&) { order += 'a'; });
+    Alarm other(400, nullptr, [&](Alarm&) { order += 'o'; });
     other.Activate();
     ASSERT_TRUE(other.Await(clock_, 1));
     alarm.Activate();
@@ -53,6 +55,7 @@ TEST_F(CollectorTest, AlarmsComeAtOnceAndThenEachPeriodWithoutCatchingUp) {
         clock_.Advance(milliseconds);
         EXPECT_TRUE(other.Await(clock_, others) && alarm.Await(clock_, alarms)) << other.count << alarm.count;
     }
+    EXPECT_EQ(order, "oaooaoaoao"); // at the end equal times in the order in which they were set
     alarm.Deactivate();
     clock_.Advance(5000);
     EXPECT_TRUE(other.Await(clock_, 7) && alarm.count == 4);

@@ -148,6 +148,7 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
     for (auto const& [queryTs, lastT, lastTs] : times)
         EXPECT_EQ(Db::ParseModifiers(modifier, queryTs, lastT, lastTs), 0x83E3012Cu);
     EXPECT_TRUE(Read(less, "a", 1, 63).time == Time::Monotonic() - Time::Span(63 * 60, 0)); // never updated
+    EXPECT_TRUE(Update(less, Time::Span::Max(), {1}));
     // A rate without a time has no sample, all others have one; and a weighted sum may be too great.
     Db mixed("m", "area", ATTRIBUTES, 5, Db::STEP_1M);
     for (unsigned i = 0; i < 4; ++i)

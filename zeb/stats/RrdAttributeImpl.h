@@ -91,8 +91,9 @@ protected:
 
     void Write_(unsigned long level, unsigned long long value, Time::Span const& time) {
         Time::Span::Value const& parts = time.Parts();
-        rings_[level].Push(value,
-                           static_cast<uint32_t>(parts.Seconds() * 10 + parts.Microseconds() / 100000));
+        auto const tenths = static_cast<unsigned long>(parts.Seconds()) * 10 +
+                            static_cast<unsigned long>(parts.Microseconds()) / 100000;
+        rings_[level].Push(value, static_cast<uint32_t>(tenths)); // wraps
     }
 
     // Of what a sample of the level is made of.
