@@ -9,35 +9,31 @@ TEST(Buffer, ReadGivesAtMostOneBlockAndReadAllExactlyWhatIsAsked) {
         for (unsigned long const end : {1UL, 16UL, 19UL, 26UL}) {
             unsigned long const from = strlen(got);
             EXPECT_TRUE(stream.ReadAll(got, 0) && stream.ReadAll(got + from, end - from));
-            EXPECT_TRUE(stream.PutBack('?')); // also when the read went past the block
-            EXPECT_EQ(stream.GetChar(), '?');
+            EXPECT_TRUE(stream.PutBack('?') && stream.GetChar() == '?'); // also when it went past the block
         }
         EXPECT_EQ(got, text.substr(0, 26));
-        for (int const c : {-128, -1, 256, 256}) { // signed, and the end once before it fails
-            EXPECT_TRUE(stream.Ok());
-            EXPECT_EQ(stream.GetChar(), c);
-        }
+        for (int const c : {-128, -1, 256, 256}) // signed, and the end once before it fails
+            EXPECT_TRUE(stream.Ok() && stream.GetChar() == c) << c;
         EXPECT_EQ(stream.CurrentState(), Stateful::STATE_EOS);
     });
-    PieceStream stream({text}, Io::EOL_LF, 8);
+    PieceStream stream(text, Io::EOL_LF, 8);
     char data[100];
     unsigned long done = 0;
     EXPECT_TRUE(stream.Read(data, 100, done) && done == 8);
 }
 
 TEST(Buffer, ReadAheadAndPendingOutputNeverCoexist) {
-    PieceStream stream({"abcdef", "gh"}, Io::EOL_LF, 16);
+    PieceStream stream("abcdefgh", Io::EOL_LF, 16, 6);
     EXPECT_EQ(stream.GetChar(), 'a');
     EXPECT_EQ(stream.buffer.PFree() + stream.buffer.PCount(), 0u); // no place to write while input is unread
     EXPECT_TRUE(stream.buffer.PSkip(0) && stream.PutChar('1'));    // drops the input
-    EXPECT_EQ(stream.GetChar(), 'g');                              // writes the output
-    EXPECT_EQ(stream.transport.written, "1");
-    EXPECT_TRUE(stream.PutChar('2') && stream.PutBack('x') && stream.PutChar('3') && stream.buffer.Fill());
-    EXPECT_EQ(stream.transport.written, "123");
+    EXPECT_TRUE(stream.GetChar() == 'g' && stream.transport.written == "1"); // writes the output
+    EXPECT_TRUE(stream.PutChar('2') && stream.PutBack('x') && stream.transport.written == "12");
+    EXPECT_TRUE(stream.PutChar('3') && stream.buffer.Fill() && stream.transport.written == "123");
 }
 
 TEST(Buffer, WhatIsOutsideOfTheBlockFailsAndChangesNothing) {
-    PieceStream stream({"abcd"}, Io::EOL_LF, 8);
+    PieceStream stream("abcd", Io::EOL_LF, 8);
     Io::Buffer& buffer = stream.buffer;
     auto const fails = [&](bool result) {
         bool const failed = !result && stream.CurrentState() == Stateful::STATE_FAILED;
@@ -58,7 +54,7 @@ TEST(Buffer, WhatIsOutsideOfTheBlockFailsAndChangesNothing) {
 }
 
 TEST(Buffer, WriteAllGoesPastTheBlockAndAFailedFlushKeepsWhatIsPending) {
-    PieceStream stream({}, Io::EOL_LF, 8);
+    PieceStream stream("", Io::EOL_LF, 8);
     std::string const large(100, 'x');
     EXPECT_TRUE(stream.WriteAll("01", 2) && stream.WriteAll(large.data(), 100) && stream.Flush());
     EXPECT_EQ(stream.transport.written, "01" + large);

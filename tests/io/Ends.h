@@ -33,6 +33,7 @@ class EndsTest : public testing::Test {
 protected:
     explicit EndsTest(int type = SOCK_STREAM) {
         EXPECT_EQ(socketpair(AF_UNIX, type | SOCK_NONBLOCK, 0, pair_), 0);
+        end_.fd = pair_[0];
     }
     ~EndsTest() override {
         ClosePeer();
@@ -46,6 +47,7 @@ protected:
 
     using Lines = LogCapture::LinesT;
     int pair_[2];
+    End end_{-1};
     char data_[16] = {};
     unsigned long done_ = 99;
     LogCapture log_;

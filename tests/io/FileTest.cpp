@@ -28,8 +28,7 @@ TYPED_TEST(OpenedTest, OpensAndClosesAgainOnOneObject) {
         EXPECT_TRUE(file.Open(flags) && file.IsOpened());
         EXPECT_FALSE(file.Open(O_RDONLY) || file.Eos());
         EXPECT_EQ(file.Mode(), Io::ModeOfFlags(flags));
-        EXPECT_EQ(flags != O_WRONLY ? Rest(file) : "text", "text");
-        EXPECT_TRUE(file.Close() && !file.IsOpened());
+        EXPECT_TRUE((flags == O_WRONLY || Rest(file) == "text") && file.Close() && !file.IsOpened());
         EXPECT_EQ(heap.Live(), 0u) << heap.Describe(); // a closed file costs no memory
     }
     EXPECT_FALSE(file.GetChar() != 256 || file.Open(O_RDONLY)); // a failed object stays failed
@@ -46,9 +45,8 @@ TYPED_TEST(OpenedTest, SurvivesLackOfMemory) {
         bool const opened = file.Open(O_RDWR);
         heap.Disarm();
         EXPECT_TRUE(opened == !heap.Fired() && file.IsOpened() == opened && file.Ok() == opened);
-        bool const named = file.PathName().Size() > 0;
-        EXPECT_EQ(file.Initialized(), named);
-        bool const early = !named || this->ident == "Io::Device"; // else the block is missing
+        EXPECT_EQ(file.Initialized(), file.PathName().Size() > 0);
+        bool const early = !file.Initialized() || this->ident == "Io::Device"; // else the block is missing
         std::string const line =
             early ? ": \"@\": out of memory [0xcffe****].\n" : "Stream: no memory to allocate a buffer.\n";
         EXPECT_EQ(Logged(this->log, this->path), opened ? "" : (early ? "C " : "E ") + this->ident + line);
@@ -56,7 +54,7 @@ TYPED_TEST(OpenedTest, SurvivesLackOfMemory) {
 }
 
 template<class F>
-struct FileTest : OpenedTest<F> {};
+using FileTest = OpenedTest<F>;
 using Files = testing::Types<Io::File, Io::PollableFile>;
 TYPED_TEST_SUITE(FileTest, Files);
 
@@ -70,9 +68,7 @@ TYPED_TEST(FileTest, KeepsOnePositionThroughAWrapperAndClosesAtItsEnd) {
         EXPECT_TRUE(file.Ioctl(FIONREAD, &available, Log::VERBOSE_ON) && available == 10);
         EXPECT_TRUE(file.GetChar() == '0' && Position(file) == 1);
         file << "AB"; // the read-ahead is dropped: goes behind it
-        EXPECT_TRUE(file.Truncate(8) && Position(file) == 6);
-        EXPECT_EQ(Rest(file), "67");
-        target.ClearState_();
+        EXPECT_TRUE(file.Truncate(8) && Position(file) == 6 && Rest(file) == "67");
         EXPECT_TRUE(file.Truncate(12) && !file.Eos() && file.Seek(2) && file.GetChar() == '2');
         EXPECT_TRUE(file.Truncate(3) && Position(file) == 3); // what was read ahead is gone
         EXPECT_TRUE(file.GetChar() == 256 && file.Seek(3) && !file.Eos());
@@ -97,9 +93,11 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
          "unable to get a stream size for"},
         {SysCall::stat, [](F& f) { return SizeOf(f) >= 0; }, "unable to get a stream size for"},
         {SysCall::ioctl, [](F& f) { return f.Ioctl(0, nullptr, Log::VERBOSE_ON); }, "ioctl error for"},
-        {SysCall::close, [](F& f) { return f.Close(); }, ": \"@\": unable to close descriptor -1"},
+        {SysCall::close, [](F& f) { return f.Close() || f.IsOpened(); },
+         ": \"@\": unable to close descriptor -1"},
         {SysCall::read, [](F& f) { return f.GetChar() != 256; }, ": unable to read data"},
-        {SysCall::write, [](F& f) { return f.PutChar('x') && f.Close(); }, ": unable to write data"},
+        {SysCall::write, [](F& f) { return f.PutChar('x') && (f.Close() || f.IsOpened()); },
+         ": unable to write data"},
     };
     for (auto const& row : rows) {
         for (Log::VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
@@ -107,9 +105,7 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
             Calls calls;
             calls.Script(row.call, {Calls::Fail(EIO)});
             EXPECT_FALSE(row.works(file)) << row.line;
-            EXPECT_TRUE(file.CurrentState() == Stateful::STATE_FAILED && file.SysError() == EIO);
-            EXPECT_EQ(file.IsOpened(),
-                      row.line[0] != ':' || row.call == SysCall::read); // closed all the same
+            EXPECT_EQ(file.SysError(), EIO);
             std::string const line = row.line[0] == ':' ? row.line : "Stream: " + row.line + " \"@\"";
             std::string const expected = "E " + this->ident + line + ": input/output error.\n";
             EXPECT_EQ(Logged(this->log, this->path), verbose == Log::VERBOSE_ON ? expected : "");

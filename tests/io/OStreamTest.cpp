@@ -7,8 +7,7 @@ void ExpectWritten(std::string const& expected, std::function<void(Io::OStream&)
                    Io::EndOfLineT eol = Io::EOL_LF) {
     for (unsigned long const size : {1UL, 3UL, 16UL, 4096UL}) {
         for (unsigned long const step : {1UL, 5UL, ULONG_MAX}) {
-            PieceStream stream({}, eol, size);
-            stream.transport.step = step;
+            PieceStream stream("", eol, size, step);
             write(stream);
             EXPECT_TRUE(stream.Flush());
             EXPECT_EQ(stream.transport.written, expected) << "block " << size << " step " << step;
@@ -40,9 +39,9 @@ TEST(OStream, EndsLinesByItsRule) {
     for (Io::EndOfLineT const eol : {Io::EOL_LF, Io::EOL_CRLF, Io::EOL_ANY_LF, Io::EOL_ANY_CRLF})
         ExpectWritten(
             eol % 2 == 1 ? "a\r\n" : "a\n", [](auto& out) { out << "a" << Io::Endl; }, eol);
-    PieceStream stream({});
+    PieceStream stream("");
     stream << "lazy" << Io::Endl;
-    EXPECT_EQ(stream.transport.written, "");
+    EXPECT_EQ(stream.buffer.PCount(), 5u);
     stream.LazyEndl(false) << Io::Endl;
     EXPECT_EQ(stream.transport.written, "lazy\n\n");
 }
@@ -50,12 +49,11 @@ TEST(OStream, EndsLinesByItsRule) {
 TEST(OStream, FillsAndCopiesAnyNumberAndTellsHowFarItCame) {
     std::string const text(700, 'x');
     ExpectWritten("==x" + text, [&](auto& out) {
-        PieceStream source({"xx", text}, Io::EOL_LF, 16);
+        PieceStream source("xx" + text, Io::EOL_LF, 16);
         EXPECT_TRUE(out.Fill('=', 2, nullptr) && source.GetChar() == 'x' && out.Copy(source));
     });
-    PieceStream full({}, Io::EOL_LF, 8), source({"text"}), good({}), none({}, Io::EOL_LF, 0);
-    EXPECT_TRUE(good.Copy(source));
-    EXPECT_EQ(good.transport.written, "text"); // flushed
+    PieceStream full("", Io::EOL_LF, 8), source("text"), good(""), none("", Io::EOL_LF, 0);
+    EXPECT_TRUE(good.Copy(source) && good.transport.written == "text"); // flushed
     full.transport.capacity = 16;
     unsigned long done = 0;
     EXPECT_FALSE(full.Fill('=', 100, &done));
@@ -63,8 +61,7 @@ TEST(OStream, FillsAndCopiesAnyNumberAndTellsHowFarItCame) {
     EXPECT_FALSE(full.Copy(source) || good.Copy(full));
     none << "" << CString::Nil(); // nothing to write
     EXPECT_TRUE(good.Ok() && none.Ok());
-    EXPECT_FALSE(none.Fill('=', 1, nullptr)); // there is no block
-    EXPECT_EQ(none.CurrentState(), Stateful::STATE_FAILED);
+    EXPECT_FALSE(none.Fill('=', 1, nullptr) || none.Ok()); // there is no block
 }
 
 } // namespace

@@ -1,8 +1,7 @@
-// A transport that gives its data in pieces and takes data in steps, a stream over it, and short words for
-// what the tests of streams ask.
+// A transport that gives and takes at most `step` bytes a call, and takes `capacity` in all; a stream over
+// it, and short words for what the tests of streams ask.
 #pragma once
 
-#include "tests/support/Feed.h"
 #include "tests/support/Heap.h"
 #include "tests/support/LogCapture.h"
 #include "zeb/io/SeekableStream.h"
@@ -15,39 +14,37 @@
 using Io::Stateful;
 
 struct PieceTransport : Io::Base {
-    PieceTransport(Stateful& state, FeedT data)
+    PieceTransport(Stateful& state, std::string text, unsigned long bytes)
         : Base(state)
-        , pieces(std::move(data)) {}
+        , input(std::move(text))
+        , step(bytes) {}
 
     bool SysRead(void* data, unsigned long size, unsigned long& done) override {
         done = 0;
-        if (!State_().Ok() || (Eos() && (State_().SetState(Stateful::STATE_EOS), true))) return false;
-        if (pieces.empty()) return SetEos(), true;
-        done = pieces.front().copy(static_cast<char*>(data), size);
-        pieces.front().remove_prefix(done);
-        if (pieces.front().empty()) pieces.erase(pieces.begin());
+        if (Eos()) State_().SetState(Stateful::STATE_EOS);
+        if (!State_().Ok()) return false;
+        done = input.copy(static_cast<char*>(data), std::min(size, step));
+        input.erase(0, done);
+        SetEos(done == 0);
         return true;
     }
-
-    // At most `step` bytes a call, and `capacity` in all.
     bool SysWrite(void const* data, unsigned long size, unsigned long& done) override {
         done = std::min({size, step, capacity - written.size()});
         written.append(static_cast<char const*>(data), done);
         if (done == 0) State_().SetState(Stateful::STATE_FAILED);
         return done > 0;
     }
-
     bool SysFlush() override { return written += "!", State_().Ok(); }
 
-    FeedT pieces;
-    unsigned long step = ULONG_MAX, capacity = ULONG_MAX;
-    std::string written;
+    std::string input, written;
+    unsigned long step, capacity = ULONG_MAX;
 };
 
 struct PieceStream : Io::Stream {
-    explicit PieceStream(FeedT pieces, Io::EndOfLineT rule = Io::EOL_LF, unsigned long blockSize = 4096)
+    explicit PieceStream(std::string text, Io::EndOfLineT rule = Io::EOL_LF, unsigned long blockSize = 4096,
+                         unsigned long step = ULONG_MAX)
         : Stream(buffer, buffer, eol, mode)
-        , transport(*this, std::move(pieces))
+        , transport(*this, std::move(text), step)
         , block(blockSize)
         , eol(rule) {
         buffer.Set(block.data(), blockSize);
@@ -60,16 +57,16 @@ struct PieceStream : Io::Stream {
     Io::ModeT mode = Io::MODE_READ_WRITE;
 };
 
-// Runs `body` on a fresh stream for each cut of the text and each size of the block.
+// Runs `body` on a fresh stream for each size of the pieces that come in, and of the block.
 template<class Body>
-void ForEveryStream(std::string_view text, Io::EndOfLineT eol, Body body) {
-    ForEveryFeed(text, [&](FeedT const& pieces) {
+void ForEveryStream(std::string const& text, Io::EndOfLineT eol, Body body) {
+    for (unsigned long const step : {1UL, 2UL, 3UL, 5UL, 7UL, 13UL, ULONG_MAX}) {
         for (unsigned long const size : {1UL, 2UL, 7UL, 64UL, 4096UL}) {
-            SCOPED_TRACE("block of " + std::to_string(size));
-            PieceStream stream(pieces, eol, size);
+            SCOPED_TRACE("pieces of " + std::to_string(step) + ", block of " + std::to_string(size));
+            PieceStream stream(text, eol, size, step);
             body(stream);
         }
-    });
+    }
 }
 
 inline std::string Text(CString const& text) { return {text.Cstr(), text.Size()}; }
