@@ -48,12 +48,6 @@ TEST_F(ConfigFileTest, FailuresOnTheWayLeaveTheTarget) {
         EXPECT_EQ(Logged(log, path), row.line);
         EXPECT_EQ(file.SysError(), row.error);
     }
-    Io::ConfigFile file(path.c_str());
-    Calls calls;
-    calls.Script(SysCall::close, {Calls::Fail(EIO)});
-    calls.Script(SysCall::unlink, {Calls::Fail(EIO)});
-    EXPECT_FALSE(file.Close());
-    EXPECT_EQ(log.Count("C Io::ConfigFile: unable to remove \"" + path + "~\": input/output error."), 1u);
 }
 
 TEST_F(ConfigFileTest, LeavesTheTemporaryFileOfAnotherWriterAndIsBrokenWithoutMemory) {

@@ -7,7 +7,6 @@
 #include "zeb/io/StringStream.h"
 
 #include <fcntl.h>
-#include <sys/ioctl.h>
 
 namespace {
 
@@ -63,9 +62,7 @@ TYPED_TEST(FileTest, KeepsOnePositionThroughAWrapperAndClosesAtItsEnd) {
         TypeParam target(this->path.c_str(), O_RDWR, Io::EOL_LF, 4), file("/never/opened");
         Io::StringStream source("0123456789");
         file.Attach(&target);
-        int available = -1;
         EXPECT_TRUE(file.IsOpened() && file.CopyFrom(source) && file.Seek(0));
-        EXPECT_TRUE(file.Ioctl(FIONREAD, &available, Log::VERBOSE_ON) && available == 10);
         EXPECT_TRUE(file.GetChar() == '0' && Position(file) == 1);
         file << "AB"; // the read-ahead is dropped: goes behind it
         EXPECT_TRUE(file.Truncate(8) && Position(file) == 6 && Rest(file) == "67");
@@ -89,8 +86,6 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
         {SysCall::lseek, [](F& f) { return Position(f) >= 0; }, "could not get current file position for"},
         {SysCall::ftruncate, [](F& f) { return f.Truncate(1); }, "unable to truncate"},
         {SysCall::lseek, [](F& f) { return f.GetChar() == 't' && f.Truncate(1); }, "unable to truncate"},
-        {SysCall::lseek, [](F& f) { return f.PutChar('x') && SizeOf(f) >= 0; },
-         "unable to get a stream size for"},
         {SysCall::stat, [](F& f) { return SizeOf(f) >= 0; }, "unable to get a stream size for"},
         {SysCall::ioctl, [](F& f) { return f.Ioctl(0, nullptr, Log::VERBOSE_ON); }, "ioctl error for"},
         {SysCall::close, [](F& f) { return f.Close() || f.IsOpened(); },

@@ -77,20 +77,20 @@ std::string Parse(IStream& stream) {
 }
 
 TEST(IStream, NumbersHaveTheRangeOfTheirType) {
-    using U = unsigned long;
-    ExpectRead({{Parse<short>, "-32768 ", "-32768| "},
-                {Parse<short>, "32768x", "invalid input|x"},
-                {Parse<unsigned short>, " \t\r\n\v\f 65535,", "65535|,"},
-                {Parse<int>, "-2147483649", "invalid input|"},
-                {Parse<unsigned int>, "  -1", "invalid input|-1"},
-                {Parse<long>, "-9223372036854775808", "-9223372036854775808|"},
-                {Parse<U>, "18446744073709551615.", "18446744073709551615|."},
-                {Parse<U>, "184467440737095516160", "invalid input|"},       // falls on the way
-                {Parse<U>, "30000000000000000000", "11553255926290448384|"}, // wraps without falling
-                {Parse<long long>, "+1", "invalid input|+1"},
-                {Parse<int>, "  \n", "end of stream|"},
-                {Parse<signed char>, " \n \xff x", "-1| x"},
-                {Parse<unsigned char>, "  ", "end of stream|"}});
+    ExpectRead(
+        {{Parse<short>, "-32768 ", "-32768| "},
+         {Parse<short>, "32768x", "invalid input|x"},
+         {Parse<unsigned short>, " \t\r\n\v\f 65535,", "65535|,"},
+         {Parse<int>, "-2147483649", "invalid input|"},
+         {Parse<unsigned int>, "  -1", "invalid input|-1"},
+         {Parse<long>, "-9223372036854775808", "-9223372036854775808|"},
+         {Parse<unsigned long>, "18446744073709551615.", "18446744073709551615|."},
+         {Parse<unsigned long>, "184467440737095516160", "invalid input|"},       // falls on the way
+         {Parse<unsigned long>, "30000000000000000000", "11553255926290448384|"}, // wraps without falling
+         {Parse<long long>, "+1", "invalid input|+1"},
+         {Parse<int>, "  \n", "end of stream|"},
+         {Parse<signed char>, " \n \xff x", "-1| x"},
+         {Parse<unsigned char>, "  ", "end of stream|"}});
 }
 
 std::string SkipHttp(IStream& stream) {
@@ -106,19 +106,6 @@ TEST(IStream, SkipsATextUpToTheFirstDifference) {
     ExpectRead({{SkipHttp, "HTTP/1", "5 ok|1"},
                 {SkipHttp, "HTxP/1", "2 invalid input|xP/1"},
                 {SkipHttp, "HTT", "3 end of stream|"}});
-}
-
-TEST(IStream, AttachedOneIsAnAliasAndAFailedOneDoesNothing) {
-    PieceStream target("first\r\n7 line", EOL_CRLF), wrapper("never seen");
-    wrapper.Attach(&target);
-    String line;
-    int number = 5;
-    EXPECT_TRUE(wrapper.ReadLine(line) && line == "first" && wrapper.Width(3).PutChar('x'));
-    EXPECT_EQ(target.buffer.PCount(), 1u);
-    target.SetState(Stateful::STATE_TIMEOUT);
-    wrapper >> number;
-    EXPECT_FALSE(wrapper.ReadLine(line) || wrapper.Skip<&isspace>() || wrapper.Skip("", nullptr));
-    EXPECT_TRUE(number == 5 && wrapper.CurrentState() == Stateful::STATE_TIMEOUT);
 }
 
 } // namespace
