@@ -92,8 +92,7 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
          ": \"@\": unable to close descriptor -1"},
         {SysCall::read, [](F& f) { return f.GetChar() != 256; }, ": unable to read data"},
         {SysCall::write, [](F& f) { return f.PutChar('x') && (f.Close() || f.IsOpened()); },
-         ": unable to write data"},
-    };
+         ": unable to write data"}};
     for (auto const& row : rows) {
         for (Log::VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
             F file(this->path.c_str(), O_RDWR, Io::EOL_LF, 16, verbose);

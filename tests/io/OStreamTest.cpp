@@ -18,7 +18,7 @@ void ExpectWritten(std::string const& expected, std::function<void(Io::OStream&)
 TEST(OStream, PrintsNumbersAndTextByItsStickySettings) {
     ExpectWritten("-32768 65535 -2147483648 18446744073709551615 ff ffffffffffffffff 255", [](auto& out) {
         out << short(-32768) << ' ' << static_cast<unsigned short>(65535) << ' ' << INT_MIN << ' ' << ~0ULL;
-        out.Hex() << ' ' << 255U << ' ' << -1;
+        out.Hex() << ' ' << 255U << ' ' << -1LL;
         out.Dec() << ' ' << 255UL;
     });
     std::string const q(40, 'q'), upper(40, 'Q');

@@ -79,6 +79,20 @@ TEST_F(PollableTest, InterruptionEndsAWaitWithDataOrWithout) {
     });
 }
 
+TEST_F(PollableTest, KernelBufferSizes) {
+    End writer(pair_[0], MODE_WRITE);
+    unsigned long size = 1;
+    EXPECT_TRUE(writer.GetSysIBufferSize(size) && size == 0 && writer.SetSysOBufferSize(32768));
+    int real = 0;
+    socklen_t length = sizeof(real);
+    EXPECT_EQ(getsockopt(pair_[0], SOL_SOCKET, SO_SNDBUF, &real, &length) + real, 65536) << "doubled";
+    end_.fd = -1;
+    EXPECT_FALSE(writer.GetSysOBufferSize(size) || end_.SetSysIBufferSize(1) || writer.SetSysIBufferSize(1));
+    EXPECT_EQ(log_.Take(),
+              (Lines{"E Object: unable to get a system buffer size for output: invalid argument.",
+                     "C Object: unable to set an input buffer size of Object: bad file descriptor."}));
+}
+
 TEST_F(PollableTest, DatagramTellsItsSizeAheadOfReading) {
     Io::PollableDgram dgram("T", end_.fd, end_.mode, end_.waiting);
     Send("12345");

@@ -24,12 +24,10 @@ TEST(Stateful, TheFirstFailureWinsUntilItIsClearedAndBrokenIsFinal) {
         Stateful::StateT state;
         uint32_t code;
         int error;
-    } const rows[] = {
-        {[](Stateful const& s) { s.SetState(STATE_TIMEOUT); }, STATE_TIMEOUT, FAIL_CODE, 0},
-        {[](Stateful const& s) { s.SetSysError_(EIO); }, STATE_FAILED, FAIL_CODE, EIO},
-        {[](Stateful const& s) { s.SetObjState(0x80330003); }, STATE_FAILED, 0x80330003, 0},
-        {[](Stateful const& s) { s.SetObjBroken(0x80330004); }, STATE_BROKEN, 0x80330004, 0},
-    };
+    } const rows[] = {{[](Stateful const& s) { s.SetState(STATE_TIMEOUT); }, STATE_TIMEOUT, FAIL_CODE, 0},
+                      {[](Stateful const& s) { s.SetSysError_(EIO); }, STATE_FAILED, FAIL_CODE, EIO},
+                      {[](Stateful const& s) { s.SetObjState(0x80330003); }, STATE_FAILED, 0x80330003, 0},
+                      {[](Stateful const& s) { s.SetObjBroken(0x80330004); }, STATE_BROKEN, 0x80330004, 0}};
     for (auto const& first : rows) {
         for (auto const& second : rows) {
             Root root;
@@ -42,15 +40,6 @@ TEST(Stateful, TheFirstFailureWinsUntilItIsClearedAndBrokenIsFinal) {
             EXPECT_EQ(leaf.CurrentCode(), first.state == STATE_BROKEN ? first.code : OK_CODE.Code());
         }
     }
-    std::string all;
-    for (unsigned state = 0; state <= 10; ++state) {
-        Root root;
-        root.SetState(static_cast<Stateful::StateT>(state));
-        all += root.ErrorString() + std::string(",");
-    }
-    EXPECT_EQ(all,
-              "ok,object is broken,operation interrupted,operation timeout,truncated input,out of memory,"
-              "end of stream,connection reset by peer,operation failed,invalid input,unknown state,");
 }
 
 TEST(Stateful, TakesItsStateFromAStatusAndHandsItOut) {
@@ -69,8 +58,7 @@ TEST(Stateful, TakesItsStateFromAStatusAndHandsItOut) {
     status.Set(ReturnT::Oom(), "Test", "");
     broken.SetObjStatus(status); // too late
     memory.SetObjStatus(status);
-    EXPECT_FALSE(plain.Initialized() || broken.Initialized());
-    EXPECT_EQ(memory.CurrentState(), STATE_NO_MEMORY);
+    EXPECT_FALSE(plain.Initialized() || broken.Initialized() || memory.CurrentState() != STATE_NO_MEMORY);
 }
 
 } // namespace

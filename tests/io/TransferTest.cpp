@@ -23,7 +23,14 @@ protected:
 
 TEST_F(TransferTest, AFileMovesBytesAndMeetsTheEndOnce) { CheckMoves(end_.file); }
 
-TEST_F(TransferTest, ASocketMovesBytesAndMeetsTheEndOnce) { CheckMoves(end_.waiting); }
+TEST_F(TransferTest, ASocketMovesBytesWithinItsTimeAndMeetsTheEndOnce) {
+    end_.SetTimeout(0);
+    Send("x");
+    EXPECT_TRUE(end_.waiting.SysRead(data_, 1, done_) && !end_.waiting.SysRead(data_, 1, done_));
+    EXPECT_EQ(end_.CurrentState(), Stateful::STATE_TIMEOUT);
+    end_.ClearState_();
+    CheckMoves(end_.waiting);
+}
 
 TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
     struct {
@@ -37,8 +44,7 @@ TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
         {EAGAIN, 5, Stateful::STATE_FAILED, EINTR, "VERB call interrupted.",
          "I/O operation interrupted by a system signal."},
         {ECONNRESET, 1, Stateful::STATE_RESET, 0, "", ""},
-        {EPERM, 1, Stateful::STATE_FAILED, EPERM, "unable to VERB data: operation not permitted.", ""},
-    };
+        {EPERM, 1, Stateful::STATE_FAILED, EPERM, "unable to VERB data: operation not permitted.", ""}};
     SysCall const names[] = {SysCall::read, SysCall::write, SysCall::recv, SysCall::send};
     for (auto const& row : rows) {
         for (int way = 0; way < 4; ++way) {
