@@ -26,7 +26,7 @@ TYPED_TEST(OpenedTest, OpensAndClosesAgainOnOneObject) {
         Heap heap;
         EXPECT_TRUE(file.Open(flags) && file.IsOpened());
         EXPECT_FALSE(file.Open(O_RDONLY) || file.Eos());
-        EXPECT_EQ(file.Mode(), Io::ModeOfFlags(flags));
+        EXPECT_EQ(uint32_t{file.Mode()}, static_cast<uint32_t>(flags) + 1); // read 1, write 2, both 3
         EXPECT_TRUE((flags == O_WRONLY || Rest(file) == "text") && file.Close() && !file.IsOpened());
         EXPECT_EQ(heap.Live(), 0u) << heap.Describe(); // a closed file costs no memory
     }
@@ -62,7 +62,7 @@ TYPED_TEST(FileTest, KeepsOnePositionThroughAWrapperAndClosesAtItsEnd) {
         TypeParam target(this->path.c_str(), O_RDWR, Io::EOL_LF, 4), file("/never/opened");
         Io::StringStream source("0123456789");
         file.Attach(&target);
-        EXPECT_TRUE(file.IsOpened() && file.CopyFrom(source) && file.Seek(0));
+        EXPECT_TRUE(file.IsOpened() && file.Seek(2) && file.CopyFrom(source) && file.Seek(0));
         EXPECT_TRUE(file.GetChar() == '0' && Position(file) == 1);
         file << "AB"; // the read-ahead is dropped: goes behind it
         EXPECT_TRUE(file.Truncate(8) && Position(file) == 6 && Rest(file) == "67");

@@ -36,6 +36,7 @@ TEST(StringStream, IsAFileInMemory) {
             if (step % 2 == 0 && at + size <= twin.size()) { // the position stays when the text is cut
                 ASSERT_TRUE(stream.ReadAll(part.data(), size));
                 ASSERT_EQ(part, twin.substr(at, size));
+                ASSERT_EQ(Position(stream), static_cast<long>(at + size)); // not where the read-ahead is
                 twin.resize(random() % 200);
                 ASSERT_TRUE(stream.Truncate(static_cast<long>(twin.size())));
             } else {
