@@ -2,7 +2,7 @@
 
 bool Sampler::Start() {
     if (!timer_.Initialized()) return false;
-    timer_.Set(0L);
+    OnTimer_();
     return true;
 }
 

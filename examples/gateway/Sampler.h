@@ -19,7 +19,7 @@ public:
         , stateFile_(stateFile) {}
     ~Sampler() { Stop(); }
 
-    // Takes the first sample at once. False if there is no timer.
+    // Takes the first sample before it returns. False if there is no timer.
     bool Start();
 
     // No sample is taken any more.

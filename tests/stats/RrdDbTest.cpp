@@ -92,35 +92,6 @@ TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
     }
 }
 
-TEST(RrdDb, MergesIntoTheLongerHistory) {
-    Type backwards[std::size(ATTRIBUTES)];
-    std::reverse_copy(std::begin(ATTRIBUTES), std::end(ATTRIBUTES), backwards);
-    for (bool const swap : {false, true}) {
-        Db longer("l", "", ATTRIBUTES, 5, Db::STEP_3S);
-        Db shorter("s", "", backwards, 5, Db::STEP_3S);
-        for (long n = 0; n < 100; ++n) {
-            ASSERT_TRUE(Update(longer, Tenths(30 * n + 30), {0, 0, U64(7 * n), 100, 1ull << 62}));
-            ASSERT_TRUE(n >= 45 || Update(shorter, Tenths(30 * n + 30), {1ull << 62, 100, U64(7 * n), 0, 0}));
-        }
-        EXPECT_EQ(Read(longer, "heat", 1).value, ~0ull / 20 * 10); // ten carries
-        Db& target = swap ? shorter : longer;
-        Db& other = swap ? longer : shorter;
-        ASSERT_TRUE(target.Merge(other).Succeeded());
-        std::tuple<char const*, unsigned long, U64, long> const rows[] = {
-            {"drops", 0, 42, 1350}, {"drops", 44, 21, 30}, {"drops", 45, 21, 1650},
-            {"up", 0, 1, 1350},     {"up", 45, 100, 1650}, {"heat", 0, ~0ull, 1350}};
-        for (auto const& [name, index, value, time] : rows) {
-            Sample const sample = Read(target, name, 0, index);
-            EXPECT_TRUE(sample.value == value && sample.time == Tenths(time)) << name << index;
-        }
-        EXPECT_TRUE(!other.HasData() && other.Lifetime().IsZero());
-        // The count of updates goes on in the one and starts in the other, also with an earlier time.
-        EXPECT_TRUE(Update(target, 400000, ValuesT(5)) && Update(other, 9000, ValuesT(5, 3000)));
-        EXPECT_TRUE(Read(target, "up", 1).time == 400000 && Read(target, "up", 2).time == 3000);
-        EXPECT_TRUE(Read(other, "rate", 0).value == 8000 && Read(other, "rate", 3).time == 9000);
-    }
-}
-
 TEST(RrdDb, RefusesWhatDoesNotFit) {
     LogCapture log;
     Clock clock;
