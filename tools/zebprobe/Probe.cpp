@@ -124,7 +124,8 @@ int Main(int argc, char** argv) {
     if (verb == nullptr) return Usage("unknown verb '" + std::string(argv[optind]) + "'");
     options.words.assign(argv + optind + 1, argv + argc);
     if (options.words.size() != CountWords(verb->arguments))
-        return Usage(std::string("usage: zebprobe ") + verb->name + " " + verb->arguments);
+        return Usage(std::string("usage: zebprobe ") + verb->name + (*verb->arguments != '\0' ? " " : "") +
+                     verb->arguments);
     if (char const* const wrong = verb->check(options)) return Usage(wrong);
     if (options.log) Log::ConsoleMode();
     return RunAll(*verb, options);

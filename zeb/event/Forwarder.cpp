@@ -1,14 +1,12 @@
 #include "zeb/core/StatusLog.h"
-#include "zeb/core/Time.h"
 #include "zeb/event/SenderImpl.h"
+#include "zeb/runtime/PatienceImpl.h"
 
 #include <new>
 
 namespace Event {
 
 namespace {
-
-constexpr unsigned long REPORT_PERIOD = 30; // seconds
 
 bool ReportOom() {
     (void)StatusLog(ReturnT::Oom(), Log::CRITICAL, Acceptor_::IDENT, nullptr, "").SetOom();
@@ -74,24 +72,18 @@ class Forwarder_::Report_ {
 public:
     void Restart() { isWaiting_ = false; }
     void Busy(Base const& event, BaseDelegate const& delegate) {
-        Time::Span const now = Time::Monotonic();
-        if (!isWaiting_) {
-            isWaiting_ = true;
-            start_ = now;
-            limit_ = REPORT_PERIOD;
-        }
-        auto const elapsed = static_cast<unsigned long>((now - start_).Seconds());
-        if (elapsed < limit_) return;
+        if (!isWaiting_) patience_ = Patience_();
+        isWaiting_ = true;
+        long const seconds = patience_.Due();
+        if (seconds == 0) return;
         Log(Log::WARNING, IDENT, nullptr, "unable to send \"%1\" to \"%2\" for %3 seconds")
-            << event.Ident() << delegate.Ident() << elapsed
+            << event.Ident() << delegate.Ident() << seconds
             << Log::Backtrace(0, Thread::OwnerId(*delegate.Lock()), Log::Backtrace::DEMANGLE);
-        limit_ = elapsed / REPORT_PERIOD * REPORT_PERIOD + REPORT_PERIOD;
     }
 
 private:
     bool isWaiting_ = false;
-    Time::Span start_;
-    unsigned long limit_ = 0;
+    Patience_ patience_;
 };
 
 unsigned long Forwarder_::FindTarget_(CString const& type) const {

@@ -11,7 +11,6 @@ namespace Stats {
 namespace {
 
 constexpr char const THREAD_NAME[] = "Statistics collector thread";
-constexpr long WARNING_PERIOD = 30; // seconds
 
 constexpr long PER_SECOND = 1000000; // microseconds
 
@@ -156,8 +155,7 @@ Thread_::EntryT* Thread_::AwaitDue_(Attempt_& attempt) {
         return nullptr;
     }
     current_ = first;
-    if (attempt.entry != first || attempt.next != first->next)
-        attempt = {first, first->next, now.Parts().Seconds(), WARNING_PERIOD};
+    if (attempt.entry != first || attempt.next != first->next) attempt = {first, first->next, Patience_()};
     return first;
 }
 
@@ -179,11 +177,10 @@ bool Thread_::Deliver_(EntryT& entry, Attempt_& attempt) {
 }
 
 void Thread_::WarnBusy_(Collector const& collector, Mutex const& lock, Attempt_& attempt) {
-    long const seconds = Time::Monotonic().Parts().Seconds() - attempt.waitStart;
-    if (seconds < attempt.nextWarning) return;
+    long const seconds = attempt.patience.Due();
+    if (seconds == 0) return;
     Log(Log::WARNING, Collector::IDENT, nullptr, "unable to send a statistics alarm to \"%1\" for %2 seconds")
         << collector.Name() << seconds << Log::Backtrace(0, OwnerId(lock), Log::Backtrace::DEMANGLE);
-    attempt.nextWarning = (seconds + WARNING_PERIOD) / WARNING_PERIOD * WARNING_PERIOD;
 }
 
 // True if the alarm is to be tried again after a pause. The entry is a live one only while it is the first of

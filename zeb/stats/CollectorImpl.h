@@ -5,6 +5,7 @@
 #include "zeb/core/Intrusive.h"
 #include "zeb/core/TimeSpan.h"
 #include "zeb/runtime/Condition.h"
+#include "zeb/runtime/PatienceImpl.h"
 #include "zeb/runtime/Thread.h"
 #include "zeb/stats/Collector.h"
 
@@ -46,8 +47,7 @@ private:
     struct Attempt_ {
         EntryT const* entry = nullptr;
         Time::Span next;
-        long waitStart = 0; // seconds
-        long nextWarning = 0;
+        Patience_ patience; // from the first attempt on
     };
 
     static Thread_* New_();
