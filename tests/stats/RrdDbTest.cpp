@@ -1,7 +1,6 @@
-#include "zeb/stats/RrdDb.h"
-
 #include "tests/doc/xml/Trees.h"
 #include "tests/runtime/Worker.h"
+#include "tests/stats/Rrd.h"
 #include "zeb/core/Time.h"
 #include "zeb/event/Bus.h"
 #include "zeb/event/Delegate.h"
@@ -9,41 +8,14 @@
 
 #include <algorithm>
 #include <tuple>
-#include <vector>
-
-using Stats::Rrd::Db;
-using Stats::Rrd::Sample;
-using Type = Db::Attribute;
 
 namespace {
-
-using U64 = unsigned long long;
-using ValuesT = std::vector<U64>;
-
-Type const ATTRIBUTES[] = {{"rate", 8, Type::SPEED, Db::RAISE_OFF},
-                           {"none", 1, Type::NONE, Db::RAISE_ON},
-                           {"drops", 3, Type::COUNT, Db::RAISE_ON},
-                           {"up", 5, Type::BOOL, Db::RAISE_OFF},
-                           {"heat", 2, Type::GAUGE, Db::RAISE_OFF}};
-
-Db::Modifier Tailing(bool tail) {
-    Db::Modifier modifier;
-    if (tail) modifier.SetTailing();
-    return modifier;
-}
-
-bool Update(Db& db, Time::Span const& time, ValuesT const& values) {
-    Array<U64> array;
-    return array.Assign(values.data(), values.size()) && db.Update(time, array).Succeeded();
-}
 
 Sample Read(Db const& db, char const* name, unsigned level, unsigned long index = 0) {
     Array<Sample> out;
     EXPECT_TRUE(db.GetData(out, name, level, Tailing(false)).Succeeded() && out.Size() == 64);
     return out[index];
 }
-
-Time::Span Tenths(long tenths) { return Time::Span(Time::Span::Value(tenths / 10, tenths % 10 * 100000)); }
 
 TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
     struct {
