@@ -37,10 +37,15 @@ TEST_F(ConfigFileTest, FailuresOnTheWayLeaveTheTarget) {
          "E Io::ConfigFile: unable to write data: no space left on device.\n"},
         {SysCall::close, EIO, "target", "C Io::ConfigFile: unable to close \"@~\": input/output error.\n"},
         {SysCall::rename, EPERM, "target",
-         "C Io::ConfigFile: unable to replace \"@\": operation not permitted.\n"}};
+         "C Io::ConfigFile: unable to replace \"@\": operation not permitted.\n"},
+        {SysCall::rename, EIO, "target target~",
+         "C Io::ConfigFile: unable to replace \"@\": input/output error.\n"
+         "C Io::ConfigFile: unable to remove \"@~\": operation not permitted.\n"}};
     for (auto const& row : rows) {
         Calls calls;
         calls.Script(row.call, {Calls::Fail(row.error)});
+        if (row.error == EIO && row.call == SysCall::rename)
+            calls.Script(SysCall::unlink, {Calls::Fail(EPERM)});
         Io::ConfigFile file(path.c_str());
         file << "new";
         EXPECT_FALSE(file.Close());

@@ -76,6 +76,9 @@ TEST(StringStream, FailsWhenClosedBrokenOrNotOpenForWritingAndThroughAnAlias) {
         plain.Attach(&reader);
         EXPECT_EQ(use(plain), &use >= EVERYTHING + 3); // those that do not write
     }
+    StringStream kept("kept");
+    EXPECT_FALSE(kept.CopyFrom(SeekableStream::Broken()));
+    EXPECT_EQ(Text(kept.Str()), "kept");
     ForEveryAllocation([](Heap& heap) {
         heap.Arm();
         StringStream stream("text");
