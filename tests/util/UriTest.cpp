@@ -96,6 +96,8 @@ TEST(Uri, TakesAuthoritiesApartAndComposesThem) {
     URI uri;
     ASSERT_TRUE(uri.SetAuthority("", "dropped", "h", "1"));
     EXPECT_EQ(Parts(uri), "|h:1||||");
+    ASSERT_TRUE(uri.SetAuthority("", "", View(std::string("::1\0x", 5)), ""));
+    EXPECT_EQ(Parts(uri), "|%3A%3A1%00x||||");
 }
 
 TEST(Uri, IsCopiedSwappedAndCompared) {

@@ -38,9 +38,10 @@ bool Decode_(AuthorityParts const& parts, Authority_& out, bool& valid) {
     return true;
 }
 
+// An address in text ends at a NUL; what stands behind one makes it a name, to be encoded.
 bool IsIp6_(CString const& host) {
     in6_addr address;
-    return Network::Ip6::Sscan6(host.Cstr(), host.Size(), &address) == 1;
+    return host.Find('\0') == host.Size() && Network::Ip6::Sscan6(host.Cstr(), host.Size(), &address) == 1;
 }
 
 // All pieces behind one another.
