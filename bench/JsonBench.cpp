@@ -5,8 +5,8 @@
 #include "bench/JsonCorpus.h"
 #include "zeb/doc/json/Codes.h"
 #include "zeb/doc/json/Document.h"
-#include "zeb/io/Base.h"
-#include "zeb/io/OStream.h"
+#include "zeb/stream/Base.h"
+#include "zeb/stream/OStream.h"
 
 #include <benchmark/benchmark.h>
 #include <vector>

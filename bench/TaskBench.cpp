@@ -6,9 +6,9 @@
 #include "zeb/event/Bus.h"
 #include "zeb/event/Delegate.h"
 #include "zeb/event/LibraryEvents.h"
-#include "zeb/runtime/TaskObject.h"
-#include "zeb/runtime/TaskQueue.h"
 #include "zeb/runtime/ThreadMain.h"
+#include "zeb/task/TaskObject.h"
+#include "zeb/task/TaskQueue.h"
 
 #include <benchmark/benchmark.h>
 

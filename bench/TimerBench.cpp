@@ -4,7 +4,7 @@
 #include "bench/Answer.h"
 #include "zeb/core/AutoPtr.h"
 #include "zeb/runtime/ThreadMain.h"
-#include "zeb/runtime/Timer.h"
+#include "zeb/timer/Timer.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,10 +1,10 @@
 // URIs taken apart, and percent-encoding, each beside what a program would otherwise use. A name is
 // <operation>/<who>; those of the operation uri_scan copy nothing.
 
-#include "zeb/util/Matcher.h"
-#include "zeb/util/Regex.h"
-#include "zeb/util/URI.h"
-#include "zeb/util/UriScanImpl.h"
+#include "zeb/text/Matcher.h"
+#include "zeb/text/Regex.h"
+#include "zeb/text/URI.h"
+#include "zeb/text/UriScanImpl.h"
 
 #include <benchmark/benchmark.h>
 #include <cstring>

@@ -3,7 +3,7 @@
 
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Print.h"
-#include "zeb/io/OStream.h"
+#include "zeb/stream/OStream.h"
 
 #include <benchmark/benchmark.h>
 

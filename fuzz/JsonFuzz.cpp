@@ -5,7 +5,7 @@
 
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/xml/Document.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <climits>
 #include <cmath>

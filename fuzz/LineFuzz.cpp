@@ -4,7 +4,7 @@
 #include "fuzz/FuzzInput.h"
 
 #include "zeb/core/String.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <climits>
 

@@ -3,8 +3,8 @@
 #include "fuzz/FuzzInput.h"
 
 #include "fuzz/UriEngine.h"
-#include "zeb/util/URI.h"
-#include "zeb/util/UriScanImpl.h"
+#include "zeb/text/URI.h"
+#include "zeb/text/UriScanImpl.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Stream.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <climits>
 

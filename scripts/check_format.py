@@ -5,7 +5,7 @@ import subprocess
 
 import tree
 
-FOLDERS = ("zeb", "libzeb", "tests", "tools", "examples", "bench", "fuzz", "packaging")
+FOLDERS = ("zeb", "libzeb", "workbench", "tests", "tools", "examples", "bench", "fuzz", "packaging")
 
 names = tree.select(FOLDERS, (".h", ".cpp"))
 done = subprocess.run(["clang-format-14", "--dry-run", "-Werror", "--ferror-limit=3", *names], cwd=tree.ROOT) if names else None

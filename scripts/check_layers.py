@@ -1,47 +1,27 @@
 #!/usr/bin/env python3
-"""Includes of the library form no loop, go to the same layer or a lower one, and use little of the standard library."""
-
-import fnmatch
+"""Includes of the library form no loop, go to the same folder or a lower one, and use little of the standard library."""
 
 import tree
 
-# From low to high. Of all patterns that match a file the longest decides. Within a layer includes are free.
-LAYERS = (
-    ("core", ("zeb/core/*", "libzeb/*")),
-    ("stream core", tuple(f"zeb/io/{name}.*" for name in (
-        "Base", "Base64Stream", "BrokenStream", "Buffer", "IStream", "IStreamBuffer", "Memory", "Mode", "OStream",
-        "OStreamBuffer", "SeekableStream", "Stateful", "Stream", "StringStream", "TextScan"))),
-    ("documents", ("zeb/doc/*",)),
-    ("locks, threads, frame", ("zeb/runtime/*",)),
-    ("events, addresses", ("zeb/event/*", "zeb/network/*", "zeb/util/Matcher.*", "zeb/util/Regex.*", "zeb/util/U[Rr][Ii]*")),
-    ("timers, tasks, statistics", ("zeb/runtime/Timer*", "zeb/runtime/Task*", "zeb/stats/*")),
-    ("files, polling, utilities", ("zeb/io/*", "zeb/io/SocketBase.*", "zeb/io/SocketError.*", "zeb/util/*")),
-    ("processes, firmware, TLS", ("zeb/process/*", "zeb/firmware/*", "zeb/ssl/*")),
-    ("sockets, HTTP, netlink, resolver", ("zeb/io/*Socket*", "zeb/io/http/*", "zeb/io/nla/*", "zeb/network/dns/*")),
-)
-
-# The one place where a folder looks upward: a thread's status report stands on its lock.
-UPWARD = (("zeb/core/Status*", "zeb/runtime/*"),)
+# From low to high: a file includes its own folder and folders above it in this list, nothing else.
+FLOORS = ("libzeb", "zeb/core", "zeb/runtime", "zeb/stream", "zeb/doc/xml", "zeb/doc/json", "zeb/doc", "zeb/network", "zeb/text",
+          "zeb/event", "zeb/timer", "zeb/task", "zeb/stats", "zeb/io", "zeb/filesystem", "zeb/interface", "zeb/util",
+          "zeb/firmware", "zeb/ssl", "zeb/socket", "zeb/dns", "zeb/http", "zeb/netlink", "zeb/process", "zeb/module")
 
 # All of the standard library that the library may use, besides C headers and those of other libraries.
 STANDARD = set("type_traits utility atomic new limits bit charconv concepts compare initializer_list typeinfo cstddef cstdint "
                "cerrno climits cctype cfloat cinttypes cmath cstdarg cstdio cstdlib cstring ctime cwchar csignal".split())
 
 
-def rank(name):
-    matches = [(len(pattern), number) for number, (_, patterns) in enumerate(LAYERS)
-               for pattern in patterns if fnmatch.fnmatchcase(name, pattern)]
-    return max(matches)[1] if matches else None
-
-
-def may_look_upward(name, target):
-    return any(fnmatch.fnmatchcase(name, low) and fnmatch.fnmatchcase(target, high) for low, high in UPWARD)
+def floor(name):
+    folder = name.rpartition("/")[0]
+    return FLOORS.index(folder) if folder in FLOORS else None
 
 
 def layer_complaints(name):
-    own = rank(name)
+    own = floor(name)
     if own is None:
-        yield f"{name}: belongs to no layer; add its folder to LAYERS in scripts/check_layers.py"
+        yield f"{name}: its folder stands on no floor; add it to FLOORS in scripts/check_layers.py"
         return
     quoted, system = tree.includes(name)
     for target in quoted:
@@ -49,12 +29,12 @@ def layer_complaints(name):
         if not (tree.ROOT / target).is_file():
             yield f"{where}: '{target}' is no file, seen from the root of the tree"
             continue
-        other = rank(target)
+        other = floor(target)
         if other is None:
             yield f"{where}: '{target}' does not belong to the library"
-        elif other > own and not may_look_upward(name, target):
-            yield (f"{where}: layer '{LAYERS[own][0]}' includes '{target}' of the higher layer '{LAYERS[other][0]}'; "
-                   "declare the member here and define it in a source of the higher layer")
+        elif other > own:
+            yield (f"{where}: '{FLOORS[own]}' includes '{target}' of a higher floor; "
+                   "declare the member here and define it in a source of that folder")
     for target in system:
         if "." not in target and "/" not in target and target not in STANDARD:
             yield f"{name}:{tree.line_of(name, '<' + target)}: <{target}> is not used in the library"
@@ -82,6 +62,6 @@ def loops(names):
 
 if __name__ == "__main__":
     library = tree.select(("zeb", "libzeb"), (".h", ".cpp", ".inc"))
-    everything = tree.select(("zeb", "libzeb", "tests", "tools", "examples", "bench", "fuzz"), (".h", ".cpp"))
+    everything = tree.select(("zeb", "libzeb", "workbench", "tests", "tools", "examples", "bench", "fuzz"), (".h", ".cpp"))
     complaints = [line for name in library for line in layer_complaints(name)]
     tree.report(complaints + list(loops(everything)))

@@ -4,8 +4,8 @@
 #include "zeb/event/Delegate.h"
 #include "zeb/event/InterfaceLinkEvents.h"
 #include "zeb/runtime/Main.h"
-#include "zeb/runtime/TaskApply.h"
-#include "zeb/runtime/Timer.h"
+#include "zeb/task/TaskApply.h"
+#include "zeb/timer/Timer.h"
 
 namespace {
 

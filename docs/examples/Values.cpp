@@ -3,7 +3,7 @@
 #include "zeb/doc/json/Getter.h"
 #include "zeb/io/StdStream.h"
 #include "zeb/network/IpBlock.h"
-#include "zeb/util/URI.h"
+#include "zeb/text/URI.h"
 
 namespace {
 

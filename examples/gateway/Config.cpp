@@ -6,7 +6,7 @@
 #include "zeb/doc/json/Getter.h"
 #include "zeb/doc/json/Object.h"
 #include "zeb/io/File.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <fcntl.h>
 

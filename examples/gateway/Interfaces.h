@@ -6,7 +6,7 @@
 #include "zeb/event/InterfaceAddressEvents.h"
 #include "zeb/event/InterfaceEvents.h"
 #include "zeb/event/InterfaceLinkEvents.h"
-#include "zeb/network/Ip4TrackerBase.h"
+#include "zeb/interface/Ip4TrackerBase.h"
 #include "zeb/runtime/Mutex.h"
 
 class Interfaces : private Network::Interface::Ip4TrackerBase {

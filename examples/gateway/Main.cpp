@@ -16,7 +16,7 @@
 #include "zeb/event/SystemEvents.h"
 #include "zeb/io/StdStream.h"
 #include "zeb/runtime/Main.h"
-#include "zeb/runtime/Timer.h"
+#include "zeb/timer/Timer.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -6,7 +6,7 @@
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Node.h"
 #include "zeb/doc/xml/Print.h"
-#include "zeb/io/OStream.h"
+#include "zeb/stream/OStream.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "zeb/core/RString.h"
 #include "zeb/core/Time.h"
 #include "zeb/io/File.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <cerrno>
 #include <cstring>

@@ -8,7 +8,7 @@
 #include "StateFile.h"
 #include "Telemetry.h"
 
-#include "zeb/runtime/Timer.h"
+#include "zeb/timer/Timer.h"
 
 class Sampler {
 public:

@@ -1,8 +1,8 @@
 #include "StateFile.h"
 
-#include "zeb/core/StatusLog.h"
 #include "zeb/core/Time.h"
 #include "zeb/io/ConfigFile.h"
+#include "zeb/runtime/StatusLog.h"
 
 #include <unistd.h>
 

@@ -8,7 +8,7 @@
 
 #include "zeb/core/ReturnT.h"
 #include "zeb/runtime/Mutex.h"
-#include "zeb/runtime/TaskApply.h"
+#include "zeb/task/TaskApply.h"
 
 class StateFile : public Task::ApplyBase {
 public:

@@ -1,6 +1,6 @@
 // Operations that allocate fail exactly when the heap does, and leave their object as it was.
 
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 #include "zeb/core/Array.h"
 #include "zeb/core/ArrayMap.h"
 #include "zeb/core/AutoBuffer.h"

@@ -1,5 +1,5 @@
 #include "zeb/core/Buffer.h"
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 #include "zeb/core/AutoBuffer.h"
 
 #include <algorithm>

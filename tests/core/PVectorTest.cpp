@@ -1,5 +1,5 @@
 #include "zeb/core/PVector.h"
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

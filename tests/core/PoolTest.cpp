@@ -1,7 +1,7 @@
 #include "zeb/core/Pool.h"
 
-#include "tests/support/Calls.h"
-#include "tests/support/Heap.h"
+#include "workbench/Calls.h"
+#include "workbench/Heap.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "zeb/core/StringAccumulator.h"
 
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 
 #include <climits>
 #include <cstdio>

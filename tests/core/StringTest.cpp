@@ -1,6 +1,6 @@
 #include "zeb/core/String.h"
 
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 #include "zeb/core/RString.h"
 
 #include <algorithm>

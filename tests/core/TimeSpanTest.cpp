@@ -1,6 +1,6 @@
 #include "zeb/core/TimeSpan.h"
 
-#include "tests/support/Clock.h"
+#include "workbench/Clock.h"
 #include "zeb/core/CString.h"
 #include "zeb/core/Time.h"
 

@@ -1,6 +1,6 @@
 #include "zeb/core/TimeStamp.h"
 
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 
 #include <climits>
 #include <gtest/gtest.h>

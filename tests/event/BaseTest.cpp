@@ -1,14 +1,14 @@
 #include "zeb/event/Base.h"
 
 #include "tests/event/Notes.h"
-#include "tests/support/Clock.h"
-#include "tests/support/Heap.h"
+#include "workbench/Clock.h"
+#include "workbench/Heap.h"
 #include "zeb/core/StringMap.h"
 #include "zeb/core/Time.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Node.h"
 #include "zeb/doc/xml/Print.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 namespace {
 

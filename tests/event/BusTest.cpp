@@ -1,8 +1,8 @@
 #include "zeb/event/Bus.h"
 
 #include "tests/event/Notes.h"
-#include "tests/support/Clock.h"
-#include "tests/support/Heap.h"
+#include "workbench/Clock.h"
+#include "workbench/Heap.h"
 #include "zeb/core/String.h"
 #include "zeb/event/SenderImpl.h"
 

@@ -1,5 +1,5 @@
 #include "tests/doc/xml/Trees.h"
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 #include "zeb/event/CloudEvents.h"
 #include "zeb/event/ConfigurationEvents.h"
 #include "zeb/event/DhcpEvents.h"

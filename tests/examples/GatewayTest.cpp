@@ -1,7 +1,7 @@
 // The sample daemon as a user runs it: a process, its configuration, its signals.
 
-#include "tests/support/Child.h"
-#include "tests/support/TempDir.h"
+#include "workbench/Child.h"
+#include "workbench/TempDir.h"
 #include "zeb/doc/json/Array.h"
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/json/Object.h"

@@ -1,7 +1,7 @@
 #include "zeb/io/ConfigFile.h"
 #include "tests/io/Transports.h"
-#include "tests/support/Calls.h"
-#include "tests/support/TempDir.h"
+#include "workbench/Calls.h"
+#include "workbench/TempDir.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "zeb/io/Descriptor.h"
-#include "tests/support/Calls.h"
-#include "tests/support/Clock.h"
-#include "tests/support/LogCapture.h"
+#include "workbench/Calls.h"
+#include "workbench/Clock.h"
+#include "workbench/LogCapture.h"
 #include "zeb/core/TimeSpan.h"
 
 #include <algorithm>

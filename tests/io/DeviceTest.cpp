@@ -1,6 +1,6 @@
 #include "zeb/io/Device.h"
 #include "tests/io/Transports.h"
-#include "tests/support/Child.h"
+#include "workbench/Child.h"
 #include "zeb/io/StdStream.h"
 
 #include <fcntl.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/runtime/Worker.h"
-#include "tests/support/Calls.h"
+#include "workbench/Calls.h"
 #include "zeb/io/FdBase.h"
 #include "zeb/io/Pollable.h"
 #include "zeb/io/PollableBase.h"

@@ -1,10 +1,10 @@
 #include "zeb/io/File.h"
 #include "tests/io/Transports.h"
-#include "tests/support/Calls.h"
-#include "tests/support/TempDir.h"
+#include "workbench/Calls.h"
+#include "workbench/TempDir.h"
 #include "zeb/io/Device.h"
 #include "zeb/io/PollableFile.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <fcntl.h>
 

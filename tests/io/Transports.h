@@ -2,9 +2,9 @@
 // it, and short words for what the tests of streams ask.
 #pragma once
 
-#include "tests/support/Heap.h"
-#include "tests/support/LogCapture.h"
-#include "zeb/io/SeekableStream.h"
+#include "workbench/Heap.h"
+#include "workbench/LogCapture.h"
+#include "zeb/stream/SeekableStream.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,7 +1,7 @@
 #include "zeb/network/Tools.h"
 
 #include "libzeb/zeb_punycode.h"
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 #include "zeb/core/String.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // What the tests of addresses share: values from their texts and back.
 #pragma once
 
-#include "tests/support/LogCapture.h"
+#include "workbench/LogCapture.h"
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"
 

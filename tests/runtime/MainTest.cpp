@@ -1,8 +1,8 @@
 #include "zeb/runtime/Main.h"
 
 #include "tests/runtime/Worker.h"
-#include "tests/support/Calls.h"
-#include "tests/support/Child.h"
+#include "workbench/Calls.h"
+#include "workbench/Child.h"
 #include "zeb/core/Time.h"
 #include "zeb/runtime/MainImpl.h"
 #include "zeb/runtime/MainSt.h"

@@ -1,15 +1,15 @@
 #include "zeb/runtime/Mutex.h"
 
 #include "tests/runtime/Worker.h"
-#include "tests/support/Calls.h"
-#include "tests/support/Clock.h"
-#include "tests/support/Heap.h"
+#include "workbench/Calls.h"
+#include "workbench/Clock.h"
+#include "workbench/Heap.h"
 #include "zeb/core/Time.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Print.h"
-#include "zeb/io/StringStream.h"
 #include "zeb/runtime/Condition.h"
 #include "zeb/runtime/ThreadImpl.h"
+#include "zeb/stream/StringStream.h"
 
 #include <cerrno>
 #include <functional>

@@ -1,11 +1,11 @@
 #include "zeb/runtime/Thread.h"
 
 #include "tests/runtime/Worker.h"
-#include "tests/support/Calls.h"
-#include "tests/support/Clock.h"
-#include "tests/support/Heap.h"
-#include "zeb/core/StatusLog.h"
+#include "workbench/Calls.h"
+#include "workbench/Clock.h"
+#include "workbench/Heap.h"
 #include "zeb/core/Time.h"
+#include "zeb/runtime/StatusLog.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,8 +1,8 @@
 // Threads for tests: a main thread for the scope of a test, and workers that run a given body.
 #pragma once
 
-#include "tests/support/Clock.h"
-#include "tests/support/LogCapture.h"
+#include "workbench/Clock.h"
+#include "workbench/LogCapture.h"
 #include "zeb/core/AutoPtr.h"
 #include "zeb/runtime/ThreadMain.h"
 

@@ -1,8 +1,8 @@
 #include "zeb/stats/Collector.h"
 
 #include "tests/runtime/Worker.h"
-#include "tests/support/Calls.h"
-#include "tests/support/Heap.h"
+#include "workbench/Calls.h"
+#include "workbench/Heap.h"
 #include "zeb/core/Time.h"
 
 #include <atomic>

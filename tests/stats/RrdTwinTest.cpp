@@ -1,8 +1,8 @@
 // The round-robin database beside a slow, obvious twin, over random histories.
 
 #include "tests/stats/Rrd.h"
-#include "tests/support/Clock.h"
-#include "tests/support/LogCapture.h"
+#include "workbench/Clock.h"
+#include "workbench/LogCapture.h"
 #include "zeb/core/Time.h"
 
 #include <gtest/gtest.h>

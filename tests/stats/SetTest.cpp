@@ -1,7 +1,7 @@
 #include "zeb/stats/Set.h"
 
 #include "tests/doc/xml/Trees.h"
-#include "tests/support/LogCapture.h"
+#include "workbench/LogCapture.h"
 #include "zeb/stats/Cpu.h"
 
 #include <climits>

@@ -2,7 +2,7 @@
 
 #include "tests/doc/xml/Trees.h"
 #include "tests/runtime/Worker.h"
-#include "tests/support/Calls.h"
+#include "workbench/Calls.h"
 
 #include <cerrno>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 #include "tools/zebprobe/Probe.h"
 
 #include "zeb/doc/json/Document.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <climits>
 #include <cstdio>

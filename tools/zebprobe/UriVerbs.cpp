@@ -1,6 +1,6 @@
 #include "tools/zebprobe/Probe.h"
 
-#include "zeb/util/URI.h"
+#include "zeb/text/URI.h"
 
 namespace Probe {
 

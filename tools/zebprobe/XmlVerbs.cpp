@@ -3,7 +3,7 @@
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Print.h"
 #include "zeb/doc/xml/Stream.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <climits>
 

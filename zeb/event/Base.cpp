@@ -1,10 +1,10 @@
 #include "zeb/event/Base.h"
 
-#include "zeb/core/StatusLog.h"
 #include "zeb/core/Time.h"
 #include "zeb/doc/xml/Attribute.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Node.h"
+#include "zeb/runtime/StatusLog.h"
 
 #include <cstring>
 

@@ -4,7 +4,7 @@
 #include "zeb/core/StringMap.h"
 #include "zeb/core/StringVector.h"
 #include "zeb/event/Base.h"
-#include "zeb/util/URI.h"
+#include "zeb/text/URI.h"
 
 namespace Event {
 

@@ -1,7 +1,7 @@
 #include "zeb/event/Bus.h"
 
-#include "zeb/core/StatusLog.h"
 #include "zeb/event/SenderImpl.h"
+#include "zeb/runtime/StatusLog.h"
 
 #include <cstdint>
 

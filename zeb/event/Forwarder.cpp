@@ -1,6 +1,6 @@
-#include "zeb/core/StatusLog.h"
 #include "zeb/event/SenderImpl.h"
 #include "zeb/runtime/PatienceImpl.h"
+#include "zeb/runtime/StatusLog.h"
 
 #include <new>
 

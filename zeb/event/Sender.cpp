@@ -1,5 +1,5 @@
-#include "zeb/core/StatusLog.h"
 #include "zeb/event/SenderImpl.h"
+#include "zeb/runtime/StatusLog.h"
 
 #include <new>
 

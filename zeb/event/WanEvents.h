@@ -6,7 +6,7 @@
 #include "zeb/event/Fields.h"
 #include "zeb/network/Ip6Address.h"
 #include "zeb/network/IpAddress.h"
-#include "zeb/util/URI.h"
+#include "zeb/text/URI.h"
 
 namespace Event {
 

@@ -10,7 +10,7 @@
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"
 #include "zeb/io/FdBase.h"
-#include "zeb/io/OStream.h"
+#include "zeb/stream/OStream.h"
 
 namespace Io {
 

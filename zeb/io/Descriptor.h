@@ -8,7 +8,7 @@
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Log.h"
-#include "zeb/io/Mode.h"
+#include "zeb/stream/Mode.h"
 
 namespace Time {
 class Span;

@@ -6,9 +6,9 @@
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"
 #include "zeb/io/FdBase.h"
-#include "zeb/io/Memory.h"
 #include "zeb/io/PollableBase.h"
 #include "zeb/io/PollableStream.h"
+#include "zeb/stream/Memory.h"
 
 namespace Io {
 

@@ -7,8 +7,8 @@
 // STATE_RESET; any other error becomes STATE_FAILED with its errno, and a line in the log.
 
 #include "zeb/core/Log.h"
-#include "zeb/io/Base.h"
-#include "zeb/io/Mode.h"
+#include "zeb/stream/Base.h"
+#include "zeb/stream/Mode.h"
 
 namespace Io {
 

@@ -6,7 +6,7 @@
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Log.h"
-#include "zeb/io/Memory.h"
+#include "zeb/stream/Memory.h"
 
 namespace Io {
 

@@ -7,8 +7,8 @@
 // not clear the state, so a failed object stays failed. Failures become STATE_FAILED with the errno.
 
 #include "zeb/core/Log.h"
-#include "zeb/io/Memory.h"
-#include "zeb/io/SeekableStream.h"
+#include "zeb/stream/Memory.h"
+#include "zeb/stream/SeekableStream.h"
 
 namespace Io {
 

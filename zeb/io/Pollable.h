@@ -7,8 +7,8 @@
 // third of a second. A Pollable owns nothing: descriptor and mode belong to the concrete class, and must live
 // as long as it. One object is used by one thread at a time; two threads must not wait on one object.
 
-#include "zeb/io/Mode.h"
-#include "zeb/io/Stateful.h"
+#include "zeb/stream/Mode.h"
+#include "zeb/stream/Stateful.h"
 
 #include <poll.h>
 

@@ -3,8 +3,8 @@
 // The transport that waits: wraps another transport and calls Pollable::Wait before each transfer. Shares the
 // end of stream flag of what it wraps. Owns nothing.
 
-#include "zeb/io/Base.h"
-#include "zeb/io/Mode.h"
+#include "zeb/stream/Base.h"
+#include "zeb/stream/Mode.h"
 
 namespace Io {
 

@@ -5,9 +5,9 @@
 // work on the root of the chain of parents and fail as those of FileStream do.
 
 #include "zeb/core/Log.h"
-#include "zeb/io/Memory.h"
 #include "zeb/io/PollableStream.h"
-#include "zeb/io/SeekableStream.h"
+#include "zeb/stream/Memory.h"
+#include "zeb/stream/SeekableStream.h"
 
 namespace Io {
 

@@ -3,7 +3,7 @@
 // Joins a stream and its wait: the base of sockets, devices and pollable files.
 
 #include "zeb/io/Pollable.h"
-#include "zeb/io/Stream.h"
+#include "zeb/stream/Stream.h"
 
 namespace Io {
 

@@ -4,8 +4,8 @@
 // descriptor nor connection. The owner waits for the descriptor (PollableBase); what a TLS transfer must wait
 // for in between is waited for here, in polls of at most 333 ms, with the time-out of SslSetTimeout.
 
-#include "zeb/io/Base.h"
-#include "zeb/io/Mode.h"
+#include "zeb/stream/Base.h"
+#include "zeb/stream/Mode.h"
 
 namespace Io {
 

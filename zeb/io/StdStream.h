@@ -5,10 +5,10 @@
 
 #include "zeb/core/Log.h"
 #include "zeb/io/FdBase.h"
-#include "zeb/io/IStream.h"
-#include "zeb/io/OStream.h"
 #include "zeb/io/Pollable.h"
 #include "zeb/io/PollableBase.h"
+#include "zeb/stream/IStream.h"
+#include "zeb/stream/OStream.h"
 
 namespace Io {
 

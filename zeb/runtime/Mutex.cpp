@@ -3,8 +3,8 @@
 #include "zeb/core/ErrorString.h"
 #include "zeb/core/Integer.h"
 #include "zeb/core/Log.h"
-#include "zeb/core/StatusLog.h"
 #include "zeb/core/Time.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/runtime/ThreadImpl.h"
 
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "zeb/runtime/Thread.h"
 
 #include "zeb/core/ErrorString.h"
-#include "zeb/core/StatusLog.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/runtime/ThreadImpl.h"
 
 #include <csignal>

@@ -22,10 +22,10 @@
 #include "zeb/core/Log.h"
 #include "zeb/core/PVector.h"
 #include "zeb/core/ReturnT.h"
-#include "zeb/core/Status.h"
 #include "zeb/core/String.h"
 #include "zeb/core/TimeSpan.h"
 #include "zeb/runtime/Mutex.h"
+#include "zeb/runtime/Status.h"
 
 namespace Xml {
 class Node;

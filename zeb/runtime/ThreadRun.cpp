@@ -1,7 +1,7 @@
 // Start and stop of a thread, and its routine.
 
 #include "zeb/core/ErrorString.h"
-#include "zeb/core/StatusLog.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/runtime/ThreadImpl.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 // What one thread can see of all others.
 
-#include "zeb/core/StatusLog.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/runtime/ThreadImpl.h"
 
 #include <cstring>

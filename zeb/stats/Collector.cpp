@@ -1,7 +1,7 @@
 #include "zeb/stats/Collector.h"
 
-#include "zeb/core/StatusLog.h"
 #include "zeb/core/Time.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/stats/CollectorImpl.h"
 
 #include <new>

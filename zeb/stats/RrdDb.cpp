@@ -1,9 +1,9 @@
 #include "zeb/stats/RrdDb.h"
 
-#include "zeb/core/StatusLog.h"
 #include "zeb/core/Time.h"
 #include "zeb/event/Bus.h"
 #include "zeb/event/LibraryEvents.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/stats/RrdAttributeImpl.h"
 
 #include <new>

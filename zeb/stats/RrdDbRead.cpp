@@ -1,9 +1,9 @@
 // Queries of a round-robin database, their answers as arrays and as nodes of documents.
 
 #include "zeb/core/Integer.h"
-#include "zeb/core/StatusLog.h"
 #include "zeb/core/Time.h"
 #include "zeb/doc/xml/Document.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/stats/RrdAttributeImpl.h"
 
 namespace Stats::Rrd {

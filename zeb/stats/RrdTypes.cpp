@@ -1,6 +1,6 @@
 // What each type of attribute makes of raw values and of samples.
 
-#include "zeb/core/StatusLog.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/stats/RrdAttributeImpl.h"
 
 namespace Stats::Rrd::Attribute {

@@ -1,7 +1,7 @@
 #include "zeb/stats/Set.h"
 
-#include "zeb/core/StatusLog.h"
 #include "zeb/doc/xml/Document.h"
+#include "zeb/runtime/StatusLog.h"
 
 namespace Stats {
 

@@ -1,9 +1,9 @@
 #include "zeb/stats/ThreadMonitor.h"
 
 #include "zeb/core/ErrorString.h"
-#include "zeb/core/StatusLog.h"
 #include "zeb/core/Time.h"
 #include "zeb/doc/xml/Document.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/runtime/ThreadImpl.h"
 #include "zeb/stats/CpuStatsImpl.h"
 

@@ -1,7 +1,7 @@
 // All threads, their locks and their processor load as nodes of a document.
 
-#include "zeb/core/StatusLog.h"
 #include "zeb/doc/xml/Document.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/stats/ThreadMonitor.h"
 
 namespace {

@@ -1,5 +1,5 @@
 #include "tests/doc/json/Text.h"
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 #include "zeb/doc/xml/Document.h"
 
 using namespace JsonTest;

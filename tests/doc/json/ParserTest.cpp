@@ -1,5 +1,5 @@
 #include "tests/doc/json/Text.h"
-#include "tests/support/LogCapture.h"
+#include "workbench/LogCapture.h"
 
 #include <bit>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "zeb/doc/json/Setter.h"
 #include "tests/doc/json/Text.h"
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 
 #include <gtest/gtest.h>
 

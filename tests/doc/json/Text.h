@@ -2,7 +2,7 @@
 
 #include "zeb/doc/json/Codes.h"
 #include "zeb/doc/json/Document.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <string>
 #include <string_view>

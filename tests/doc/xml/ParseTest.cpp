@@ -1,5 +1,5 @@
 #include "tests/doc/xml/Trees.h"
-#include "tests/support/LogCapture.h"
+#include "workbench/LogCapture.h"
 
 #include <thread>
 

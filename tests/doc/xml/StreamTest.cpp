@@ -1,8 +1,8 @@
 #include "zeb/doc/xml/Stream.h"
 
 #include "tests/doc/xml/Trees.h"
-#include "tests/support/Feed.h"
-#include "tests/support/LogCapture.h"
+#include "workbench/Feed.h"
+#include "workbench/LogCapture.h"
 
 using Io::Stateful;
 using LinesT = LogCapture::LinesT;

@@ -2,10 +2,10 @@
 // trees.
 #pragma once
 
-#include "tests/support/Heap.h"
+#include "workbench/Heap.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Print.h"
-#include "zeb/io/StringStream.h"
+#include "zeb/stream/StringStream.h"
 
 #include <gtest/gtest.h>
 

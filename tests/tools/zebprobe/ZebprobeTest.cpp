@@ -1,6 +1,6 @@
 // Runs the real program on files.
-#include "tests/support/Child.h"
-#include "tests/support/TempDir.h"
+#include "workbench/Child.h"
+#include "workbench/TempDir.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "zeb/core/HexString.h"
-#include "zeb/doc/Utf8.h"
+#include "zeb/core/Utf8.h"
 #include "zeb/doc/json/ParserImpl.h"
 #include "zeb/doc/json/Plain.h"
 

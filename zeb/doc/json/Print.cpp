@@ -1,8 +1,8 @@
 #include "zeb/core/Digits.h"
-#include "zeb/doc/Writer.h"
 #include "zeb/doc/json/Decimal.h"
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/json/Plain.h"
+#include "zeb/stream/Writer.h"
 
 #include <cstring>
 

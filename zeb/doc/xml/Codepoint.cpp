@@ -1,6 +1,6 @@
 #include "zeb/doc/xml/Codepoint.h"
 
-#include "zeb/doc/Writer.h"
+#include "zeb/stream/Writer.h"
 
 namespace {
 

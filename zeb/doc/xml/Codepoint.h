@@ -2,7 +2,7 @@
 
 // UTF-8 in and out. Internal to this folder.
 
-#include "zeb/doc/Utf8.h"
+#include "zeb/core/Utf8.h"
 #include "zeb/doc/xml/Print.h"
 
 namespace Doc {

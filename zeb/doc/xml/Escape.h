@@ -4,8 +4,8 @@
 // to this folder.
 
 #include "zeb/core/Simd.h"
-#include "zeb/doc/Writer.h"
 #include "zeb/doc/xml/Print.h"
+#include "zeb/stream/Writer.h"
 
 namespace Xml {
 

@@ -1,7 +1,7 @@
 #include "zeb/core/Integer.h"
-#include "zeb/doc/Writer.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/NameLog.h"
+#include "zeb/stream/Writer.h"
 
 #include <new>
 

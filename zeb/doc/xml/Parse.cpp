@@ -1,6 +1,6 @@
-#include "zeb/core/StatusLog.h"
 #include "zeb/doc/xml/NameLog.h"
 #include "zeb/doc/xml/ParserImpl.h"
+#include "zeb/runtime/StatusLog.h"
 
 #include <cstring>
 

@@ -1,9 +1,9 @@
 #include "zeb/doc/xml/Stream.h"
 
-#include "zeb/doc/Writer.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/NameLog.h"
-#include "zeb/io/IStream.h"
+#include "zeb/stream/IStream.h"
+#include "zeb/stream/Writer.h"
 
 namespace {
 

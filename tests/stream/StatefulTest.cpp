@@ -1,0 +1,64 @@
+#include "zeb/stream/Stateful.h"
+#include "zeb/core/RString.h"
+#include "zeb/runtime/Status.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Io::Stateful;
+using enum Io::Stateful::StateT;
+
+constexpr ReturnT OK_CODE{0x00420001}, FAIL_CODE{0x80420002};
+
+struct Root : Stateful {
+    Root()
+        : Stateful(OK_CODE, FAIL_CODE) {}
+    Status* ObjStatus_() const override { return &status; }
+    mutable Status status;
+};
+
+TEST(Stateful, TheFirstFailureWinsUntilItIsClearedAndBrokenIsFinal) {
+    struct {
+        void (*record)(Stateful const&);
+        Stateful::StateT state;
+        uint32_t code;
+        int error;
+    } const rows[] = {{[](Stateful const& s) { s.SetState(STATE_TIMEOUT); }, STATE_TIMEOUT, FAIL_CODE, 0},
+                      {[](Stateful const& s) { s.SetSysError_(EIO); }, STATE_FAILED, FAIL_CODE, EIO},
+                      {[](Stateful const& s) { s.SetObjState(0x80330003); }, STATE_FAILED, 0x80330003, 0},
+                      {[](Stateful const& s) { s.SetObjBroken(0x80330004); }, STATE_BROKEN, 0x80330004, 0}};
+    for (auto const& first : rows) {
+        for (auto const& second : rows) {
+            Root root;
+            Stateful const leaf(root);
+            first.record(root);
+            second.record(root);
+            EXPECT_TRUE(leaf.CurrentState() == first.state && leaf.SysError() == first.error);
+            EXPECT_EQ(leaf.CurrentCode(), first.code);
+            root.ClearState_();
+            EXPECT_EQ(leaf.CurrentCode(), first.state == STATE_BROKEN ? first.code : OK_CODE.Code());
+        }
+    }
+}
+
+TEST(Stateful, TakesItsStateFromAStatusAndHandsItOut) {
+    Status status, got;
+    RString<1024> text;
+    Root plain, broken, memory;
+    status.Set(0x00C90064, "Test", "the reason.");
+    plain.SetObjStatus(status);
+    EXPECT_TRUE(plain.Ok() && plain.GetObjStatus(got));
+    got.Get(nullptr, nullptr, nullptr, &text);
+    EXPECT_STREQ(text.Cstr(), "the reason.");
+    EXPECT_FALSE(Stateful().GetObjStatus(got) || got.IsDefined());
+    plain.SetObjStatusBroken(status);
+    status.Set(0x80C90064, "Test", "");
+    broken.SetObjStatus(status);
+    status.Set(ReturnT::Oom(), "Test", "");
+    broken.SetObjStatus(status); // too late
+    memory.SetObjStatus(status);
+    EXPECT_FALSE(plain.Initialized() || broken.Initialized() || memory.CurrentState() != STATE_NO_MEMORY);
+}
+
+} // namespace

@@ -1,0 +1,304 @@
+#include "tests/runtime/Worker.h"
+#include "workbench/Calls.h"
+#include "workbench/Heap.h"
+#include "zeb/event/Bus.h"
+#include "zeb/event/LibraryEvents.h"
+#include "zeb/runtime/StatusLog.h"
+#include "zeb/task/TaskApply.h"
+
+#include <cerrno>
+#include <deque>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Task::ApplyBase;
+using Task::Queue;
+using LinesT = LogCapture::LinesT;
+
+struct Job : Task::Object {
+    explicit Job(
+        std::function<void()> work = [] {}, Mutex* lock = nullptr)
+        : Object(lock, nullptr)
+        , body(std::move(work)) {}
+    bool Initialized() const override { return body != nullptr; }
+    char const* Ident() const override { return "job"; }
+    ReturnT Run() override { return ++runs, body(), ReturnT::Done(); }
+
+    std::function<void()> body;
+    std::atomic<int> runs = 0;
+};
+
+struct Apply : ApplyBase {
+    Apply(Queue& queue, Mutex& lock, ApplyT apply, RunT run)
+        : ApplyBase("apply", queue, lock, apply, run)
+        , mutex(lock) {}
+    void Apply_() override {
+        locked = Thread::OwnerId(mutex) == Thread::Id();
+        if (again.exchange(false)) Enqueue(1);
+        ++runs;
+    }
+    void Request(long milliseconds) {
+        Mutex::Guard const guard(mutex);
+        Enqueue(milliseconds);
+    }
+
+    Mutex& mutex;
+    std::atomic<bool> locked = false;
+    std::atomic<bool> again = false;
+    std::atomic<int> runs = 0;
+};
+
+struct TaskTest : WithMainThread {
+    void OnDone(Event::TaskDone const& event) { sum += event.TaskId(), ++done; }
+    void Enqueue(std::initializer_list<Job*> jobs, Queue* into = nullptr) {
+        for (Job* job : jobs)
+            EXPECT_EQ((into ? *into : queue).EnqueueTask(onDone, job), 0x00300064u);
+    }
+
+    std::atomic<unsigned long> done = 0; // events, and the sum of their ids
+    std::atomic<unsigned long> sum = 0;
+    Event::Delegate<TaskTest> const onDone{"TaskTest", this, &TaskTest::OnDone, nullptr};
+    Event::Delegate<TaskTest> const other{"other", this, &TaskTest::OnDone, nullptr};
+    std::counting_semaphore<> gate{0};
+    Job blocker{[&] { gate.acquire(); }};
+    Job idle;
+    Mutex mutex{Mutex::CORE};
+    Queue queue{"q", Time::Span(), nullptr};
+};
+
+TEST_F(TaskTest, RunWithTheirOwnStatusAndAnEventBehind) {
+    ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
+    Job reporter([] { (void)ReturnT(StatusLog(7, Log::INFO, "T", nullptr, "")); });
+    Job broken(nullptr);
+    Enqueue({&blocker});
+    EXPECT_TRUE(Await([&] { return blocker.runs == 1; }));
+    Enqueue({&reporter, &blocker}); // one that runs is not listed
+    EXPECT_EQ(queue.EnqueueTask(onDone, &reporter), 0x80300190u);
+    EXPECT_EQ(queue.EnqueueTask(onDone, &broken), 0x8030012Cu);
+    EXPECT_EQ(log_.Take(), (LinesT{"E Task::Queue: \"q\": \"job\" task is already in a queue.",
+                                   "E Task::Queue: \"q\": \"job\" is broken."}));
+    gate.release(2);
+    EXPECT_TRUE(Await([&] { return done == 3; }));
+    EXPECT_EQ(sum, 2 * blocker.Id() + reporter.Id());
+    EXPECT_TRUE(reporter.StatusCode() == 7u && broken.Id() == reporter.Id() + 1);
+    Event::Unsubscribe("", this, onDone.Ident());
+}
+
+TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
+    ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
+    std::atomic<bool> interrupted = false;
+    Job running([&] {
+        interrupted = Await([] { return Thread::SelfInterrupted(); });
+        Enqueue({&running});
+    });
+    Job locked([] {}, &mutex);
+    Job inside([&] { queue.CancelAllTasks(onDone); }); // does not wait for itself
+    Enqueue({&running, &idle});
+    EXPECT_TRUE(Await([&] { return running.runs == 1; }));
+    EXPECT_EQ(queue.EnqueueTask(other, &locked), Queue::QUEUED);
+    queue.CancelTask(onDone, &locked); // it is another delegate's, and stays
+    EXPECT_EQ(queue.EnqueueTask(other, &locked), Queue::ALREADY_QUEUED);
+    Enqueue({&inside, &blocker});
+    Mutex::Guard const guard(mutex);
+    queue.CancelTask(onDone, &idle);
+    EXPECT_FALSE(interrupted);
+    queue.CancelTask(onDone, &running);
+    EXPECT_TRUE(interrupted);
+    Enqueue({&running}); // what it has listed meanwhile is out again
+    Clock::RealPause(5); // now one waits for its lock
+    queue.CancelAllTasks(other);
+    EXPECT_TRUE(Await([&] { return done == 1; }));
+    EXPECT_TRUE(sum == inside.Id() && locked.runs + idle.runs + blocker.runs == 0 && running.runs == 1);
+
+    Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_UNLOCKED);
+    mutex.Unlock();
+    Enqueue({&blocker});
+    apply.Request(0);
+    EXPECT_TRUE(Await([&] { return blocker.runs == 1; }));
+    Clock::RealPause(20);
+    mutex.Lock();
+    gate.release();
+    Clock::RealPause(5); // it waits for the mutex
+    apply.Cancel();
+    EXPECT_EQ(apply.runs, 0);
+    Event::Unsubscribe("", this, onDone.Ident());
+}
+
+TEST_F(TaskTest, AnIdleQueueHasNoThread) {
+    struct Counter : Queue::Destructor {
+        void Run() override { ++count; }
+        std::atomic<int> count = 0;
+    } counter;
+    std::atomic<int> interrupted = 0;
+    Job job([&] { gate.acquire(), interrupted += Thread::SelfInterrupted(); });
+    Job locked([&] { interrupted += Thread::SelfInterrupted(); }, &mutex);
+    Clock clock;
+    {
+        Queue lazy("lazy", 5000, &counter);
+        for (int round = 0; round < 2; ++round) {
+            mutex.Lock();
+            Enqueue({&job, &locked}, &lazy);
+            for (int busy = 0; busy < 2; ++busy) { // with the one, then waiting for the lock of the other
+                EXPECT_TRUE(clock.AwaitWaiters(1));
+                clock.Advance(6000);
+                Clock::RealPause(5);
+                EXPECT_EQ(counter.count, round);
+                if (busy == 0) gate.release();
+            }
+            mutex.Unlock();
+            EXPECT_TRUE(Await([&] { return clock.Advance(1000), counter.count == round + 1; }));
+            EXPECT_EQ(interrupted, 0);
+        }
+        gate.release(); // what is listed at the end of the queue still runs
+        Enqueue({&job}, &lazy);
+    }
+    EXPECT_TRUE(job.runs == 3 && counter.count == 3 && log_.Take().empty());
+}
+
+TEST_F(TaskTest, ReportExhaustedMemoryAndGoOn) {
+    for (bool const lazy : {false, true}) {
+        ForEveryAllocation(
+            [&](Heap& heap) {
+                heap.Arm();
+                Queue tried("q", lazy ? 60000 : 0, nullptr);
+                Apply const apply(tried, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_LOCKED);
+                ReturnT const code = tried.EnqueueTask(onDone, &idle);
+                heap.Disarm();
+                EXPECT_EQ(code == Queue::QUEUED && apply.Initialized(), !heap.Fired());
+                EXPECT_TRUE(code.Succeeded() || code == 0x803000C8u || code.IsOom());
+                EXPECT_EQ(log_.Has("C Timer: unable to create \"Timer\" queue."), !apply.Initialized());
+                tried.CancelAllTasks(onDone);
+                EXPECT_EQ(log_.Take().empty(), !heap.Fired());
+                EXPECT_EQ(tried.EnqueueTask(onDone, &idle).Succeeded(), tried.Initialized());
+                tried.CancelAllTasks(onDone);
+                log_.Clear();
+            },
+            Heap::ScopeT::PROCESS);
+    }
+}
+
+TEST_F(TaskTest, ThousandsOfSeveralThreadsRunInTheirOrder) {
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong = 0;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([&] {
+            int next = 0;
+            std::deque<Job> jobs;
+            for (int i = 0; i < 1000; ++i)
+                Enqueue({&jobs.emplace_back([&, i] { wrong += next++ != i; })});
+            EXPECT_TRUE(Await([&] { return jobs.back().runs == 1; }));
+            queue.CancelTask(onDone, &jobs.back()); // not ended before that
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_TRUE(wrong == 0 && log_.Take().empty());
+}
+
+struct ApplyTest : TaskTest {
+    bool AwaitRuns(Apply const& apply, int runs) {
+        return Await([&] { return clock.Advance(10), apply.runs == runs; });
+    }
+
+    Clock clock;
+};
+
+TEST_F(ApplyTest, RequestsAreMergedIntoOneRunAtItsTime) {
+    using enum ApplyBase::ApplyT;
+    struct Row {
+        ApplyBase::ApplyT apply;
+        char const* requests; // milliseconds, off, on, cancel, tidy up
+        int left;             // milliseconds
+        int due;              // milliseconds
+        int runs;
+    } const rows[] = {
+        // clang-format off
+        {APPLY_EARLIEST, "100 5000", 100, 100, 1}, {APPLY_EARLIEST, "5000 100", 100, 100, 1},
+        {APPLY_LATEST, "100 5000", 5000, 5000, 1}, {APPLY_LATEST, "5000 100", 100, 100, 1},
+        {APPLY_LATEST, "100 0", 0, 1, 1}, {APPLY_LATEST, "604805000", 604800000, 604805000, 1},
+        {APPLY_LATEST, "off 100", 0, 101, 0}, {APPLY_LATEST, "off on 100", 100, 100, 1},
+        {APPLY_LATEST, "100 cancel", 0, 101, 0}, {APPLY_LATEST, "100 tidy 9", 0, 101, 0},
+        // clang-format on
+    };
+    for (Row const& row : rows) {
+        bool const locked = row.left == 100;
+        Apply apply(queue, mutex, row.apply, locked ? ApplyBase::RUN_LOCKED : ApplyBase::RUN_UNLOCKED);
+        mutex.Lock();
+        std::istringstream in(row.requests);
+        for (std::string word; in >> word;) {
+            if (word == "off") apply.Deactivate();
+            if (word == "on") apply.Activate();
+            if (word == "cancel") apply.Cancel();
+            if (word == "tidy") apply.Cleanup();
+            if (word < "a") apply.Enqueue(atol(word.c_str()));
+        }
+        EXPECT_EQ(apply.Left(), Time::Span(row.left));
+        mutex.Unlock();
+        clock.Advance(row.due - 1);
+        Clock::RealPause(8);
+        EXPECT_EQ(apply.runs, 0);
+        EXPECT_TRUE(AwaitRuns(apply, row.runs) && apply.locked == locked) << row.requests;
+    }
+    EXPECT_TRUE(log_.Take().empty());
+}
+
+TEST_F(ApplyTest, AQueuedRunCoversRequestsAndARunningOneStartsAnew) {
+    Queue lazy("lazy", 60000, nullptr);
+    Apply apply(lazy, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_LOCKED);
+    {
+        Calls calls(Calls::ScopeT::PROCESS);
+        calls.Script(SysCall::pthread_create, {Calls::Fail(EAGAIN)});
+        apply.Request(1);
+        EXPECT_TRUE(Await([&] {
+            return log_.Has("C Task::Apply: \"apply\": system failed [0xcffd****].") ||
+                   (clock.Advance(1), false);
+        }));
+        EXPECT_TRUE(log_.Has("E Task::Queue: \"lazy\": unable to start a thread."));
+        Mutex::Guard const guard(mutex); // its callback has ended
+        EXPECT_TRUE(apply.Left() <= Time::Span(1000) && apply.Left() > Time::Span(990));
+    }
+    log_.Clear();
+    Enqueue({&blocker}, &lazy);
+    clock.Advance(1000);
+    Clock::RealPause(10);
+    apply.Request(1);
+    gate.release();
+    EXPECT_TRUE(AwaitRuns(apply, 1));
+    clock.Advance(100);
+    Clock::RealPause(3);
+    EXPECT_TRUE(apply.runs == 1 && log_.Take().empty());
+    apply.again = true;
+    apply.Request(1);
+    EXPECT_TRUE(AwaitRuns(apply, 3));
+}
+
+TEST_F(ApplyTest, AHeldLockIsLogged) {
+    Job locked([&] { clock.Advance(150); }, &mutex);
+    mutex.Lock();
+    Enqueue({&locked});
+    ExpectWaitLines(clock, log_, "W Task::Queue: \"q\": acquiring \"job\" task ");
+    mutex.Unlock();
+    ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded());
+    EXPECT_TRUE(Await([&] { return clock.Advance(50), locked.runs == 1; }));
+    EXPECT_TRUE(log_.Await("W Task::Queue: \"q\": was running a \"job\" locked task for 150 ms."));
+    (void)Mutex::RstThreshold();
+    log_.Clear();
+    Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_UNLOCKED);
+    Enqueue({&blocker});
+    apply.Request(0);
+    for (int i = 0; i < 3;
+         ++i) { // a queue that has read the clock right ahead of its move waits on from there
+        clock.Advance(1);
+        Clock::RealPause(4);
+    }
+    mutex.Lock();
+    gate.release();
+    ExpectWaitLines(clock, log_, "W Task::Apply: acquiring \"apply\" handler ");
+    mutex.Unlock();
+    EXPECT_TRUE(AwaitRuns(apply, 1));
+}
+
+} // namespace

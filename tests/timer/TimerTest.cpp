@@ -1,0 +1,152 @@
+#include "zeb/timer/Timer.h"
+
+#include "tests/runtime/Worker.h"
+
+#include <atomic>
+#include <cstring>
+#include <deque>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using TimerTest = WithMainThread;
+using LinesT = LogCapture::LinesT;
+
+struct Owner {
+    explicit Owner(std::function<void()> callback, Mutex const* lock = nullptr, char const* queue = "Timer")
+        : body(std::move(callback))
+        , timer("owner", this, &Owner::Fire, lock, queue) {}
+    void Fire() { body(), ++fired; }
+
+    std::function<void()> body;
+    std::atomic<int> fired = 0;
+    Timer<Owner> const timer;
+};
+
+TEST_F(TimerTest, FireOnceByDeadlineAndThenByOrderOfSet) {
+    // a100 sets timer a to 100 ms, ax cancels it, w waits until the queue waits, +100 moves the clock.
+    std::pair<char const*, char const*> const rows[] = {
+        // clang-format off
+        {"a100 b100 c50 +100", "cab"}, {"a100 b100 a100 +100", "ba"}, {"a100 b50 a10 +50", "ab"},
+        {"a100 ax b100 +200", "b"}, {"a9000 w b100 +100", "b"}, {"a100 w b9000 c200 +99", ""},
+        {"a100 w a200 +199", ""}, {"a-5 b0", "ab"}, {"a9 b9 w +9", "ab"},
+        // clang-format on
+    };
+    Clock clock;
+    for (auto const& [operations, expected] : rows) {
+        std::string order;
+        std::atomic<unsigned long> fired = 0;
+        auto const note = [&](char name) { return [&, name] { order += name, ++fired; }; };
+        Owner owners[] = {Owner(note('a')), Owner(note('b')), Owner(note('c'))};
+        std::istringstream in(operations);
+        for (std::string operation; in >> operation;) {
+            long const number = atol(operation.c_str() + 1);
+            Timer<Owner> const& timer = owners[(operation[0] - 'a') & 3].timer;
+            if (operation[0] == 'w') {
+                EXPECT_TRUE(clock.AwaitWaiters(1));
+            } else if (operation[0] == '+') {
+                clock.Advance(number);
+            } else {
+                operation[1] == 'x' ? timer.Cancel() : timer.Set(number);
+            }
+        }
+        // A queue that has read the clock right ahead of its move waits on from there.
+        EXPECT_TRUE(Await([&, size = strlen(expected)] {
+            if (fired < size) clock.Advance(1);
+            return fired >= size;
+        })) << operations;
+        Clock::RealPause(3); // for what must not come
+        for (Owner const& owner : owners)
+            owner.timer.Cancel();
+        EXPECT_EQ(order, expected) << operations;
+    }
+}
+
+TEST_F(TimerTest, CancelWaitsForACallbackButNeitherInsideItNorForTheOwnersLock) {
+    std::atomic<int> begun = 0;
+    Owner slow([&] {
+        ++begun;
+        slow.timer.Cancel(); // at once
+        slow.timer.Set(0L);  // for ever, until somebody else cancels
+        Clock::RealPause(5);
+    });
+    slow.timer.Set(0L);
+    EXPECT_TRUE(Await([&] { return begun == 2; }));
+    slow.timer.Cancel();
+    EXPECT_EQ(slow.fired, begun);
+    Mutex const mutex(Mutex::CORE);
+    Owner locked([] {}, &mutex);
+    Mutex::Guard const guard(mutex);
+    for (int round = 0; round < 2; ++round) { // it waits for the lock
+        locked.timer.Set(0L);
+        Clock::RealPause(5);
+        round == 0 ? locked.timer.Set(9000L) : locked.timer.Cancel();
+    }
+    EXPECT_TRUE(locked.fired == 0 && slow.fired == begun);
+}
+
+TEST_F(TimerTest, AHeldLockIsLoggedAndHoldsUpOnlyWhatIsDueLater) {
+    Clock clock;
+    Mutex const mutex(Mutex::CORE);
+    Owner stuck([&] { clock.Advance(150); }, &mutex);
+    Owner urgent([] {});
+    mutex.Lock();
+    stuck.timer.Set(0L);
+    ExpectWaitLines(clock, log_, "W Timer: unable to run \"owner\" for ");
+    urgent.timer.Set(-90000L);
+    EXPECT_TRUE(Await([&] { return clock.Advance(50), urgent.fired == 1; }));
+    EXPECT_EQ(stuck.fired, 0);
+    mutex.Unlock();
+    ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded());
+    EXPECT_TRUE(Await([&] { return clock.Advance(50), stuck.fired == 1; }));
+    EXPECT_TRUE(log_.Await("W Timer: running \"owner\" for 150 ms."));
+    (void)Mutex::RstThreshold();
+}
+
+TEST_F(TimerTest, AQueueEndsWithTheLastTimerOfItsName) {
+    auto const expectThreads = [](unsigned long count) {
+        Array<int> tids;
+        EXPECT_TRUE(Thread::GetTids(tids) && tids.Size() == count + 1) << count;
+    };
+    for (int round = 0; round < 2; ++round) {
+        Owner first([] {});
+        {
+            Owner second([] {});
+            expectThreads(1);
+            Owner other([] {}, nullptr, "other");
+            expectThreads(2);
+            second.timer.Set(5000L);
+        }
+        expectThreads(1);
+        first.timer.Set(Time::Span::Max());
+    }
+    expectThreads(0);
+    std::string const active = "C Timer: system failed [0xcffd****], \"owner\" timer is still active.";
+    EXPECT_EQ(log_.Take(), LinesT(4, active));
+}
+
+TEST_F(TimerTest, ThousandsOfTimersOfSeveralThreadsFireOnceForEachSet) {
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([number] {
+            std::deque<Owner> owners;
+            for (int i = 0; i < 500; ++i)
+                owners.emplace_back([] {}, nullptr, number % 2 ? "odd" : "even").timer.Set(i * 7L % 20);
+            for (Owner& owner : owners) {
+                owner.timer.Cancel();
+                EXPECT_LE(owner.fired.exchange(0), 1);
+                owner.timer.Set(5L);
+            }
+            for (Owner const& owner : owners)
+                EXPECT_TRUE(Await([&] { return owner.fired == 1; }));
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_TRUE(log_.Take().empty());
+}
+
+} // namespace

@@ -1,0 +1,190 @@
+#include "workbench/Calls.h"
+
+#include "workbench/Workbench.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::size_t CALLS = static_cast<std::size_t>(SysCall::COUNT);
+
+Workbench::SpinLock lock;
+constinit thread_local Calls* ofThread = nullptr;
+constinit std::atomic<Calls*> ofProcess{nullptr};
+constinit thread_local unsigned long callsOfThread = 0;
+
+char const* const NAMES[] = {
+#define ZEB_CALL(result, name, ...) #name,
+#define ZEB_CALL_CODE ZEB_CALL
+#define ZEB_CALL_SIZED ZEB_CALL
+#define ZEB_CALL_VIA ZEB_CALL
+#include "workbench/Calls.inc"
+#undef ZEB_CALL
+#undef ZEB_CALL_CODE
+#undef ZEB_CALL_SIZED
+#undef ZEB_CALL_VIA
+};
+
+} // namespace
+
+struct Calls::State {
+    ScopeT const scope;
+    std::array<unsigned long, CALLS> counts{};
+    std::array<std::deque<Step>, CALLS> steps{};
+};
+
+// The door between the wrapped functions and the scripts.
+class CallsWatch {
+public:
+    using StepT = Calls::Step;
+    using KindT = Calls::Step::KindT;
+
+    // Counts a call; the step it takes.
+    static StepT Take(SysCall call) {
+        if (Workbench::Own::Here()) return {};
+        ++callsOfThread;
+        bool const watched = ofThread != nullptr || ofProcess.load(std::memory_order_relaxed) != nullptr;
+        return watched ? TakeScripted(call) : StepT();
+    }
+
+    static StepT TakeScripted(SysCall call) {
+        Workbench::Own const own;
+        Workbench::SpinLock::Guard const guard(lock);
+        std::size_t const index = static_cast<std::size_t>(call);
+        for (Calls* calls : {ofThread, ofProcess.load(std::memory_order_acquire)}) {
+            if (calls == nullptr) continue;
+            Calls::State& state = *calls->state_;
+            ++state.counts[index];
+            if (state.steps[index].empty()) continue;
+            StepT step = std::move(state.steps[index].front());
+            state.steps[index].pop_front();
+            return step;
+        }
+        return {};
+    }
+
+    // True if the step is the whole result; an action has been run when it is not.
+    static bool Ends(StepT const& step) {
+        if (step.kind == KindT::DO) step.action();
+        return step.kind == KindT::FAIL || step.kind == KindT::RETURN || step.kind == KindT::DATA;
+    }
+
+    template<typename ResultT, SysCall CALL = SysCall::COUNT>
+    static ResultT Result(StepT const& step) {
+        bool const fails = step.kind == KindT::FAIL;
+        if (fails) errno = static_cast<int>(step.value);
+        if constexpr (std::is_pointer_v<ResultT>)
+            return reinterpret_cast<ResultT>(!fails ? step.value : CALL == SysCall::mmap ? -1 : 0);
+        else
+            return static_cast<ResultT>(fails ? -1 : step.value);
+    }
+
+    template<typename DataT>
+    static ssize_t Moved(StepT const& step, DataT* data, std::size_t size) {
+        if (step.kind != KindT::DATA) return Result<ssize_t>(step);
+        std::size_t const moved = std::min(size, step.data.size());
+        if constexpr (!std::is_const_v<DataT>) memcpy(data, step.data.data(), moved);
+        return static_cast<ssize_t>(moved);
+    }
+
+    static std::size_t Limit(StepT const& step, std::size_t size) {
+        return step.kind == KindT::SHORT ? std::min(size, static_cast<std::size_t>(step.value)) : size;
+    }
+};
+
+Calls::Calls(ScopeT scope)
+    : state_(new State{.scope = scope})
+    , outer_(scope == ScopeT::THREAD ? ofThread : ofProcess.load()) {
+    if (scope == ScopeT::THREAD) ofThread = this;
+    if (scope == ScopeT::PROCESS) ofProcess.store(this, std::memory_order_release);
+}
+
+Calls::~Calls() {
+    std::string left;
+    {
+        Workbench::Own const own;
+        Workbench::SpinLock::Guard const guard(lock);
+        if (state_->scope == ScopeT::THREAD) ofThread = outer_;
+        if (state_->scope == ScopeT::PROCESS) ofProcess.store(outer_, std::memory_order_release);
+        for (std::size_t i = 0; i < CALLS; ++i)
+            if (!state_->steps[i].empty())
+                left += std::string(" ") + NAMES[i] + " x " + std::to_string(state_->steps[i].size());
+        delete state_;
+    }
+    if (!left.empty()) ADD_FAILURE() << "calls that were scripted and not made:" << left;
+}
+
+void Calls::Script(SysCall call, std::initializer_list<Step> steps, unsigned long times) {
+    Workbench::Own const own;
+    Workbench::SpinLock::Guard const guard(lock);
+    std::deque<Step>& script = state_->steps[static_cast<std::size_t>(call)];
+    while (times-- != 0)
+        script.insert(script.end(), steps.begin(), steps.end());
+}
+
+unsigned long Calls::Count(SysCall call) const {
+    Workbench::SpinLock::Guard const guard(lock);
+    return state_->counts[static_cast<std::size_t>(call)];
+}
+
+unsigned long Calls::Left(SysCall call) const {
+    Workbench::SpinLock::Guard const guard(lock);
+    return state_->steps[static_cast<std::size_t>(call)].size();
+}
+
+void Calls::Clear() {
+    Workbench::Own const own;
+    Workbench::SpinLock::Guard const guard(lock);
+    state_->steps.fill({});
+}
+
+unsigned long Workbench::CallsOfThread() { return callsOfThread; }
+
+// A sanitizer in a shared object may bind to these.
+#pragma GCC visibility push(default)
+
+#define ZEB_CALL(result, name, parameters, arguments)                                                        \
+    extern "C" result __real_##name parameters;                                                              \
+    extern "C" result __wrap_##name parameters {                                                             \
+        auto const step = CallsWatch::Take(SysCall::name);                                                   \
+        if (CallsWatch::Ends(step)) return (CallsWatch::Result<result, SysCall::name>(step));                \
+        return __real_##name arguments;                                                                      \
+    }
+
+#define ZEB_CALL_VIA(result, name, parameters, arguments, function)                                          \
+    extern "C" result __wrap_##name parameters {                                                             \
+        auto const step = CallsWatch::Take(SysCall::name);                                                   \
+        if (CallsWatch::Ends(step)) return (CallsWatch::Result<result, SysCall::name>(step));                \
+        return function arguments;                                                                           \
+    }
+
+#define ZEB_CALL_CODE(result, name, parameters, ...)                                                         \
+    extern "C" result __real_##name parameters;                                                              \
+    extern "C" result __wrap_##name parameters {                                                             \
+        auto const step = CallsWatch::Take(SysCall::name);                                                   \
+        if (CallsWatch::Ends(step)) return static_cast<result>(step.value);                                  \
+        return ZEB_CODE_OF(name, __VA_ARGS__, ZEB_VIA, ZEB_DIRECT, )                                         \
+    }
+#define ZEB_CODE_OF(name, arguments, function, form, ...) form(name, arguments, function)
+#define ZEB_VIA(name, arguments, function) function arguments;
+#define ZEB_DIRECT(name, arguments, function) __real_##name arguments;
+
+#define ZEB_CALL_SIZED(result, name, parameters, arguments, data, size)                                      \
+    extern "C" result __real_##name parameters;                                                              \
+    extern "C" result __wrap_##name parameters {                                                             \
+        auto const step = CallsWatch::Take(SysCall::name);                                                   \
+        if (CallsWatch::Ends(step)) return CallsWatch::Moved(step, data, size);                              \
+        size = CallsWatch::Limit(step, size);                                                                \
+        return __real_##name arguments;                                                                      \
+    }
+
+#include "workbench/Calls.inc"
+
+#pragma GCC visibility pop

@@ -1,0 +1,85 @@
+// Scripts the next results of system calls, and counts the calls.
+//
+//     Calls calls;
+//     calls.Script(SysCall::read, {Calls::Fail(EINTR), Calls::Short(3), Calls::Data("abc"),
+//     Calls::Return(0)});
+//     ... the next four read() of this thread take these results, then the real read() runs
+//     EXPECT_EQ(calls.Count(SysCall::read), 5u);
+//
+// Steps left over at the end of the scope fail the test. The calls known are the rows of Calls.inc; another
+// one is one more row.
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <string>
+
+enum class SysCall : unsigned {
+#define ZEB_CALL(result, name, ...) name,
+#define ZEB_CALL_CODE ZEB_CALL
+#define ZEB_CALL_SIZED ZEB_CALL
+#define ZEB_CALL_VIA ZEB_CALL
+#include "workbench/Calls.inc"
+#undef ZEB_CALL
+#undef ZEB_CALL_CODE
+#undef ZEB_CALL_SIZED
+#undef ZEB_CALL_VIA
+    COUNT
+};
+
+class Calls {
+public:
+    enum class ScopeT { THREAD, PROCESS };
+
+    struct Step {
+        enum class KindT { REAL, FAIL, RETURN, SHORT, DATA, DO };
+
+        KindT kind = KindT::REAL;
+        long value = 0;
+        std::string data;
+        std::function<void()> action;
+    };
+
+    // The call does not happen, and fails: -1 (null for pointers) with `error` in errno; `error` itself as
+    // the result where the function returns its error (pthread_create and its like).
+    static Step Fail(int error) { return {Step::KindT::FAIL, error, {}, {}}; }
+
+    // The call does not happen, and returns `value`.
+    static Step Return(long value) { return {Step::KindT::RETURN, value, {}, {}}; }
+
+    // The real call, with at most `bytes` bytes.
+    static Step Short(long bytes) { return {Step::KindT::SHORT, bytes, {}, {}}; }
+
+    // The call does not happen; a reading call delivers `text`, cut at the room that it has.
+    static Step Data(std::string text) { return {Step::KindT::DATA, 0, std::move(text), {}}; }
+
+    // The real call, untouched.
+    static Step Real() { return {}; }
+
+    // `action` first, then the real call.
+    static Step Do(std::function<void()> action) { return {Step::KindT::DO, 0, {}, std::move(action)}; }
+
+    explicit Calls(ScopeT scope = ScopeT::THREAD);
+    ~Calls();
+    Calls(Calls const&) = delete;
+    Calls& operator=(Calls const&) = delete;
+
+    // Appends steps to what is scripted for `call`; `times` repeats them.
+    void Script(SysCall call, std::initializer_list<Step> steps, unsigned long times = 1);
+
+    // Calls since this object exists, scripted or not, of the thread or of the process.
+    unsigned long Count(SysCall call) const;
+
+    // Steps not yet taken.
+    unsigned long Left(SysCall call) const;
+
+    // Forgets all steps.
+    void Clear();
+
+private:
+    friend class CallsWatch;
+    struct State;
+
+    State* const state_;
+    Calls* const outer_;
+};

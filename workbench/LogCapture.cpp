@@ -1,0 +1,184 @@
+#include "workbench/LogCapture.h"
+
+#include "workbench/Workbench.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+extern "C" void __real_vsyslog(int priority, char const* format, va_list arguments);
+
+namespace {
+
+Workbench::SpinLock lock;
+LogCapture* innermost = nullptr;
+constinit std::atomic<int> realDepth{0};
+
+char Letter(int priority) {
+    switch (priority) {
+    case LOG_INFO:
+        return 'I';
+    case LOG_AUTH | LOG_NOTICE:
+        return 'A';
+    case LOG_WARNING:
+        return 'W';
+    case LOG_ERR:
+        return 'E';
+    case LOG_CRIT:
+        return 'C';
+    default:
+        return '?';
+    }
+}
+
+// Blanks out the source line in the codes that carry one.
+std::string Masked(std::string line) {
+    for (std::string_view const family : {"[0xcffd", "[0xcffe", "[0x0fff"})
+        for (std::size_t at = 0; (at = line.find(family, at)) != std::string::npos; at += family.size())
+            if (at + family.size() + 4 < line.size()) line.replace(at + family.size(), 4, "****");
+    return line;
+}
+
+} // namespace
+
+struct LogCapture::State {
+    LinesT lines;
+};
+
+class LogWatch {
+public:
+    static void Keep(int priority, std::string const& text) {
+        std::string line = std::string(1, Letter(priority)) + " " + text;
+        Workbench::SpinLock::Guard const guard(lock);
+        if (innermost != nullptr)
+            innermost->state_->lines.push_back(std::move(line));
+        else if (getenv("ZEB_TEST_LOG") != nullptr)
+            fprintf(stderr, "[log] %s\n", line.c_str());
+    }
+};
+
+LogCapture::LogCapture()
+    : state_(new State)
+    , outer_(innermost) {
+    Workbench::SpinLock::Guard const guard(lock);
+    innermost = this;
+}
+
+LogCapture::~LogCapture() {
+    Workbench::SpinLock::Guard const guard(lock);
+    innermost = outer_;
+    delete state_;
+}
+
+LogCapture::LinesT LogCapture::RawLines() const {
+    Workbench::SpinLock::Guard const guard(lock);
+    return state_->lines;
+}
+
+LogCapture::LinesT LogCapture::Lines() const {
+    LinesT lines = RawLines();
+    for (std::string& line : lines)
+        line = Masked(line);
+    return lines;
+}
+
+LogCapture::LinesT LogCapture::Take() {
+    LinesT lines = Lines();
+    Clear();
+    return lines;
+}
+
+unsigned long LogCapture::Count(std::string_view part) const {
+    LinesT const lines = Lines();
+    return static_cast<unsigned long>(std::count_if(lines.begin(), lines.end(), [&](std::string const& line) {
+        return line.find(part) != std::string::npos;
+    }));
+}
+
+bool LogCapture::Await(std::string_view part) const {
+    for (long const began = Workbench::RealMilliseconds(); !Has(part);) {
+        if (Workbench::RealMilliseconds() - began > 2000) return false;
+        Workbench::RealSleep(1);
+    }
+    return true;
+}
+
+void LogCapture::Clear() {
+    Workbench::SpinLock::Guard const guard(lock);
+    state_->lines.clear();
+}
+
+RealSyslog::RealSyslog() { ++realDepth; }
+RealSyslog::~RealSyslog() { --realDepth; }
+
+OutputCapture::OutputCapture(int fd)
+    : fd_(fd)
+    , saved_(dup(fd))
+    , memory_(static_cast<int>(syscall(SYS_memfd_create, "output", 0))) {
+    fflush(nullptr);
+    dup2(memory_, fd_);
+}
+
+OutputCapture::~OutputCapture() { Finish(); }
+
+std::string OutputCapture::Finish() {
+    if (saved_ < 0) return {};
+    Workbench::Own const own;
+    fflush(nullptr);
+    dup2(saved_, fd_);
+    close(saved_);
+    saved_ = -1;
+    std::string text(static_cast<std::size_t>(lseek(memory_, 0, SEEK_END)), '\0');
+    [[maybe_unused]] ssize_t const got = pread(memory_, text.data(), text.size(), 0);
+    close(memory_);
+    return text;
+}
+
+// A sanitizer in a shared object may bind to these.
+#pragma GCC visibility push(default)
+
+extern "C" {
+
+void __wrap_vsyslog(int priority, char const* format, va_list arguments) {
+    if (realDepth != 0) {
+        __real_vsyslog(priority, format, arguments);
+        return;
+    }
+    Workbench::Own const own;
+    va_list again;
+    va_copy(again, arguments);
+    std::string line(static_cast<std::size_t>(std::max(0, vsnprintf(nullptr, 0, format, again))), '\0');
+    va_end(again);
+    vsnprintf(line.data(), line.size() + 1, format, arguments);
+    LogWatch::Keep(priority, line);
+}
+
+void __wrap___vsyslog_chk(int priority, int, char const* format, va_list arguments) {
+    __wrap_vsyslog(priority, format, arguments);
+}
+
+void __wrap_syslog(int priority, char const* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    __wrap_vsyslog(priority, format, arguments);
+    va_end(arguments);
+}
+
+void __wrap___syslog_chk(int priority, int, char const* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    __wrap_vsyslog(priority, format, arguments);
+    va_end(arguments);
+}
+}
+
+#pragma GCC visibility pop

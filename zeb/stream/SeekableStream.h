@@ -1,0 +1,55 @@
+#pragma once
+
+// A stream with a position and a size: a file, or memory. Without a medium of its own the class passes its
+// operations to the object that it is attached to, and fails with STATE_FAILED when it is its own root.
+//
+// Sizes and positions are in bytes. The position is the one that the caller sees: what is buffered is
+// counted.
+
+#include "zeb/stream/Stream.h"
+
+namespace Io {
+
+class ZEB_PUBLIC SeekableStream : public virtual Stream {
+public:
+    static constexpr long MAX_SIZE_UNLIMITED = 9223372036854775807;
+
+    // Attached to `parent`, which may be this object itself. A negative `maxSize` gives STATE_BROKEN.
+    SeekableStream(SeekableStream& parent, IStreamBuffer& input, OStreamBuffer& output, EndOfLineT const& eol,
+                   ModeT const& mode, long maxSize);
+    ~SeekableStream() override;
+
+    // Replaces the content by that of `source`, from its start.
+    virtual bool CopyFrom(SeekableStream& source);
+    virtual bool Seek(long offset);
+    virtual bool Tell(long& out) const;
+    virtual bool Truncate(long length);
+    virtual bool GetStreamSize(long& out) const;
+    virtual bool Close();
+
+    // The bound of the content of the root.
+    long MaxSize() const { return SeekableRoot_()->maxSize_; }
+
+    // Makes this object an alias of another stream.
+    void Attach(SeekableStream* parent);
+
+    // The one stream that fails at everything, for where a stream must be returned and none exists.
+    static SeekableStream& Broken();
+
+protected:
+    bool IsRoot_() const { return parent_ == this; }
+    SeekableStream* SeekableRoot_() const {
+        SeekableStream const* root = this;
+        while (root->parent_ != root)
+            root = root->parent_;
+        return const_cast<SeekableStream*>(root);
+    }
+
+private:
+    bool NoMedium_() const;
+
+    SeekableStream* parent_;
+    int64_t maxSize_;
+};
+
+} // namespace Io

@@ -1,0 +1,24 @@
+#include "zeb/timer/TimerBase.h"
+
+#include "zeb/timer/TimerImpl.h"
+
+TimerBase::TimerBase(CString const& name, Mutex const* lock, CString const& queueName)
+    : name_(name)
+    , lock_(lock)
+    , queue_(Queue::Acquire(queueName)) {}
+
+TimerBase::~TimerBase() {
+    if (queue_) Queue::Release(*this);
+}
+
+void TimerBase::Set(Time::Span const& delay) const {
+    if (queue_) queue_->Set(*this, delay);
+}
+
+void TimerBase::Set(long milliseconds) const {
+    Set(Time::Span(timespec{milliseconds / 1000, milliseconds % 1000 * 1000000}));
+}
+
+void TimerBase::Cancel() const {
+    if (queue_) queue_->Cancel(*this);
+}

@@ -1,0 +1,185 @@
+#include "zeb/timer/TimerImpl.h"
+
+#include "zeb/core/AutoPtr.h"
+#include "zeb/core/Log.h"
+#include "zeb/core/Time.h"
+
+#include <new>
+#include <sys/prctl.h>
+
+namespace {
+
+constexpr long FOREVER = -1;
+constexpr unsigned long SLACK = 1; // nanoseconds by which the system may delay a wait
+
+constinit Mutex const queuesLock_(Mutex::TIMER_QUEUE_LIST);
+
+} // namespace
+
+constinit TimerBase::Queue::ListT_ TimerBase::Queue::queues_;
+
+TimerBase::Queue* TimerBase::Queue::Acquire(CString const& name) {
+    Mutex::Guard const guard(queuesLock_);
+    Queue* queue = Find_(name);
+    if (!queue) queue = Create_(name);
+    if (queue) {
+        ++queue->references_;
+    } else {
+        Log(Log::CRITICAL, IDENT, nullptr, "unable to create \"%1\" queue") << name;
+    }
+    return queue;
+}
+
+TimerBase::Queue* TimerBase::Queue::Find_(CString const& name) {
+    for (Queue& queue : queues_) {
+        if (queue.Name() == name) return &queue;
+    }
+    return nullptr;
+}
+
+TimerBase::Queue* TimerBase::Queue::Create_(CString const& name) {
+    AutoPtr<Queue> queue(new (std::nothrow) Queue(name));
+    if (!queue || !queue->Initialized()) {
+        Log(Log::CRITICAL, IDENT, nullptr, "").Fail(ReturnT::Fail());
+        return nullptr;
+    }
+    queues_.PushBack(*queue);
+    return queue.Release();
+}
+
+void TimerBase::Queue::Release(TimerBase const& timer) {
+    Queue& queue = *timer.queue_;
+    queue.Forget_(timer);
+    Mutex::Guard const guard(queuesLock_);
+    if (--queue.references_ != 0) return;
+    if (!queue.DifferentContext()) {
+        // A callback has ended the last timer. The thread cannot join itself; it stays for the next timer.
+        Log(Log::CRITICAL, IDENT, queue.Name().Cstr(), "").Fail(ReturnT::Fail());
+        return;
+    }
+    queues_.Remove(queue);
+    delete &queue;
+}
+
+TimerBase::Queue::Queue(CString const& name)
+    : Thread(name)
+    , started_(Start().Succeeded()) {}
+
+// The list is empty: each timer has left it at its own end.
+TimerBase::Queue::~Queue() {
+    if (!started_) return;
+    {
+        Mutex::Guard const guard(lock_);
+        SetStop();
+        lock_.Broadcast();
+    }
+    if (!Stop()) Log(Log::CRITICAL, IDENT, Name().Cstr(), "").Fail(ReturnT::Fail());
+}
+
+void TimerBase::Queue::Set(TimerBase const& timer, Time::Span const& delay) {
+    Time::Span const deadline = Time::Monotonic() + delay;
+    Mutex::Guard const guard(lock_);
+    AwaitEnd_(timer);
+    TimerBase& mine = const_cast<TimerBase&>(timer);
+    active_.Remove(mine);
+    mine.deadline_ = deadline;
+    Insert_(mine);
+}
+
+void TimerBase::Queue::Cancel(TimerBase const& timer) {
+    Mutex::Guard const guard(lock_);
+    AwaitEnd_(timer);
+    active_.Remove(const_cast<TimerBase&>(timer));
+}
+
+void TimerBase::Queue::Forget_(TimerBase const& timer) {
+    Mutex::Guard const guard(lock_);
+    AwaitEnd_(timer);
+    if (!timer.hook_.IsLinked()) return;
+    Log(Log::CRITICAL, IDENT, nullptr, "\"%1\" timer is still active").Fail(ReturnT::Fail()) << timer.name_;
+    active_.Remove(const_cast<TimerBase&>(timer));
+}
+
+// The queue's own thread does not wait for itself.
+void TimerBase::Queue::AwaitEnd_(TimerBase const& timer) {
+    while (current_ == &timer && DifferentContext()) {
+        cancelled_ = true;
+        lock_.Wait(FOREVER);
+    }
+}
+
+void TimerBase::Queue::Insert_(TimerBase& timer) {
+    TimerBase* before = active_.Front();
+    while (before && before->deadline_ <= timer.deadline_)
+        before = active_.Next(*before);
+    active_.Insert(timer, before);
+    if (active_.Front() == &timer) lock_.Broadcast();
+}
+
+ReturnT TimerBase::Queue::Run() {
+    prctl(PR_SET_TIMERSLACK, SLACK);
+    Mutex::Guard const guard(lock_);
+    while (!StopRequested()) {
+        TimerBase* const first = active_.Front();
+        if (!first) {
+            lock_.Wait(FOREVER);
+            continue;
+        }
+        Time::Span const left = first->deadline_ - Time::Monotonic();
+        if (left > Time::Span::Zero()) {
+            lock_.Wait(left);
+        } else {
+            Serve_(*first);
+        }
+    }
+    return SelfStatus()->Code();
+}
+
+bool TimerBase::Queue::HasEarlier_(TimerBase const& timer) const {
+    TimerBase const* const first = active_.Front();
+    return first && first->deadline_ < timer.deadline_;
+}
+
+// Behind its callback the timer may be gone, unless somebody waits for that in AwaitEnd_.
+void TimerBase::Queue::Serve_(TimerBase& timer) {
+    current_ = &timer;
+    lock_.Broadcast();
+    active_.Remove(timer);
+    cancelled_ = false;
+    Patience_ patience;
+    for (bool ended = false; !ended && !cancelled_;) {
+        if (HasEarlier_(timer)) {
+            Insert_(timer);
+            break;
+        }
+        lock_.Unlock();
+        ended = Try_(timer, patience);
+        if (!ended) Yield();
+        lock_.Lock();
+    }
+    if (cancelled_) active_.Remove(timer); // what the callback has armed meanwhile
+    current_ = nullptr;
+    lock_.Broadcast();
+}
+
+// False if the lock of the timer is busy.
+bool TimerBase::Queue::Try_(TimerBase const& timer, Patience_& patience) {
+    CString const name = timer.name_;
+    Mutex const* const lock = timer.lock_;
+    if (!lock) {
+        timer.Run();
+        return true;
+    }
+    if (!lock->TryLock()) {
+        long const seconds = patience.Due();
+        if (seconds) {
+            Log(Log::WARNING, IDENT, nullptr, "unable to run \"%1\" for %2 seconds")
+                << name << seconds << Log::Backtrace(0, OwnerId(*lock), Log::Backtrace::DEMANGLE);
+        }
+        return false;
+    }
+    timer.Run();
+    unsigned long const held = lock->Unlock();
+    if (held) Log(Log::WARNING, IDENT, nullptr, "running \"%1\" for %2 ms.") << name << held;
+    return true;
+}
