@@ -3,7 +3,8 @@
 
 usage: bench_ratios.py <program> [--repetitions N] [--corpus folder] [options of Google Benchmark]
 
-Repetitions of all benchmarks are shuffled into one run; the median counts. A ratio is peer time / our time.
+Repetitions of all benchmarks are shuffled into one run; the median counts. A ratio is peer time / our time. Benchmarks named
+<operation>/Growth/<n> are told as a factor: the time of an item at each n / the time of one at the smallest n.
 """
 
 import argparse
@@ -34,6 +35,29 @@ def medians(program, repetitions, rest):
 def nanoseconds(run):
     clock = "real_time" if run["run_name"].endswith(("/real_time", "/manual_time")) else "cpu_time"
     return run[clock] * {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[run["time_unit"]]
+
+
+def per_item(run):
+    """Nanoseconds of one item, where the benchmark counts its items, or else of one iteration."""
+    return 1e9 / run["items_per_second"] if run.get("items_per_second") else nanoseconds(run)
+
+
+def growth(found):
+    """The benchmarks named .../Growth/<n>: {"operation": [(n, nanoseconds of an item)]}, by n."""
+    series = {}
+    for name, run in found.items():
+        match = re.fullmatch(r"(.*)/Growth/(\d+)(.*)", name)
+        if match:
+            operation = match[1] + match[3].removesuffix("/real_time").removesuffix("/manual_time")
+            series.setdefault(operation, []).append((int(match[2]), per_item(run)))
+    return {operation: sorted(series[operation]) for operation in sorted(series)}
+
+
+def growth_lines(series):
+    for operation, points in series.items():
+        base = points[0][1]
+        yield f"{operation:44} {'growth':>12} {base:14.1f} ns at {points[0][0]}" + "".join(
+            f", {time / base:.2f}x at {n}" for n, time in points[1:])
 
 
 def rival(name, names):
@@ -78,7 +102,8 @@ def main():
     if known.corpus:
         os.environ["ZEB_BENCH_CORPUS"] = known.corpus
     found, failed = medians(known.program, known.repetitions, rest)
-    print("\n".join(table(found)))
+    compared = {name: run for name, run in found.items() if "/Growth/" not in name}
+    print("\n".join([*table(compared), *growth_lines(growth(found))]))
     print("".join(f"left out: {line}\n" for line in failed), end="")
     sys.exit(0 if found or failed else 1)
 
