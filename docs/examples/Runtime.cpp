@@ -36,8 +36,8 @@ public:
     int Run() override {
         Counter counter;
         if (counter.Start().Failed()) return 1;
-        while (!StopRequested() && counter.Count() < 5)
-            Sleep(20);
+        while (counter.Count() < 5 && !WaitForStop(20)) {
+        }
         bool const stopped = counter.Stop();
         Log(Log::INFO, "Program", nullptr, "counted to %1 or more") << 5;
         return stopped ? 0 : 1;

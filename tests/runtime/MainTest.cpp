@@ -60,11 +60,11 @@ TEST(Main, TakesSignalsBetweenUnitsOfWork) {
     for (int const number : {SIGTERM, SIGINT}) {
         InChild([number] {
             LogCapture log;
+            Calls calls;
             Daemon daemon;
             ASSERT_TRUE(daemon.Initialized());
             EXPECT_STREQ(MainIdent_(), "daemon");
             EXPECT_EQ(MainGroup_(), getpid());
-            Calls calls;
             calls.Script(SysCall::sigtimedwait, {Calls::Return(SIGHUP), Calls::Fail(EINVAL),
                                                  Calls::Fail(EAGAIN), Calls::Fail(EINTR)});
             for (int i = 0; i < 4; ++i)
@@ -79,10 +79,41 @@ TEST(Main, TakesSignalsBetweenUnitsOfWork) {
                 EXPECT_EQ(daemon.Run(), 1);
             }
             EXPECT_EQ(log.Take(), LogCapture::LinesT{"I Main: stopping..."});
-            signal(SIGHUP, SIG_IGN);
-            signal(number, SIG_IGN);
-        });
+            for (int const late : {SIGALRM, SIGHUP, SIGTERM, SIGINT, SIGUSR2, SIGCHLD})
+                kill(getpid(), late);
+            calls.Script(SysCall::sigtimedwait, {Calls::Real(), Calls::Fail(EINTR)});
+        }); // none of them ends the program with the frame
     }
+}
+
+TEST(Main, WaitsForAStopSignal) {
+    struct Row {
+        std::function<Calls::Step(Main&)> step; // what happens at the beginning of the wait
+        long timeout, waited;                   // milliseconds
+        bool stop;
+    } const rows[] = {
+        // clang-format off
+        {[](Main&) { return Calls::Real(); }, 1000, 1000, false}, {[](Main&) { return Calls::Real(); }, 0, 0, false},
+        {[](Main&) { return Calls::Fail(EINTR); }, 500, 500, false},
+        {[](Main&) { return Calls::Fail(EINVAL); }, 50, 50, false},
+        {[](Main&) { return Calls::Do([] { kill(getpid(), SIGTERM); }); }, 9000, 0, true},
+        {[](Main&) { return Calls::Do([] { kill(getpid(), SIGINT); }); }, -1, 0, true},
+        {[](Main& main) { return Calls::Do([&] { main.SetStop(); }); }, -1, 333, true},
+        {[](Main&) { return Calls::Do([self = Thread::Self()] { RunInWorker([&] { self->Interrupt(); }); }); },
+         9000, 333, false},
+        // clang-format on
+    };
+    InChild([&] {
+        for (Row const& row : rows) {
+            Clock clock(Clock::ModeT::AUTO);
+            Daemon daemon;
+            Calls calls;
+            calls.Script(SysCall::sigtimedwait, {row.step(daemon)});
+            EXPECT_EQ(daemon.WaitForStop(row.timeout), row.stop);
+            EXPECT_EQ(daemon.StopRequested(), row.stop);
+            EXPECT_NEAR(static_cast<double>(clock.Moved()) / 1e6, row.waited, 0.01) << &row - rows;
+        }
+    });
 }
 
 TEST(Main, BlocksSignalsForItsLifeAndExistsOnce) {

@@ -2,6 +2,7 @@
 
 #include "zeb/core/ErrorString.h"
 #include "zeb/core/Log.h"
+#include "zeb/core/Time.h"
 #include "zeb/runtime/MainImpl.h"
 
 #include <cerrno>
@@ -14,6 +15,8 @@ namespace {
 constexpr int BLOCKED[] = {SIGALRM, SIGCHLD, SIGHUP, SIGINT, SIGSTOP, SIGTERM, SIGUSR2};
 constexpr int WAITED[] = {SIGINT, SIGTERM};
 constexpr int RESTORED[] = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGPIPE, SIGSEGV};
+
+Time::Span const STEP(333); // between two looks at the flags
 
 char const* ident_ = Main::IDENT;
 int group_ = -1;
@@ -69,6 +72,9 @@ Main::~Main() {
 }
 
 void Main::RestoreSignals_() const {
+    timespec const noWait = {};
+    while (sigtimedwait(&blockedSet_, nullptr, &noWait) > 0 || errno == EINTR) {
+    } // else the first one that waits would end the program
     int error = pthread_sigmask(SIG_UNBLOCK, &blockedSet_, nullptr);
     if (error) fprintf(stderr, "%s: failed to unblock signals: %s.\n", ident_, ErrorString(error));
     for (int const signal : RESTORED) {
@@ -80,13 +86,29 @@ void Main::RestoreSignals_() const {
 }
 
 bool Main::StopRequested() const {
-    if (!stop_) TakeSignal_();
+    if (!stop_) TakeSignal_(Time::Span::Zero());
     return stop_;
 }
 
-void Main::TakeSignal_() const {
-    timespec const noWait = {};
-    int const signal = sigtimedwait(&waitSet_, nullptr, &noWait);
+bool Main::WaitForStop(Time::Span const& timeout) const {
+    bool const unlimited = timeout < Time::Span::Zero();
+    Time::Span const deadline = Time::Monotonic() + timeout;
+    while (!stop_) {
+        Time::Span const left = unlimited ? STEP : deadline - Time::Monotonic();
+        bool const due = left <= Time::Span::Zero();
+        TakeSignal_(due ? Time::Span::Zero() : left < STEP ? left : STEP);
+        if (due || Thread::SelfInterrupted()) break;
+    }
+    return stop_;
+}
+
+bool Main::WaitForStop(long milliseconds) const {
+    return WaitForStop(Time::Span(timespec{milliseconds / 1000, milliseconds % 1000 * 1000000}));
+}
+
+void Main::TakeSignal_(Time::Span const& timeout) const {
+    timespec const limit = timeout;
+    int const signal = sigtimedwait(&waitSet_, nullptr, &limit);
     int const error = signal < 0 ? errno : 0;
     if (signal == SIGINT || signal == SIGTERM) {
         stop_ = true;
@@ -95,5 +117,6 @@ void Main::TakeSignal_() const {
         Log(Log::WARNING, IDENT, nullptr, "caught signal %1, ignored") << signal;
     } else if (error != EAGAIN && error != EINTR) {
         Log(Log::ERROR, IDENT, nullptr, "signal wait error: %1") << ErrorString(error);
+        if (timeout > Time::Span::Zero()) Thread::Yield(); // the caller tries again
     }
 }
