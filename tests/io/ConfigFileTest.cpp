@@ -55,19 +55,33 @@ TEST_F(ConfigFileTest, FailuresOnTheWayLeaveTheTarget) {
     }
 }
 
-TEST_F(ConfigFileTest, LeavesTheTemporaryFileOfAnotherWriterAndIsBrokenWithoutMemory) {
+TEST_F(ConfigFileTest, TheTemporaryFileOfAnotherWriterStandsInTheWayUntilItIsRemoved) {
+    std::string const head = "Io::ConfigFile: ";
     dir.Write("target~", "of another writer");
     Io::ConfigFile const late(path.c_str()), quiet(path.c_str(), Io::EOL_LF, 16, Log::VERBOSE_OFF);
     EXPECT_TRUE(!late.Initialized() && late.SysError() == EEXIST);
     EXPECT_EQ(dir.Read("target~"), "of another writer");
-    EXPECT_EQ(Logged(log, path), "C Io::ConfigFile: unable to open \"@~\": file exists.\n");
-    EXPECT_EQ(remove((path + "~").c_str()), 0);
+    EXPECT_EQ(Logged(log, path), "C " + head + "unable to open \"@~\": file exists.\n");
+    Calls calls;
+    for (auto const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
+        calls.Script(SysCall::unlink, {Calls::Fail(EPERM)});
+        EXPECT_FALSE(Io::ConfigFile::RemoveStale(path.c_str(), verbose));
+    }
+    EXPECT_TRUE(Io::ConfigFile::RemoveStale(path.c_str()) && Io::ConfigFile::RemoveStale(path.c_str()));
+    EXPECT_EQ(dir.List() + dir.Read("target"), "targetold");
+    EXPECT_EQ(Logged(log, path), "C " + head + "unable to remove \"@~\": operation not permitted.\nW " +
+                                     head + "removed \"@~\", which an earlier writer left.\n");
+}
+
+TEST_F(ConfigFileTest, WithoutMemoryNothingIsMadeOrRemoved) {
     ForEveryAllocation([&](Heap& heap) {
         heap.Arm();
         Io::ConfigFile file(path.c_str(), Io::EOL_LF, 2000);
+        bool const removed = Io::ConfigFile::RemoveStale(path.c_str());
         heap.Disarm();
-        EXPECT_TRUE(file.Initialized() == !heap.Fired() && dir.Exists("target~") == !heap.Fired());
-        EXPECT_EQ(log.Take().size(), heap.Fired() ? 1u : 0u);
+        EXPECT_EQ(file.Initialized() && removed, !heap.Fired());
+        EXPECT_EQ(dir.Exists("target~"), file.Initialized() && !removed);
+        EXPECT_EQ(Logged(log, path).find("\"@\": out of memory") != std::string::npos, heap.Fired());
     });
 }
 

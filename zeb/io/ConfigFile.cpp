@@ -14,6 +14,14 @@ namespace Io {
 namespace {
 
 constexpr unsigned int PERMISSIONS = 0644;
+constexpr char const* CANNOT_REMOVE = "unable to remove \"%1\": %2";
+
+bool MakeTempPath(String& out, CString const& path) { return out.Assign(path) && out.Append("~"); }
+
+void Report(char const* message, CString const& path, int error, Log::VerboseT verbose) {
+    Log(Log::CRITICAL, ConfigFile::IDENT, nullptr, message)
+        << path << ErrorString(error) << Log::Control(verbose);
+}
 
 } // namespace
 
@@ -38,7 +46,7 @@ ConfigFile::ConfigFile(CString const& path, EndOfLineT eol, unsigned long buffer
 
 // What needs memory.
 bool ConfigFile::Prepare_(CString const& path, unsigned long bufferSize) {
-    if (!path_.Assign(path) || !tempPath_.Assign(path) || !tempPath_.Append("~")) return false;
+    if (!path_.Assign(path) || !MakeTempPath(tempPath_, path)) return false;
     if (bufferSize > INLINE_SIZE) {
         heapBlock_ = new (std::nothrow) char[bufferSize];
         if (heapBlock_ == nullptr) return false;
@@ -76,12 +84,29 @@ bool ConfigFile::Close() {
 
 void ConfigFile::Fail_(char const* message, CString const& path, int error) {
     SetSysError_(error);
-    Log(Log::CRITICAL, IDENT, nullptr, message) << path << ::ErrorString(error) << Log::Control(verbose_);
+    Report(message, path, error, verbose_);
 }
 
 void ConfigFile::Remove_() {
     int const error = unlink(tempPath_.Cstr()) == 0 ? 0 : errno;
-    if (error != 0 && error != ENOENT) Fail_("unable to remove \"%1\": %2", tempPath_, error);
+    if (error != 0 && error != ENOENT) Fail_(CANNOT_REMOVE, tempPath_, error);
+}
+
+bool ConfigFile::RemoveStale(CString const& path, Log::VerboseT verbose) {
+    String stale;
+    if (!MakeTempPath(stale, path)) {
+        Log(Log::CRITICAL, IDENT, path.Cstr(), "").Oom(ReturnT::Oom()) << Log::Control(verbose);
+        return false;
+    }
+    int const error = unlink(stale.Cstr()) == 0 ? 0 : errno;
+    if (error == ENOENT) return true;
+    if (error != 0) {
+        Report(CANNOT_REMOVE, stale, error, verbose);
+        return false;
+    }
+    Log(Log::WARNING, IDENT, nullptr, "removed \"%1\", which an earlier writer left")
+        << stale << Log::Control(verbose);
+    return true;
 }
 
 } // namespace Io

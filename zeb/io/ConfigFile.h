@@ -1,11 +1,24 @@
 #pragma once
 
 // Replaces a file as a whole: what is written goes to a temporary file beside it (the path with "~" behind
-// it), and Close() renames that onto the target. A reader sees the old content or the new, never a part.
-// Without Close() the destructor throws the work away and the target was never touched.
+// it), and Close() renames that onto the target. A reader sees the old content or the new, never a part. For
+// a file that is changed in place, or grows, take File.
 //
-// Runs once: construction, writes, Close. A temporary file that another writer left, or still writes, makes
-// the construction fail: STATE_BROKEN.
+// Owns       both paths, descriptor and block; runs once: construction, writes, Close()
+// Threads    one
+// Waits      for the disk alone, like a File; nothing interrupts that
+// Destroy    anywhere; without Close(), or after a failed write, the work is thrown away
+// Failure    by state, and in the log; an end of memory, or a temporary file that stands there already, makes
+//            the construction fail: STATE_BROKEN. The target is touched by the rename alone
+//
+// Killed     A writer that is killed leaves its temporary file, and every later construction fails with
+// EEXIST.
+//            Call RemoveStale() once at the start of the one program that writes the file, ahead of its first
+//            writer; never while another may be at work.
+// Power      Close() does not wait for the disk. After a loss of power a file system may show the new name
+// with
+//            none or a part of the new content. Where that matters, call OutBuffer().SysFlush() ahead of
+//            Close(): then the target has the old content or the new.
 
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"
@@ -26,7 +39,11 @@ public:
 
     // Commits. After a failure to write, the temporary file stays for the destructor; after a failure to
     // close or to rename it is removed.
-    bool Close();
+    [[nodiscard]] bool Close();
+
+    // Removes the temporary file that a killed writer of `path` left, and says so in the log. True when none
+    // stands in the way, false with a line in the log otherwise.
+    static bool RemoveStale(CString const& path, Log::VerboseT verbose = Log::VERBOSE_ON);
 
     CString const& PathName() const { return path_; }
 
