@@ -4,6 +4,7 @@
 import json
 import shutil
 import subprocess
+import sys
 import tempfile
 from pathlib import Path
 
@@ -36,6 +37,29 @@ PLANTED = (
     ("exports", {"zeb/core/A.cpp": "__attribute__((visibility(\"default\"))) void Leak(int) {}\n"}, "exports 'Leak(int)'"),
     ("tidy", {"zeb/core/A.cpp": "int A(int const* p) { return p == nullptr ? *p : 0; }\n"}, "Dereference of null pointer"),
 )
+
+
+# What ./dev mutate makes of a source: each line of MUTATED with all that becomes of it.
+MUTATED = {
+    "// not a < b": (),
+    "    if (Find(\"a < b\", 'c') && !empty) {": (
+        "if (!(Find(\"a < b\", 'c') && !empty)) {", "if (false && (Find(\"a < b\", 'c') && !empty)) {",
+        "if (Find(\"a < b\", 'c') || !empty) {", "if (Find(\"a < b\", 'c') && empty) {", "if (Find(\"a < b\", 'b') && !empty) {"),
+    "        Add(Type<int>::VALUE);": (";",),
+    "        Guard const guard(lock_);": (";",),
+    "        int const used = 0x1F;": ("int const used = 32;", "int const used = 30;"),
+    "        ++count;": ("--count;", ";"),
+    "        return used == count;": ("return used != count;",),
+}
+
+
+def mutants_complaints(folder):
+    lay(folder, {"zeb/core/M.cpp": "\n".join(MUTATED) + "\n    }\n"})
+    done = subprocess.run([sys.executable, "-c", "import mutate\nfor m in mutate.mutants(['zeb/core/M.cpp'], 1, False):\n print(m.describe())"],
+                          cwd=folder / "scripts", text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    made = sorted(line.strip()[2:] for line in done.stdout.splitlines() if line.startswith("    + "))
+    wanted = sorted(sum(MUTATED.values(), ()))
+    return [] if made == wanted else [f"mutate: makes {made} where {wanted} is due\n{done.stdout if not made else ''}"]
 
 
 def lay(folder, files):
@@ -78,6 +102,7 @@ with tempfile.TemporaryDirectory() as temporary:
                 code, output = run(folder, sound)
                 if code:
                     complaints.append(f"{sound}: complains about a sound tree:\n{output}")
+            complaints += mutants_complaints(folder)
             continue
         lay(folder, files)
         code, output = run(folder, check)

@@ -1,0 +1,236 @@
+#!/usr/bin/env python3
+"""Seeded mutants of one folder against its own tests. usage: mutate.py <folder> <test program> [count] [seed]
+
+In the sources of the folder one place after the other is changed, drawn at random: a condition, a constant, an operator or a
+deleted statement. Only what holds the change is compiled, linked with the unchanged objects of build/dev, and run in
+namespaces of its own. What does not compile or comes to the same code does not count; a program that hangs is caught.
+A changed header is compiled into the source of its name and into up to two tests that include it.
+"""
+
+import json
+import random
+import re
+import shlex
+import subprocess
+import sys
+import time
+from dataclasses import dataclass
+from pathlib import Path
+
+import tree
+
+BUILD = tree.ROOT / "build/dev"
+WORK = tree.ROOT / "build/mutate"
+
+SWAPS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&", "+": "-", "-": "+",
+         "*": "+", "/": "*", "%": "/", "&": "|", "|": "&", "^": "|", "+=": "-=", "-=": "+=", "|=": "&=", "&=": "|=",
+         "++": "--", "--": "++", "!": ""}
+# The layout tells what is an operator: one with two operands stands between blanks.
+OPERATOR = re.compile(r"(?<=\s)(?:[=!<>]=|[-+|&]=|[<>]|&&|\|\||[-+*/%&|^])(?=\s)|\+\+|--|(?<![\w\])])!(?=[\w(*~])")
+NUMBER = re.compile(r"(?<![\w.'])(0x[0-9a-fA-F]+|\d+)(?=[uUlL]*(?![\w.']))")
+WORD = re.compile(r"\b(?:true|false)\b")
+CONDITION = re.compile(r"\b(?:if|while) (?=\()")
+STATEMENT = re.compile(r"(?:(?<=[;{}):])|(?<=\belse))(\s+)([A-Za-z_*(:+-][^;{}#]*;)")
+LITERAL = re.compile(r"//[^\n]*|/\*.*?\*/|R\"(\w*)\((?:.|\n)*?\)\1\"|\"(?:\\.|[^\"\\\n])*\"|(?<!\w)'(?:\\.|[^'\\\n])+'"
+                     r"|^[ \t]*#(?:\\\n|[^\n])*|\b(?:static_assert|alignas)\([^;{]*?\)", re.S | re.M)
+NO_STATEMENT = re.compile(r"(?:return\b.|using|typedef|friend|case|default|public|private|protected|if|for|while|do|switch|else|"
+                          r"struct|class|enum|union|template|constexpr|static|extern|namespace|goto|inline|virtual)\b")
+DECLARATION = re.compile(r"(?!delete\b|throw\b)[\w:<>,*&\[\] ]*[\w>*&] +[*&]*(\w+)\s*(?:[=;(\[,{]|$)")
+
+
+@dataclass
+class Mutant:
+    name: str
+    kind: str
+    begin: int
+    end: int
+    becomes: str
+
+    def apply(self):
+        text = tree.text(self.name)
+        removed = text[self.begin:self.end]
+        return text[:self.begin] + self.becomes + "\n" * removed.count("\n") + text[self.end:]
+
+    def describe(self):
+        line = tree.text(self.name).count("\n", 0, self.begin)
+        was, now = (text.split("\n") for text in (tree.text(self.name), self.apply()))
+        return f"{self.name}:{line + 1}: {self.kind}\n    - {was[line].strip()}\n    + {now[line].strip()}"
+
+
+def blank(match):
+    return re.sub(r"[^\n]", " ", match.group())
+
+
+def closing(text, at):
+    """The end of what the parenthesis at `at` opens."""
+    depth = 0
+    for i in range(at, len(text)):
+        depth += {"(": 1, ")": -1}.get(text[i], 0)
+        if depth == 0:
+            return i + 1
+    return len(text)
+
+
+def conditions(name, code):
+    for found in CONDITION.finditer(code):
+        begin, end = found.end(), closing(code, found.end())
+        inner = tree.text(name)[begin + 1:end - 1]
+        if ";" in code[begin:end] or " = " in code[begin:end]:
+            continue
+        yield Mutant(name, "condition reversed", begin, end, f"(!({inner}))".replace("\n", " "))
+        yield Mutant(name, "condition never true", begin, end, f"(false && ({inner}))".replace("\n", " "))
+
+
+def constants(name, code):
+    for found in NUMBER.finditer(code):
+        value = int(found.group(1), 16 if "x" in found.group(1) else 10)
+        for other in {value + 1, value - 1} - {-1}:
+            yield Mutant(name, "constant", *found.span(1), str(other))
+    for found in WORD.finditer(code):
+        yield Mutant(name, "constant", *found.span(), "false" if found.group() == "true" else "true")
+    for found in LITERAL.finditer(tree.text(name)):
+        if re.fullmatch(r"'[^\\]'", found.group()):
+            yield Mutant(name, "constant", *found.span(), f"'{chr(ord(found.group()[1]) ^ 1)}'".replace("'''", "'0'"))
+
+
+def operators(name, code):
+    for found in OPERATOR.finditer(code):
+        yield Mutant(name, "operator", *found.span(), SWAPS[found.group()])
+
+
+def statements(name, code):
+    for found in STATEMENT.finditer(code):
+        text = found.group(2)
+        if NO_STATEMENT.match(text) or text.count("(") != text.count(")"):
+            continue
+        declared = DECLARATION.match(text)
+        if declared and re.search(rf"\b{declared.group(1)}\b", code[found.end():found.end() + 2000]):
+            continue
+        yield Mutant(name, "statement deleted", *found.span(2), ";")
+
+
+def mutants(names, seed, once=True):
+    """The kinds take turns, each in a random order; no place is changed twice, unless all changes are asked for."""
+    kinds = []
+    for maker in (conditions, constants, operators, statements):
+        every = [mutant for name in names for mutant in maker(name, LITERAL.sub(blank, tree.text(name)))]
+        random.Random(seed).shuffle(every)
+        kinds.append(every)
+    seen = set()
+    while any(kinds):
+        for every in kinds:
+            if every:
+                mutant = every.pop()
+                if not once or (mutant.name, mutant.begin) not in seen:
+                    seen.add((mutant.name, mutant.begin))
+                    yield mutant
+
+
+class Judge:
+    """Compiles what a mutant changes, links that in place of or ahead of the unchanged objects, and runs the tests."""
+
+    def __init__(self, program):
+        self.program = WORK / program
+        self.commands = {entry["file"]: shlex.split(entry["command"])
+                         for entry in json.loads((BUILD / "compile_commands.json").read_text())}
+        listed = subprocess.run(["ninja", "-C", BUILD, "-t", "commands", f"bin/{program}"], check=True, text=True,
+                                capture_output=True).stdout
+        self.link = shlex.split(listed.splitlines()[-1].removeprefix(": && ").removesuffix(" && :"))
+        self.tests = [name for name in tree.select(("tests",), (".cpp",)) if self.object_of(name) in self.link]
+        self.limit = 60
+        self.unchanged = {}
+
+    def command_of(self, unit):
+        command = self.commands[str(tree.ROOT / unit)]
+        return command[next(i for i, word in enumerate(command) if word.endswith("++")):]
+
+    def object_of(self, unit):
+        command = self.command_of(unit)
+        return command[command.index("-o") + 1]
+
+    def units(self, name):
+        """The sources that are compiled for a change of `name`: all that matter of those that are cheap."""
+        if name.endswith(".cpp"):
+            return [name]
+        users = [test for test in self.tests if name in tree.closure(test)]
+        users.sort(key=lambda test: (not Path(test).name.startswith(Path(name).stem), name not in tree.includes(test)[0]))
+        own = name.rpartition(".")[0] + ".cpp"
+        return users[:2] + ([own] if str(tree.ROOT / own) in self.commands else [])
+
+    def compile(self, unit, name, text):
+        """The object of `unit` as it is when `name` reads `text`; None if it does not compile."""
+        changed = WORK / "tree" / name
+        changed.parent.mkdir(parents=True, exist_ok=True)
+        changed.write_text(text)
+        command = self.command_of(unit)
+        target = WORK / (unit.replace("/", "_") + ".o")
+        command[command.index("-o") + 1] = str(target)
+        command[command.index("-c") + 1] = str(changed if unit == name else tree.ROOT / unit)
+        # The tests share a precompiled header, which wants its own flags.
+        left_out = ("-Werror",) if unit.startswith("tests/") else ("-Werror", "-g")
+        command = [word for word in command if word not in left_out]
+        command[1:1] = ["-w", f"-I{WORK / 'tree'}"]
+        done = subprocess.run(command, cwd=BUILD, capture_output=True)
+        changed.unlink()
+        return target if done.returncode == 0 else None
+
+    def code(self, name, text):
+        """The objects of a changed file and what is in them; None if one does not compile."""
+        objects = {unit: self.compile(unit, name, text) for unit in self.units(name)}
+        return None if None in objects.values() else (objects, [target.read_bytes() for target in objects.values()])
+
+    def build(self, objects):
+        command = list(self.link)
+        ahead = []
+        for unit, target in objects.items():
+            if self.object_of(unit) in command:
+                command[command.index(self.object_of(unit))] = str(target)
+            else:
+                ahead.append(str(target))
+        command[command.index("-o") + 1] = str(self.program)
+        command[1:1] = ["-fuse-ld=lld", *ahead]
+        return subprocess.run(command, cwd=BUILD, capture_output=True).returncode == 0
+
+    def passes(self):
+        """Runs the tests in a system of their own: nothing that a mutant kills, removes or sends gets out of it."""
+        inside = (f"mount -o remount,ro,bind / && mount -t tmpfs tmpfs /tmp && cd /tmp && exec timeout -s KILL {self.limit} "
+                  f"{shlex.quote(str(self.program))} --gtest_fail_fast --gtest_brief=1")
+        return subprocess.run(["unshare", "--pid", "--mount", "--net", "--ipc", "--fork", "--kill-child", "--mount-proc",
+                               "prlimit", "--as=16000000000", "--core=0", "sh", "-c", inside],
+                              stdin=subprocess.DEVNULL, capture_output=True)
+
+    def verdict(self, mutant):
+        if mutant.name not in self.unchanged:
+            self.unchanged[mutant.name] = self.code(mutant.name, tree.text(mutant.name))
+        code = self.code(mutant.name, mutant.apply())
+        if code and self.unchanged[mutant.name] and code[1] == self.unchanged[mutant.name][1]:
+            return "equal"
+        if not code or not self.build(code[0]):
+            return "not built"
+        return "survived" if self.passes().returncode == 0 else "caught"
+
+
+def main(home, program, count=50, seed=1):
+    names = [name for name in tree.select((home.split("/")[0],), (".h", ".cpp", ".inc")) if name.rpartition("/")[0] == home]
+    WORK.mkdir(parents=True, exist_ok=True)
+    judge = Judge(program)
+    names = [name for name in names if judge.units(name)]
+    started = time.monotonic()
+    if not judge.build({}) or judge.passes().returncode != 0:
+        sys.exit(f"{program} does not pass as it is; look at {judge.program}")
+    judge.limit = 5 + int(4 * (time.monotonic() - started))
+    counts = {"caught": 0, "survived": 0, "equal": 0, "not built": 0}
+    for mutant in mutants(names, int(seed)):
+        verdict = judge.verdict(mutant)
+        counts[verdict] += 1
+        if verdict == "survived":
+            print(mutant.describe(), flush=True)
+        judged = counts["caught"] + counts["survived"]
+        if judged == int(count):
+            break
+    print(f"{home}: {counts['caught']} of {judged} caught ({100 * counts['caught'] // max(judged, 1)} %), seed {seed}; "
+          f"left out: {counts['not built']} that do not compile, {counts['equal']} of equal code")
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
