@@ -18,8 +18,8 @@ using E4 = IfIp4Changed;
 using E6 = IfIp6Changed;
 using Span = Time::Span;
 
-// Incarnations: both long before any event, and one that is yet to come.
-Span const OLD(1, 0), NEW(2, 0), LATER(2000000000, 0);
+// Incarnations: both before any event, on a machine that has just come up too, and one that is yet to come.
+Span const OLD(1), NEW(2), LATER(2000000000, 0);
 
 // The results of operations, in their order.
 std::string Bits(std::initializer_list<bool> results) {

@@ -44,11 +44,6 @@ TEST(StatsSet, FiguresAreThoseOfTheSamplesInTheRing) {
     EXPECT_EQ(log.Take(), LogCapture::LinesT(2, "C Stats::Set: system failed [0xcffd****]."));
 }
 
-struct Load : Stats::Cpu {
-    using Cpu::Cpu;
-    using Cpu::Update_;
-};
-
 TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
     int const rows[][5] = {// processor ms, wall ms, processors; sample, interval
                            {500, 1000, 1, 0, 0},   {750, 2000, 1, 25, 0}, {1749, 3000, 4, 24, 1},
@@ -59,7 +54,7 @@ TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
         Document document;
         document.AllocateString(std::string(1900, 'x').c_str(), 0);
         heap.Arm();
-        Load load(3);
+        Stats::Cpu load(3);
         for (auto const& [cpu, wall, count, sample, interval] : rows) {
             load.Update_(cpu, wall, unsigned(count));
             EXPECT_TRUE(!load.Initialized() || (long(load.Cur()) == sample && load.Interval() == interval))
