@@ -36,6 +36,11 @@ int Usage(std::string const& what) {
     return EXIT_USAGE;
 }
 
+int Help() {
+    std::cout << HelpText();
+    return 0;
+}
+
 std::string Hex(uint32_t code) {
     char text[9];
     snprintf(text, sizeof(text), "%08x", code);
@@ -100,8 +105,7 @@ bool ReadOptions(int argc, char** argv, Options& options, int& exitCode) {
         if (name == PREFIXES) options.prefixes = true;
         if (name == LOG) options.log = true;
         if (name == HELP) {
-            std::cout << HelpText();
-            exitCode = 0;
+            exitCode = Help();
             return false;
         }
         bool const badSplit =
@@ -120,6 +124,7 @@ int Main(int argc, char** argv) {
     int exitCode = EXIT_USAGE;
     if (!ReadOptions(argc, argv, options, exitCode)) return exitCode;
     if (optind == argc) return Usage("a verb is missing");
+    if (argv[optind] == std::string_view("help")) return Help();
     Verb const* const verb = FindVerb(argv[optind]);
     if (verb == nullptr) return Usage("unknown verb '" + std::string(argv[optind]) + "'");
     options.words.assign(argv + optind + 1, argv + argc);

@@ -22,7 +22,7 @@ char const TAIL[] =
     "  --split N    give N bytes at a time where the input is read from a stream\n"
     "  --prefixes   each prefix of the input: the code of the whole, and code:count for all codes\n"
     "  --log        print what the library logs ahead of the result\n"
-    "  --help       this text\n"
+    "  --help       this text; so does the verb help\n"
     "\n"
     "exit code: 0, 1 when a file could not be read, 2 for a wrong command\n";
 

@@ -122,9 +122,11 @@ TEST(ZebprobeTest, AWrongCommandIsToldWithExitCode2) {
         EXPECT_EQ(child.ExitCode(), 2) << child;
         EXPECT_NE(child.Errors().find(wrong.message), std::string::npos) << wrong.message << "\n" << child;
     }
-    Child const help = Probe({"--help"}, "");
-    EXPECT_EQ(help.ExitCode(), 0);
-    EXPECT_NE(help.Output().find("xml-print FLAGS PRINTFLAGS"), std::string::npos);
+    for (char const* const word : {"--help", "help"}) {
+        Child const help = Probe({word}, "");
+        EXPECT_EQ(help.ExitCode(), 0) << help;
+        EXPECT_NE(help.Output().find("xml-print FLAGS PRINTFLAGS"), std::string::npos) << help;
+    }
 }
 
 } // namespace
