@@ -1,9 +1,12 @@
 #pragma once
 
 // Util::Regex: a POSIX regular expression, compiled once by regcomp(). Util::Matcher searches texts with it.
+// Compile what is used often once, as a member or a static of a function: it takes far longer than a search.
 //
-// An object never changes after its construction, and may then be used by several threads at a time. A
-// pattern that does not compile is logged; Compiled() is false then, and Matcher::Find() refuses it.
+// Owns      a copy of the pattern, and what the engine made of it
+// Threads   any number at a time: it never changes after its construction
+// Failure   a pattern that does not compile, also for want of memory, is logged in the engine's words;
+//           Compiled() is false then, and Matcher::Find() refuses it. A pattern ends at its first NUL
 
 #include "zeb/core/Export.h"
 #include "zeb/core/String.h"
