@@ -1,6 +1,7 @@
+#include "zeb/stats/RrdDb.h"
+
 #include "tests/doc/xml/Trees.h"
 #include "tests/runtime/Worker.h"
-#include "tests/stats/Rrd.h"
 #include "zeb/core/Time.h"
 #include "zeb/event/Bus.h"
 #include "zeb/event/Delegate.h"
@@ -8,13 +9,49 @@
 
 #include <algorithm>
 #include <tuple>
+#include <vector>
 
 namespace {
 
-Sample Read(Db const& db, char const* name, unsigned level, unsigned long index = 0) {
+using Stats::Rrd::Db;
+using Stats::Rrd::Sample;
+using Type = Db::Attribute;
+using U64 = unsigned long long;
+using ValuesT = std::vector<U64>;
+
+Type const ATTRIBUTES[] = {{"rate", 8, Type::SPEED, Db::RAISE_OFF},
+                           {"none", 1, Type::NONE, Db::RAISE_ON},
+                           {"drops", 3, Type::COUNT, Db::RAISE_ON},
+                           {"up", 5, Type::BOOL, Db::RAISE_OFF},
+                           {"heat", 2, Type::GAUGE, Db::RAISE_OFF}};
+
+Db::Modifier Tailing(bool tail) {
+    Db::Modifier modifier;
+    if (tail) modifier.SetTailing();
+    return modifier;
+}
+
+Array<U64> Values(ValuesT const& values) {
+    Array<U64> array;
+    EXPECT_TRUE(array.Assign(values.data(), values.size()));
+    return array;
+}
+
+bool Update(Db& db, Time::Span const& time, ValuesT const& values) {
+    return db.Update(time, Values(values)).Succeeded();
+}
+
+Time::Span Tenths(long tenths) { return Time::Span(Time::Span::Value(tenths / 10, tenths % 10 * 100000)); }
+
+// The newest samples of a level: "value@tenths value@tenths ..."
+std::string Shown(Db const& db, char const* name, unsigned level, unsigned long count = 3) {
     Array<Sample> out;
-    EXPECT_TRUE(db.GetData(out, name, level, Tailing(false)).Succeeded() && out.Size() == 64);
-    return out[index];
+    std::string text;
+    EXPECT_TRUE(db.GetData(out, name, level, Tailing(false)).Succeeded() && out.Size() == 64) << name;
+    for (unsigned long i = 0; i < count; ++i)
+        text += (out[i].value == ~0ull ? "MOST" : std::to_string(out[i].value)) + "@" +
+                std::to_string(out[i].time.Milliseconds() / 100) + " ";
+    return text;
 }
 
 TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
@@ -54,7 +91,8 @@ TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
             for (unsigned long k = 0; k < out.Size(); ++k)
                 EXPECT_EQ(out[k].time, Tenths(newest) - Tenths(distance * (long(k) - tail))) << i << ' ' << k;
         }
-        EXPECT_EQ(Read(db, "heat", 0, 63).value, U64(2 * updates - 128));
+        EXPECT_TRUE(db.GetData(out, "heat", 0, Tailing(false)).Succeeded() &&
+                    out[63].value == U64(2 * updates - 128));
         for (unsigned i = 0; i < 3; ++i) {
             Sample figure{1, Time::Span(77)};
             EXPECT_TRUE(db.GetDatum(figure, row.name, i == 2 ? 255 : i * 2, Tailing(i == 1)).Succeeded());
@@ -62,6 +100,79 @@ TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
             EXPECT_EQ(figure.time, i == 0 ? Time::Span(77) : Tenths(period * updates));
         }
     }
+}
+
+// Databases that declare the same in another order, fed with raw values that are equal for all attributes.
+TEST(RrdDb, AddsTheHistoryOfAnother) {
+    Type const forth[] = {{"c", 1, Type::COUNT, Db::RAISE_OFF},
+                          {"b", 1, Type::BOOL, Db::RAISE_OFF},
+                          {"g", 1, Type::GAUGE, Db::RAISE_OFF}};
+    Type const back[] = {forth[2], forth[1], forth[0]};
+    struct {
+        ValuesT own, other; // each 60 s, from 60 s on and, in tenths, from there on
+        long start;
+        char const* shown; // c, b, g; then, both having gone on, level 1 of g
+    } const rows[] = {
+        // clang-format off
+        {{1, 3, 6, 10}, {100, 200}, 605,
+         "104@1205 103@605 2@1200 | 1@1205 1@605 3@1200 | 210@1205 106@605 3@1200 | 30@7200 106@605 1@600 | "},
+        {{1, 3}, {100, 200, 300, 400}, 605,
+         "102@1200 101@600 100@1205 | 1@1200 1@600 200@1205 | 403@1200 301@600 200@1205 | 30@7200 301@600 100@605 | "},
+        {{}, {100, 201}, 605,
+         "101@1205 100@605 0@5 | 201@1205 100@605 0@5 | 201@1205 100@605 0@5 | 87@6600 100@605 0@-1195 | "},
+        {{~0ull, 0}, {3}, 0, // the time 0 does not count
+         "4@1200 MOST@600 0@0 | 1@1200 MOST@600 0@0 | 3@1200 MOST@600 0@0 | 21@6600 MOST@600 0@-1200 | "},
+        {{5}, {~0ull}, 0, "MOST@600 0@0 0@-600 | 1@600 0@0 0@-600 | MOST@600 0@0 0@-600 | 30@7200 MOST@600 0@-1200 | "},
+        // clang-format on
+    };
+    for (auto const& row : rows) {
+        Db own("own", "", forth, 3, Db::STEP_1M), other("other", "", back, 3, Db::STEP_1M);
+        auto const feed = [](Db& db, ValuesT const& values, long start) {
+            for (U64 const value : values) {
+                EXPECT_TRUE(Update(db, Tenths(start) + Time::Span(1), ValuesT(3, value))) << start;
+                start += 600;
+            }
+        };
+        feed(own, row.own, 600);
+        feed(other, row.other, row.start);
+        EXPECT_TRUE(own.Merge(other).Succeeded() && !other.HasData() && other.Lifetime().IsZero());
+        std::string shown;
+        for (Type const& attribute : forth)
+            shown += Shown(own, attribute.name, 0) + "| ";
+        feed(own, {30, 30, 30}, 6000); // one of them makes a sample of level 1
+        feed(other, {7}, 1);
+        EXPECT_EQ(shown + Shown(own, "g", 1) + "| ", row.shown);
+        EXPECT_EQ(Shown(other, "c", 1), "7@1 0@-1799 0@-3599 ");
+    }
+}
+
+TEST(RrdDb, CountsFromWhatItWasPrimedWith) {
+    LogCapture log;
+    Db db("d", "area", ATTRIBUTES, 5, Db::STEP_3S);
+    auto const prime = [&db](long tenths, ValuesT const& values) {
+        return db.Prime(Tenths(tenths), Values(values));
+    };
+    auto const shown = [&db] {
+        return Shown(db, "rate", 0, 1) + Shown(db, "drops", 0, 1) + Shown(db, "up", 0, 1);
+    };
+    EXPECT_TRUE(prime(10, {3000, 0, 50, 4, 7}).Succeeded() && !db.HasData());
+    EXPECT_TRUE(prime(10, {1, 1, 1, 1, 1}).Failed() && prime(11, {1}).Failed() &&
+                !Update(db, Tenths(10), {1, 1, 1, 1, 1}));
+    ASSERT_TRUE(Update(db, Tenths(30), {4000, 0, 52, 4, 7}));
+    EXPECT_EQ(shown(), "4000@30 6@30 4@30 ") << "growths of 1000 in 2 s, and of 2";
+    EXPECT_EQ(db.Lifetime(), Tenths(20));
+    for (auto const& [name, value] :
+         {std::pair{"rate", 0ull}, {"drops", 0xFFFFFFF8 - (1ull << 32)}, {"up", 9ull}})
+        EXPECT_TRUE(db.Prime(name, value).Succeeded()); // one has restarted, one of 32 bits has wrapped
+    EXPECT_TRUE(db.Prime("none", 0) == Db::UNKNOWN_ATTRIBUTE && db.Prime("x", 0) == Db::UNKNOWN_ATTRIBUTE);
+    ASSERT_TRUE(Update(db, Tenths(60), {900, 0, 2, 4, 7}));
+    EXPECT_EQ(shown(), "2400@60 30@60 4@60 ");
+    db.Reset();
+    ASSERT_TRUE(Update(db, Tenths((1L << 32) + 100), {900, 0, 2, 4, 7})); // the whole counter again
+    EXPECT_EQ(Shown(db, "drops", 3, 2) + Shown(db, "drops", 0, 1), "6@100 0@-14300 6@100 ");
+    std::string const fail = "C Stats::Rrd::Db: \"d\": system failed [0xcffd****].",
+                      unknown = "E Stats::Rrd::Db: \"d\": unknown attribute: ";
+    EXPECT_EQ(log.Take(), LogCapture::LinesT({fail, fail, fail, unknown + "none.", unknown + "x."}));
 }
 
 TEST(RrdDb, RefusesWhatDoesNotFit) {
@@ -72,7 +183,6 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
         {"a", 1, Type::COUNT, Db::RAISE_OFF}, scaled[1], {"u", 1, Type::TypeT(5), Db::RAISE_OFF}};
     Db db("d", "area", other, 2, Db::STEP_3S);
     Db less("l", "area", other, 1, Db::STEP_3S);
-    Db unequal("u", "area", scaled, 2, Db::STEP_3S);
     EXPECT_FALSE(Db("x", "", other, 3, Db::STEP_3S).Initialized());
     EXPECT_TRUE(Update(db, Time::Span::Zero(), {0, 9})); // now
     Time::Span const now = Time::Monotonic();
@@ -84,31 +194,44 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
     EXPECT_EQ(db.GetDatum(one, "a", 254, Tailing(true)), 0x83E30064u);
     EXPECT_EQ(db.GetData(out, "n", 0, Tailing(false)), 0x83E300C8u);
     EXPECT_EQ(db.GetDatum(one, "n", 0, Tailing(false)), 0x83E300C8u);
-    EXPECT_EQ(db.Merge(less), 0x83E303E8u);
-    EXPECT_EQ(db.Merge(unequal), 0x83E3044Cu);
+    Type const changed[][2] = {{{"a", 2, Type::COUNT, Db::RAISE_OFF}, other[1]},
+                               {{"a", 1, Type::GAUGE, Db::RAISE_OFF}, other[1]},
+                               {{"A", 1, Type::COUNT, Db::RAISE_OFF}, other[1]},
+                               {other[0], other[0]}};
+    for (auto const& declarations : changed) {
+        Db alike("u", "area", declarations, 2, Db::STEP_3S);
+        EXPECT_EQ(db.Merge(alike), 0x83E3044Cu);
+    }
+    Db slow("s", "area", other, 2, Db::STEP_1M);
+    EXPECT_TRUE(db.Merge(less) == 0x83E303E8u && db.Merge(slow) == 0x83E304B0u && db.Merge(db).Failed() &&
+                db.HasData());
     Db::Modifier modifier;
     char const* const times[][3] = {{"1.5", "7", "1"}, {"9", "", "1"}, {"9", "1", "1s"}, {"9", "1", "9"}};
     for (auto const& [queryTs, lastT, lastTs] : times)
         EXPECT_EQ(Db::ParseModifiers(modifier, queryTs, lastT, lastTs), 0x83E3012Cu);
-    EXPECT_TRUE(Read(less, "a", 1, 63).time == Time::Monotonic() - Time::Span(63 * 60, 0)); // never updated
+    EXPECT_TRUE(db.GetData(out, "a", 1, Tailing(false)).Succeeded() &&
+                less.GetData(out, "a", 1, Tailing(false)).Succeeded());
+    EXPECT_EQ(out[63].time, Time::Monotonic() - Time::Span(63 * 60, 0)); // never updated
     EXPECT_TRUE(Update(less, Time::Span::Max(), {1}));
     // A rate without a time has no sample, all others have one; and a weighted sum may be too great.
     Db mixed("m", "area", ATTRIBUTES, 5, Db::STEP_1M);
     for (unsigned i = 0; i < 4; ++i)
         EXPECT_TRUE(Update(mixed, Time::Span(1000 + int(i)), {i * (~0ull / 8000), 0, 0, 0, 1}));
     EXPECT_FALSE(Update(mixed, Time::Span(Time::Span::Value(1, 3900)), {7, 0, 0, 0, 2}));
-    EXPECT_TRUE(Read(mixed, "heat", 0).value == 4 && Read(mixed, "rate", 0).value > 1ull << 63);
+    EXPECT_EQ(Shown(mixed, "heat", 0, 1) + Shown(mixed, "rate", 0, 1), "4@10 18446744073709544000@10 ");
     EXPECT_TRUE(mixed.GetDatum(one, "rate", 1, Tailing(true)).Failed() && one.value == 0);
     std::string const error = "E Stats::Rrd::Db: \"d\": ";
     std::string const fail = "C Stats::Rrd::Db: \"d\": system failed [0xcffd****].";
+    std::string const types = error + "different attributes types at merge.";
     EXPECT_THAT(
         log.Take(),
         testing::ElementsAre(
             "C Stats::Rrd::Db: \"x\": system failed [0xcffd****].", fail, fail,
             error + "detail value is out of bounds: 4.", error + "detail value is out of bounds: 254.",
-            error + "unknown attribute: n.", error + "different attributes count at merge.",
-            error + "different attributes types at merge.", "E Stats::Rrd::Db: invalid query-ts value: 1.5.",
-            "E Stats::Rrd::Db: invalid last-t value: .", "E Stats::Rrd::Db: invalid last-ts value: 1s.",
+            error + "unknown attribute: n.", types, types, types, types,
+            error + "different attributes count at merge.", error + "unaligned timings of attributes.", fail,
+            "E Stats::Rrd::Db: invalid query-ts value: 1.5.", "E Stats::Rrd::Db: invalid last-t value: .",
+            "E Stats::Rrd::Db: invalid last-ts value: 1s.",
             "E Stats::Rrd::Db: incorrect \"last-ts\" compared to \"query-ts\".",
             "C Stats::Rrd::Db: \"rate\": system failed [0xcffd****].",
             "C Stats::Rrd::Db: \"rate\": system failed [0xcffd****]."));
@@ -116,8 +239,9 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
 
 TEST(RrdDb, AnswersAsDocuments) {
     Clock clock;
-    clock.AdvanceNanoseconds(1000000000 - timespec(Time::Monotonic()).tv_nsec);    // a whole second
-    std::string const queryTs = std::to_string(Time::Monotonic().Seconds() + 100); // the client is ahead
+    timespec const now = Time::Monotonic(); // it becomes 1 s: the machine has just come up
+    clock.AdvanceNanoseconds((1 - now.tv_sec) * 1000000000 - now.tv_nsec);
+    std::string const queryTs = "101"; // the client is ahead
     Db db("d", "area", ATTRIBUTES, 5, Db::STEP_3S);
     for (int i = 0; i < 3; ++i)
         ASSERT_TRUE(Update(db, 1500 + i * 3050, {0, 0, 7u * i * i, 0, 0}));
@@ -129,8 +253,8 @@ TEST(RrdDb, AnswersAsDocuments) {
         {0, true, "99", "99", 64, both},
         {0, true, "1.9", "100", 2, both},
         {4, true, "4.5", "100", 1, "<data><t>7</t><ts>107.600000</ts><v>63</v></data>"},
-        {0, true, "7", "150", 0, ""},
-        {1, true, "2", "150", 1, "<data><t>61.500000</t><ts>161.500000</ts><v>84</v></data>"},
+        {0, true, "7", "100.5", 0, ""},
+        {1, true, "2", "100.5", 1, "<data><t>61.500000</t><ts>161.500000</ts><v>84</v></data>"},
     };
     for (auto const& [level, hasTimes, lastT, lastTs, count, text] : rows) {
         Db::Modifier modifier = Tailing(true);

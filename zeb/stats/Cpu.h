@@ -17,15 +17,14 @@ public:
     bool Initialized() const override;
     void Clear() override;
 
+    // A reading of the processor time used so far. With all of `cpuCount` processors busy a sample is 100.
+    void Update_(Time::Span const& cpuTime, Time::Span const& wallTime, unsigned long cpuCount);
+
     // The seconds that the samples in the ring cover.
     long Interval() const;
 
     // The wall time of the last reading, zero without one.
     Time::Span const& LastUpdate() const { return lastWallTime_; }
-
-protected:
-    // A reading of the processor time used so far. With all of `cpuCount` processors busy a sample is 100.
-    void Update_(Time::Span const& cpuTime, Time::Span const& wallTime, unsigned long cpuCount);
 
 private:
     void AddTime_(Time::Span const& time);

@@ -60,6 +60,7 @@ public:
     bool Initialized() const { return initialized_; }
     CString const& Name() const { return name_; }
     Db::Attribute::TypeT Type() const { return type_; }
+    bool Counts() const { return type_ == Db::Attribute::SPEED || type_ == Db::Attribute::COUNT; }
     bool HasRings() const { return type_ != Db::Attribute::NONE; }
     bool Raises() const { return raise_ != Db::RAISE_OFF; }
     RingBuffer const& Ring(unsigned level) const { return rings_[level]; }
@@ -141,6 +142,9 @@ public:
 
     ReturnT Update(unsigned long level, unsigned long long value, Time::Span const& time) override;
     ReturnT GetDatum(Sample& sample, unsigned char level, Db::Modifier const& modifier) const override;
+
+    // The next rate covers the time from then on.
+    void Restart(Time::Span const& time) { lastTime_ = time; }
 
 private:
     ReturnT UpdateRaw_(unsigned long long value, Time::Span const& time);

@@ -68,10 +68,41 @@ Rrd::Attribute::Base* Db::Make_(Attribute const& declaration, RingBuffer::Sample
     }
 }
 
+ReturnT Db::Fail_() const {
+    return StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, id_.Cstr(), "").SetFail();
+}
+
+bool Db::Accepts_(Time::Span const& time, Array<unsigned long long> const& values) const {
+    return values.Size() == attributes_.Size() && time > lastUpdate_;
+}
+
+void Db::Advance_(Time::Span const& time) {
+    if (firstUpdate_.IsZero()) firstUpdate_ = time;
+    lastUpdate_ = time;
+}
+
+ReturnT Db::Prime(Time::Span const& time, Array<unsigned long long> const& values) {
+    Time::Span const now = time.IsZero() ? Time::Monotonic() : time;
+    if (!Accepts_(now, values)) return Fail_();
+    for (unsigned long i = 0; i < values.Size(); ++i) {
+        BaseT& attribute = *attributes_[i];
+        if (attribute.Counts()) attribute.SetLastValue(values[i]);
+        if (attribute.Type() == Attribute::SPEED) static_cast<Rrd::Attribute::Speed&>(attribute).Restart(now);
+    }
+    Advance_(now);
+    return ReturnT::Done();
+}
+
+ReturnT Db::Prime(CString const& attribute, unsigned long long value) {
+    BaseT* const found = Find_(attribute);
+    if (!found) return FailUnknown_(attribute);
+    if (found->Counts()) found->SetLastValue(value);
+    return ReturnT::Done();
+}
+
 ReturnT Db::Update(Time::Span const& time, Array<unsigned long long> const& values) {
     Time::Span const now = time.IsZero() ? Time::Monotonic() : time;
-    if (values.Size() != attributes_.Size() || now <= lastUpdate_)
-        return StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, id_.Cstr(), "").SetFail();
+    if (!Accepts_(now, values)) return Fail_();
     ReturnT const code = UpdateRaw_(now, values);
     for (unsigned level = 1; level < LEVELS; ++level) {
         if (countdowns_[level]-- != 0) continue;
@@ -80,8 +111,7 @@ ReturnT Db::Update(Time::Span const& time, Array<unsigned long long> const& valu
             (void)attributes_[i]->Update(level, values[i], now); // fails at level 0 only
     }
     ++updates_;
-    if (firstUpdate_.IsZero()) firstUpdate_ = now;
-    lastUpdate_ = now;
+    Advance_(now);
     return code;
 }
 
@@ -114,6 +144,7 @@ void Db::RestartCountdowns_() {
 }
 
 ReturnT Db::Merge(Db& other) {
+    if (&other == this) return Fail_();
     if (attributes_.Size() != other.attributes_.Size()) {
         return StatusLog(MERGE_COUNT, Log::ERROR, IDENT, id_.Cstr(), "different attributes count at merge");
     }
@@ -122,19 +153,16 @@ ReturnT Db::Merge(Db& other) {
             return StatusLog(MERGE_TYPES, Log::ERROR, IDENT, id_.Cstr(),
                              "different attributes types at merge");
     }
+    if (step_ != other.step_)
+        return StatusLog(MERGE_TIMINGS, Log::ERROR, IDENT, id_.Cstr(), "unaligned timings of attributes");
     bool const swap = other.updates_ > updates_;
-    unsigned long swaps = 0;
     for (unsigned long i = 0; i < attributes_.Size(); ++i) {
         BaseT& own = *attributes_[i];
         BaseT& twin = *other.FindTwin_(own);
         (swap ? twin : own).Add(swap ? own : twin);
-        if (!swap) continue;
-        own.Exchange(twin);
-        ++swaps;
+        if (swap) own.Exchange(twin);
     }
-    if (swaps != 0 && swaps != attributes_.Size())
-        return StatusLog(MERGE_TIMINGS, Log::ERROR, IDENT, id_.Cstr(), "unaligned timings of attributes");
-    if (swaps != 0) updates_ = other.updates_;
+    if (swap) updates_ = other.updates_;
     RestartCountdowns_();
     other.Reset();
     return ReturnT::Done();

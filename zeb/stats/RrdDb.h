@@ -24,8 +24,24 @@
 //
 // All but BOOL are multiplied by `scale`. Differences and sums of counters wrap at 64 bits.
 //
-// All memory is taken at construction, where a failure shows in Initialized(). There is no lock inside: the
-// database is read and updated under that of the collector which feeds it.
+// A counter counts from 0 as long as the database does not know better: the first sample of a SPEED or COUNT
+// is the whole counter, all that was counted since the machine came up. Where that is not wanted, Prime() the
+// counters first; and Prime() one to 0 that has been found to count afresh, or its growth wraps.
+//
+//   Stats::Rrd::Db db("eth0", "interface", ATTRIBUTES, 2, Stats::Rrd::Db::STEP_3S);
+//   (void)db.Prime(Time::Span::Zero(), counters);                            // no sample, no event
+//   ...                                                                     // each 3 s, under a lock:
+//   if (counters[0] < before) (void)db.Prime("received", 0);                // the counter has restarted
+//   if (db.Update(Time::Span::Zero(), counters).Failed()) ...               // which has been logged
+//
+// Owns      copies of all texts and the memory of all samples; the array of declarations is not kept
+// Threads   one at a time: there is no lock inside, it is read and updated under that of the collector that
+//           feeds it
+// Waits     nothing; events are put into the queue of the bus
+// Locks     Update() and Reset() take the lock of the bus when they raise: hold none that stands above it
+// Memory    is taken at construction, where a failure shows in Initialized(); such a database refuses values
+//           and knows no attribute. Later on an event that finds none is logged and lost, a document says
+//           itself that it is not whole, and GetData() fails
 
 #include "zeb/core/Array.h"
 #include "zeb/core/Export.h"
@@ -37,6 +53,7 @@
 #include "zeb/stats/RrdRingBuffer.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace Xml {
 class Node;
@@ -86,22 +103,38 @@ public:
     void SetRaise(RaiseT raise) { raise_ = raise; }
 
     // One value for each attribute, in the order of their declaration, of a moment later than that of the
-    // last update; zero is now. Another number of values and another time are refused. Less than a
-    // millisecond behind the last update a SPEED gets no sample, and the result is a failure, but the update
-    // is made.
+    // last update; zero is now. Another number of values and a time that is not later are refused, and
+    // nothing changes. Less than a millisecond behind the last update a SPEED gets no sample, and the result
+    // is a failure, but the update is made: what that counter has grown by is in no sample ever.
     ReturnT Update(Time::Span const& time, Array<unsigned long long> const& values);
 
-    // Adds the history of the other database, which has the same attributes, in any order, and is reset
-    // by this. The time line of the one with more updates stays. Sums stop at the greatest value of the type.
+    // Values from which the next update is to count, as if they were those of an update at that time, but
+    // without a sample or an event; those of SPEED and COUNT alone are looked at. Ahead of the first update,
+    // and again behind Reset() or after Merge() on the one that was reset. Refuses what Update() does; the
+    // next update is later still.
+    ReturnT Prime(Time::Span const& time, Array<unsigned long long> const& values);
+
+    // The same for one counter, whose next rate covers the time since the last update as before: 0 when it
+    // has restarted, or, when one of 32 bits has wrapped, its last value less 2^32. Nothing to do for other
+    // types. UNKNOWN_ATTRIBUTE is logged.
+    ReturnT Prime(CString const& attribute, unsigned long long value);
+
+    // Adds the history of another database, which is reset by this: sample to sample from the newest on, as
+    // far as both have some. It has as many attributes (or MERGE_COUNT), with the same names, types and
+    // scales in any order (or MERGE_TYPES), and the same step (or MERGE_TIMINGS); it is not this one (a
+    // failure). Nothing changes then. The times and samples of the one with more updates stay where the other
+    // has none. Sums stop at the greatest value of the type. This one counts on from its own last values, and
+    // is primed if it has had none; the other counts from 0.
     ReturnT Merge(Db& other);
 
     // Forgets all samples. Attributes that raise events, and whose raw value is not 0, raise one with 0.
+    // Counters count from 0 again: see Prime().
     void Reset();
 
     // Whether any sample is not 0.
     bool HasData() const;
 
-    // From the first update to the last.
+    // From the first update, or Prime(), to the last.
     Time::Span Lifetime() const { return lastUpdate_ - firstUpdate_; }
 
     // Always 64 samples of the level, newest first. Before the oldest one stand zeros, whose times go back by
@@ -111,14 +144,17 @@ public:
     ReturnT GetData(Array<Sample>& samples, CString const& attribute, unsigned char level,
                     Modifier const& modifier) const;
 
-    // One figure of the ring of the level, made as a level above would; the time stays as it was. With a
-    // tailing modifier, or with LEVEL_ALL, one figure of all that the level, or level 3, and the more
-    // detailed ones hold, and the time of the newest sample.
+    // One figure of all samples of the level: of a COUNT their sum, of a SPEED or BOOL their mean, of a GAUGE
+    // half of their mean. The time stays as it was. With a tailing modifier above level 0, or with LEVEL_ALL,
+    // one figure of what the level, or level 3, holds and what the more detailed ones have gathered since,
+    // and the time of the newest sample: of a COUNT the sum, of a SPEED the mean over the time, of a BOOL the
+    // sum of the means of the levels, of a GAUGE a mean in which each level weighs as much as all above it.
     ReturnT GetDatum(Sample& sample, CString const& attribute, unsigned char level,
                      Modifier const& modifier) const;
 
     // Appends the samples of GetData() as array members "data": "t" (time), "ts" (time in the client's clock,
-    // if a modifier has that), "v" (value). With a modifier that has it, only those newer than its LastT().
+    // if a modifier has that), "v" (value). With a modifier of ParseModifiers() only those in a later second
+    // than its LastT(), but all of them if the client's clock has gone ahead.
     ReturnT AttachTo(Xml::Node& node, CString const& attribute, unsigned char level,
                      Modifier const& modifier) const;
 
@@ -140,12 +176,17 @@ private:
     ReturnT Create_(CString const& id, CString const& area, Attribute const* attributes, unsigned long count);
     BaseT* Make_(Attribute const& declaration, RingBuffer::Sample* memory);
     void RestartCountdowns_();
+    bool Accepts_(Time::Span const& time, Array<unsigned long long> const& values) const;
+    void Advance_(Time::Span const& time);
     ReturnT UpdateRaw_(Time::Span const& time, Array<unsigned long long> const& values);
     void Raise_(BaseT const& attribute, unsigned long long value) const;
     BaseT* FindTwin_(BaseT const& attribute);
     BaseT const* Find_(CString const& name) const;
+    BaseT* Find_(CString const& name) { return const_cast<BaseT*>(std::as_const(*this).Find_(name)); }
     ReturnT Read_(Sample* samples, CString const& attribute, unsigned char level,
                   Modifier const& modifier) const;
+    ReturnT Fail_() const;
+    ReturnT FailUnknown_(CString const& attribute) const;
     ReturnT FailLevel_(unsigned char level) const;
     ReturnT Attached_(Xml::Node const& node) const;
 

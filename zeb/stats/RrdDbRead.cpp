@@ -41,6 +41,10 @@ Rrd::Attribute::Base const* Db::Find_(CString const& name) const {
     return nullptr;
 }
 
+ReturnT Db::FailUnknown_(CString const& attribute) const {
+    return StatusLog(UNKNOWN_ATTRIBUTE, Log::ERROR, IDENT, id_.Cstr(), "unknown attribute: %1") << attribute;
+}
+
 ReturnT Db::FailLevel_(unsigned char level) const {
     return StatusLog(BAD_LEVEL, Log::ERROR, IDENT, id_.Cstr(), "detail value is out of bounds: %1")
            << unsigned{level};
@@ -67,8 +71,7 @@ ReturnT Db::GetDatum(Sample& sample, CString const& name, unsigned char level,
                      Modifier const& modifier) const {
     if (level >= LEVELS && level != LEVEL_ALL) return FailLevel_(level);
     BaseT const* const attribute = Find_(name);
-    if (attribute) return attribute->GetDatum(sample, level, modifier);
-    return StatusLog(UNKNOWN_ATTRIBUTE, Log::ERROR, IDENT, id_.Cstr(), "unknown attribute: %1") << name;
+    return attribute ? attribute->GetDatum(sample, level, modifier) : FailUnknown_(name);
 }
 
 ReturnT Db::AttachTo(Xml::Node& node, CString const& attribute, unsigned char level,
