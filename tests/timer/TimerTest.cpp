@@ -1,10 +1,12 @@
 #include "zeb/timer/Timer.h"
 
 #include "tests/runtime/Worker.h"
+#include "workbench/Calls.h"
 
 #include <atomic>
 #include <cstring>
 #include <deque>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -126,6 +128,34 @@ TEST_F(TimerTest, AQueueEndsWithTheLastTimerOfItsName) {
     expectThreads(0);
     std::string const active = "C Timer: system failed [0xcffd****], \"owner\" timer is still active.";
     EXPECT_EQ(log_.Take(), LinesT(4, active));
+}
+
+TEST_F(TimerTest, OneDestroyedWhileDueDoesNoHarm) {
+    std::atomic<int> fired = 0;
+    std::optional<Owner> owner;
+    Mutex const mutex(Mutex::CORE);
+    {
+        Clock clock;
+        owner.emplace([&] { ++fired; }).timer.Set(10L);
+        EXPECT_TRUE(clock.AwaitWaiters(1));
+        Calls calls; // it expires as the destructor begins
+        calls.Script(SysCall::pthread_mutex_trylock, {Calls::Do([&] {
+                         clock.Advance(10);
+                         EXPECT_TRUE(Await([&] { return fired == 1; }));
+                     })});
+        owner.reset();
+    }
+    EXPECT_TRUE(log_.Take().empty());
+    owner.emplace([&] { ++fired, owner->timer.Set(0L), Clock::RealPause(5); }).timer.Set(0L);
+    EXPECT_TRUE(Await([&] { return fired >= 2; }));
+    owner.reset(); // it calls, and was set again
+    Mutex::Guard const guard(mutex);
+    owner.emplace([&] { fired = -1; }, &mutex).timer.Set(0L);
+    Clock::RealPause(5);
+    owner.reset(); // it waits for its lock
+    EXPECT_NE(fired, -1);
+    EXPECT_EQ(log_.Take(),
+              LinesT(2, "C Timer: system failed [0xcffd****], \"owner\" timer is still active."));
 }
 
 TEST_F(TimerTest, ThousandsOfTimersOfSeveralThreadsFireOnceForEachSet) {

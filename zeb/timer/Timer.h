@@ -21,6 +21,7 @@ public:
         : TimerBase(name, lock, queueName)
         , object_(object)
         , method_(method) {}
+    ~Timer() override { Leave_(); }
 
     void Run() const override { (object_->*method_)(); }
 

@@ -11,6 +11,10 @@ TimerBase::~TimerBase() {
     if (queue_) Queue::Release(*this);
 }
 
+void TimerBase::Leave_() const {
+    if (queue_) queue_->Forget(*this);
+}
+
 void TimerBase::Set(Time::Span const& delay) const {
     if (queue_) queue_->Set(*this, delay);
 }

@@ -47,6 +47,10 @@ protected:
     // The name is kept as a view, and so outlives the timer. The lock may be null.
     TimerBase(CString const& name, Mutex const* lock, CString const& queueName);
 
+    // Ahead of the end of a derived class, whose Run() the queue could call until then: the last statement
+    // that its destructor needs. Waits for a callback in progress; a timer that was still active is logged.
+    void Leave_() const;
+
 private:
     // Fixed after construction.
     CString name_;

@@ -29,18 +29,18 @@ public:
     void Set(TimerBase const& timer, Time::Span const& delay);
     void Cancel(TimerBase const& timer);
 
+    // Ahead of the end of the timer.
+    void Forget(TimerBase const& timer);
+
 private:
     static Queue* Find_(CString const& name);
     static Queue* Create_(CString const& name);
-
-    // Ahead of the end of the timer.
-    void Forget_(TimerBase const& timer);
 
     // With the lock held.
     void Serve_(TimerBase& timer);
     bool HasEarlier_(TimerBase const& timer) const;
     void Insert_(TimerBase& timer);
-    void AwaitEnd_(TimerBase const& timer);
+    bool AwaitEnd_(TimerBase const& timer);
 
     // Without it.
     static bool Try_(TimerBase const& timer, Patience_& patience);
@@ -50,6 +50,7 @@ private:
     // Guarded by the lock.
     Intrusive::List<TimerBase, &TimerBase::hook_> active_; // the earliest deadline first
     TimerBase const* current_ = nullptr;                   // is being run, or waits for its lock
+    TimerBase const* dropped_ = nullptr; // was so, and gave a call up that was still to come
     Condition const lock_{Mutex::TIMER_QUEUE};
     bool cancelled_ = false; // somebody wants the current timer dropped
 

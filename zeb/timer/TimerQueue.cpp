@@ -49,7 +49,7 @@ TimerBase::Queue* TimerBase::Queue::Create_(CString const& name) {
 
 void TimerBase::Queue::Release(TimerBase const& timer) {
     Queue& queue = *timer.queue_;
-    queue.Forget_(timer);
+    queue.Forget(timer);
     Mutex::Guard const guard(queuesLock_);
     if (--queue.references_ != 0) return;
     if (!queue.DifferentContext()) {
@@ -92,20 +92,23 @@ void TimerBase::Queue::Cancel(TimerBase const& timer) {
     active_.Remove(const_cast<TimerBase&>(timer));
 }
 
-void TimerBase::Queue::Forget_(TimerBase const& timer) {
+void TimerBase::Queue::Forget(TimerBase const& timer) {
     Mutex::Guard const guard(lock_);
-    AwaitEnd_(timer);
-    if (!timer.hook_.IsLinked()) return;
+    bool const dropped = AwaitEnd_(timer);
+    if (!dropped && !timer.hook_.IsLinked()) return;
     Log(Log::CRITICAL, IDENT, nullptr, "\"%1\" timer is still active").Fail(ReturnT::Fail()) << timer.name_;
     active_.Remove(const_cast<TimerBase&>(timer));
 }
 
-// The queue's own thread does not wait for itself.
-void TimerBase::Queue::AwaitEnd_(TimerBase const& timer) {
+// True if the timer was to be called once more, and is not. The queue's own thread does not wait for itself.
+bool TimerBase::Queue::AwaitEnd_(TimerBase const& timer) {
     while (current_ == &timer && DifferentContext()) {
         cancelled_ = true;
         lock_.Wait(FOREVER);
     }
+    bool const dropped = dropped_ == &timer;
+    if (dropped) dropped_ = nullptr;
+    return dropped;
 }
 
 void TimerBase::Queue::Insert_(TimerBase& timer) {
@@ -147,7 +150,8 @@ void TimerBase::Queue::Serve_(TimerBase& timer) {
     active_.Remove(timer);
     cancelled_ = false;
     Patience_ patience;
-    for (bool ended = false; !ended && !cancelled_;) {
+    bool ended = false;
+    while (!ended && !cancelled_) {
         if (HasEarlier_(timer)) {
             Insert_(timer);
             break;
@@ -157,7 +161,10 @@ void TimerBase::Queue::Serve_(TimerBase& timer) {
         if (!ended) Yield();
         lock_.Lock();
     }
-    if (cancelled_) active_.Remove(timer); // what the callback has armed meanwhile
+    if (cancelled_ && (!ended || timer.hook_.IsLinked())) { // armed by its callback meanwhile
+        active_.Remove(timer);
+        dropped_ = &timer;
+    }
     current_ = nullptr;
     lock_.Broadcast();
 }
