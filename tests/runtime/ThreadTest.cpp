@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 #include <string>
+#include <sys/prctl.h>
 #include <thread>
 #include <vector>
 
@@ -19,8 +20,8 @@ namespace {
 using ThreadTest = WithMainThread;
 using LinesT = LogCapture::LinesT;
 
-std::string Failed(char const* name, char const* code = "[0xcffd****]") {
-    return std::string("C Thread: \"") + name + "\": system failed " + code + ".";
+std::string Failed(char const* name, char const* text, char const* code = "[0xcffd****]") {
+    return std::string("C Thread: \"") + name + "\": system failed " + code + ", " + text + ".";
 }
 
 // Notes the order of what is called in the thread.
@@ -59,8 +60,8 @@ TEST_F(ThreadTest, RunsBetweenStartAndStopAndRefusesMisuse) {
         EXPECT_FALSE(thread.StopRequested() || thread.IsInterrupted());
     }
     EXPECT_EQ(thread.calls, "IRCIRC");
-    std::string const running = Failed("recorder", "[0x80220002]");
-    EXPECT_EQ(log_.Take(), (LinesT{Failed("recorder"), running, running}));
+    std::string const running = Failed("recorder", "it runs already", "[0x80220002]");
+    EXPECT_EQ(log_.Take(), (LinesT{Failed("recorder", "it does not run"), running, running}));
     EXPECT_EQ(main_->Start(), 0x80220003u);
     RunInWorker([&] {
         Thread& self = *Thread::Self();
@@ -73,10 +74,47 @@ TEST_F(ThreadTest, RunsBetweenStartAndStopAndRefusesMisuse) {
         EXPECT_EQ(unlucky.Start(), 0x80220006u);
     EXPECT_TRUE(unlucky.Stopped());
     EXPECT_EQ(unlucky.calls, "II");
-    std::string const self = Failed("worker");
-    std::string const failure = Failed("recorder", "[0x80220006]");
-    EXPECT_EQ(log_.Take(), (LinesT{Failed("Main", "[0x80220003]"), Failed("worker", "[0x80220003]"), self,
-                                   self, Failed("Main"), failure, failure}));
+    char const* const self = "a thread cannot start itself";
+    std::string const failure = Failed("recorder", "it failed to initialize", "[0x80220006]");
+    EXPECT_EQ(log_.Take(),
+              (LinesT{Failed("Main", self, "[0x80220003]"), Failed("worker", self, "[0x80220003]"),
+                      Failed("worker", "a thread cannot interrupt itself"),
+                      Failed("worker", "a thread cannot stop itself"),
+                      Failed("Main", "the main thread cannot be stopped"), failure, failure}));
+}
+
+TEST_F(ThreadTest, EachRunBeginsAfreshAndTheLastOneIsJoinedByTheDestructor) {
+    Status other;
+    for (bool const ended : {false, true}) {
+        std::atomic<int> runs = 0;
+        char name[16] = {};
+        {
+            Worker thread(
+                [&] {
+                    prctl(PR_GET_NAME, name);
+                    EXPECT_NE(Thread::SelfStatus(), &other);
+                    ++runs;
+                    EXPECT_FALSE(runs == 2 && !ended && Sleep(9000L)) << "interrupted";
+                    Thread::SetStatus(&other);
+                    Thread::SetInterruptMask(Thread::INTERRUPT_MASK);
+                },
+                "name of 18 letters");
+            EXPECT_TRUE(thread.Start() == Thread::STARTED && thread.Stop() &&
+                        thread.Start() == Thread::STARTED);
+            EXPECT_TRUE(Await([&] { return ended ? thread.Stopped() : runs == 2; }));
+        }
+        EXPECT_EQ(runs, 2);
+        EXPECT_STREQ(name, "name of 18 lett");
+    }
+    struct Own : Thread {
+        Own()
+            : Thread("own") {}
+        ReturnT Run() override { return delete this, ReturnT::Done(); }
+    };
+    EXPECT_EQ((new Own)->Start(), Thread::STARTED);
+    EXPECT_TRUE(log_.Await("own"));
+    std::string const joined = Failed("name of 18 letters", "destroyed unstopped");
+    EXPECT_EQ(log_.Take(), (LinesT{joined, joined, Failed("own", "destroyed by its own thread")}));
 }
 
 TEST_F(ThreadTest, StartReportsFailuresOfTheSystem) {
@@ -84,16 +122,17 @@ TEST_F(ThreadTest, StartReportsFailuresOfTheSystem) {
         SysCall call;
         int error;
         uint32_t code;
-        std::string text; // of a line ahead of the one with the code
+        std::string text; // of the last line, and of the one ahead of it
+        std::string before = {};
     } const rows[] = {
         // clang-format off
-        {SysCall::pthread_attr_init, ENOMEM, 0x80220004, ""},
-        {SysCall::pthread_attr_setstacksize, EINVAL, 0x80220004, ""},
-        {SysCall::pthread_create, EAGAIN, 0x80220005, ""},
-        {SysCall::sigaltstack, ENOMEM, 0x80220006, "out of memory [0xcffe****]"},
-        {SysCall::sigaltstack, EPERM, 0x80220006,
+        {SysCall::pthread_attr_init, ENOMEM, 0x80220004, "unable to set its attributes up: not enough space"},
+        {SysCall::pthread_attr_setstacksize, EINVAL, 0x80220004, "unable to set its attributes up: invalid argument"},
+        {SysCall::pthread_create, EAGAIN, 0x80220005, "unable to create it: resource temporarily unavailable"},
+        {SysCall::sigaltstack, ENOMEM, 0x80220006, "it failed to initialize", "out of memory [0xcffe****]"},
+        {SysCall::sigaltstack, EPERM, 0x80220006, "it failed to initialize",
          "system failed [0xcffd****], failed to setup the alternate signal stack: operation not permitted"},
-        {SysCall::pthread_getattr_np, ENOENT, 0x00220001,
+        {SysCall::pthread_getattr_np, ENOENT, 0x00220001, "",
          "failed to get info about the thread stack: no such file or directory"},
         // clang-format on
     };
@@ -106,9 +145,15 @@ TEST_F(ThreadTest, StartReportsFailuresOfTheSystem) {
         }
         bool const failed = row.code >> 31;
         EXPECT_EQ(thread.Stop(), !failed);
-        LinesT const lines = log_.Take();
-        ASSERT_EQ(lines.size(), (row.text.empty() ? 0u : 1u) + (failed ? 2u : 0u));
-        EXPECT_TRUE(row.text.empty() || lines.front() == "C Thread: \"worker\": " + row.text + ".");
+        LinesT expected;
+        if (!row.before.empty()) expected.push_back("C Thread: \"worker\": " + row.before + ".");
+        if (failed) {
+            char code[13];
+            snprintf(code, sizeof(code), "[0x%08x]", row.code);
+            expected.push_back(Failed("worker", row.text.c_str(), code));
+            expected.push_back(Failed("worker", "it does not run"));
+        }
+        EXPECT_EQ(log_.Take(), expected);
         EXPECT_EQ(thread.Start(), Thread::STARTED) << "nothing is left behind";
         EXPECT_TRUE(thread.Stop());
     }
@@ -145,7 +190,7 @@ TEST_F(ThreadTest, ReportsExhaustedMemory) {
 
 TEST_F(ThreadTest, NeedsANameAndAMainThreadWhichReportsOnStandardError) {
     EXPECT_FALSE(Worker([] {}, "").Initialized());
-    EXPECT_EQ(log_.Take(), LinesT{"C Thread: system failed [0xcffd****]."});
+    EXPECT_EQ(log_.Take(), LinesT{"C Thread: system failed [0xcffd****], a thread needs a name."});
     EXPECT_EQ(ThreadMain::New("second"), nullptr);
     main_.Reset();
     EXPECT_FALSE(Worker([] {}).Initialized());

@@ -65,7 +65,7 @@ TEST_F(ThreadMonitorTest, AThreadWithoutAClockIsLeftOutOrNotStarted) {
     elsewhere.Script(SysCall::pthread_getcpuclockid, {Calls::Fail(ENOENT), Calls::Fail(ESRCH)});
     Worker worker([] {});
     EXPECT_TRUE(worker.Start() == 0x80220006u && worker.Start() == 0x80220006u);
-    std::string const fail = "C Thread: \"worker\": system failed [0x80220006].",
+    std::string const fail = "C Thread: \"worker\": system failed [0x80220006], it failed to initialize.",
                       get = "E Thread: failed to get thread ";
     EXPECT_EQ(
         log_.Take(),

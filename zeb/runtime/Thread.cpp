@@ -27,7 +27,7 @@ Runnable::~Runnable() = default;
 Thread::Thread(CString const& name)
     : worker_(1) {
     if (name.Empty()) {
-        LogFail_(ReturnT::Fail());
+        LogFail_(ReturnT::Fail(), "a thread needs a name");
         return;
     }
     ReturnT const code = Create_(name);
@@ -44,7 +44,7 @@ Thread::Thread()
 }
 
 Thread::~Thread() {
-    if (worker_ && control_ && IsRunning_()) LogFail_(ReturnT::Fail()); // its owner has not stopped it
+    if (worker_ && control_) Abandon_();
     Destroy_();
 }
 
@@ -144,7 +144,7 @@ void Thread::SetStop() {
 
 void Thread::Interrupt() {
     // The test comes ahead of every lock: a signal handler may call this for its own thread.
-    if (tlsThread_ == this) return LogFail_(ReturnT::Fail());
+    if (tlsThread_ == this) return LogFail_(ReturnT::Fail(), "a thread cannot interrupt itself");
     if (!control_) return;
     PlainGuard_ const guard(control_->mutex);
     if (IsRunning_()) control_->Set(Control_::INTERRUPTED);
@@ -162,7 +162,9 @@ bool Thread::Kill(int signal) const {
     return IsRunning_() && pthread_kill(control_->thread, signal) == 0;
 }
 
-void Thread::LogFail_(ReturnT const& code) const { Log(Log::CRITICAL, IDENT, Name().Cstr(), "").Fail(code); }
+void Thread::LogFail_(ReturnT const& code, char const* text) const {
+    Log(Log::CRITICAL, IDENT, Name().Cstr(), text).Fail(code);
+}
 
 Thread* Thread::Self() { return tlsThread_; }
 

@@ -1,19 +1,38 @@
 #pragma once
 
 // Thread: a system thread with a name, a Status, a stack of the locks it holds and a private environment,
-// listed in one registry. A subclass overrides Run(), and Initialize() and Cleanup() as it needs.
+// listed in one registry. A subclass gives the work in Run(), and overrides Initialize() and Cleanup() as it
+// needs. For work that comes in pieces take a Task::Queue, for work at a given time a Timer.
 //
-// Start() returns when the new thread has run its Initialize(), with the outcome; Stop() when the thread has
-// ended and was joined. The same object can then be started again. Stopping is cooperative: Stop() raises the
-// flags "stop requested" and "interrupted", which Run() and every blocking operation of the library test, the
-// latter at least every 333 milliseconds. Stop() does not wake a thread out of a system call; a subclass may
-// override it to do so first.
+//   class Poller : public Thread {
+//   public:
+//       Poller() : Thread("Poller") {}
+//       ~Poller() override { if (!Stopped()) Stop(); }
+//       ReturnT Run() override {
+//           while (Sleep(1000)) Poll_();                  // false once the thread is to stop
+//           return ReturnT::Done();
+//       }
+//   };
 //
-// The owner stops a thread before it destroys the object. The object of the main thread (ThreadMain) is made
-// first and destroyed last; without it no thread can be made. Misuse is logged and refused.
+// Owns     its records and its Status. The owner stops the thread before the object ends, or the derived part
+//          goes while Run() uses it; what still runs at the end of the base class is logged, stopped and
+//          joined. The object of the main thread (ThreadMain, of which Main takes care) is made before and
+//          destroyed behind all others.
+// Threads  operations on a thread may be called from any thread, the static ones act on the calling thread.
+//          On a thread that something else has made Self() and SelfStatus() are null, locks are not
+//          monitored, and nothing is interrupted.
+// Waits    Start() until Initialize() has run in the new thread, which is its outcome; Stop() until the
+//          thread has ended and was joined. Nothing ends these waits. Stop() raises the flags "stop
+//          requested" and "interrupted": Sleep(), the waits of streams and of task queues test the second one
+//          at least every 333 milliseconds. Mutex::Lock(), Condition::Wait() and system calls of one's own do
+//          not. A thread that waits there is woken by its class, which overrides Stop() (see Condition.h).
+// Locks    hold none around Start() and Stop() that Initialize(), Run() or Cleanup() takes.
+// Restart  Start() after Stop() runs the same object again, with its own status as the target, and with
+//          interruptions unmasked. The environment stays.
+// Failure  misuse (started twice, stopped from itself, not running) is logged in words and refused.
+// Memory   taken at construction and in Start(), which then fails; a report takes none.
 //
-// Operations on a thread may be called from any thread, the static ones act on the calling thread. A thread
-// that has no Thread object is not monitored: Self() and SelfStatus() are null there.
+// The first 15 bytes of the name are what the system shows (ps -L, gdb).
 
 #include "zeb/core/Array.h"
 #include "zeb/core/Buffer.h"
@@ -69,7 +88,8 @@ public:
     Thread(Thread const&) = delete;
     Thread& operator=(Thread const&) = delete;
 
-    // True if the thread was stopped.
+    // True if the thread was stopped. A subclass whose thread waits on something of its own wakes it first,
+    // and then calls this one.
     virtual bool Stop();
     virtual bool Initialized() const;
 
@@ -81,6 +101,7 @@ public:
     ReturnT Start();
 
     CString const& Name() const;
+    // Not started, or at its end. A thread that ended by itself still wants its Stop() before a new Start().
     bool Stopped() const;
     bool StopRequested() const;
     bool IsInterrupted() const;
@@ -99,13 +120,15 @@ public:
     static int Id(); // of the kernel
     static Status* SelfStatus();
 
-    // Another target for the reports of the calling thread. Null brings its own status back.
+    // Another target for the reports of the calling thread, which outlives its use. Null brings its own
+    // status back.
     static void SetStatus(Status* status);
 
     // The calling thread has a Thread object and IsInterrupted(). What a blocking operation tests.
     static bool SelfInterrupted();
 
-    // INTERRUPT_MASK hides the interruption from the calling thread until the matching INTERRUPT_UNMASK.
+    // INTERRUPT_MASK hides the interruption from the calling thread until the matching INTERRUPT_UNMASK. They
+    // count; while it is hidden Stop() waits for as long as the thread likes.
     static void SetInterruptMask(MaskT_ mask);
 
     static unsigned long StackAddress();
@@ -161,9 +184,11 @@ private:
     int BecomeMain_();
     int ReadStackInfo_();
 
-    ReturnT Start_();
-    ReturnT Launch_(pthread_attr_t const& attributes);
-    bool Stop_();
+    ReturnT Start_(int& error);
+    ReturnT Launch_(pthread_attr_t const& attributes, int& error);
+    char const* Stop_();
+    void StopAndJoin_();
+    void Abandon_();
     void Join_();
     static void* Routine_(void* argument);
     bool Begin_(SigAltStackManager_& stack);
@@ -180,7 +205,7 @@ private:
     int Tid_() const;
     bool IsRunning_() const;
     static bool CopyStates_(AutoPVector<State, StdDeleter>& states);
-    void LogFail_(ReturnT const& code) const;
+    void LogFail_(ReturnT const& code, char const* text) const;
     void LockPopSlowly_(Mutex const& mutex, LockPopT_ type);
     void LogNotFound_(Mutex const& mutex) const;
 

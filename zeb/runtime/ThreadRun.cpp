@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <sys/prctl.h>
 
 Thread::Control_::~Control_() {
     pthread_cond_destroy(&condition);
@@ -31,13 +32,40 @@ void Thread::Control_::AwaitNone(unsigned mask) {
         pthread_cond_wait(&condition, &mutex);
 }
 
-ReturnT Thread::Start() {
-    ReturnT const code = control_ ? Start_() : NOT_CREATED;
-    if (code.Failed()) return StatusLog(code, Log::CRITICAL, IDENT, Name().Cstr(), "").SetFail();
-    return StatusLog(code, Log::INFO, IDENT, Name().Cstr(), "").SetDone();
+namespace {
+
+constexpr char const NO_RECORDS[] = "there was no memory to make it";
+
+// What a code of Start() says; the error number follows where there is one.
+char const* Text_(ReturnT const& code) {
+    switch (static_cast<uint32_t>(code)) {
+    case 0x80220001:
+        return NO_RECORDS;
+    case 0x80220002:
+        return "it runs already";
+    case 0x80220003:
+        return "a thread cannot start itself";
+    case 0x80220004:
+        return "unable to set its attributes up: %1";
+    case 0x80220005:
+        return "unable to create it: %1";
+    default:
+        return "it failed to initialize";
+    }
 }
 
-ReturnT Thread::Start_() {
+} // namespace
+
+ReturnT Thread::Start() {
+    int error = 0;
+    ReturnT const code = control_ ? Start_(error) : NOT_CREATED;
+    if (code.Succeeded()) return StatusLog(code, Log::INFO, IDENT, Name().Cstr(), "").SetDone();
+    StatusLog report(code, Log::CRITICAL, IDENT, Name().Cstr(), Text_(code));
+    if (error) report << ErrorString(error);
+    return report.SetFail();
+}
+
+ReturnT Thread::Start_(int& error) {
     if (tlsThread_ == this) return START_FROM_SELF;
     PlainGuard_ const guard(control_->mutex);
     control_->AwaitNone(Control_::STARTING | Control_::STOPPING);
@@ -45,16 +73,18 @@ ReturnT Thread::Start_() {
     control_->Reset(Control_::NOT_RUNNING);
 
     pthread_attr_t attributes;
-    if (pthread_attr_init(&attributes)) return ATTRIBUTES_FAILED;
-    bool const sized = pthread_attr_setstacksize(&attributes, STACK_SIZE) == 0;
-    ReturnT const code = sized ? Launch_(attributes) : ATTRIBUTES_FAILED;
+    error = pthread_attr_init(&attributes);
+    if (error) return ATTRIBUTES_FAILED;
+    error = pthread_attr_setstacksize(&attributes, STACK_SIZE);
+    ReturnT const code = error ? ATTRIBUTES_FAILED : Launch_(attributes, error);
     pthread_attr_destroy(&attributes);
     return code;
 }
 
-ReturnT Thread::Launch_(pthread_attr_t const& attributes) {
+ReturnT Thread::Launch_(pthread_attr_t const& attributes, int& error) {
     control_->Reset(Control_::STARTING);
-    if (pthread_create(&control_->thread, &attributes, Routine_, this)) {
+    error = pthread_create(&control_->thread, &attributes, Routine_, this);
+    if (error) {
         control_->Reset(Control_::NOT_RUNNING);
         return CREATE_FAILED;
     }
@@ -68,19 +98,39 @@ ReturnT Thread::Launch_(pthread_attr_t const& attributes) {
 }
 
 bool Thread::Stop() {
-    bool const stopped = control_ && Stop_();
-    if (!stopped) LogFail_(ReturnT::Fail());
-    return stopped;
+    char const* const refusal = control_ ? Stop_() : NO_RECORDS;
+    if (refusal) LogFail_(ReturnT::Fail(), refusal);
+    return !refusal;
 }
 
-bool Thread::Stop_() {
-    if (tlsThread_ == this || !worker_) return false;
+// Null when it was stopped.
+char const* Thread::Stop_() {
+    if (tlsThread_ == this) return "a thread cannot stop itself";
+    if (!worker_) return "the main thread cannot be stopped";
     PlainGuard_ const guard(control_->mutex);
     control_->AwaitNone(Control_::STARTING | Control_::STOPPING);
-    if (control_->Has(Control_::NOT_RUNNING)) return false;
+    if (control_->Has(Control_::NOT_RUNNING)) return "it does not run";
+    StopAndJoin_();
+    return nullptr;
+}
+
+// Ahead of the end of an object that its owner may not have stopped.
+void Thread::Abandon_() {
+    if (tlsThread_ == this) { // nobody can wait for it any more
+        LogFail_(ReturnT::Fail(), "destroyed by its own thread");
+        pthread_detach(pthread_self());
+        return;
+    }
+    PlainGuard_ const guard(control_->mutex);
+    control_->AwaitNone(Control_::STARTING | Control_::STOPPING);
+    if (control_->Has(Control_::NOT_RUNNING)) return;
+    LogFail_(ReturnT::Fail(), "destroyed unstopped");
+    StopAndJoin_();
+}
+
+void Thread::StopAndJoin_() {
     control_->Set(Control_::STOPPING | Control_::STOP_REQUESTED | Control_::INTERRUPTED);
     Join_();
-    return true;
 }
 
 // The mutex is free during the join, so that the registry can be walked meanwhile: the flags keep others out.
@@ -97,9 +147,13 @@ void Thread::Join_() {
 void* Thread::Routine_(void* argument) {
     Thread& self = *static_cast<Thread*>(argument);
     tlsThread_ = &self;
+    SetStatus(nullptr); // an earlier run may have left others
+    self.control_->maskCount = 0;
+    prctl(PR_SET_NAME, self.Name().Cstr()); // cut at 15 bytes; the thread does without
     SigAltStackManager_ stack;
     if (self.Begin_(stack)) {
-        (void)self.Run(); // what it did, it has reported
+        (void)self.Run();                        // what it did, it has reported
+        if (tlsThread_ != &self) return nullptr; // it has destroyed the object
         self.Cleanup();
     }
     self.End_(stack);
