@@ -11,6 +11,7 @@
 #include "zeb/runtime/ThreadImpl.h"
 #include "zeb/stream/StringStream.h"
 
+#include <atomic>
 #include <cerrno>
 #include <functional>
 #include <map>
@@ -217,6 +218,31 @@ TEST_F(MutexMonitor, ShowsHoldersAndWaiters) {
     };
     RunInWorker(tryBelow);
     EXPECT_TRUE(log_.Take().empty());
+}
+
+TEST_F(MutexMonitor, ReadsTheWallClockOnceASecondAndIsReadUnderLoad) {
+    std::atomic<bool> busy = true;
+    Worker loaded([&] {
+        for (Mutex const lock(Mutex::CORE); busy;) {
+            lock.Lock();
+            lock.Unlock();
+        }
+    });
+    ASSERT_EQ(loaded.Start(), Thread::STARTED);
+    for (int i = 0; i < 2000; ++i)
+        LocksOf("worker");
+    busy = false;
+    EXPECT_TRUE(loaded.Stop());
+
+    Clock clock;
+    Mutex const lock(Mutex::CORE);
+    for (long const milliseconds : {0L, 0L, 1000L}) {
+        clock.Advance(milliseconds);
+        Calls calls;
+        calls.Script(SysCall::pthread_mutex_trylock, {Calls::Fail(EBUSY)});
+        Mutex::Guard const guard(lock);
+        EXPECT_EQ(calls.Count(SysCall::clock_gettime), milliseconds ? 2u : 1u);
+    }
 }
 
 TEST_F(MutexMonitor, SurvivesWithoutMemoryForItsStack) {

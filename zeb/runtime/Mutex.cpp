@@ -62,40 +62,44 @@ Mutex::~Mutex() {
 }
 
 bool Mutex::Lock() const {
-    Thread* const self = tlsThread_;
-    int error = Refusal_(*this, initialized_, self);
-    if (!error) error = pthread_mutex_trylock(&mutex_);
-    if (error == EBUSY) {
-        if (self) self->LockPush_(*this, Thread::PUSH_RELEASED, Time::Span::Zero());
-        error = pthread_mutex_lock(&mutex_);
-        if (self && error) self->LockPop_(*this, Thread::POP_RELEASED);
-        if (self && !error) {
-            acquiredAt_ = Time::Monotonic();
-            self->LockAcquired_(*this, acquiredAt_);
-        }
-    } else if (self && !error) {
-        acquiredAt_ = Time::Monotonic();
-        self->LockPush_(*this, Thread::PUSH_ACQUIRED, acquiredAt_);
-    }
+    int error = Try_();
+    if (error == EBUSY) error = Block_();
     if (!error) return true;
     Report_(IDENT, ReturnT::Fail(), error);
     return false;
 }
 
 bool Mutex::TryLock() const {
+    int const error = Try_();
+    if (error && error != EBUSY) Report_(IDENT, ReturnT::Fail(), error);
+    return !error;
+}
+
+// A free lock is noted once it is taken.
+int Mutex::Try_() const {
     Thread* const self = tlsThread_;
     int error = Refusal_(*this, initialized_, self);
     if (!error) error = pthread_mutex_trylock(&mutex_);
-    if (error == EBUSY) return false;
-    if (error) {
-        Report_(IDENT, ReturnT::Fail(), error);
-        return false;
-    }
-    if (self) {
+    if (self && !error) {
         acquiredAt_ = Time::Monotonic();
         self->LockPush_(*this, Thread::PUSH_ACQUIRED, acquiredAt_);
     }
-    return true;
+    return error;
+}
+
+// A busy one ahead of the wait, so that others can see what the thread waits for.
+int Mutex::Block_() const {
+    Thread* const self = tlsThread_;
+    if (self) self->LockPush_(*this, Thread::PUSH_RELEASED, Time::Span::Zero());
+    int const error = pthread_mutex_lock(&mutex_);
+    if (!self) return error;
+    if (error) {
+        self->LockPop_(*this, Thread::POP_RELEASED);
+    } else {
+        acquiredAt_ = Time::Monotonic();
+        self->LockAcquired_(*this, acquiredAt_);
+    }
+    return error;
 }
 
 unsigned long Mutex::Unlock() const {

@@ -82,6 +82,10 @@ protected:
 
 private:
     void Initialize_();
+
+    // 0 or an error number.
+    int Try_() const;
+    int Block_() const;
 };
 
 // Holds a lock for a block of code, if it could be taken.

@@ -110,7 +110,8 @@ private:
 
 // The lock stack of a thread. That thread alone changes it, without a mutex, as each lock of the program
 // passes here twice: a counter, odd during a change, tells a reader that what it has copied is no moment's
-// stack. Readers hold the mutex, and so does the thread to move the array.
+// stack. Readers hold the mutex, and so does the thread to move the array. A reader that does not succeed at
+// once asks the thread to stand aside, which then waits for that mutex ahead of its next change.
 class Thread::LockRecord_ {
 public:
     static constexpr unsigned long GROWTH = 8;
@@ -157,7 +158,8 @@ public:
 
     void CheckOrder(Mutex const& taken) const;
     Entry* ExpectTop(Mutex const& expected, char const* operation);
-    void Push(Mutex const& taken, class Lock::State const& state, Time::Span const& when);
+    void Push(Mutex const& taken);                         // RELEASED
+    void Push(Mutex const& taken, Time::Span const& when); // ACQUIRED
     void Change(Entry& entry, class Lock::State const& state, Time::Span const& when);
     void SetDepth(unsigned long value);
 
@@ -178,6 +180,8 @@ private:
     public:
         explicit Writing_(LockRecord_& record)
             : sequence_(record.sequence_) {
+            if (record.aside_.load(std::memory_order_relaxed)) [[unlikely]]
+                record.StandAside_();
             Advance_(std::memory_order_relaxed);
             StoreFence_(); // who sees what is stored behind this sees the odd counter
         }
@@ -198,10 +202,12 @@ private:
     unsigned long Stored_() const;
     bool MakeRoomSlowly_();
     void LogOrder_(Mutex const& taken) const;
-    void RefreshWallClock_(long now);
+    void StandAside_();
+    void RefreshWallClock_(Time::Span const& when);
     void Store_(Entry& entry, class Lock::State const& state, Time::Span const& when);
 
     std::atomic<unsigned long> sequence_ = 0;
+    mutable std::atomic<bool> aside_ = false; // set by a reader, with the mutex held
 
     // Of the thread itself.
     Text wallClock_; // in the monotonic second `second_`
@@ -220,14 +226,22 @@ inline void Thread::LockRecord_::Store_(Entry& entry, class Lock::State const& s
     entry.text = wallClock_;
 }
 
-inline void Thread::LockRecord_::Push(Mutex const& taken, class Lock::State const& state,
-                                      Time::Span const& when) {
-    if (when.Parts().Seconds() != second_) RefreshWallClock_(when.Parts().Seconds());
+inline void Thread::LockRecord_::Push(Mutex const& taken) {
     Writing_ const writing(*this);
     Entry& entry = entries[depth];
     entry.mutex = &taken;
     entry.precedence = taken.Precedence();
-    Store_(entry, state, when);
+    entry.state = &Lock::RELEASED; // the time comes with the acquisition
+    depth = depth + 1;
+}
+
+inline void Thread::LockRecord_::Push(Mutex const& taken, Time::Span const& when) {
+    if (when.Parts().Seconds() != second_) RefreshWallClock_(when);
+    Writing_ const writing(*this);
+    Entry& entry = entries[depth];
+    entry.mutex = &taken;
+    entry.precedence = taken.Precedence();
+    Store_(entry, Lock::ACQUIRED, when);
     depth = depth + 1;
 }
 
@@ -240,7 +254,7 @@ inline void Thread::LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span co
     LockRecord_& record = *lockRecord_;
     if (!record.MakeRoom()) return record.SetDepth(record.depth + 1);
     record.CheckOrder(mutex);
-    record.Push(mutex, type == PUSH_ACQUIRED ? Lock::ACQUIRED : Lock::RELEASED, now);
+    type == PUSH_ACQUIRED ? record.Push(mutex, now) : record.Push(mutex);
 }
 
 inline void Thread::LockPop_(Mutex const& mutex, LockPopT_ type) {

@@ -32,6 +32,9 @@ bool Thread::LockRecord_::Grow() {
     return true;
 }
 
+// Until the reader has let the mutex go.
+void Thread::LockRecord_::StandAside_() { PlainGuard_ const guard(mutex); }
+
 bool Thread::LockRecord_::MakeRoomSlowly_() {
     if (IsIncomplete()) return false;
     if (Grow()) return true;
@@ -60,8 +63,8 @@ Thread::LockRecord_::Entry* Thread::LockRecord_::ExpectTop(Mutex const& expected
 }
 
 // The text is made at most once a second.
-void Thread::LockRecord_::RefreshWallClock_(long now) {
-    second_ = now;
+void Thread::LockRecord_::RefreshWallClock_(Time::Span const& when) {
+    second_ = when.Parts().Seconds();
     struct Lock::Time time;
     if (Time::Now().AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, time.text).Failed()) {
         Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "").Fail(ReturnT::Fail());
@@ -70,7 +73,7 @@ void Thread::LockRecord_::RefreshWallClock_(long now) {
 }
 
 void Thread::LockRecord_::Change(Entry& entry, class Lock::State const& state, Time::Span const& when) {
-    if (when.Parts().Seconds() != second_) RefreshWallClock_(when.Parts().Seconds());
+    if (when.Parts().Seconds() != second_) RefreshWallClock_(when);
     Writing_ const writing(*this);
     Store_(entry, state, when);
 }

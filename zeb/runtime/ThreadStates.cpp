@@ -5,11 +5,13 @@
 
 #include <cstring>
 #include <new>
-#include <sched.h>
+#include <time.h>
 
 namespace {
 
 constexpr ReturnT STATES_TAKEN{0x00220190};
+
+constexpr timespec PAUSE = {0, 50000};
 
 } // namespace
 
@@ -98,21 +100,23 @@ Thread::Lock Thread::LockRecord_::Entry::Get() const {
     class Lock::State const* const now = state;
     bool const known = now != &Lock::RELEASED;
     return Lock(precedence, *now, known ? text.Get() : Lock::Time(),
-                Time::Span(Time::Span::Value(seconds, microseconds)));
+                known ? Time::Span(Time::Span::Value(seconds, microseconds)) : Time::Span::Zero());
 }
 
-// Runs the body until it has seen the stack of one moment.
+// Runs the body until it has seen the stack of one moment. The pause lets a thread finish its change that
+// this one has displaced from its processor.
 template<class BodyT>
 void Thread::LockRecord_::Read_(BodyT const& body) const {
-    for (;;) {
+    for (bool seen = false; !seen;) {
         unsigned long const before = sequence_.load(std::memory_order_acquire);
         if (before % 2 == 0) {
             body();
             LoadFence_();
-            if (sequence_.load(std::memory_order_relaxed) == before) return;
+            seen = sequence_.load(std::memory_order_relaxed) == before;
         }
-        sched_yield();
+        if (!seen && aside_.exchange(true)) clock_nanosleep(CLOCK_MONOTONIC, 0, &PAUSE, nullptr);
     }
+    aside_ = false;
 }
 
 unsigned long Thread::LockRecord_::Stored_() const { return depth < entries.Size() ? depth : entries.Size(); }
