@@ -30,34 +30,52 @@ History::History(Telemetry& telemetry)
     db_.SetRaise(Db::RAISE_ON);
 }
 
-// With mutex_ held.
-void History::OnStatsAlarm_() {
+void History::Start() {
+    {
+        Mutex::Guard const guard(mutex_);
+        if (guard.Held()) Take_();
+    }
+    Activate(); // its first alarm comes at once
+}
+
+// What fails is logged; the next alarm tries again. Without the first values all that was counted since the
+// machine came up would be the first sample.
+void History::Take_() {
+    Array<unsigned long long> values;
+    if (!Read_(values)) return;
+    PrimeRestarted_(values);
+    if ((last_.Empty() ? db_.Prime(Time::Span::Zero(), values) : db_.Update(Time::Span::Zero(), values))
+            .Succeeded())
+        last_.Swap(values);
+}
+
+// The sum of a counter falls when an interface goes: what the others have counted since is not known.
+void History::PrimeRestarted_(Array<unsigned long long> const& values) {
+    for (unsigned long i = 0; i < last_.Size(); ++i) {
+        if (values[i] < last_[i]) (void)db_.Prime(ATTRIBUTES[i].name, values[i]);
+    }
+}
+
+bool History::Read_(Array<unsigned long long>& values) const {
     Sample sample;
     Telemetry::Counts counts;
-    // What fails is logged; the next alarm tries again.
-    if (telemetry_.Get(sample, counts) && sample.number != 0) (void)Update_(sample, counts);
-}
-
-ReturnT History::Update_(Sample const& sample, Telemetry::Counts const& counts) {
-    unsigned long long values[COUNT] = {0, 0, sample.memory.available, 0, counts.failures};
+    if (!telemetry_.Get(sample, counts) || sample.number == 0) return false;
+    unsigned long long sums[COUNT] = {0, 0, sample.memory.available, 0, counts.failures};
     for (InterfaceSample const& interface : sample.interfaces) {
-        values[0] += interface.rxBytes;
-        values[1] += interface.txBytes;
-        if (interface.speed != 0) values[3] = 1;
+        sums[0] += interface.rxBytes;
+        sums[1] += interface.txBytes;
+        if (interface.speed != 0) sums[3] = 1;
     }
-    Array<unsigned long long> update;
-    for (unsigned long long const value : values) {
-        if (!update.PushBack(value)) return ReturnT::Oom();
-    }
-    return db_.Update(Time::Span::Zero(), update);
+    return values.Assign(sums, COUNT);
 }
 
-bool History::AttachTo(Xml::Node& node) const {
+bool History::AttachTo(Xml::Node& node, bool allSamples) const {
     Mutex::Guard const guard(mutex_);
     Xml::Node* const latest = node.AppendElement("latest");
+    if (!guard.Held() || latest == nullptr || db_.AttachLatestTo(*latest).Failed()) return false;
+    if (!allSamples) return true;
     Xml::Node* const received = node.AppendElement("received_bytes");
-    return guard.Held() && latest != nullptr && received != nullptr &&
-           db_.AttachLatestTo(*latest).Succeeded() &&
+    return received != nullptr &&
            db_.AttachTo(*received, ATTRIBUTES[0].name, 0, Db::Modifier::Empty()).Succeeded();
 }
 

@@ -20,19 +20,27 @@ public:
     bool Initialized() const override { return Collector::Initialized() && db_.Initialized(); }
     char const* Name() const override { return "History"; }
 
-    // The newest value of each counter, and the newest 64 samples of the received bytes a second. False if
-    // memory ran out.
-    bool AttachTo(Xml::Node& node) const;
+    // Counts from the newest sample on, if there is one yet.
+    void Start();
+
+    // The newest value of each counter; with all samples, the newest 64 of the received bytes a second too.
+    // False if memory ran out.
+    bool AttachTo(Xml::Node& node, bool allSamples) const;
     // Those samples alone, newest first.
     bool AppendTo(Json::Array& array) const;
 
 private:
-    void OnStatsAlarm_() override;
-    ReturnT Update_(Sample const& sample, Telemetry::Counts const& counts);
+    // With mutex_ held.
+    void OnStatsAlarm_() override { Take_(); }
+    void Take_();
+    // False without a sample, or when memory ran out.
+    bool Read_(Array<unsigned long long>& values) const;
+    void PrimeRestarted_(Array<unsigned long long> const& values);
 
     Mutex mutex_{Mutex::CORE};
     Telemetry& telemetry_;
 
     // Guarded by mutex_.
     Stats::Rrd::Db db_;
+    Array<unsigned long long> last_; // of the last update
 };

@@ -19,7 +19,8 @@ Network::IpBlock Interfaces::Address(CString const& id) const {
 
 void Interfaces::OnAddress_(Event::IfIp4Changed const& event) {
     if (!OnIfIp4Changed(event)) return;
-    Log(Log::INFO, IDENT, event.Id().Cstr(), "address is %1")
+    bool const isSet = event.Action() == Event::IfIp4Changed::SET;
+    Log(Log::INFO, IDENT, event.Id().Cstr(), isSet ? "address is %1" : "address %1 is gone")
         << Network::IpBlock::Str(event.Address()).Cstr();
 }
 

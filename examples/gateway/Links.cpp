@@ -41,12 +41,18 @@ void Links::Tell(Sample const& sample) {
         if (link->speed != interface.speed &&
             Raise(Event::IfLinkSpeedChanged(name, interface.speed, interface.speed)))
             link->speed = interface.speed;
-        if (!(link->address == interface.address) &&
-            Raise(Event::IfIp4Changed(name, name, name, interface.address, Event::IfIp4Changed::STATIC,
-                                      Event::IfIp4Changed::PRIMARY, Event::IfIp4Changed::SET, PRIORITY,
-                                      link->created)))
-            link->address = interface.address;
+        if (!(link->address == interface.address)) TellAddress_(*link, interface.address);
     }
+}
+
+// One that is gone is told by what it was.
+void Links::TellAddress_(Link& link, Network::IpBlock const& address) {
+    using EventT = Event::IfIp4Changed;
+    CString const name(link.name);
+    bool const isGone = address.Address().IsZero();
+    if (Raise(EventT(name, name, name, isGone ? link.address : address, EventT::STATIC, EventT::PRIMARY,
+                     isGone ? EventT::REMOVED : EventT::SET, PRIORITY, link.created)))
+        link.address = address;
 }
 
 void Links::TellVanished_(Sample const& sample) {

@@ -22,6 +22,7 @@ private:
     };
 
     Link* Find_(InterfaceSample const& interface);
+    static void TellAddress_(Link& link, Network::IpBlock const& address);
     void TellVanished_(Sample const& sample);
     Link* TellNew_(InterfaceSample const& interface);
 

@@ -23,14 +23,13 @@
 
 namespace {
 
-constexpr int EXIT_USAGE = 2; // a wrong command line, or a configuration that cannot be used
-constexpr long POLL_PERIOD = 100;
+constexpr int EXIT_USAGE = 2;     // a wrong command line, or a configuration that cannot be used
 constexpr long QUEUE_IDLE = 5000; // milliseconds after which the thread of the tasks ends
 
 struct Options {
     bool console = false;
-    bool status = false;
-    char const* root = ""; // of the folders /proc and /sys
+    enum StatusT { NONE, SHORT, FULL } status = NONE; // to be printed at the end
+    char const* root = "";                            // of the folders /proc and /sys
     char const* config = nullptr;
 
     bool Parse(int argc, char** argv) {
@@ -38,7 +37,9 @@ struct Options {
             if (strcmp(argv[i], "--console") == 0) {
                 console = true;
             } else if (strcmp(argv[i], "--status") == 0) {
-                status = true;
+                status = SHORT;
+            } else if (strcmp(argv[i], "--full") == 0) {
+                status = FULL;
             } else if (strcmp(argv[i], "--root") == 0 && i + 1 < argc) {
                 root = argv[++i];
             } else if (argv[i][0] != '-' && !config) {
@@ -77,10 +78,9 @@ public:
         Log(Log::INFO, IDENT, config_.Name().Cstr(), "started");
         (void)Event::Raise(Event::SystemReady(Time::Monotonic()), nullptr, Event::ASYNC, Event::DIRECT);
         heartbeat_.Set(config_.HeartbeatPeriod());
-        while (!StopRequested())
-            Sleep(POLL_PERIOD);
+        (void)WaitForStop(Time::Span(-1)); // without a limit
         Stop_();
-        bool const good = !options_.status || PrintStatus_();
+        bool const good = options_.status == Options::NONE || PrintStatus_();
         Log(Log::INFO, IDENT, config_.Name().Cstr(), "stopped");
         return good ? EXIT_SUCCESS : EXIT_FAILURE;
     }
@@ -93,7 +93,7 @@ private:
         if (!isWhole || stateFile_.Start().Failed()) return false;
         if (!interfaces_.Start() || (options_.console && !eventPrinter_.Start()) || !sampler_.Start())
             return false;
-        history_.Activate();
+        history_.Start();
         load_.Activate();
         return true;
     }
@@ -115,7 +115,8 @@ private:
     bool PrintStatus_() const {
         Io::StdOut out;
         Report const report{config_, telemetry_, history_, interfaces_, load_};
-        return report.PrintXml(out) && report.PrintJson(out);
+        if (options_.status == Options::SHORT) return report.PrintXml(out, Report::SHORT);
+        return report.PrintXml(out, Report::FULL) && report.PrintJson(out);
     }
 
     // Each stands behind what it uses, so that it ends first.
@@ -137,7 +138,7 @@ private:
 int main(int argc, char** argv) {
     Options options;
     if (!options.Parse(argc, argv)) {
-        Io::StdErr() << "usage: gateway [--console] [--status] [--root FOLDER] CONFIG" << Io::Endl;
+        Io::StdErr() << "usage: gateway [--console] [--status | --full] [--root FOLDER] CONFIG" << Io::Endl;
         return EXIT_USAGE;
     }
     Gateway gateway(options);

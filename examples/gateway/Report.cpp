@@ -55,7 +55,7 @@ struct TimeText {
 
 // A failed append gives null, and so does every further one of the document: a tree is built without tests,
 // and the document is asked once at its end.
-bool Report::PrintXml(Io::OStream& stream) const {
+bool Report::PrintXml(Io::OStream& stream, DetailT detail) const {
     Sample sample;
     Telemetry::Counts counts;
     if (!telemetry.Get(sample, counts)) return false;
@@ -81,9 +81,11 @@ bool Report::PrintXml(Io::OStream& stream) const {
         ForInterface(interface, addTo(node));
     }
     Xml::Node* const samples = root->AppendElement("history");
-    if (samples == nullptr || !history.AttachTo(*samples) || Thread::AttachThreadsTo(load, *root).Failed() ||
-        !Thread::SelfStatus()->AttachTo(*root) || !document.Valid())
+    if (samples == nullptr || !history.AttachTo(*samples, detail == FULL)) return false;
+    if (detail == FULL &&
+        (Thread::AttachThreadsTo(load, *root).Failed() || !Thread::SelfStatus()->AttachTo(*root)))
         return false;
+    if (!document.Valid()) return false;
     return Xml::Print(stream, document) && stream.Flush();
 }
 

@@ -13,14 +13,17 @@ namespace Io {
 class OStream;
 }
 
-// The XML form has, besides, what threads there are, their load and the locks that they hold.
+// The full XML form has, besides, the last report of this thread, what threads there are, their load and the
+// locks that they hold.
 struct Report {
+    enum DetailT { SHORT, FULL };
+
     Config const& config;
     Telemetry const& telemetry;
     History const& history;
     Interfaces const& interfaces;
     ThreadLoad const& load;
 
-    bool PrintXml(Io::OStream& stream) const;
+    bool PrintXml(Io::OStream& stream, DetailT detail) const;
     bool PrintJson(Io::OStream& stream) const;
 };

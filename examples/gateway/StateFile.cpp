@@ -4,14 +4,9 @@
 #include "zeb/io/ConfigFile.h"
 #include "zeb/runtime/StatusLog.h"
 
-#include <unistd.h>
-
 ReturnT StateFile::Start() {
-    String stale;
-    if (!stale.Assign(config_.StateFile().Cstr(), config_.StateFile().Size()) || !stale.Append("~"))
-        return StatusLog(ReturnT::Oom(), Log::CRITICAL, IDENT, nullptr, "", nullptr).SetOom();
-    // There is none but after a crash; another failure shows when the file is made.
-    (void)unlink(stale.Cstr());
+    // One that stands in the way shows, in words, when the file is made.
+    (void)Io::ConfigFile::RemoveStale(config_.StateFile());
     if (!Write_())
         return StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, nullptr, "unable to write \"%1\"", nullptr)
                << config_.StateFile();

@@ -1,6 +1,7 @@
 // The sample daemon as a user runs it: a process, its configuration, its signals.
 
 #include "workbench/Child.h"
+#include "workbench/Namespace.h"
 #include "workbench/TempDir.h"
 #include "zeb/doc/json/Array.h"
 #include "zeb/doc/json/Document.h"
@@ -10,9 +11,10 @@
 
 #include <csignal>
 #include <gtest/gtest.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <thread>
 #include <unistd.h>
-
-#include <string>
 
 namespace {
 
@@ -83,11 +85,11 @@ protected:
     }
 
     // Starts the daemon in the background of a shell, which runs `until` and then sends the signal.
-    Child RunUntil(std::string const& until, int signal) {
+    Child RunUntil(std::string const& until, int signal, std::string const& status) {
         std::vector<std::string> words = {
             "bash", "-c", "\"$@\" & " + until + "; kill -" + std::to_string(signal) + " $!; wait $!", "sh"};
         for (auto const& word :
-             Child::Built("gateway", {"--console", "--status", "--root", dir_.Path(), dir_ / "config"}))
+             Child::Built("gateway", {"--console", status, "--root", dir_.Path(), dir_ / "config"}))
             words.push_back(word);
         return Child::Program(words);
     }
@@ -96,11 +98,22 @@ protected:
 };
 
 TEST_P(RunTest, SamplesKeepsItsStateFileAndStopsCleanly) {
-    std::string const state = dir_ / "state";
-    Child const child = RunUntil("for i in $(seq 500); do grep -qs sample=[1-9] " + state +
-                                     " && break; sleep 0.01; done; echo 10 > " +
-                                     (dir_ / "sys/class/net/lo/speed") + "; sleep 0.3",
-                                 GetParam());
+    ZEB_NEED_ROOT();
+    Namespace const space(Namespace::NET);
+    std::thread remover([this] {
+        for (int i = 0; i < 500 && !dir_.Exists("changed"); ++i)
+            usleep(10000);
+        ifreq lo{.ifr_ifrn = {"lo"}, .ifr_ifru = {.ifru_addr = {AF_INET, {}}}}; // 0.0.0.0 removes the address
+        int const fd = socket(AF_INET, SOCK_DGRAM, 0);
+        EXPECT_EQ(ioctl(fd, SIOCSIFADDR, &lo), 0);
+        close(fd);
+    });
+    Child const child =
+        RunUntil("for i in $(seq 500); do grep -qs sample=[1-9] " + (dir_ / "state") +
+                     " && break; sleep 0.01; done; echo 10 > " + (dir_ / "sys/class/net/lo/speed") +
+                     "; touch " + (dir_ / "changed") + "; sleep 0.35",
+                 GetParam(), "--full");
+    remover.join();
     ASSERT_EQ(child.ExitCode(), 0) << child;
     EXPECT_EQ(child.Errors(), "");
     std::string const& output = child.Output();
@@ -109,6 +122,8 @@ TEST_P(RunTest, SamplesKeepsItsStateFileAndStopsCleanly) {
           "zeb: Gateway: \"box\": stopped.\n", "zeb: Interfaces: \"lo\": address is 127.0.0.1/8.\n",
           "zeb: Interfaces: \"lo\": speed is 1000000000 bits a second.\n",
           "zeb: Interfaces: \"lo\": speed is 10000000 bits a second.\n",
+          "zeb: Interfaces: \"lo\": address 127.0.0.1/8 is gone.\n",
+          "state~\", which an earlier writer left.\n",
           "<event class=\"Event::Type::SystemReady\" raise_time=\"",
           "<event class=\"Event::Type::Heartbeat\" raise_time=\""})
         EXPECT_NE(output.find(part), std::string::npos) << part << " in " << output;
@@ -157,10 +172,11 @@ INSTANTIATE_TEST_SUITE_P(Signals, RunTest, testing::Values(SIGINT, SIGTERM));
 TEST_F(RunTest, UnreadableCountersAreLoggedAndCounted) {
     dir_.Write("proc/net/dev", "one line\n");
     dir_.Write("proc/stat", "cpu x\n");
-    Child const child = RunUntil("sleep 0.2", SIGTERM);
+    Child const child = RunUntil("sleep 0.2", SIGTERM, "--status");
     EXPECT_EQ(child.ExitCode(), 0) << child;
     EXPECT_NE(child.Output().find(": unexpected content: invalid input."), std::string::npos) << child;
     EXPECT_NE(child.Output().find("<samples>0</samples>"), std::string::npos);
+    EXPECT_EQ(child.Output().find("<threads>"), std::string::npos) << child;
 }
 
 } // namespace
