@@ -43,6 +43,7 @@ VerbsT const& TimeVerbs();
 VerbsT const& IntegerVerbs();
 VerbsT const& AddressVerbs();
 VerbsT const& UriVerbs();
+VerbsT const& SmallValueVerbs();
 
 // The verb of that name, or null.
 Verb const* FindVerb(std::string_view name);

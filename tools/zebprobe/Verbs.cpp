@@ -7,7 +7,7 @@ namespace Probe {
 
 namespace {
 
-VerbsT const& (*const FAMILIES[])() = {JsonVerbs, XmlVerbs, TimeVerbs, IntegerVerbs, AddressVerbs, UriVerbs};
+VerbsT const& (*const FAMILIES[])() = {JsonVerbs, XmlVerbs, TimeVerbs, IntegerVerbs, AddressVerbs, UriVerbs, SmallValueVerbs};
 
 char const HEAD[] =
     "usage: zebprobe VERB [options] < list-of-paths\n"

@@ -59,6 +59,11 @@ Row const ROWS[] = {
     {{"uri"}, std::string(1, '\0'), "cffd0000\t"},
     {{"authority"}, "u:p%40@[::1]:80", R"(0fff0000	user="u" password="p@" host="::1" port="80")"},
     {{"authority"}, ":80", "cffd0000\t"},
+    {{"transcode", "utf-8", "utf-16be", "0"}, "a\xC3\xA4", R"(005a0064	3 bytes "\x00a\x00\xe4")"},
+    {{"transcode", "iso-8859-1", "utf-8", "2"}, "a\xE4", R"(005a0064	2 bytes "a?")"},
+    {{"transcode", "utf-16le", "utf-32be", "0"}, "a", "805a0064\t0 bytes \"\""},
+    {{"version"}, "4.02.C.1.0-3", "0fff0000\t4.2.C.1.0-3"},
+    {{"version"}, "4.02", "cffd0000\t"},
 };
 
 TEST(ZebprobeTest, EachVerbTellsCodeAndResult) {
@@ -114,6 +119,8 @@ TEST(ZebprobeTest, AWrongCommandIsToldWithExitCode2) {
         {{"date", "1", "utc"}, "MODE is"},
         {{"int", "byte", "hex"}, "TYPE is"},
         {{"int", "int", "octal"}, "FORMAT is"},
+        {{"transcode", "utf-8", "utf-7", "0"}, "FROM and TO are"},
+        {{"transcode", "utf-8", "utf-8", "8"}, "FLAGS is"},
         {{"span", "--split", "0"}, "--split takes"},
         {{"span", "--what"}, "--what"},
     };
