@@ -5,7 +5,7 @@
 
 namespace Event {
 
-char const* CloudReady::Ident() const { return "Event::Type::CloudReady"; }
+char const* CloudReady::Ident() const { return IDENT; }
 Base* CloudReady::Clone_() const { return fields_.Clone<CloudReady>(); }
 
 bool CloudReady::PrintXmlBody_(Xml::Node& event) const {
@@ -14,15 +14,15 @@ bool CloudReady::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* CloudSettingsChanged::Ident() const { return "Event::Type::CloudSettingsChanged"; }
+char const* CloudSettingsChanged::Ident() const { return IDENT; }
 Base* CloudSettingsChanged::Clone_() const { return New_<CloudSettingsChanged>(); }
 
-char const* CwmpNotificationRequired::Ident() const { return "Event::Type::CwmpNotificationRequired"; }
+char const* CwmpNotificationRequired::Ident() const { return IDENT; }
 Base* CwmpNotificationRequired::Clone_() const {
     return New_<CwmpNotificationRequired>(fields_.At<1>(), fields_.At<0>());
 }
 
-char const* CwmpSessionFinished::Ident() const { return "Event::Type::CwmpSessionFinished"; }
+char const* CwmpSessionFinished::Ident() const { return IDENT; }
 Base* CwmpSessionFinished::Clone_() const { return New_<CwmpSessionFinished>(); }
 
 } // namespace Event

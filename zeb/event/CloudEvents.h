@@ -9,6 +9,8 @@ namespace Event {
 // The connection to the cloud stands. Public.
 class ZEB_PUBLIC CloudReady : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::CloudReady";
+
     enum TransportT : uint32_t { TCP = 0, UDP = 1 };
 
     explicit CloudReady(TransportT transport) { SetInitialized_(fields_.Assign(transport)); }
@@ -27,6 +29,8 @@ private:
 // The settings of the cloud have changed.
 class ZEB_PUBLIC CloudSettingsChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::CloudSettingsChanged";
+
     char const* Ident() const override;
 
 private:
@@ -36,6 +40,8 @@ private:
 // The auto-configuration server is to be told of a change.
 class ZEB_PUBLIC CwmpNotificationRequired : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::CwmpNotificationRequired";
+
     enum CodeT : uint32_t { PASSIVE = 1, ACTIVE = 2 };
 
     CwmpNotificationRequired(uint64_t zebId, CodeT code) { SetInitialized_(fields_.Assign(code, zebId)); }
@@ -54,6 +60,8 @@ private:
 // A session with the auto-configuration server has ended.
 class ZEB_PUBLIC CwmpSessionFinished : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::CwmpSessionFinished";
+
     char const* Ident() const override;
 
 private:

@@ -11,6 +11,8 @@ namespace Event {
 // The configuration has been written to the flash memory. Public.
 class ZEB_PUBLIC ConfigurationSaved : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ConfigurationSaved";
+
     char const* Ident() const override;
 
     // A new event, whatever the node says; null when memory ran out.
@@ -23,6 +25,8 @@ private:
 // The configuration is to be written, by the session given.
 class ZEB_PUBLIC SaveConfiguration : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::SaveConfiguration";
+
     enum FailSafeT : uint32_t { FAIL_SAFE_KEEP = 0, FAIL_SAFE_COMMIT = 1 };
 
     SaveConfiguration(FailSafeT failSafe, RebootT reboot, unsigned long sessionId) {
@@ -40,6 +44,8 @@ private:
 // Fail-safe mode, in which an unconfirmed configuration is taken back, is on or off. Public.
 class ZEB_PUBLIC FailSafeState : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::FailSafeState";
+
     explicit FailSafeState(bool isOn) { SetInitialized_(fields_.Assign(isOn)); }
 
     char const* Ident() const override;
@@ -56,6 +62,8 @@ private:
 // An agent has taken over the configuration.
 class ZEB_PUBLIC ConfigurationAgent : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ConfigurationAgent";
+
     explicit ConfigurationAgent(CString const& name) { SetInitialized_(fields_.Assign(name)); }
 
     char const* Ident() const override;
@@ -71,6 +79,8 @@ private:
 // A key of the database has another value.
 class ZEB_PUBLIC DbKey : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::DbKey";
+
     enum StatT : uint32_t { UNCHANGED = 0, CHANGED = 1, REMOVED = 2 };
 
     DbKey(CString const& name, unsigned long oldValue, unsigned long newValue, StatT stat) {
@@ -93,6 +103,8 @@ private:
 // The user has accepted a document.
 class ZEB_PUBLIC DocumentAccepted : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::DocumentAccepted";
+
     enum TypeT : uint32_t { LICENCE = 0, PRIVACY = 1 };
 
     explicit DocumentAccepted(TypeT type) { SetInitialized_(fields_.Assign(type)); }

@@ -13,6 +13,8 @@ namespace Event {
 // A server has given a lease, or has taken it back. The short form names a lease by its addresses.
 class ZEB_PUBLIC DhcpLease : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::DhcpLease";
+
     enum ActionT : uint32_t { ADDED = 0, REMOVED = 1 };
 
     DhcpLease(ActionT action, CString const& hostName, CString const& deviceName, CString const& modeName,
@@ -48,6 +50,8 @@ private:
 // A client has received an option.
 class ZEB_PUBLIC DhcpOption : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::DhcpOption";
+
     // By the numbers of RFC 2132 and its followers.
     enum CodeT : uint32_t {
         ROUTER = 3,
@@ -78,6 +82,8 @@ private:
 // A pool has been bound to an interface, or its settings have changed.
 class ZEB_PUBLIC DhcpPool : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::DhcpPool";
+
     DhcpPool(CString const& name, CString const& interfaceId) {
         SetInitialized_(fields_.Assign(name, interfaceId));
     }

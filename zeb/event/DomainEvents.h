@@ -10,6 +10,8 @@ namespace Event {
 // The list of name servers has changed.
 class ZEB_PUBLIC DnsListUpdated : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::DnsListUpdated";
+
     char const* Ident() const override;
 
 private:
@@ -19,6 +21,8 @@ private:
 // The domain of the device has changed.
 class ZEB_PUBLIC Domain : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Domain";
+
     explicit Domain(CString const& name) { SetInitialized_(fields_.Assign(name)); }
 
     char const* Ident() const override;
@@ -34,6 +38,8 @@ private:
 // The realm of the device in HTTP authentication has changed.
 class ZEB_PUBLIC Realm : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Realm";
+
     explicit Realm(CString const& value) { SetInitialized_(fields_.Assign(value)); }
 
     char const* Ident() const override;
@@ -49,6 +55,8 @@ private:
 // The certificate of a domain has been obtained or renewed.
 class ZEB_PUBLIC SslCertificate : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::SslCertificate";
+
     enum DomainTypeT : uint32_t { SERVICE = 0, CUSTOM = 1 };
 
     SslCertificate(CString const& domainName, DomainTypeT domainType) {
@@ -69,6 +77,8 @@ private:
 // The alias that stands for a domain name of the device, with the certificate authority that serves it.
 class ZEB_PUBLIC TokenAlias : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::TokenAlias";
+
     TokenAlias(CString const& alias, CString const& domain, CString const& fqdn, CString const& acmeDirectory,
                CString const& acmeDivider) {
         SetInitialized_(fields_.Assign(alias, domain, fqdn, acmeDirectory, acmeDivider));

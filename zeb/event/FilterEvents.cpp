@@ -2,28 +2,28 @@
 
 namespace Event {
 
-char const* Acl::Ident() const { return "Event::Type::Acl"; }
+char const* Acl::Ident() const { return IDENT; }
 Base* Acl::Clone_() const { return fields_.Clone<Acl>(); }
 
-char const* Acl6::Ident() const { return "Event::Type::Acl6"; }
+char const* Acl6::Ident() const { return IDENT; }
 Base* Acl6::Clone_() const { return fields_.Clone<Acl6>(); }
 
-char const* IpSet::Ident() const { return "Event::Type::IpSet"; }
+char const* IpSet::Ident() const { return IDENT; }
 Base* IpSet::Clone_() const { return fields_.Clone<IpSet>(); }
 
-char const* ObjectGroup::Ident() const { return "Event::Type::ObjectGroup"; }
+char const* ObjectGroup::Ident() const { return IDENT; }
 Base* ObjectGroup::Clone_() const { return fields_.Clone<ObjectGroup>(); }
 
-char const* NetfilterUpdated::Ident() const { return "Event::Type::NetfilterUpdated"; }
+char const* NetfilterUpdated::Ident() const { return IDENT; }
 Base* NetfilterUpdated::Clone_() const { return New_<NetfilterUpdated>(fields_.At<1>(), fields_.At<0>()); }
 
-char const* Port::Ident() const { return "Event::Type::Port"; }
+char const* Port::Ident() const { return IDENT; }
 Base* Port::Clone_() const {
     return New_<Port>(fields_.At<0>(), fields_.At<1>(), fields_.At<3>(), fields_.At<2>(), fields_.At<4>(),
                       fields_.At<5>());
 }
 
-char const* SecurityLevelChanged::Ident() const { return "Event::Type::SecurityLevelChanged"; }
+char const* SecurityLevelChanged::Ident() const { return IDENT; }
 Base* SecurityLevelChanged::Clone_() const {
     return New_<SecurityLevelChanged>(fields_.At<1>(), fields_.At<0>());
 }
@@ -51,7 +51,7 @@ Ppe::Ppe(Network::MacAddress const& mac, TypeT type, ActionT action)
     mac_ = mac;
 }
 
-char const* Ppe::Ident() const { return "Event::Type::Ppe"; }
+char const* Ppe::Ident() const { return IDENT; }
 
 Base* Ppe::Clone_() const {
     switch (AddressType()) {

@@ -15,6 +15,8 @@ namespace Event {
 // An access list has changed.
 class ZEB_PUBLIC Acl : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Acl";
+
     enum ActionT : uint32_t { UPDATED = 0, REMOVED = 1 };
 
     Acl(ActionT action, CString const& name) { SetInitialized_(fields_.Assign(action, name)); }
@@ -33,6 +35,8 @@ private:
 // An IPv6 access list has changed.
 class ZEB_PUBLIC Acl6 : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Acl6";
+
     enum ActionT : uint32_t { UPDATED = 0, REMOVED = 1 };
 
     Acl6(ActionT action, CString const& name) { SetInitialized_(fields_.Assign(action, name)); }
@@ -51,6 +55,8 @@ private:
 // A set of addresses has changed.
 class ZEB_PUBLIC IpSet : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IpSet";
+
     enum ActionT : uint32_t { UPDATED = 0, REMOVED = 1 };
 
     IpSet(ActionT action, CString const& name) { SetInitialized_(fields_.Assign(action, name)); }
@@ -69,6 +75,8 @@ private:
 // A group of objects that filters refer to has changed.
 class ZEB_PUBLIC ObjectGroup : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ObjectGroup";
+
     enum ActionT : uint32_t { UPDATED = 0, REMOVED = 1 };
 
     ObjectGroup(ActionT action, CString const& name) { SetInitialized_(fields_.Assign(action, name)); }
@@ -87,6 +95,8 @@ private:
 // A table of the packet filter has been loaded anew. The type is that of the tool that fills it.
 class ZEB_PUBLIC NetfilterUpdated : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::NetfilterUpdated";
+
     enum NetfilterT : uint32_t { IPV4 = 0, IPV6 = 1 };
 
     NetfilterUpdated(NetfilterT nfType, CString const& table) {
@@ -107,6 +117,8 @@ private:
 // A service has opened or closed a port.
 class ZEB_PUBLIC Port : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Port";
+
     enum ActionT : uint32_t { OPENED = 0, CLOSED = 1 };
 
     Port(ActionT action, CString const& service, Network::PortAllocator::FamilyT family,
@@ -134,6 +146,8 @@ private:
 // A service is open to networks of another security level.
 class ZEB_PUBLIC SecurityLevelChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::SecurityLevelChanged";
+
     enum ServiceT : uint32_t { HTTP = 0, SSH = 1, TELNET = 2, FTP = 3 };
 
     SecurityLevelChanged(ServiceT service, SecurityLevelT securityLevel) {
@@ -155,6 +169,8 @@ private:
 // all. The address type tells which of the addresses is set.
 class ZEB_PUBLIC Ppe : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Ppe";
+
     enum AddressT : uint32_t { IP = 0, IP6 = 1, MAC = 2, NONE = 3 };
     enum TypeT : uint32_t { SOFTWARE = 0, HARDWARE = 1 };
     enum ActionT : uint32_t { FLUSH = 0, ENABLE = 1, DISABLE = 2 };

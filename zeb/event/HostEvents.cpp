@@ -5,10 +5,10 @@
 
 namespace Event {
 
-char const* Host::Ident() const { return "Event::Type::Host"; }
+char const* Host::Ident() const { return IDENT; }
 Base* Host::Clone_() const { return fields_.Clone<Host>(); }
 
-char const* KnownHost::Ident() const { return "Event::Type::KnownHost"; }
+char const* KnownHost::Ident() const { return IDENT; }
 Base* KnownHost::Clone_() const { return fields_.Clone<KnownHost>(); }
 
 bool KnownHost::PrintXmlBody_(Xml::Node& event) const {
@@ -20,7 +20,7 @@ bool KnownHost::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* Neighbour::Ident() const { return "Event::Type::Neighbour"; }
+char const* Neighbour::Ident() const { return IDENT; }
 Base* Neighbour::Clone_() const { return fields_.Clone<Neighbour>(); }
 
 bool Neighbour::PrintXmlBody_(Xml::Node& event) const {
@@ -36,18 +36,18 @@ bool Neighbour::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* HostPolicy::Ident() const { return "Event::Type::HostPolicy"; }
+char const* HostPolicy::Ident() const { return IDENT; }
 Base* HostPolicy::Clone_() const {
     return New_<HostPolicy>(fields_.At<1>(), fields_.At<2>(), fields_.At<0>());
 }
 
-char const* HostPriorityChanged::Ident() const { return "Event::Type::HostPriorityChanged"; }
+char const* HostPriorityChanged::Ident() const { return IDENT; }
 Base* HostPriorityChanged::Clone_() const { return fields_.Clone<HostPriorityChanged>(); }
 
-char const* TrafficShapeHost::Ident() const { return "Event::Type::TrafficShapeHost"; }
+char const* TrafficShapeHost::Ident() const { return IDENT; }
 Base* TrafficShapeHost::Clone_() const { return fields_.Clone<TrafficShapeHost>(); }
 
-char const* ChilliHost::Ident() const { return "Event::Type::ChilliHost"; }
+char const* ChilliHost::Ident() const { return IDENT; }
 Base* ChilliHost::Clone_() const { return fields_.Clone<ChilliHost>(); }
 
 } // namespace Event

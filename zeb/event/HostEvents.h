@@ -12,6 +12,8 @@ namespace Event {
 // The host name of the device has changed.
 class ZEB_PUBLIC Host : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Host";
+
     explicit Host(CString const& name) { SetInitialized_(fields_.Assign(name)); }
 
     char const* Ident() const override;
@@ -27,6 +29,8 @@ private:
 // A host has been given a name by the administrator, or has lost it. Public.
 class ZEB_PUBLIC KnownHost : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::KnownHost";
+
     enum ActionT : uint32_t { SET = 0, REMOVED = 1, CLEARED = 2 };
 
     KnownHost(ActionT action, Network::MacAddress const& mac, CString const& oldName,
@@ -51,6 +55,8 @@ private:
 // An entry of the table of neighbours has come, changed or gone. Public.
 class ZEB_PUBLIC Neighbour : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Neighbour";
+
     enum ActionT : uint32_t { ADDED = 0, UPDATED = 1, REMOVED = 2 };
     // What has changed in the entry.
     enum UpdateT : uint32_t {
@@ -86,6 +92,8 @@ private:
 // The routing policy of a host has changed.
 class ZEB_PUBLIC HostPolicy : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::HostPolicy";
+
     enum ActionT : uint32_t { SET = 0, REMOVED = 1 };
 
     HostPolicy(ActionT action, Network::MacAddress const& mac, CString const& policy) {
@@ -107,6 +115,8 @@ private:
 // The traffic of a host has another priority.
 class ZEB_PUBLIC HostPriorityChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::HostPriorityChanged";
+
     HostPriorityChanged(Network::MacAddress const& mac, uint8_t priority) {
         SetInitialized_(fields_.Assign(mac, priority));
     }
@@ -125,6 +135,8 @@ private:
 // The speed limits of a host, in kbit/s, have changed.
 class ZEB_PUBLIC TrafficShapeHost : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::TrafficShapeHost";
+
     enum ActionT : uint32_t { SET = 0, REMOVED = 1 };
 
     TrafficShapeHost(ActionT action, Network::MacAddress const& mac, CString const& schedule,
@@ -149,6 +161,8 @@ private:
 // A host has been let in by the hotspot, or has left it; the limits are in bit/s.
 class ZEB_PUBLIC ChilliHost : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ChilliHost";
+
     enum ActionT : uint32_t { LOGGED_IN = 0, LOGGED_OUT = 1 };
 
     ChilliHost(ActionT action, Network::IpAddress const& address, Network::MacAddress const& mac,

@@ -16,6 +16,8 @@ namespace Event {
 // An IPv4 address of an interface has been set or removed.
 class ZEB_PUBLIC IfIp4Changed : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfIp4Changed";
+
     enum StatT : uint32_t { DYNAMIC = 0, STATIC = 1 };
     enum TypeT : uint32_t { PRIMARY = 0, ALIAS = 1 };
     enum ActionT : uint32_t { SET = 0, REMOVED = 1 };
@@ -49,6 +51,8 @@ private:
 // An IPv6 address of an interface has been set or removed. A link-local one stands until the next is set.
 class ZEB_PUBLIC IfIp6Changed : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfIp6Changed";
+
     // TENTATIVE is not to be used before the check for duplicates is over.
     enum ActionT : uint32_t { ADDED = 0, TENTATIVE = 1, UPDATED = 2, REMOVED = 3 };
 
@@ -81,6 +85,8 @@ private:
 // The kernel has added or removed an IPv6 address.
 class ZEB_PUBLIC IfIp6SystemChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfIp6SystemChanged";
+
     enum ActionT : uint32_t { ADDED = 0, REMOVED = 1 };
 
     IfIp6SystemChanged(ActionT action, uint32_t systemIndex, Network::Ip6::Block const& address) {
@@ -102,6 +108,8 @@ private:
 // An interface has become a way to the internet, with a priority, or is none any more.
 class ZEB_PUBLIC IfGlobalChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfGlobalChanged";
+
     IfGlobalChanged(CString const& id, CString const& name, CString const& systemName,
                     unsigned long globalPriority, Time::Span const& createdTime) {
         SetInitialized_(fields_.Assign(id, name, systemName, globalPriority, createdTime));
@@ -125,6 +133,8 @@ private:
 // The security level of an interface, or the isolation of its hosts, has changed.
 class ZEB_PUBLIC IfPrivateChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfPrivateChanged";
+
     IfPrivateChanged(CString const& id, CString const& name, CString const& systemName,
                      SecurityLevelT securityLevel, bool isIsolate, Time::Span const& createdTime) {
         SetInitialized_(fields_.Assign(id, name, systemName, securityLevel, isIsolate, createdTime));
@@ -148,6 +158,8 @@ private:
 // An interface has another hardware address.
 class ZEB_PUBLIC IfMacChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfMacChanged";
+
     IfMacChanged(CString const& id, CString const& systemName, Network::MacAddress const& address) {
         SetInitialized_(fields_.Assign(id, systemName, address));
     }

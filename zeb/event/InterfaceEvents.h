@@ -14,6 +14,8 @@ namespace Event {
 // An interface has come to be.
 class ZEB_PUBLIC IfCreated : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfCreated";
+
     enum CreateT : uint32_t { CREATED = 0, FOUND = 1 };
 
     IfCreated(CreateT createType, CString const& id, CString const& systemName, CString const& parentId) {
@@ -36,6 +38,8 @@ private:
 // An interface is gone.
 class ZEB_PUBLIC IfDestroyed : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfDestroyed";
+
     IfDestroyed(CString const& id, CString const& systemName, CString const& parentId,
                 Time::Span const& createdTime) {
         SetInitialized_(fields_.Assign(id, systemName, parentId, createdTime));
@@ -57,6 +61,8 @@ private:
 // An interface has been given a name.
 class ZEB_PUBLIC IfNameChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfNameChanged";
+
     IfNameChanged(CString const& id, CString const& name, CString const& systemName,
                   Time::Span const& createdTime) {
         SetInitialized_(fields_.Assign(id, name, systemName, createdTime));
@@ -78,6 +84,8 @@ private:
 // The DNS domain of an interface has changed.
 class ZEB_PUBLIC IfDomainChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfDomainChanged";
+
     IfDomainChanged(CString const& id, CString const& systemName, CString const& domain) {
         SetInitialized_(fields_.Assign(id, systemName, domain));
     }
@@ -97,6 +105,8 @@ private:
 // An interface has joined or left a group, such as a bridge, or what the group inherits from it has changed.
 class ZEB_PUBLIC IfGroup : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfGroup";
+
     enum ActionT : uint32_t { INCLUDED = 0, EXCLUDED = 1 };
     // Whether the addresses of the member move to the group; PORT is a member that has none.
     enum InheritT : uint32_t { KEEP = 0, INHERIT = 1, PORT = 2 };
@@ -138,6 +148,8 @@ private:
 // An interface has been given a role, or has lost it. Ifor is the interface that the role is played for.
 class ZEB_PUBLIC IfRole : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfRole";
+
     enum ActionT : uint32_t { ADDED = 0, REMOVED = 1 };
 
     IfRole(ActionT action, CString const& id, CString const& systemName, CString const& role,
@@ -183,6 +195,8 @@ private:
 // Settings of an interface have changed; the trait names which.
 class ZEB_PUBLIC IfSettingsChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfSettingsChanged";
+
     IfSettingsChanged(CString const& trait, CString const& id, CString const& systemName) {
         SetInitialized_(fields_.Assign(trait, id, systemName));
     }
@@ -202,6 +216,8 @@ private:
 // Debugging of an interface has been switched.
 class ZEB_PUBLIC IfDebug : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfDebug";
+
     IfDebug(CString const& id, CString const& systemName, DebugT debug) {
         SetInitialized_(fields_.Assign(id, systemName, debug));
     }

@@ -10,6 +10,8 @@ namespace Event {
 // A port has joined a link aggregation group, or has left it.
 class ZEB_PUBLIC IfLaggModeChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfLaggModeChanged";
+
     enum LaggModeT : uint32_t { INACTIVE = 0, STATIC = 1, LACP = 2 };
 
     IfLaggModeChanged(CString const& id, LaggModeT mode, unsigned long group) {
@@ -32,6 +34,8 @@ private:
 // A layer of an interface has changed its level.
 class ZEB_PUBLIC IfLayerChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfLayerChanged";
+
     enum LayerT : uint32_t { CONFIGURATION = 0, LINK = 1, IPV4 = 2, IPV6 = 3, CONTROL = 4 };
     enum LevelT : uint32_t { DISABLED = 0, PENDING = 1, RUNNING = 2 };
 
@@ -55,6 +59,8 @@ private:
 // The speeds of a link, in bits a second.
 class ZEB_PUBLIC IfLinkSpeedChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfLinkSpeedChanged";
+
     IfLinkSpeedChanged(CString const& id, uint64_t speedRx, uint64_t speedTx) {
         SetInitialized_(fields_.Assign(id, speedRx, speedTx));
     }
@@ -74,6 +80,8 @@ private:
 // The largest packet of an interface, in bytes, has changed.
 class ZEB_PUBLIC IfMtuChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfMtuChanged";
+
     IfMtuChanged(CString const& id, CString const& systemName, unsigned long mtu) {
         SetInitialized_(fields_.Assign(id, systemName, mtu));
     }
@@ -93,6 +101,8 @@ private:
 // The isolation of the peers of an interface has been switched.
 class ZEB_PUBLIC IfPeerIsolationChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfPeerIsolationChanged";
+
     explicit IfPeerIsolationChanged(CString const& id) { SetInitialized_(fields_.Assign(id)); }
 
     char const* Ident() const override;

@@ -42,7 +42,7 @@ IpSecure::IpSecure(ActionT action, unsigned long version, CString const& name)
     SetInitialized_(uniqueName_.Assign(name));
 }
 
-char const* IpSecure::Ident() const { return "Event::Type::IpSecure"; }
+char const* IpSecure::Ident() const { return IDENT; }
 
 Base* IpSecure::Clone_() const {
     return New_<IpSecure>(action_, ikeProtocol_, mode_, uniqueName_, remoteEndpointId_, localEndpointId_,

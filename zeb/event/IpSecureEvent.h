@@ -12,6 +12,8 @@ namespace Event {
 
 class ZEB_PUBLIC IpSecure : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IpSecure";
+
     enum ActionT : uint32_t { ADD = 0, REMOVE = 1, UP = 2, DOWN = 3 };
     enum ProtocolT : uint32_t { IKE_V1 = 0, IKE_V2 = 1 };
     enum ModeT : uint32_t { TUNNEL = 0, TRANSPORT = 1 };

@@ -12,6 +12,8 @@ namespace Event {
 // The profiles of a host have changed.
 class ZEB_PUBLIC HostKeywordFilter : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::HostKeywordFilter";
+
     enum ActionT : uint32_t { SET = 0, REMOVED = 1 };
 
     HostKeywordFilter(ActionT action, Network::MacAddress const& mac, StringVector const& profiles) {
@@ -33,6 +35,8 @@ private:
 // The profiles of the hosts of an interface have changed.
 class ZEB_PUBLIC IfaceKeywordFilter : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IfaceKeywordFilter";
+
     enum ActionT : uint32_t { SET = 0, REMOVED = 1 };
 
     IfaceKeywordFilter(ActionT action, CString const& ifaceId, uint32_t interfaceIdx,
@@ -56,6 +60,8 @@ private:
 // A profile has changed.
 class ZEB_PUBLIC ProfileKeywordFilter : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ProfileKeywordFilter";
+
     enum ActionT : uint32_t { SET = 0, REMOVED = 1 };
 
     ProfileKeywordFilter(ActionT action, CString const& name, CString const& objectGroup, bool isActive) {

@@ -12,6 +12,8 @@ namespace Event {
 // A task has been run by its queue. Aimed at the delegate that the task was queued with.
 class ZEB_PUBLIC TaskDone : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::TaskDone";
+
     explicit TaskDone(unsigned long taskId) { SetInitialized_(fields_.Assign(taskId)); }
 
     char const* Ident() const override;
@@ -27,6 +29,8 @@ private:
 // A name lookup has ended.
 class ZEB_PUBLIC Resolved : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Resolved";
+
     explicit Resolved(uint64_t resolverId) { SetInitialized_(fields_.Assign(resolverId)); }
 
     char const* Ident() const override;
@@ -42,6 +46,8 @@ private:
 // Processes wait for memory.
 class ZEB_PUBLIC MemoryPressure : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::MemoryPressure";
+
     // The type shares its name with the accessor: it is written "enum Status" where it is needed.
     enum Status : uint32_t { NORMAL = 0, MEDIUM = 1, HIGH = 2 };
 
@@ -60,6 +66,8 @@ private:
 // A service has started.
 class ZEB_PUBLIC ServiceUp : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ServiceUp";
+
     explicit ServiceUp(CString const& id) { SetInitialized_(fields_.Assign(id)); }
 
     char const* Ident() const override;
@@ -75,6 +83,8 @@ private:
 // A service has ended; the code is that of its process.
 class ZEB_PUBLIC ServiceDown : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ServiceDown";
+
     enum ReasonT : uint32_t { STOPPED = 0, FAILED = 1, RESTARTED = 2 };
 
     ServiceDown(CString const& id, ReasonT reason, int code) {
@@ -96,6 +106,8 @@ private:
 // An attribute of a statistics database has another value.
 class ZEB_PUBLIC Stats : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Stats";
+
     Stats(CString const& id, CString const& area, CString const& attribute, uint64_t value) {
         SetInitialized_(fields_.Assign(id, area, attribute, value));
     }
@@ -116,6 +128,8 @@ private:
 // How far a piece of work has come, in percent.
 class ZEB_PUBLIC Progress : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Progress";
+
     Progress(CString const& name, unsigned long value, RebootT reboot = REBOOT_NO) {
         SetInitialized_(fields_.Assign(name, value, reboot));
     }

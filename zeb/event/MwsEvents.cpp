@@ -5,16 +5,16 @@
 
 namespace Event {
 
-char const* MwsAcquire::Ident() const { return "Event::Type::MwsAcquire"; }
+char const* MwsAcquire::Ident() const { return IDENT; }
 Base* MwsAcquire::Clone_() const { return fields_.Clone<MwsAcquire>(); }
 
-char const* MwsController::Ident() const { return "Event::Type::MwsController"; }
+char const* MwsController::Ident() const { return IDENT; }
 Base* MwsController::Clone_() const { return fields_.Clone<MwsController>(); }
 
-char const* MwsLock::Ident() const { return "Event::Type::MwsLock"; }
+char const* MwsLock::Ident() const { return IDENT; }
 Base* MwsLock::Clone_() const { return fields_.Clone<MwsLock>(); }
 
-char const* MwsMember::Ident() const { return "Event::Type::MwsMember"; }
+char const* MwsMember::Ident() const { return IDENT; }
 Base* MwsMember::Clone_() const { return fields_.Clone<MwsMember>(); }
 
 bool MwsMember::PrintXmlBody_(Xml::Node& event) const {
@@ -27,10 +27,10 @@ bool MwsMember::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* MwsMemberUpdateDone::Ident() const { return "Event::Type::MwsMemberUpdateDone"; }
+char const* MwsMemberUpdateDone::Ident() const { return IDENT; }
 Base* MwsMemberUpdateDone::Clone_() const { return fields_.Clone<MwsMemberUpdateDone>(); }
 
-char const* MwsWlan::Ident() const { return "Event::Type::MwsWlan"; }
+char const* MwsWlan::Ident() const { return IDENT; }
 Base* MwsWlan::Clone_() const { return New_<MwsWlan>(); }
 
 } // namespace Event

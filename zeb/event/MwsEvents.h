@@ -12,6 +12,8 @@ namespace Event {
 // A controller acquires this device.
 class ZEB_PUBLIC MwsAcquire : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::MwsAcquire";
+
     MwsAcquire(CString const& token, CString const& cid) { SetInitialized_(fields_.Assign(token, cid)); }
 
     char const* Ident() const override;
@@ -28,6 +30,8 @@ private:
 // The controller of this device.
 class ZEB_PUBLIC MwsController : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::MwsController";
+
     MwsController(Network::MacAddress const& mac, CString const& cid) {
         SetInitialized_(fields_.Assign(mac, cid));
     }
@@ -46,6 +50,8 @@ private:
 // A controller has locked this device.
 class ZEB_PUBLIC MwsLock : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::MwsLock";
+
     MwsLock(CString const& token, CString const& cid) { SetInitialized_(fields_.Assign(token, cid)); }
 
     char const* Ident() const override;
@@ -62,6 +68,8 @@ private:
 // A member has come, changed or gone. Public.
 class ZEB_PUBLIC MwsMember : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::MwsMember";
+
     enum ActionT : uint32_t { ADDED = 0, UPDATED = 1, REMOVED = 2 };
     enum StateT : uint32_t { ONLINE = 0, OFFLINE = 1, ERRORS = 2 };
 
@@ -86,6 +94,8 @@ private:
 // The update of the firmware of a member has ended.
 class ZEB_PUBLIC MwsMemberUpdateDone : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::MwsMemberUpdateDone";
+
     explicit MwsMemberUpdateDone(CString const& cid) { SetInitialized_(fields_.Assign(cid)); }
 
     char const* Ident() const override;
@@ -101,6 +111,8 @@ private:
 // The access points that members take over have changed.
 class ZEB_PUBLIC MwsWlan : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::MwsWlan";
+
     char const* Ident() const override;
 
 private:

@@ -12,6 +12,8 @@ namespace Event {
 // A route has been added or removed; without a destination, all of an interface.
 class ZEB_PUBLIC Route : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Route";
+
     enum ActionT : uint32_t { ADDED = 0, REMOVED = 1 };
     enum TypeT : uint32_t { CONFIGURED = 0, DYNAMIC = 1 };
 
@@ -52,6 +54,8 @@ private:
 // An IPv6 route has been added or removed; without a destination, all of an interface.
 class ZEB_PUBLIC Route6 : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Route6";
+
     enum ActionT : uint32_t { ADDED = 0, REMOVED = 1 };
     enum TypeT : uint32_t { CONFIGURED = 0, DYNAMIC = 1 };
 
@@ -93,6 +97,8 @@ private:
 // The kernel has another content of a routing table.
 class ZEB_PUBLIC RoutesUpdated : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::RoutesUpdated";
+
     enum FamilyT : uint32_t { IPV4 = 0, IPV6 = 1 };
 
     RoutesUpdated(FamilyT family, uint32_t table) { SetInitialized_(fields_.Assign(table, family)); }
@@ -112,6 +118,8 @@ private:
 // internet in it.
 class ZEB_PUBLIC Policy : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Policy";
+
     enum ActionT : uint32_t { ADDED = 0, UPDATED = 1, REMOVED = 2 };
 
     Policy(CString const& name, unsigned long index, ActionT action, uint32_t mark, uint16_t dnsPort,
@@ -149,6 +157,8 @@ private:
 // The prefixes that were delegated to the device have changed.
 class ZEB_PUBLIC Ip6PrefixesChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Ip6PrefixesChanged";
+
     char const* Ident() const override;
 
 private:
@@ -158,6 +168,8 @@ private:
 // The subnets made of the delegated prefixes have changed.
 class ZEB_PUBLIC Ip6SubnetsChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Ip6SubnetsChanged";
+
     char const* Ident() const override;
 
 private:

@@ -5,16 +5,16 @@
 
 namespace Event {
 
-char const* CallSync::Ident() const { return "Event::Type::CallSync"; }
+char const* CallSync::Ident() const { return IDENT; }
 Base* CallSync::Clone_() const { return New_<CallSync>(); }
 
-char const* NtpClientChanged::Ident() const { return "Event::Type::NtpClientChanged"; }
+char const* NtpClientChanged::Ident() const { return IDENT; }
 Base* NtpClientChanged::Clone_() const { return New_<NtpClientChanged>(); }
 
-char const* OpkgHook::Ident() const { return "Event::Type::OpkgHook"; }
+char const* OpkgHook::Ident() const { return IDENT; }
 Base* OpkgHook::Clone_() const { return fields_.Clone<OpkgHook>(); }
 
-char const* Schedule::Ident() const { return "Event::Type::Schedule"; }
+char const* Schedule::Ident() const { return IDENT; }
 Base* Schedule::Clone_() const { return fields_.Clone<Schedule>(); }
 
 bool Schedule::PrintXmlBody_(Xml::Node& event) const {
@@ -27,7 +27,7 @@ bool Schedule::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* TrackingObject::Ident() const { return "Event::Type::TrackingObject"; }
+char const* TrackingObject::Ident() const { return IDENT; }
 Base* TrackingObject::Clone_() const { return fields_.Clone<TrackingObject>(); }
 
 } // namespace Event

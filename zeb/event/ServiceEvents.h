@@ -13,6 +13,8 @@ namespace Event {
 // The list of calls of the telephone service is to be synchronized.
 class ZEB_PUBLIC CallSync : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::CallSync";
+
     char const* Ident() const override;
 
 private:
@@ -22,6 +24,8 @@ private:
 // The settings of the time client have changed.
 class ZEB_PUBLIC NtpClientChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::NtpClientChanged";
+
     char const* Ident() const override;
 
 private:
@@ -31,6 +35,8 @@ private:
 // A hook of the packages is to be run.
 class ZEB_PUBLIC OpkgHook : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::OpkgHook";
+
     enum ActionT : uint32_t { RUN = 0, CANCEL = 1 };
 
     OpkgHook(ActionT action, CString const& id, CString const& hookName, StringVector const& args,
@@ -55,6 +61,8 @@ private:
 // A schedule has reached one of its points. Public.
 class ZEB_PUBLIC Schedule : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Schedule";
+
     enum ActionT : uint32_t {
         START = 0,
         STOP = 1,
@@ -87,6 +95,8 @@ private:
 // A tracked object has changed its state.
 class ZEB_PUBLIC TrackingObject : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::TrackingObject";
+
     enum ActionT : uint32_t { DOWN = 0, UP = 1, REMOVED = 2 };
 
     TrackingObject(CString const& id, ActionT action) { SetInitialized_(fields_.Assign(id, action)); }

@@ -4,7 +4,7 @@
 
 namespace Event {
 
-char const* Device::Ident() const { return "Event::Type::Device"; }
+char const* Device::Ident() const { return IDENT; }
 Base* Device::Clone_() const {
     auto* const clone = new (std::nothrow) Device(Action());
     if (clone != nullptr) clone->AssignAttributes(*this);
@@ -19,7 +19,7 @@ void Device::AssignAttributes(Device const& other) {
     SetInitialized_(fields_.At<1>().Assign(other.Attributes_()));
 }
 
-char const* Usb::Ident() const { return "Event::Type::Usb"; }
+char const* Usb::Ident() const { return IDENT; }
 Base* Usb::Clone_() const {
     auto* const clone = new (std::nothrow) Usb(Device(), Subsystem(), Action(), Port());
     if (clone != nullptr) clone->SetInitialized_(clone->fields_.At<3>().Assign(Attributes()));
@@ -31,7 +31,7 @@ bool Usb::Set(CString const& name, CString const& value) {
     return Initialized();
 }
 
-char const* Fs::Ident() const { return "Event::Type::Fs"; }
+char const* Fs::Ident() const { return IDENT; }
 Base* Fs::Clone_() const { return fields_.Clone<Fs>(); }
 
 CString Fs::TypeName() const {

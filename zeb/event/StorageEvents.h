@@ -11,6 +11,8 @@ namespace Event {
 // A device node has come or gone, with an open set of attributes.
 class ZEB_PUBLIC Device : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Device";
+
     enum ActionT : uint32_t { ADDED = 0, REMOVED = 1, CHANGED = 2 };
 
     explicit Device(ActionT action) { SetInitialized_(fields_.Assign(action)); }
@@ -38,6 +40,8 @@ private:
 // A USB device has been plugged or unplugged, with an open set of attributes.
 class ZEB_PUBLIC Usb : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Usb";
+
     static constexpr char ALIAS_ATTR[] = "alias";
     static constexpr char NO_LED_ATTR[] = "no-led";
 
@@ -67,6 +71,8 @@ private:
 // A file system has been mounted or unmounted.
 class ZEB_PUBLIC Fs : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Fs";
+
     enum ActionT : uint32_t { MOUNTED = 0, UNMOUNTED = 1 };
     enum TypeT : uint32_t {
         VFAT = 0,

@@ -4,10 +4,10 @@
 
 namespace Event {
 
-char const* Heartbeat::Ident() const { return "Event::Type::Heartbeat"; }
+char const* Heartbeat::Ident() const { return IDENT; }
 Base* Heartbeat::Clone_() const { return New_<Heartbeat>(); }
 
-char const* SystemReady::Ident() const { return "Event::Type::SystemReady"; }
+char const* SystemReady::Ident() const { return IDENT; }
 Base* SystemReady::Clone_() const { return fields_.Clone<SystemReady>(); }
 
 bool SystemReady::PrintXmlBody_(Xml::Node& event) const {
@@ -16,13 +16,13 @@ bool SystemReady::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* SystemShutdown::Ident() const { return "Event::Type::SystemShutdown"; }
+char const* SystemShutdown::Ident() const { return IDENT; }
 Base* SystemShutdown::Clone_() const { return New_<SystemShutdown>(); }
 
-char const* UpdatesAvailable::Ident() const { return "Event::Type::UpdatesAvailable"; }
+char const* UpdatesAvailable::Ident() const { return IDENT; }
 Base* UpdatesAvailable::Clone_() const { return New_<UpdatesAvailable>(); }
 
-char const* UpdateSettingsChanged::Ident() const { return "Event::Type::UpdateSettingsChanged"; }
+char const* UpdateSettingsChanged::Ident() const { return IDENT; }
 Base* UpdateSettingsChanged::Clone_() const {
     auto* const clone = new (std::nothrow) UpdateSettingsChanged;
     if (clone != nullptr) clone->SetInitialized_(clone->fields_.At<0>().Assign(Attributes()));
@@ -41,10 +41,10 @@ bool UpdateSettingsChanged::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* IrqSetChanged::Ident() const { return "Event::Type::IrqSetChanged"; }
+char const* IrqSetChanged::Ident() const { return IDENT; }
 Base* IrqSetChanged::Clone_() const { return New_<IrqSetChanged>(); }
 
-char const* TrafficCounter::Ident() const { return "Event::Type::TrafficCounter"; }
+char const* TrafficCounter::Ident() const { return IDENT; }
 Base* TrafficCounter::Clone_() const { return fields_.Clone<TrafficCounter>(); }
 
 bool TrafficCounter::PrintXmlBody_(Xml::Node& event) const {

@@ -11,6 +11,8 @@ namespace Event {
 // The device is alive. Raised on a schedule by a program of the device. Public.
 class ZEB_PUBLIC Heartbeat : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Heartbeat";
+
     char const* Ident() const override;
 
 private:
@@ -20,6 +22,8 @@ private:
 // The device has started, after that time. Public.
 class ZEB_PUBLIC SystemReady : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::SystemReady";
+
     explicit SystemReady(Time::Span const& uptime) { SetInitialized_(fields_.Assign(uptime)); }
 
     char const* Ident() const override;
@@ -36,6 +40,8 @@ private:
 // The device is about to stop.
 class ZEB_PUBLIC SystemShutdown : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::SystemShutdown";
+
     char const* Ident() const override;
 
 private:
@@ -45,6 +51,8 @@ private:
 // The update server has something newer. Public.
 class ZEB_PUBLIC UpdatesAvailable : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::UpdatesAvailable";
+
     char const* Ident() const override;
 
 private:
@@ -54,6 +62,8 @@ private:
 // Settings of firmware updates have changed: their names and new values. Public.
 class ZEB_PUBLIC UpdateSettingsChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::UpdateSettingsChanged";
+
     char const* Ident() const override;
 
     StringMap const& Attributes() const { return fields_.At<0>(); }
@@ -71,6 +81,8 @@ private:
 // The interrupts have been spread anew over the processors.
 class ZEB_PUBLIC IrqSetChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IrqSetChanged";
+
     char const* Ident() const override;
 
 private:
@@ -80,6 +92,8 @@ private:
 // The traffic of the billing period has passed its warning threshold, or its limit. Public.
 class ZEB_PUBLIC TrafficCounter : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::TrafficCounter";
+
     TrafficCounter(bool threshold, bool limit) { SetInitialized_(fields_.Assign(threshold, limit)); }
 
     char const* Ident() const override;

@@ -5,7 +5,7 @@
 
 namespace Event {
 
-char const* AuditLog::Ident() const { return "Event::Type::AuditLog"; }
+char const* AuditLog::Ident() const { return IDENT; }
 Base* AuditLog::Clone_() const { return fields_.Clone<AuditLog>(); }
 
 bool AuditLog::PrintXmlBody_(Xml::Node& event) const {
@@ -19,7 +19,7 @@ bool AuditLog::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* User::Ident() const { return "Event::Type::User"; }
+char const* User::Ident() const { return IDENT; }
 Base* User::Clone_() const { return fields_.Clone<User>(); }
 
 bool User::PrintXmlBody_(Xml::Node& event) const {
@@ -39,7 +39,7 @@ bool User::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* Lockout::Ident() const { return "Event::Type::Lockout"; }
+char const* Lockout::Ident() const { return IDENT; }
 Base* Lockout::Clone_() const {
     return Client6().IsZero() ? New_<Lockout>(Id(), Action(), Client4())
                               : New_<Lockout>(Id(), Action(), Client6());

@@ -14,6 +14,8 @@ namespace Event {
 // Someone has logged in, or tried to. Public.
 class ZEB_PUBLIC AuditLog : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::AuditLog";
+
     enum ActionT : uint32_t { AUTH_OPEN = 0, AUTH_PASS = 1, AUTH_ZEBA = 2, AUTH_FAIL = 3 };
 
     AuditLog(ActionT action, CString const& userName, CString const& scgiAgent, CString const& remoteAddr,
@@ -41,6 +43,8 @@ private:
 // An account has been added, changed or removed, by the actor. Passwords go by their type. Public.
 class ZEB_PUBLIC User : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::User";
+
     enum ActionT : uint32_t { ADDED = 0, CHANGED = 1, PASSWORD = 2, REMOVED = 3 };
     enum CategoryT : uint32_t { NORMAL = 0, HIDDEN = 1 };
 
@@ -71,6 +75,8 @@ private:
 // set.
 class ZEB_PUBLIC Lockout : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Lockout";
+
     enum ActionT : uint32_t { LOCKED = 0, UNLOCKED = 1 };
 
     Lockout(CString const& id, ActionT action, Network::Ip6::Address const& client6) {

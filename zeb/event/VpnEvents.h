@@ -12,6 +12,8 @@ namespace Event {
 // A crypto map of IPsec has come up or gone down.
 class ZEB_PUBLIC IpSecCryptoMapChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IpSecCryptoMapChanged";
+
     IpSecCryptoMapChanged(CString const& mapName, bool isUp, Network::IpAddress const& remotePeer,
                           Network::IpBlock const& internalRemote, Network::IpAddress const& dnsAddr,
                           unsigned long revision) {
@@ -37,6 +39,8 @@ private:
 // A client of a VPN server has connected or left.
 class ZEB_PUBLIC VpnClient : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::VpnClient";
+
     VpnClient(CString const& serverId, Conn4T connected4, CString const& user, Network::IpAddress const& ip,
               CString const& systemInterface, CString const& segmentId) {
         SetInitialized_(fields_.Assign(serverId, connected4, user, ip, systemInterface, segmentId));

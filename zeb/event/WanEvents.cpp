@@ -4,7 +4,7 @@
 
 namespace Event {
 
-char const* IpWan::Ident() const { return "Event::Type::IpWan"; }
+char const* IpWan::Ident() const { return IDENT; }
 Base* IpWan::Clone_() const { return fields_.Clone<IpWan>(); }
 
 bool IpWan::PrintXmlBody_(Xml::Node& event) const {
@@ -24,19 +24,19 @@ bool IpWan::PrintXmlBody_(Xml::Node& event) const {
     return event.Doc()->Valid();
 }
 
-char const* Ip6Wan::Ident() const { return "Event::Type::Ip6Wan"; }
+char const* Ip6Wan::Ident() const { return IDENT; }
 Base* Ip6Wan::Clone_() const { return fields_.Clone<Ip6Wan>(); }
 
-char const* IpCaptivePortal::Ident() const { return "Event::Type::IpCaptivePortal"; }
+char const* IpCaptivePortal::Ident() const { return IDENT; }
 Base* IpCaptivePortal::Clone_() const { return fields_.Clone<IpCaptivePortal>(); }
 
-char const* Internet::Ident() const { return "Event::Type::Internet"; }
+char const* Internet::Ident() const { return IDENT; }
 Base* Internet::Clone_() const { return fields_.Clone<Internet>(); }
 
-char const* PingCheck::Ident() const { return "Event::Type::PingCheck"; }
+char const* PingCheck::Ident() const { return IDENT; }
 Base* PingCheck::Clone_() const { return fields_.Clone<PingCheck>(); }
 
-char const* PingCheckBackup::Ident() const { return "Event::Type::PingCheckBackup"; }
+char const* PingCheckBackup::Ident() const { return IDENT; }
 Base* PingCheckBackup::Clone_() const { return fields_.Clone<PingCheckBackup>(); }
 
 } // namespace Event

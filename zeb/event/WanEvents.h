@@ -13,6 +13,8 @@ namespace Event {
 // The state of an IPv4 interface to the internet, and which of them leads now. Public.
 class ZEB_PUBLIC IpWan : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IpWan";
+
     enum StateT : uint32_t { DOWN = 0, UP = 1 };
 
     IpWan(CString const& id, CString const& name, CString const& systemName, uint32_t systemIndex,
@@ -52,6 +54,8 @@ private:
 // The state of an IPv6 interface to the internet, and which of them leads now.
 class ZEB_PUBLIC Ip6Wan : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Ip6Wan";
+
     enum StateT : uint32_t { DOWN = 0, UP = 1 };
 
     Ip6Wan(CString const& id, CString const& name, CString const& systemName, StateT state,
@@ -89,6 +93,8 @@ private:
 // A network has named the portal that guests are to log in at.
 class ZEB_PUBLIC IpCaptivePortal : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::IpCaptivePortal";
+
     IpCaptivePortal(CString const& interfaceId, Util::URI const& uri) {
         SetInitialized_(fields_.Assign(interfaceId, uri));
     }
@@ -107,6 +113,8 @@ private:
 // The internet has been found to answer, or not to.
 class ZEB_PUBLIC Internet : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Internet";
+
     explicit Internet(bool hasInternetAccess) { SetInitialized_(fields_.Assign(hasInternetAccess)); }
 
     char const* Ident() const override;
@@ -122,6 +130,8 @@ private:
 // The ping check of an interface has another result.
 class ZEB_PUBLIC PingCheck : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::PingCheck";
+
     explicit PingCheck(CString const& interfaceId) { SetInitialized_(fields_.Assign(interfaceId)); }
 
     char const* Ident() const override;
@@ -137,6 +147,8 @@ private:
 // The ping check has made an interface the backup, or has taken that back.
 class ZEB_PUBLIC PingCheckBackup : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::PingCheckBackup";
+
     explicit PingCheckBackup(CString const& interfaceId) { SetInitialized_(fields_.Assign(interfaceId)); }
 
     char const* Ident() const override;

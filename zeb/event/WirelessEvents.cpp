@@ -4,31 +4,31 @@
 
 namespace Event {
 
-char const* BandSteeringChanged::Ident() const { return "Event::Type::BandSteeringChanged"; }
+char const* BandSteeringChanged::Ident() const { return IDENT; }
 Base* BandSteeringChanged::Clone_() const { return New_<BandSteeringChanged>(); }
 
-char const* CountryChanged::Ident() const { return "Event::Type::CountryChanged"; }
+char const* CountryChanged::Ident() const { return IDENT; }
 Base* CountryChanged::Clone_() const { return New_<CountryChanged>(); }
 
-char const* MloChanged::Ident() const { return "Event::Type::MloChanged"; }
+char const* MloChanged::Ident() const { return IDENT; }
 Base* MloChanged::Clone_() const { return fields_.Clone<MloChanged>(); }
 
-char const* RadioStateChanged::Ident() const { return "Event::Type::RadioStateChanged"; }
+char const* RadioStateChanged::Ident() const { return IDENT; }
 Base* RadioStateChanged::Clone_() const { return fields_.Clone<RadioStateChanged>(); }
 
-char const* RadioTurnState::Ident() const { return "Event::Type::RadioTurnState"; }
+char const* RadioTurnState::Ident() const { return IDENT; }
 Base* RadioTurnState::Clone_() const { return fields_.Clone<RadioTurnState>(); }
 
-char const* WifiConfigured::Ident() const { return "Event::Type::WifiConfigured"; }
+char const* WifiConfigured::Ident() const { return IDENT; }
 Base* WifiConfigured::Clone_() const { return fields_.Clone<WifiConfigured>(); }
 
-char const* WpsConfigured::Ident() const { return "Event::Type::WpsConfigured"; }
+char const* WpsConfigured::Ident() const { return IDENT; }
 Base* WpsConfigured::Clone_() const { return fields_.Clone<WpsConfigured>(); }
 
-char const* WpsStart::Ident() const { return "Event::Type::WpsStart"; }
+char const* WpsStart::Ident() const { return IDENT; }
 Base* WpsStart::Clone_() const { return fields_.Clone<WpsStart>(); }
 
-char const* Sms::Ident() const { return "Event::Type::Sms"; }
+char const* Sms::Ident() const { return IDENT; }
 Base* Sms::Clone_() const { return fields_.Clone<Sms>(); }
 
 bool Sms::PrintXmlBody_(Xml::Node& event) const {

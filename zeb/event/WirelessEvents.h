@@ -10,6 +10,8 @@ namespace Event {
 // The steering of stations between bands has been set anew.
 class ZEB_PUBLIC BandSteeringChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::BandSteeringChanged";
+
     char const* Ident() const override;
 
 private:
@@ -19,6 +21,8 @@ private:
 // The country, whose rules the radios follow, has changed.
 class ZEB_PUBLIC CountryChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::CountryChanged";
+
     char const* Ident() const override;
 
 private:
@@ -28,6 +32,8 @@ private:
 // The links that an access point offers together have changed.
 class ZEB_PUBLIC MloChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::MloChanged";
+
     explicit MloChanged(CString const& id) { SetInitialized_(fields_.Assign(id)); }
 
     char const* Ident() const override;
@@ -43,6 +49,8 @@ private:
 // A radio is on the air, or off.
 class ZEB_PUBLIC RadioStateChanged : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::RadioStateChanged";
+
     RadioStateChanged(CString const& id, bool isUp) { SetInitialized_(fields_.Assign(id, isUp)); }
 
     char const* Ident() const override;
@@ -59,6 +67,8 @@ private:
 // A radio has been switched on or off.
 class ZEB_PUBLIC RadioTurnState : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::RadioTurnState";
+
     RadioTurnState(CString const& id, bool isOn) { SetInitialized_(fields_.Assign(id, isOn)); }
 
     char const* Ident() const override;
@@ -75,6 +85,8 @@ private:
 // Access points of these bands have new settings.
 class ZEB_PUBLIC WifiConfigured : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::WifiConfigured";
+
     // Bits, one for each band.
     enum BandMaskT : uint32_t { BAND_2GHZ = 1, BAND_5GHZ = 2, BAND_6GHZ = 4 };
 
@@ -93,6 +105,8 @@ private:
 // An access point has its settings from push-button configuration.
 class ZEB_PUBLIC WpsConfigured : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::WpsConfigured";
+
     explicit WpsConfigured(CString const& id) { SetInitialized_(fields_.Assign(id)); }
 
     char const* Ident() const override;
@@ -108,6 +122,8 @@ private:
 // Push-button configuration of an access point has begun.
 class ZEB_PUBLIC WpsStart : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::WpsStart";
+
     explicit WpsStart(CString const& id) { SetInitialized_(fields_.Assign(id)); }
 
     char const* Ident() const override;
@@ -123,6 +139,8 @@ private:
 // A modem has received a text message. Public.
 class ZEB_PUBLIC Sms : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Sms";
+
     Sms(CString const& interfaceId, CString const& messageId) {
         SetInitialized_(fields_.Assign(interfaceId, messageId));
     }

@@ -2,10 +2,10 @@
 
 namespace Event {
 
-char const* ZessAutoUpdate::Ident() const { return "Event::Type::ZessAutoUpdate"; }
+char const* ZessAutoUpdate::Ident() const { return IDENT; }
 Base* ZessAutoUpdate::Clone_() const { return fields_.Clone<ZessAutoUpdate>(); }
 
-char const* ZessCookie::Ident() const { return "Event::Type::ZessCookie"; }
+char const* ZessCookie::Ident() const { return IDENT; }
 Base* ZessCookie::Clone_() const { return fields_.Clone<ZessCookie>(); }
 
 ZessCookie::ZessCookie(CString const& first, CString const& second, CString const& third) {
@@ -13,10 +13,10 @@ ZessCookie::ZessCookie(CString const& first, CString const& second, CString cons
     SetInitialized_(Decode_(first, cookie) && Decode_(second, cookie) && Decode_(third, cookie));
 }
 
-char const* ZessDeferred::Ident() const { return "Event::Type::ZessDeferred"; }
+char const* ZessDeferred::Ident() const { return IDENT; }
 Base* ZessDeferred::Clone_() const { return fields_.Clone<ZessDeferred>(); }
 
-char const* ZessHostname::Ident() const { return "Event::Type::ZessHostname"; }
+char const* ZessHostname::Ident() const { return IDENT; }
 Base* ZessHostname::Clone_() const { return fields_.Clone<ZessHostname>(); }
 
 ZessNotify::ZessNotify(CString const& host, Xml::Node const* source, ProtocolT protocol)
@@ -30,7 +30,7 @@ ZessNotify::ZessNotify(CString const& host, Xml::Node const* source, ProtocolT p
     SetInitialized_((id == nullptr || id_.Assign(id->Value())) && serviceHost_.Assign(host));
 }
 
-char const* ZessNotify::Ident() const { return "Event::Type::ZessNotify"; }
+char const* ZessNotify::Ident() const { return IDENT; }
 Base* ZessNotify::Clone_() const { return New_<ZessNotify>(ServiceHost(), xml_.FirstNode(), Protocol()); }
 
 } // namespace Event

@@ -13,6 +13,8 @@ namespace Event {
 // The firmware is to be updated now.
 class ZEB_PUBLIC ZessAutoUpdate : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ZessAutoUpdate";
+
     ZessAutoUpdate(CString const& reason, CString const& sandbox) {
         SetInitialized_(fields_.Assign(reason, sandbox));
     }
@@ -31,6 +33,8 @@ private:
 // Cookies that the service has sent, decoded.
 class ZEB_PUBLIC ZessCookie : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ZessCookie";
+
     // Of cookie strings, "name=value&name=value"; of equal names the last counts.
     ZessCookie(CString const& first, CString const& second, CString const& third);
 
@@ -49,6 +53,8 @@ private:
 // The service asks to be called again after that time.
 class ZEB_PUBLIC ZessDeferred : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ZessDeferred";
+
     explicit ZessDeferred(Time::Span const& delay) { SetInitialized_(fields_.Assign(delay)); }
 
     char const* Ident() const override;
@@ -64,6 +70,8 @@ private:
 // The names under which the device is reached have changed.
 class ZEB_PUBLIC ZessHostname : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ZessHostname";
+
     ZessHostname(CString const& hostname, bool isCloud, bool isCloud6, bool isAcme) {
         SetInitialized_(fields_.Assign(hostname, isCloud, isCloud6, isAcme));
     }
@@ -85,6 +93,8 @@ private:
 // The service has sent an XML document. Id is an attribute of its root element.
 class ZEB_PUBLIC ZessNotify : public Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::ZessNotify";
+
     enum ProtocolT : uint32_t { HTTP = 0, HTTPS = 1 };
 
     // Copies the source. Without one the event has no id and no host.
