@@ -139,7 +139,7 @@ void AddIp6() {
     Add("ip6_parse/ours", [](benchmark::State& state) {
         EachText(state, Ip6(), [](std::string const& text) {
             in6_addr address;
-            Network::Ip6::Sscan6(text.data(), text.size(), &address);
+            (void)Network::Ip6::Sscan6(text.data(), text.size(), &address);
             return address.s6_addr32[3];
         });
     });

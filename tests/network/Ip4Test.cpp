@@ -72,6 +72,7 @@ TEST(IpMaskTest, IsARunOfOnes) {
     EXPECT_EQ(IpMask::_24_BIT.Invert().Value(), 0xFFu);
     EXPECT_TRUE(IpMask::_24_BIT > IpMask::_16_BIT);
     EXPECT_EQ(Shown(IpMask::_17_BIT), "255.255.128.0");
+    EXPECT_EQ(IpMask::_17_BIT.operator IpAddress(), Ip("255.255.128.0"));
     memset(static_cast<void*>(&mask), 0x5A, sizeof(mask)); // one that came through no check
     EXPECT_EQ(mask.Length(), 32u);
 }

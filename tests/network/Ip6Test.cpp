@@ -57,7 +57,8 @@ TEST(Ip6AddressTest, KindsAndLabels) {
 TEST(Ip6BlockTest, KeepsTheHostBits) {
     EXPECT_EQ(Shown(BlockOf("fe80::1/64")), "fe80::1/64");
     EXPECT_TRUE(BlockOf("1::/128").IsHost());
-    ExpectRefused(BlockOf("1::/128"), {"::/01", "::/129", "::/256", "::/", "::", "::/-1", "1:2/3", "/64"});
+    ExpectRefused(BlockOf("1::/128"),
+                  {"::/01", "::/+064", "::/129", "::/256", "::/", "::", "::/-1", "1:2/3", "/64"});
     EXPECT_EQ(Shown(BlockOf("::/00")), "::/0") << "00 is the length 0";
     EXPECT_EQ(Shown(BlockOf("2001:db8::1/33").Mask()), "ffff:ffff:8000::");
     EXPECT_TRUE(CBlock(Ip("::1"), 0).Mask().IsZero() && BlockOf("::/0").IsZero());

@@ -22,8 +22,11 @@ TEST(NetworkToolsTest, DomainNames) {
         EXPECT_FALSE(Tools::IsDomainName(name.c_str())) << name;
     for (char const* name : {"a.", ".a", "a..b", "a-.b", "-a", "a_b", "a b", "\xC3\xA9.b", "-"})
         EXPECT_FALSE(Tools::IsDomainName(name)) << name;
-    EXPECT_NE(Tools::IfNameToIndex("lo"), 0u);
-    EXPECT_EQ(Tools::IfNameToIndex("no-such-one"), 0u);
+    unsigned const lo = Tools::IfNameToIndex("lo");
+    EXPECT_NE(lo, 0u);
+    EXPECT_EQ(Tools::IfNameToIndex(CString("lo:eth0", 2)), lo) << "the view ends there";
+    for (CString const& name : {CString("lo", 3), CString(""), CString("lo-and-15-others"), CString("l")})
+        EXPECT_EQ(Tools::IfNameToIndex(name), 0u) << name.Cstr();
 }
 
 // clang-format off

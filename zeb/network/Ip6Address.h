@@ -24,7 +24,7 @@ enum ProtoT : uint32_t {
 
 // The results and texts of inet_pton (1 for an address, else 0) and inet_ntop. The text of Sscan6 has the
 // length `size`, at most 45; the buffer of Sprint6 has INET6_ADDRSTRLEN bytes, and its result is the length.
-ZEB_PUBLIC int Sscan6(char const* text, unsigned long size, in6_addr* out);
+[[nodiscard]] ZEB_PUBLIC int Sscan6(char const* text, unsigned long size, in6_addr* out);
 ZEB_PUBLIC unsigned long Sprint6(char* buffer, in6_addr const* address);
 
 class ZEB_PUBLIC Address {
@@ -43,7 +43,7 @@ public:
     static bool Initialized() { return true; }
 
     // The ordinary text form, or 32 hexadecimal digits without colons. On false the old value stays.
-    bool Assign(CString const& text);
+    [[nodiscard]] bool Assign(CString const& text);
 
     in6_addr const& Data() const { return address_; }
     in6_addr& Data() { return address_; }

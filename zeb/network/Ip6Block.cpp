@@ -36,7 +36,7 @@ bool CBlock::Scan_(CString const& text) {
     CString const behind(text.Cstr() + slash + 1, text.Size() - slash - 1);
     plen_t length = 0;
     if (!Integer::Parse(behind, length) || length > BITS) return false;
-    if (length != 0 && behind[0] == '0') return false;
+    if (length != 0 && behind[behind[0] == '+'] == '0') return false;
     address_ = address;
     length_ = length;
     return true;

@@ -47,8 +47,9 @@ public:
     static CBlock const& SiteLocal(); // fc00::/7, which is not what Address::IsSiteLocal() tests
 
 protected:
-    // An address, "/" and a length of at most 128 without leading zeros. On false the value stays as it was.
-    bool Scan_(CString const& text);
+    // An address, "/" and a length of at most 128 without leading zeros; a plus sign ahead of it is skipped.
+    // On false the value stays as it was.
+    [[nodiscard]] bool Scan_(CString const& text);
 
     Address address_;
     plen_t length_ = 0;
@@ -68,7 +69,7 @@ public:
     using CBlock::CBlock;
 
     // "fe80::1/64"; the address is kept as written. On false the block stays as it was.
-    bool Assign(CString const& text) { return Scan_(text); }
+    [[nodiscard]] bool Assign(CString const& text) { return Scan_(text); }
 };
 
 } // namespace Network::Ip6

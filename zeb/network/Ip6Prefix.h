@@ -26,16 +26,16 @@ public:
     static Prefix const& Zero();
 
     // As Block::Assign; a text with bits behind its length is refused.
-    bool Assign(CString const& text);
+    [[nodiscard]] bool Assign(CString const& text);
     void Clear() { *this = Prefix(); }
 
     // Puts the low `count` bits of the number behind the prefix. False, with nothing changed, when the length
     // would pass 128, `count` is above 64, or the number has further bits.
-    bool Append(unsigned long bits, unsigned char count);
+    [[nodiscard]] bool Append(unsigned long bits, unsigned char count);
     // Lengthens by zero bits. False above 128.
-    bool Extend(unsigned char count);
+    [[nodiscard]] bool Extend(unsigned char count);
     // Cuts, or lengthens by zero bits. False above 128.
-    bool Resize(unsigned char length);
+    [[nodiscard]] bool Resize(unsigned char length);
 
     // For a table of prefixes: by label, then by address, then the shorter first, both being cut to the
     // longer of the two lengths.
@@ -43,10 +43,10 @@ public:
 
     // The prefix with the bits of the suffix behind it. False, with `out` unchanged, if the two have more
     // than 128 bits together.
-    bool Combine(Suffix const& suffix, Address& out) const;
+    [[nodiscard]] bool Combine(Suffix const& suffix, Address& out) const;
 
 private:
-    bool Resize_(unsigned int length);
+    [[nodiscard]] bool Resize_(unsigned int length);
     void Normalize_() { address_.ClearBits_(length_, BITS); }
 };
 
@@ -65,7 +65,7 @@ public:
     }
 
     // As Block::Assign; a text with bits ahead of its suffix is refused.
-    bool Assign(CString const& text);
+    [[nodiscard]] bool Assign(CString const& text);
 
     static bool IsSuffix(CBlock const& block) { return block == Suffix(block); }
 

@@ -18,8 +18,8 @@ public:
     SocketAddress(Ip6::Address const& address, unsigned short port);
 
     // False, with the old value kept, unless family (and length) are those of IPv6.
-    bool Assign(sockaddr const& address, unsigned int length);
-    bool Assign(sockaddr_in6 const& address);
+    [[nodiscard]] bool Assign(sockaddr const& address, unsigned int length);
+    [[nodiscard]] bool Assign(sockaddr_in6 const& address);
 
     void SetAddress(Ip6::Address const& address) { address_.sin6_addr = address.Data(); }
     void SetPort(unsigned short port) { address_.sin6_port = htons(port); }
@@ -37,7 +37,7 @@ public:
     }
 
     // "[fe80::1]:80", without the scope. False if memory ran out.
-    bool AsString(String& out) const;
+    [[nodiscard]] bool AsString(String& out) const;
     void Draw(Log& log) const override;
 
 private:

@@ -24,7 +24,7 @@ public:
         : address_{Swap_(value)} {}
 
     // A dotted quad of decimal numbers without leading zeros. On false the old value stays.
-    bool Assign(CString const& text);
+    [[nodiscard]] bool Assign(CString const& text);
 
     constexpr unsigned int Value() const { return Swap_(address_.s_addr); }
     void SetValue(unsigned int value) { address_.s_addr = Swap_(value); }

@@ -17,8 +17,8 @@ public:
         , mask_(mask) {}
 
     // "1.2.3.4/255.255.0.0" or "1.2.3.4/16"; the address is kept as written. On false the block stays as it
-    // was.
-    bool Assign(CString const& text);
+    // was. A length may have leading zeros and a plus sign.
+    [[nodiscard]] bool Assign(CString const& text);
 
     IpAddress const& Address() const { return address_; }
     IpMask const& Mask() const { return mask_; }

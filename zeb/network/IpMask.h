@@ -22,14 +22,21 @@ public:
     static IpMask const& Host() { return _32_BIT; }
 
     // On false the mask stays as it was: a one bit stands behind a zero bit, or the text is no dotted quad.
-    bool Assign(IpAddress const& address);
-    bool Assign(CString const& text);
+    [[nodiscard]] bool Assign(IpAddress const& address);
+    [[nodiscard]] bool Assign(CString const& text);
     // False above 32.
-    bool Generate(unsigned int length);
+    [[nodiscard]] bool Generate(unsigned int length);
 
     // The number of one bits; 32 if the mask came through no check and has a gap.
     unsigned int Length() const;
     IpAddress Invert() const { return ~Value(); }
+
+    // The same bits as an address. A mask is one wherever an address is expected, without this; the compilers
+    // say that only a call by name reaches it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wclass-conversion"
+    operator Network::IpAddress() const { return Value(); }
+#pragma GCC diagnostic pop
 
     // What would make it something else than a mask.
     void SetValue(unsigned int) = delete;

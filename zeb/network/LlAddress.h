@@ -22,10 +22,10 @@ public:
     };
 
     LlAddress() { Clear(); }
-    explicit LlAddress(MacAddress const& address);
+    LlAddress(MacAddress const& address);
 
     // Of the packet family only.
-    bool Assign(sockaddr_ll const& address);
+    [[nodiscard]] bool Assign(sockaddr_ll const& address);
     void SetMacAddress(MacAddress const& address);
     void SetProtocol(ProtocolT protocol);
     void SetIfIndex(int index) { address_.sll_ifindex = index; }

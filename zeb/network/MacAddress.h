@@ -18,15 +18,15 @@ public:
     static constexpr unsigned short FAMILY = 1; // ARPHRD_ETHER
 
     MacAddress() { Clear(); }
-    // Of six raw bytes.
+    // Of six raw bytes. Those of characters are asked for by name: a text is never taken for them.
     explicit MacAddress(char const* bytes);
-    explicit MacAddress(unsigned char const* bytes);
+    MacAddress(unsigned char const* bytes);
 
     // Seventeen characters, pairs of hexadecimal digits of either case between colons. On false the address
     // stays as it was.
-    bool Assign(CString const& text);
+    [[nodiscard]] bool Assign(CString const& text);
     // Of that family only.
-    bool Assign(sockaddr const& address);
+    [[nodiscard]] bool Assign(sockaddr const& address);
 
     bool operator==(MacAddress const& other) const { return Compare_(other) == 0; }
     bool operator<(MacAddress const& other) const { return Compare_(other) < 0; }

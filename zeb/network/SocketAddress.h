@@ -18,8 +18,8 @@ public:
     SocketAddress(IpAddress const& address, unsigned short port);
 
     // False, with the old value kept, unless family (and length) are those of IPv4.
-    bool Assign(sockaddr const& address, unsigned int length);
-    bool Assign(sockaddr_in const& address);
+    [[nodiscard]] bool Assign(sockaddr const& address, unsigned int length);
+    [[nodiscard]] bool Assign(sockaddr_in const& address);
 
     void SetAddress(IpAddress const& address) { address_.sin_addr = address.Inaddr(); }
     void SetPort(unsigned short port) { address_.sin_port = htons(port); }
@@ -37,7 +37,7 @@ public:
     }
 
     // "1.2.3.4:80". False if memory ran out.
-    bool AsString(String& out) const;
+    [[nodiscard]] bool AsString(String& out) const;
     void Draw(Log& log) const override;
 
 private:

@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <cstdlib>
+#include <cstring>
 #include <net/if.h>
 
 namespace Network {
@@ -36,7 +37,13 @@ bool Tools::IsDomainName(CString const& name) {
     }
 }
 
-unsigned int Tools::IfNameToIndex(CString const& name) { return if_nametoindex(name.Cstr()); }
+// The kernel takes a terminated name; a view may end earlier, or have a NUL inside.
+unsigned int Tools::IfNameToIndex(CString const& name) {
+    char text[IF_NAMESIZE] = {};
+    if (name.Size() >= sizeof(text)) return 0;
+    memcpy(text, name.Cstr(), name.Size());
+    return strlen(text) == name.Size() ? if_nametoindex(text) : 0;
+}
 
 bool Tools::DecodePunycode(CString const& in, String& out) {
     char* const text = zeb_punycode_decode_utf8(in.Cstr(), in.Size());

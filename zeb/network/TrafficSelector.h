@@ -15,8 +15,8 @@ namespace Network {
 class ZEB_PUBLIC TrafficSelector {
 public:
     constexpr TrafficSelector() = default;
-    explicit TrafficSelector(IpBlock const& network, Netfilter::ProtoT const& protocol = 0,
-                             unsigned short first = 0, unsigned short last = 0)
+    TrafficSelector(IpBlock const& network, Netfilter::ProtoT const& protocol = 0, unsigned short first = 0,
+                    unsigned short last = 0)
         : network_(network)
         , protocol_(protocol)
         , portStart_(first)
