@@ -105,9 +105,10 @@ TEST(Trackers, FollowNamesPrioritiesLevelsAndGroups) {
         EXPECT_EQ(Bits({t(Group(IN, G::KEEP, "n", "m")), t.IsIncluded("m"), t(Group(OUT, G::KEEP, "n", "m")),
                         t.IsIncluded("n")}), "1010") << "a member becomes a group, which is left again";
         EXPECT_EQ(t.Facts("a") + "; " + t.Facts("g"), "C s 5 0 " + blocks + "; g gs 0 1 " + blocks);
-        EXPECT_EQ(Bits({t(D("a", "s", "", OLD)), t.On(D("a", "s", "", NEW)), t(D("a", "s", "", LATER)),
-                        t(D("a", "s", "", LATER)), t(P("a", "A", "s", 3, NEW))}), "00101")
-            << "of an older one, told too early, the end, unknown, a new life";
+        EXPECT_EQ(Bits({t(D("a", "s", "", OLD)), t.On(D("a", "s", "", NEW)), t(D("a", "s", "", NEW)),
+                        t(D("a", "s", "", NEW)), t(P("a", "A", "s", 3, NEW)), t(D("a", "s", "", LATER)),
+                        t(P("a", "A", "s", 3, NEW))}), "0010111")
+            << "of an older one, told too early, the end, unknown, a new life, ended by a later one";
         EXPECT_EQ(Bits({t.AddLoopback(SECURITY_PRIVATE), t.AddLoopback(SECURITY_PRIVATE),
                         t.AddLoopback(SECURITY_PROTECTED)}), "101");
         EXPECT_EQ(t.Facts("a") + "; " + t.Facts("Loopback"),

@@ -36,7 +36,7 @@ public:
         unsigned const flags = included ? flags_ | INCLUDED_ : flags_ & ~INCLUDED_;
         return std::exchange(flags_, flags) != flags;
     }
-    bool SetName(CString const& name, bool& changed) {
+    [[nodiscard]] bool SetName(CString const& name, bool& changed) {
         changed = name_ != name;
         return !changed || name_.Assign(name.Cstr(), name.Size()) || (changed = false);
     }
@@ -57,7 +57,7 @@ protected:
         return changed;
     }
     Array<BlockT> const& Others_() const { return others_; }
-    bool Add_(BlockT const& block, bool& changed) {
+    [[nodiscard]] bool Add_(BlockT const& block, bool& changed) {
         changed = Find_(block) == others_.Size();
         return !changed || others_.PushBack(block) || (changed = false);
     }

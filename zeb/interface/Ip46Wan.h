@@ -23,8 +23,8 @@ public:
     Ip46Wan() = default;
 
     // False if memory ran out: nothing changed then.
-    bool OnIpWan(Event::IpWan const& event, bool& changed);
-    bool OnIp6Wan(Event::Ip6Wan const& event, bool& changed);
+    [[nodiscard]] bool OnIpWan(Event::IpWan const& event, bool& changed);
+    [[nodiscard]] bool OnIp6Wan(Event::Ip6Wan const& event, bool& changed);
 
     CString const& Ip4WanId() const { return ip4Id_; }
     CString const& Ip6WanId() const { return ip6Id_; }

@@ -33,7 +33,7 @@ public:
     Array<IpBlock> const& Aliases() const { return Others_(); }
 
     bool SetPrimary(IpBlock const& block) { return SetFirst_(block); }
-    bool AddAlias(IpBlock const& block, bool& changed) { return Add_(block, changed); }
+    [[nodiscard]] bool AddAlias(IpBlock const& block, bool& changed) { return Add_(block, changed); }
     bool RemoveAlias(IpBlock const& block) { return Remove_(block); }
     bool SwapAliases(Array<IpBlock>& blocks) { return Swap_(blocks); }
 };

@@ -26,7 +26,7 @@ public:
     Array<Ip6::CBlock> const& Addresses() const { return Others_(); }
 
     bool SetLinkLocal(Ip6::CBlock const& block) { return SetFirst_(block); }
-    bool AddAddress(Ip6::CBlock const& block, bool& changed) { return Add_(block, changed); }
+    [[nodiscard]] bool AddAddress(Ip6::CBlock const& block, bool& changed) { return Add_(block, changed); }
     bool RemoveAddress(Ip6::CBlock const& block) { return Remove_(block); }
     bool SwapAddresses(Array<Ip6::CBlock>& blocks) { return Swap_(blocks); }
 };
