@@ -28,6 +28,10 @@ TEST(EventBase, ACloneKeepsTheRaiseTime) {
     AutoPtr<Event::Base> const clone(note.Clone());
     ASSERT_TRUE(clone);
     EXPECT_EQ(clone->RaiseTime(), note.RaiseTime());
+    LogCapture log;
+    EXPECT_EQ(AutoPtr<Event::Base>(Note(1, Note::IDENT, false).Clone()).Ptr(), nullptr)
+        << "as broken as the source";
+    EXPECT_EQ(log.Take(), LinesT({"C Event::Base: \"Event::Type::Note\": out of memory [0xcffe****]."}));
 }
 
 TEST(EventBase, PrintsPublicEventsWholeOrNotAtAll) {

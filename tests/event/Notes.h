@@ -11,6 +11,8 @@
 
 class Note : public Event::Base {
 public:
+    static constexpr char IDENT[] = "Event::Type::Note";
+
     explicit Note(int value, char const* type = "Event::Type::Note", bool good = true)
         : value_(value)
         , type_(type) {
@@ -51,8 +53,10 @@ public:
     ~Acceptor() { Unsubscribe(); }
 
     bool Subscribe(char const* type = "Event::Type::Note") { return Event::Subscribe(type, delegate); }
-    // The same handler under another lock.
-    Event::Delegate<Acceptor> Under(Mutex const* lock) { return {"acceptor", this, &Acceptor::On_, lock}; }
+    // The same handler under another lock, or name.
+    Event::Delegate<Acceptor> Under(Mutex const* lock, char const* ident = "acceptor") {
+        return {ident, this, &Acceptor::On_, lock};
+    }
     // Another handler of any event.
     Event::Delegate<Acceptor> General() { return {"acceptor", this, &Acceptor::OnAny_, nullptr}; }
     void Unsubscribe() { Event::Unsubscribe("", this, delegate.Ident()); }

@@ -319,7 +319,7 @@ TEST_F(RrdEvents, TellChangesOfRawValues) {
         db.Reset();
         db.Reset();
     }
-    Event::Raise(Event::Stats("", "", "end", 0), nullptr, Event::SYNC, Event::DIRECT);
+    (void)Event::Raise(Event::Stats("", "", "end", 0), nullptr, Event::SYNC, Event::DIRECT);
     EXPECT_EQ(heard_, "IAdrops1 IAdrops2 IAdrops0 end0 ");
     Array<Sample> out; // a failure without a message is found in the status all the same
     EXPECT_TRUE(db.GetData(out, "none", 0, Tailing(false)).Failed());

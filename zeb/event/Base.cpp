@@ -73,7 +73,10 @@ bool Base::PrintXmlBody_(Xml::Node&) const { return true; }
 void Base::MarkRaised() { raiseTime_ = Time::Monotonic(); }
 
 Base* Base::Clone() const {
-    Base* const clone = CheckInitialized_(Ident(), Clone_());
+    Base* clone = Clone_();
+    // What is missing here can not be seen in the copy.
+    if (clone != nullptr) clone->SetInitialized_(initialized_);
+    clone = CheckInitialized_(Ident(), clone);
     if (clone != nullptr) clone->raiseTime_ = raiseTime_;
     return clone;
 }

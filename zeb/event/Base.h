@@ -39,10 +39,10 @@ public:
     virtual char const* Ident() const = 0;
 
     // Appends the payload below the element of the event. False if memory ran out.
-    virtual bool PrintXmlBody_(Xml::Node& event) const;
+    [[nodiscard]] virtual bool PrintXmlBody_(Xml::Node& event) const;
 
     // A new event with the same type and payload; null if memory ran out.
-    virtual Base* Clone_() const = 0;
+    [[nodiscard]] virtual Base* Clone_() const = 0;
 
     Base& operator=(Base const&) = delete;
 
@@ -53,25 +53,25 @@ public:
     Time::Span const& RaiseTime() const { return raiseTime_; }
 
     // A copy with its raise time, not with its delegate or order. Null, logged, if memory ran out.
-    Base* Clone() const;
+    [[nodiscard]] Base* Clone() const;
 
     // Appends an element "event" with the class, the raise time and the payload. Public events only. False,
     // logged, leaves the parent as it was.
-    bool PrintXml(Xml::Node& parent) const;
+    [[nodiscard]] bool PrintXml(Xml::Node& parent) const;
 
     // The event, or null in place of one that is null or not initialized, which is destroyed and logged as
     // out of memory. The ident is that of the event.
-    static Base* CheckInitialized_(char const* ident, Base* event);
+    [[nodiscard]] static Base* CheckInitialized_(char const* ident, Base* event);
 
     // Elements in the order of two tables, of which null ends the first. The ident is not used. False,
     // logged, if memory ran out.
-    static bool PrintXmlTags_(char const* ident, Xml::Node& node, char const* const* names,
-                              char const* const* values);
+    [[nodiscard]] static bool PrintXmlTags_(char const* ident, Xml::Node& node, char const* const* names,
+                                            char const* const* values);
 
     // "yes" or "no", and back. IsBool_ leaves the result as it was on false, which is logged with the name of
     // the event.
     static CString const& Bool_(bool value);
-    static bool IsBool_(char const* event, char const* value, bool& result);
+    [[nodiscard]] static bool IsBool_(char const* event, char const* value, bool& result);
 
     // For the bus.
     void MarkRaised();
@@ -98,7 +98,7 @@ protected:
     // "name=value&name=value" with percent-encoded parts into the map; the last value of a name wins. Pairs
     // that are not valid are logged and skipped. False if memory ran out; the pairs so far are in the map
     // then.
-    static bool Decode_(CString const& text, StringMap& map);
+    [[nodiscard]] static bool Decode_(CString const& text, StringMap& map);
 
 private:
     bool PrintXml_(Xml::Node& parent) const;

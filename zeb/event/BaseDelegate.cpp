@@ -1,5 +1,8 @@
 #include "zeb/event/BaseDelegate.h"
 
+#include "zeb/core/Log.h"
+#include "zeb/event/Base.h"
+
 #include <cstring>
 
 namespace Event {
@@ -16,6 +19,11 @@ BaseDelegate::~BaseDelegate() = default;
 
 bool BaseDelegate::operator==(BaseDelegate const& other) const {
     return object_ == other.object_ && memcmp(method_, other.method_, METHOD_SIZE) == 0;
+}
+
+void BaseDelegate::RefuseClass_(Base const& event) const {
+    Log(Log::CRITICAL, "Event::Delegate", nullptr, "\"%1\" takes another class than that of \"%2\", ignored")
+        << ident_ << event.Ident();
 }
 
 } // namespace Event

@@ -41,6 +41,33 @@ void Release(uint64_t count) {
     sender_ = nullptr;
 }
 
+bool CanBeSent(Base const& event) {
+    if (event.Initialized()) return true;
+    Log(Log::CRITICAL, RAISE, nullptr, "trying to send a broken \"%1\", ignored") << event.Ident();
+    return false;
+}
+
+// False, logged, if the event was refused.
+bool Send(AutoPtr<Base, StdDeleter>& event, AutoPtr<BaseDelegate, StdDeleter>& delegate, TypeT type,
+          OrderT order) {
+    if (!event) {
+        Log(Log::CRITICAL, RAISE, nullptr, "trying to raise a broken event");
+        return false;
+    }
+    if (!CanBeSent(*event)) return false;
+    Sender* const sender = Hold();
+    if (sender == nullptr) return true;
+    bool const waitsForItself = type == SYNC && !sender->DifferentContext();
+    if (waitsForItself) {
+        Log(Log::CRITICAL, RAISE, nullptr, "trying to wait for \"%1\" in a handler, ignored")
+            << event->Ident();
+    } else {
+        sender->Raise(event, delegate, type, order);
+    }
+    Release(1);
+    return !waitsForItself;
+}
+
 } // namespace
 
 bool Subscribe(CString const& type, BaseDelegate const& delegate) {
@@ -61,18 +88,7 @@ void Unsubscribe(CString const& type, void const* object, CString const& ident) 
 
 void Raise(AutoPtr<Base, StdDeleter>& event, AutoPtr<BaseDelegate, StdDeleter>& delegate, TypeT type,
            OrderT order) {
-    if (!event) {
-        Log(Log::CRITICAL, RAISE, nullptr, "trying to raise a broken event");
-        return;
-    }
-    if (!event->Initialized()) {
-        Log(Log::CRITICAL, RAISE, nullptr, "trying to send a broken \"%1\", ignored") << event->Ident();
-        return;
-    }
-    Sender* const sender = Hold();
-    if (sender == nullptr) return;
-    sender->Raise(event, delegate, type, order);
-    Release(1);
+    (void)Send(event, delegate, type, order); // the line says what there is to say
 }
 
 void Raise(AutoPtr<Base, StdDeleter>& event, TypeT type, OrderT order) {
@@ -81,10 +97,7 @@ void Raise(AutoPtr<Base, StdDeleter>& event, TypeT type, OrderT order) {
 }
 
 bool Raise(Base const& event, BaseDelegate const* delegate, TypeT type, OrderT order) {
-    if (!event.Initialized()) {
-        Log(Log::CRITICAL, RAISE, nullptr, "trying to send a broken \"%1\", ignored") << event.Ident();
-        return false;
-    }
+    if (!CanBeSent(event)) return false;
     AutoPtr<Base, StdDeleter> clone(event.Clone());
     if (!clone) return false;
     AutoPtr<BaseDelegate, StdDeleter> target(delegate != nullptr ? delegate->Clone() : nullptr);
@@ -92,8 +105,7 @@ bool Raise(Base const& event, BaseDelegate const* delegate, TypeT type, OrderT o
         (void)StatusLog(ReturnT::Oom(), Log::CRITICAL, RAISE, event.Ident(), "").SetOom();
         return false;
     }
-    Raise(clone, target, type, order);
-    return true;
+    return Send(clone, target, type, order);
 }
 
 } // namespace Event

@@ -5,6 +5,8 @@
 //
 //     class ZEB_PUBLIC Sms : public Base {
 //     public:
+//         static constexpr char IDENT[] = "Event::Type::Sms";
+//
 //         Sms(CString const& interfaceId, CString const& messageId) {
 //             SetInitialized_(fields_.Assign(interfaceId, messageId));
 //         }
@@ -56,9 +58,9 @@ class Fields<FirstT, RestT...> {
 public:
     // One argument for each of the leading fields; the others stay empty or zero. False when memory ran out,
     // with the fields behind the failing one untouched.
-    bool Assign() { return true; }
+    [[nodiscard]] bool Assign() { return true; }
     template<typename ArgumentT, typename... ArgumentsT>
-    bool Assign(ArgumentT const& argument, ArgumentsT const&... arguments) {
+    [[nodiscard]] bool Assign(ArgumentT const& argument, ArgumentsT const&... arguments) {
         return Set_(argument) && rest_.Assign(arguments...);
     }
 

@@ -71,14 +71,14 @@ void Forwarder_::Target_::Schedule(OrderT order, BaseDelegate const* delegate) {
 class Forwarder_::Report_ {
 public:
     void Restart() { isWaiting_ = false; }
-    void Busy(Base const& event, BaseDelegate const& delegate) {
+    void Busy(Base const& event, CString const& ident, Mutex const& lock) {
         if (!isWaiting_) patience_ = Patience_();
         isWaiting_ = true;
         long const seconds = patience_.Due();
         if (seconds == 0) return;
         Log(Log::WARNING, IDENT, nullptr, "unable to send \"%1\" to \"%2\" for %3 seconds")
-            << event.Ident() << delegate.Ident() << seconds
-            << Log::Backtrace(0, Thread::OwnerId(*delegate.Lock()), Log::Backtrace::DEMANGLE);
+            << event.Ident() << ident << seconds
+            << Log::Backtrace(0, Thread::OwnerId(lock), Log::Backtrace::DEMANGLE);
     }
 
 private:
@@ -120,22 +120,31 @@ Forwarder_::ResultT Forwarder_::SubscribeMore_(Target_& target, CString const& t
         ReportRefusal("\"%1\" already subscribed to \"%2\"", delegate, &type);
         return REFUSED;
     }
-    if (Acceptor_* const detached = FindEqual(target.detached, delegate)) {
-        if (detached->Delegate().Lock() != delegate.Lock()) {
-            ReportRefusal("unable to change a lock for a \"%1\" acceptor", delegate);
-            return REFUSED;
-        }
-        if (!target.acceptors.PushBack(detached)) {
-            ReportOom();
-            return REFUSED;
-        }
-        detached->MoveTo(nullptr);
-        return RESTORED;
-    }
+    Acceptor_* const detached = FindEqual(target.detached, delegate);
+    if (detached != nullptr && detached == currentAcceptor_) return Restore_(target, *detached, delegate);
     AutoPtr<Acceptor_, StdDeleter> acceptor(Acceptor_::New(delegate));
-    if (acceptor && target.acceptors.PushBack(acceptor)) return ADDED;
-    ReportOom();
-    return REFUSED;
+    if (!acceptor || !target.acceptors.PushBack(acceptor)) {
+        ReportOom();
+        return REFUSED;
+    }
+    if (detached == nullptr) return ADDED;
+    delete detached; // its call has ended: the new acceptor has its reference
+    return RESTORED;
+}
+
+// An acceptor that is being called.
+Forwarder_::ResultT Forwarder_::Restore_(Target_& target, Acceptor_& acceptor, BaseDelegate const& delegate) {
+    if (acceptor.Delegate().Lock() != delegate.Lock()) {
+        ReportRefusal("unable to change a lock for a \"%1\" acceptor", delegate);
+        return REFUSED;
+    }
+    if (!target.acceptors.PushBack(&acceptor)) {
+        ReportOom();
+        return REFUSED;
+    }
+    acceptor.MoveTo(nullptr);
+    acceptor.SetIdent(delegate.Ident());
+    return RESTORED;
 }
 
 unsigned long Forwarder_::Unsubscribe(CString const& type, void const* object, CString const& ident,
@@ -206,9 +215,10 @@ void Forwarder_::Deliver(Base const& event) {
 // The lock is given up for the call. The acceptor lives on until it is no longer the current one.
 void Forwarder_::Step_(Acceptor_& acceptor, Base const& event, Report_& report) {
     currentAcceptor_ = &acceptor;
+    CString const ident = acceptor.Ident(); // guarded by lock_: it may get another one during its call
     lock_.Broadcast();
     lock_.Unlock();
-    bool const isCalled = Call_(acceptor, event, report);
+    bool const isCalled = Call_(acceptor.Delegate(), ident, event, report);
     (void)lock_.Lock(); // fails only for a lock that is held already
     if (isCalled) {
         if (currentTarget_ == nullptr) return;
@@ -224,22 +234,21 @@ void Forwarder_::Step_(Acceptor_& acceptor, Base const& event, Report_& report) 
 }
 
 // False if the lock of the acceptor is busy.
-bool Forwarder_::Call_(Acceptor_ const& acceptor, Base const& event, Report_& report) {
-    BaseDelegate& delegate = acceptor.Delegate();
+bool Forwarder_::Call_(BaseDelegate& delegate, CString const& ident, Base const& event, Report_& report) {
     Mutex const* const lock = delegate.Lock();
     if (lock == nullptr) {
         delegate.Handle(event);
         return true;
     }
     if (!lock->TryLock()) {
-        report.Busy(event, delegate);
+        report.Busy(event, ident, *lock);
         return false;
     }
     delegate.Handle(event);
     unsigned long const milliseconds = lock->Unlock();
     if (milliseconds != 0) {
         Log(Log::WARNING, IDENT, nullptr, "sending \"%1\" to \"%2\" for %3 ms.")
-            << event.Ident() << delegate.Ident() << milliseconds;
+            << event.Ident() << ident << milliseconds;
     }
     return true;
 }

@@ -13,7 +13,8 @@ Sender* Sender::New() {
     }
     sender->initialized_ = sender->Thread::Initialized() && sender->Start().Succeeded();
     if (sender->initialized_) return sender;
-    (void)StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, nullptr, "").SetFail();
+    (void)StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, nullptr, "unable to start the thread of the bus")
+        .SetFail();
     delete sender;
     return nullptr;
 }
@@ -25,7 +26,10 @@ Sender::~Sender() {
             Mutex::Guard const guard(queueLock_);
             queueLock_.Signal();
         }
-        if (!Stop()) (void)StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, nullptr, "").SetFail();
+        if (!Stop())
+            (void)StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, nullptr,
+                            "unable to stop the thread of the bus")
+                .SetFail();
     }
     Mutex::Guard const guard(queueLock_);
     while (Base* const event = queue_.PopFront())

@@ -26,8 +26,10 @@ public:
     ~Acceptor_() { MoveTo(nullptr); }
 
     BaseDelegate& Delegate() const { return *delegate_; }
+    CString const& Ident() const { return ident_; }
+    void SetIdent(CString const& ident) { ident_ = ident; }
     bool Is(void const* object, CString const& ident) const {
-        return delegate_->Object() == object && delegate_->Ident() == ident;
+        return delegate_->Object() == object && ident_ == ident;
     }
 
     // To the tail of the list, or into none, out of the one where it was.
@@ -36,9 +38,11 @@ public:
 
 private:
     explicit Acceptor_(BaseDelegate* delegate)
-        : delegate_(delegate) {}
+        : delegate_(delegate)
+        , ident_(delegate->Ident()) {}
 
     AutoPtr<BaseDelegate, StdDeleter> delegate_;
+    CString ident_; // that of the delegate, or of the one that it came back with during its call
     ListT* list_ = nullptr;
 };
 
@@ -47,7 +51,7 @@ class Forwarder_ {
 public:
     static constexpr char const IDENT[] = "Event::Forwarder";
 
-    // What a subscription did: with RESTORED the old acceptor is back, and no new reference is held.
+    // What a subscription did: with RESTORED an acceptor is back, and its reference is the one that it had.
     enum ResultT : unsigned { REFUSED = 0, ADDED = 1, RESTORED = 2 };
 
     ResultT Subscribe(CString const& type, BaseDelegate const& delegate);
@@ -67,9 +71,10 @@ private:
     unsigned long FindTarget_(CString const& type) const;
     ResultT SubscribeFirst_(CString const& type, BaseDelegate const& delegate);
     ResultT SubscribeMore_(Target_& target, CString const& type, BaseDelegate const& delegate);
+    static ResultT Restore_(Target_& target, Acceptor_& acceptor, BaseDelegate const& delegate);
     unsigned long Remove_(CString const& type, void const* object, CString const& ident);
     unsigned long RemoveFrom_(Target_& target, void const* object, CString const& ident);
-    bool Call_(Acceptor_ const& acceptor, Base const& event, Report_& report);
+    static bool Call_(BaseDelegate& delegate, CString const& ident, Base const& event, Report_& report);
     void Step_(Acceptor_& acceptor, Base const& event, Report_& report);
 
     Condition lock_{Mutex::PRE_ULTIMATE};
