@@ -88,17 +88,15 @@ TEST_F(ThreadTest, EachRunBeginsAfreshAndTheLastOneIsJoinedByTheDestructor) {
     for (bool const ended : {false, true}) {
         std::atomic<int> runs = 0;
         char name[16] = {};
+        auto const body = [&] { // which outlives the worker
+            prctl(PR_GET_NAME, name);
+            EXPECT_NE(Thread::SelfStatus(), &other);
+            EXPECT_FALSE(++runs == 2 && !ended && Sleep(9000L)) << "interrupted";
+            Thread::SetStatus(&other);
+            Thread::SetInterruptMask(Thread::INTERRUPT_MASK);
+        };
         {
-            Worker thread(
-                [&] {
-                    prctl(PR_GET_NAME, name);
-                    EXPECT_NE(Thread::SelfStatus(), &other);
-                    ++runs;
-                    EXPECT_FALSE(runs == 2 && !ended && Sleep(9000L)) << "interrupted";
-                    Thread::SetStatus(&other);
-                    Thread::SetInterruptMask(Thread::INTERRUPT_MASK);
-                },
-                "name of 18 letters");
+            Worker thread([&body] { body(); }, "name of 18 letters");
             EXPECT_TRUE(thread.Start() == Thread::STARTED && thread.Stop() &&
                         thread.Start() == Thread::STARTED);
             EXPECT_TRUE(Await([&] { return ended ? thread.Stopped() : runs == 2; }));

@@ -78,8 +78,10 @@ TEST_F(TaskTest, RunWithTheirOwnStatusAndAnEventBehind) {
     Enqueue({&reporter, &blocker}); // one that runs is not listed
     EXPECT_EQ(queue.EnqueueTask(onDone, &reporter), 0x80300190u);
     EXPECT_EQ(queue.EnqueueTask(onDone, &broken), 0x8030012Cu);
+    EXPECT_EQ(queue.EnqueueTask(onDone, nullptr), 0x8030012Cu);
     EXPECT_EQ(log_.Take(), (LinesT{"E Task::Queue: \"q\": \"job\" task is already in a queue.",
-                                   "E Task::Queue: \"q\": \"job\" is broken."}));
+                                   "E Task::Queue: \"q\": \"job\" is broken.",
+                                   "E Task::Queue: \"q\": \"(null)\" is broken."}));
     gate.release(2);
     EXPECT_TRUE(Await([&] { return done == 3; }));
     EXPECT_EQ(sum, 2 * blocker.Id() + reporter.Id());
@@ -127,11 +129,32 @@ TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
     Event::Unsubscribe("", this, onDone.Ident());
 }
 
+struct Counter : Queue::Destructor {
+    void Run() override { ++count; }
+    std::atomic<int> count = 0;
+};
+
+TEST_F(TaskTest, AQueueDestroyedByItsOwnTaskEndsWithIt) {
+    ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
+    Counter counter;
+    auto* const own =
+        new Queue("own", -5, &counter); // a negative time: the thread lives as long as the queue
+    Job last([&] { gate.acquire(), delete own, gate.release(); });
+    Enqueue({&last, &idle}, own);
+    Clock::RealPause(5);
+    EXPECT_EQ(counter.count, 0);
+    gate.release();
+    EXPECT_TRUE(log_.Await("C Thread: \"own\""));
+    gate.acquire();
+    EXPECT_TRUE(counter.count == 1 && idle.runs == 0 && last.runs == 1 && done == 0);
+    EXPECT_EQ(log_.Take(),
+              (LinesT{"C Task::Queue: \"own\": system failed [0xcffd****], destroyed by its own task.",
+                      "C Thread: \"own\": system failed [0xcffd****], destroyed by its own thread."}));
+    Event::Unsubscribe("", this, onDone.Ident());
+}
+
 TEST_F(TaskTest, AnIdleQueueHasNoThread) {
-    struct Counter : Queue::Destructor {
-        void Run() override { ++count; }
-        std::atomic<int> count = 0;
-    } counter;
+    Counter counter;
     std::atomic<int> interrupted = 0;
     Job job([&] { gate.acquire(), interrupted += Thread::SelfInterrupted(); });
     Job locked([&] { interrupted += Thread::SelfInterrupted(); }, &mutex);

@@ -66,26 +66,6 @@ void Forwarder_::Target_::Schedule(OrderT order, BaseDelegate const* delegate) {
     }
 }
 
-// How long the lock of the acceptor at hand has been waited for. The clock is read when it first turns out to
-// be busy, not for each acceptor.
-class Forwarder_::Report_ {
-public:
-    void Restart() { isWaiting_ = false; }
-    void Busy(Base const& event, CString const& ident, Mutex const& lock) {
-        if (!isWaiting_) patience_ = Patience_();
-        isWaiting_ = true;
-        long const seconds = patience_.Due();
-        if (seconds == 0) return;
-        Log(Log::WARNING, IDENT, nullptr, "unable to send \"%1\" to \"%2\" for %3 seconds")
-            << event.Ident() << ident << seconds
-            << Log::Backtrace(0, Thread::OwnerId(lock), Log::Backtrace::DEMANGLE);
-    }
-
-private:
-    bool isWaiting_ = false;
-    Patience_ patience_;
-};
-
 unsigned long Forwarder_::FindTarget_(CString const& type) const {
     unsigned long i = 0;
     while (i != targets_.Size() && targets_[i]->type != type)
@@ -203,27 +183,27 @@ void Forwarder_::Deliver(Base const& event) {
     if (i == targets_.Size()) return;
     currentTarget_ = targets_[i];
     currentTarget_->Schedule(event.Order_(), event.Delegate_());
-    Report_ report;
+    Patience_ patience; // with the acceptor at hand
     // Whoever takes the last acceptor out of the target takes the target away as well.
     while (currentTarget_ != nullptr && !currentTarget_->pending.Empty())
-        Step_(*currentTarget_->pending.Front(), event, report);
+        Step_(*currentTarget_->pending.Front(), event, patience);
     currentTarget_ = nullptr;
     currentAcceptor_ = nullptr;
     lock_.Broadcast();
 }
 
 // The lock is given up for the call. The acceptor lives on until it is no longer the current one.
-void Forwarder_::Step_(Acceptor_& acceptor, Base const& event, Report_& report) {
+void Forwarder_::Step_(Acceptor_& acceptor, Base const& event, Patience_& patience) {
     currentAcceptor_ = &acceptor;
     CString const ident = acceptor.Ident(); // guarded by lock_: it may get another one during its call
     lock_.Broadcast();
     lock_.Unlock();
-    bool const isCalled = Call_(acceptor.Delegate(), ident, event, report);
+    bool const isCalled = Call_(acceptor.Delegate(), ident, event, patience);
     (void)lock_.Lock(); // fails only for a lock that is held already
     if (isCalled) {
         if (currentTarget_ == nullptr) return;
         if (acceptor.IsIn(currentTarget_->pending)) acceptor.MoveTo(nullptr);
-        report.Restart();
+        patience = Patience_();
         return;
     }
     currentAcceptor_ = nullptr;
@@ -234,23 +214,11 @@ void Forwarder_::Step_(Acceptor_& acceptor, Base const& event, Report_& report) 
 }
 
 // False if the lock of the acceptor is busy.
-bool Forwarder_::Call_(BaseDelegate& delegate, CString const& ident, Base const& event, Report_& report) {
-    Mutex const* const lock = delegate.Lock();
-    if (lock == nullptr) {
-        delegate.Handle(event);
-        return true;
-    }
-    if (!lock->TryLock()) {
-        report.Busy(event, ident, *lock);
-        return false;
-    }
-    delegate.Handle(event);
-    unsigned long const milliseconds = lock->Unlock();
-    if (milliseconds != 0) {
-        Log(Log::WARNING, IDENT, nullptr, "sending \"%1\" to \"%2\" for %3 ms.")
-            << event.Ident() << ident << milliseconds;
-    }
-    return true;
+bool Forwarder_::Call_(BaseDelegate& delegate, CString const& ident, Base const& event, Patience_& patience) {
+    constexpr PatienceWords_ WORDS = {IDENT, nullptr, "unable to send \"%1\" to \"%2\" for %3 seconds",
+                                      "sending \"%1\" to \"%2\" for %3 ms."};
+    return patience.Run(
+        delegate.Lock(), [&] { delegate.Handle(event); }, WORDS, event.Ident(), ident);
 }
 
 } // namespace Event

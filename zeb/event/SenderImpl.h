@@ -8,6 +8,7 @@
 #include "zeb/core/String.h"
 #include "zeb/event/Bus.h"
 #include "zeb/runtime/Condition.h"
+#include "zeb/runtime/PatienceImpl.h"
 #include "zeb/runtime/Thread.h"
 
 namespace Event {
@@ -66,7 +67,6 @@ public:
 
 private:
     class Target_;
-    class Report_;
 
     unsigned long FindTarget_(CString const& type) const;
     ResultT SubscribeFirst_(CString const& type, BaseDelegate const& delegate);
@@ -74,8 +74,8 @@ private:
     static ResultT Restore_(Target_& target, Acceptor_& acceptor, BaseDelegate const& delegate);
     unsigned long Remove_(CString const& type, void const* object, CString const& ident);
     unsigned long RemoveFrom_(Target_& target, void const* object, CString const& ident);
-    static bool Call_(BaseDelegate& delegate, CString const& ident, Base const& event, Report_& report);
-    void Step_(Acceptor_& acceptor, Base const& event, Report_& report);
+    static bool Call_(BaseDelegate& delegate, CString const& ident, Base const& event, Patience_& patience);
+    void Step_(Acceptor_& acceptor, Base const& event, Patience_& patience);
 
     Condition lock_{Mutex::PRE_ULTIMATE};
 

@@ -149,6 +149,7 @@ void* Thread::Routine_(void* argument) {
     tlsThread_ = &self;
     SetStatus(nullptr); // an earlier run may have left others
     self.control_->maskCount = 0;
+    self.lockRecord_->SetDepth(0);
     prctl(PR_SET_NAME, self.Name().Cstr()); // cut at 15 bytes; the thread does without
     SigAltStackManager_ stack;
     if (self.Begin_(stack)) {

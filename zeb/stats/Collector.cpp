@@ -161,26 +161,12 @@ Thread_::EntryT* Thread_::AwaitDue_(Attempt_& attempt) {
 
 // True if the alarm was delivered.
 bool Thread_::Deliver_(EntryT& entry, Attempt_& attempt) {
+    constexpr PatienceWords_ WORDS = {Collector::IDENT, nullptr,
+                                      "unable to send a statistics alarm to \"%1\" for %2 seconds",
+                                      "sending a statistics alarm to \"%1\" for %2 ms"};
     Collector& collector = entry.collector;
-    Mutex const* const lock = collector.Lock_();
-    if (lock && !lock->TryLock()) {
-        WarnBusy_(collector, *lock, attempt);
-        return false;
-    }
-    collector.OnStatsAlarm_();
-    unsigned long const held = lock ? lock->Unlock() : 0;
-    if (held != 0) {
-        Log(Log::WARNING, Collector::IDENT, nullptr, "sending a statistics alarm to \"%1\" for %2 ms")
-            << collector.Name() << held;
-    }
-    return true;
-}
-
-void Thread_::WarnBusy_(Collector const& collector, Mutex const& lock, Attempt_& attempt) {
-    long const seconds = attempt.patience.Due();
-    if (seconds == 0) return;
-    Log(Log::WARNING, Collector::IDENT, nullptr, "unable to send a statistics alarm to \"%1\" for %2 seconds")
-        << collector.Name() << seconds << Log::Backtrace(0, OwnerId(lock), Log::Backtrace::DEMANGLE);
+    return attempt.patience.Run(
+        collector.Lock_(), [&] { collector.OnStatsAlarm_(); }, WORDS, collector.Name());
 }
 
 // True if the alarm is to be tried again after a pause. The entry is a live one only while it is the first of

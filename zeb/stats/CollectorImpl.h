@@ -57,7 +57,6 @@ private:
     EntryT* AwaitDue_(Attempt_& attempt);
     static bool Deliver_(EntryT& entry, Attempt_& attempt);
     bool Finish_(EntryT& entry, Attempt_ const& attempt, bool delivered);
-    static void WarnBusy_(Collector const& collector, Mutex const& lock, Attempt_& attempt);
 
     // Guards what follows.
     Condition condition_{Mutex::ULTIMATE};

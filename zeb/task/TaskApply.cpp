@@ -79,14 +79,9 @@ ReturnT ApplyBase::Run() {
 
 // False if the thread was interrupted.
 bool ApplyBase::LockMutex_() const {
+    PatienceWords_ const words = {IDENT, nullptr, "acquiring \"%1\" handler %2 seconds", nullptr};
     for (Patience_ patience; !::Thread::SelfInterrupted(); ::Thread::Yield()) {
-        if (mutex_->TryLock()) return true;
-        long const seconds = patience.Due();
-        if (seconds) {
-            Log(Log::WARNING, IDENT, nullptr, "acquiring \"%1\" handler %2 seconds")
-                << Ident() << seconds
-                << Log::Backtrace(0, ::Thread::OwnerId(*mutex_), Log::Backtrace::DEMANGLE);
-        }
+        if (patience.TryLock(*mutex_, words, Ident())) return true;
     }
     return false;
 }

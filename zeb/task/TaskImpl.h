@@ -25,8 +25,12 @@ public:
     bool Initialized() const override { return started_; }
     ReturnT Run() override;
 
-    ReturnT EnqueueTask(Event::BaseDelegate const& delegate, Object& task);
+    ReturnT EnqueueTask(Event::BaseDelegate const& delegate, Object* task);
     void CancelTask(Event::BaseDelegate const& delegate, Object const* task);
+
+    // In place of the destructor, for a queue that is destroyed by one of its own tasks: that one is the last
+    // to run, and the object goes with it.
+    void Abandon();
 
     // A task is in the list, runs, or waits for its lock.
     bool IsActive() const;
@@ -52,6 +56,7 @@ private:
     static constexpr unsigned long BUCKETS = 64;
 
     // With the lock held.
+    void Clear_();
     BucketT_& Bucket_(Object const& task) { return buckets_[task.Id() % BUCKETS]; }
     bool IsListed_(Object const& task);
     void Unlist_(Item_& item);
@@ -62,7 +67,8 @@ private:
     // Without it.
     bool Try_(Patience_& patience);
 
-    bool started_; // fixed after construction
+    bool started_;           // fixed after construction
+    bool abandoned_ = false; // used by the thread alone
 
     // Guarded by the lock. The thread alone sets them to an item.
     Condition const lock_{Mutex::TASK_QUEUE_THREAD};
@@ -83,7 +89,7 @@ public:
 
     bool Initialized() const { return initialized_; }
 
-    ReturnT EnqueueTask(Event::BaseDelegate const& delegate, Object& task);
+    ReturnT EnqueueTask(Event::BaseDelegate const& delegate, Object* task);
     void CancelTask(Event::BaseDelegate const& delegate, Object const* task);
 
 private:

@@ -21,7 +21,7 @@ Queue::Queue(CString const& name, Time::Span const& idle, Destructor* destructor
 Queue::~Queue() { delete impl_; }
 
 ReturnT Queue::EnqueueTask(Event::BaseDelegate const& delegate, Object* task) {
-    if (impl_) return impl_->EnqueueTask(delegate, *task);
+    if (impl_) return impl_->EnqueueTask(delegate, task);
     return StatusLog(NO_THREAD, Log::ERROR, IDENT, nullptr, "unable to create and start a thread");
 }
 
@@ -32,7 +32,7 @@ void Queue::CancelTask(Event::BaseDelegate const& delegate, Object const* task) 
 void Queue::CancelAllTasks(Event::BaseDelegate const& delegate) { CancelTask(delegate, nullptr); }
 
 Queue::Impl_::Impl_(CString const& name, Time::Span const& idle, Destructor* destructor)
-    : idle_(idle)
+    : idle_(idle < Time::Span::Zero() ? Time::Span::Zero() : idle)
     , initialized_(name_.Assign(name.Cstr(), name.Size()))
     , destructor_(destructor)
     , timer_(name_, this, &Impl_::OnTimer_, &lock_) {
@@ -55,7 +55,11 @@ Queue::Impl_::~Impl_() {
         Mutex::Guard const guard(lock_);
         ++users_;
     }
-    delete worker_;
+    if (worker_ && !worker_->DifferentContext()) {
+        worker_->Abandon();
+    } else {
+        delete worker_;
+    }
     timer_.Cancel();
 }
 
@@ -66,7 +70,7 @@ bool Queue::Impl_::MakeWorker_() {
     return true;
 }
 
-ReturnT Queue::Impl_::EnqueueTask(Event::BaseDelegate const& delegate, Object& task) {
+ReturnT Queue::Impl_::EnqueueTask(Event::BaseDelegate const& delegate, Object* task) {
     Mutex::Guard const guard(lock_);
     if (!worker_ && !MakeWorker_()) {
         return StatusLog(NO_THREAD, Log::ERROR, IDENT, name_.Cstr(), "unable to create and start a thread");

@@ -35,7 +35,7 @@ Thread::Thread(CString const& name, Queue::Destructor* destructor)
 }
 
 Thread::~Thread() {
-    if (started_) {
+    if (started_ && !abandoned_) {
         {
             Mutex::Guard const guard(lock_);
             SetStop();
@@ -45,15 +45,31 @@ Thread::~Thread() {
             Log(Log::CRITICAL, Queue::IDENT, Name().Cstr(), "unable to stop a thread").Fail(ReturnT::Fail());
         }
     }
-    while (Item_* const item = items_.PopFront())
-        delete item;
+    Clear_();
 }
 
-ReturnT Thread::EnqueueTask(Event::BaseDelegate const& delegate, Object& task) {
-    char const* const name = Name().Cstr();
-    if (!task.Initialized()) {
-        return StatusLog(Queue::BROKEN, Log::ERROR, Queue::IDENT, name, "\"%1\" is broken") << task.Ident();
+void Thread::Abandon() {
+    Log(Log::CRITICAL, Queue::IDENT, Name().Cstr(), "destroyed by its own task").Fail(ReturnT::Fail());
+    abandoned_ = true;
+    if (destructor_) destructor_->Run();
+    Mutex::Guard const guard(lock_);
+    Clear_();
+}
+
+void Thread::Clear_() {
+    while (Item_* const item = items_.Front()) {
+        Unlist_(*item);
+        delete item;
     }
+}
+
+ReturnT Thread::EnqueueTask(Event::BaseDelegate const& delegate, Object* wanted) {
+    char const* const name = Name().Cstr();
+    if (!wanted || !wanted->Initialized()) {
+        return StatusLog(Queue::BROKEN, Log::ERROR, Queue::IDENT, name, "\"%1\" is broken")
+               << (wanted ? wanted->Ident() : "(null)");
+    }
+    Object& task = *wanted;
     AutoPtr<Item_> item(Item_::Make(delegate, task)); // ahead of the lock, which the thread wants
     {
         Mutex::Guard const guard(lock_);
@@ -114,7 +130,9 @@ ReturnT Thread::Run() {
     {
         Mutex::Guard const guard(lock_);
         for (;;) {
-            if (!items_.Empty()) {
+            if (abandoned_) {
+                break;
+            } else if (!items_.Empty()) {
                 Process_();
             } else if (StopRequested()) {
                 break;
@@ -123,8 +141,13 @@ ReturnT Thread::Run() {
             }
         }
     }
-    if (destructor_) destructor_->Run();
-    return SelfStatus()->Code();
+    ReturnT const code = SelfStatus()->Code();
+    if (abandoned_) {
+        delete this; // nobody else can
+    } else if (destructor_) {
+        destructor_->Run();
+    }
+    return code;
 }
 
 void Thread::Process_() {
@@ -137,7 +160,7 @@ void Thread::Process_() {
         lock_.Unlock();
         bool const ended = Try_(patience);
         lock_.Lock();
-        if (ended && !IsInterrupted()) {
+        if (ended && !IsInterrupted() && !abandoned_) {
             Event::Raise(running_->event, running_->acceptor, Event::ASYNC, Event::DIRECT);
         }
         running_ = nullptr;
@@ -153,24 +176,14 @@ void Thread::Process_() {
 bool Thread::Try_(Patience_& patience) {
     Object& task = *running_->task;
     char const* const ident = task.Ident();
-    Mutex const* const lock = task.Lock_();
-    if (lock && !lock->TryLock()) {
-        long const seconds = patience.Due();
-        if (seconds) {
-            Log(Log::WARNING, Queue::IDENT, Name().Cstr(), "acquiring \"%1\" task %2 seconds")
-                << ident << seconds << Log::Backtrace(0, OwnerId(*lock), Log::Backtrace::DEMANGLE);
-        }
-        return false;
-    }
-    SetStatus(task.Status_());
-    (void)task.Run(); // what it did, it has reported
-    SetStatus(nullptr);
-    unsigned long const held = lock ? lock->Unlock() : 0;
-    if (held) {
-        Log(Log::WARNING, Queue::IDENT, Name().Cstr(), "was running a \"%1\" locked task for %2 ms.")
-            << ident << held;
-    }
-    return true;
+    PatienceWords_ const words = {Queue::IDENT, Name().Cstr(), "acquiring \"%1\" task %2 seconds",
+                                  "was running a \"%1\" locked task for %2 ms."};
+    auto const run = [&task] {
+        SetStatus(task.Status_());
+        (void)task.Run(); // what it did, it has reported
+        SetStatus(nullptr);
+    };
+    return patience.Run(task.Lock_(), run, words, ident);
 }
 
 void Thread::DropCurrent_() {

@@ -171,22 +171,9 @@ void TimerBase::Queue::Serve_(TimerBase& timer) {
 
 // False if the lock of the timer is busy.
 bool TimerBase::Queue::Try_(TimerBase const& timer, Patience_& patience) {
+    constexpr PatienceWords_ WORDS = {IDENT, nullptr, "unable to run \"%1\" for %2 seconds",
+                                      "running \"%1\" for %2 ms."};
     CString const name = timer.name_;
-    Mutex const* const lock = timer.lock_;
-    if (!lock) {
-        timer.Run();
-        return true;
-    }
-    if (!lock->TryLock()) {
-        long const seconds = patience.Due();
-        if (seconds) {
-            Log(Log::WARNING, IDENT, nullptr, "unable to run \"%1\" for %2 seconds")
-                << name << seconds << Log::Backtrace(0, OwnerId(*lock), Log::Backtrace::DEMANGLE);
-        }
-        return false;
-    }
-    timer.Run();
-    unsigned long const held = lock->Unlock();
-    if (held) Log(Log::WARNING, IDENT, nullptr, "running \"%1\" for %2 ms.") << name << held;
-    return true;
+    return patience.Run(
+        timer.lock_, [&] { timer.Run(); }, WORDS, name);
 }
