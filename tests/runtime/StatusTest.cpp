@@ -111,6 +111,10 @@ TEST(Status, HasAnXmlAndAJsonFormWhichReportExhaustedMemory) {
     });
 }
 
+struct Constants {
+    static int const SEVEN = 7; // without a definition
+};
+
 TEST(StatusLog, WritesStatusAndLineAlike) {
     using KindT = StatusLog& (StatusLog::*)();
     struct {
@@ -129,7 +133,7 @@ TEST(StatusLog, WritesStatusAndLineAlike) {
         Status status;
         {
             StatusLog log(0x80000005, Log::WARNING, "Id", "n", row.format, &status);
-            if (strchr(row.format, '1')) log << 7;
+            if (strchr(row.format, '1')) log << Constants::SEVEN;
             EXPECT_EQ(ReturnT(row.kind ? (log.*row.kind)() : log), 0x80000005);
         }
         std::string const line = row.line ? row.line : "  Id: (none)";
