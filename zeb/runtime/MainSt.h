@@ -1,8 +1,27 @@
 #pragma once
 
-// MainSt: the frame of a program that works in one thread, with a one-shot alarm. It is used as Main is.
-// SIGUSR2, SIGCHLD, SIGINT, SIGPIPE and SIGHUP are blocked; SIGALRM raises the flag IsAlarmed() and
-// interrupts a system call that waits, but for those that the kernel starts again.
+// MainSt: the frame of a program that works in one thread, with a one-shot alarm, used as Main is. For a
+// program with threads take Main, which waits for its stop signals.
+//
+//   class Probe : public MainSt {
+//   public:
+//       Probe() : MainSt("probe") {}
+//       int Run() override {
+//           SetAlarm(5000L);
+//           while (!IsAlarmed()) Ask_();
+//           return EXIT_SUCCESS;
+//       }
+//   };
+//
+// Owns     the ThreadMain of the calling thread, and the timer of the alarm.
+// Signals  SIGUSR2, SIGCHLD, SIGINT, SIGPIPE and SIGHUP are blocked, also behind the end of the object.
+//          SIGALRM raises the flag IsAlarmed(). SIGTERM is logged, and has no other effect: there is no
+//          thread that could interrupt this one. A program that is to end on SIGTERM is one for Main.
+// Waits    an alarm cuts a sleep or a wait for descriptors short; Sleep() of the library goes on to its end.
+// A
+//          read or write that waits is started again by the system.
+// Threads  the one that made it; handlers run there.
+// Failure  shows in Initialized(), as a text on standard error or in the log.
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"

@@ -1,16 +1,29 @@
 #pragma once
 
 // Mutex: a lock with a place in the one global order, Mutex::PrecedenceT. Each thread keeps a stack of the
-// locks that it holds or is taking, and every operation is compared with it. Taking locks out of order or
-// unlocking in the wrong order is logged at Log::CRITICAL under the ident "Thread", with a backtrace, and the
-// operation goes on. Only taking a lock that the thread already holds is refused.
+// locks that it holds or is taking, and every operation is compared with it. For a thread that waits for a
+// change take a Condition, which is a lock as well.
 //
-// Lock() says whether the lock is held, and who gets false must not unlock. Mutex::Guard does that by itself:
+//   Mutex::Guard const guard(mutex_);                       // for a block of code
+//   if (guard.Held()) ++count_;
 //
-//   Mutex::Guard const guard(mutex_);
-//
-// A threshold, off at first, warns of every lock that was held longer. The lock is not recursive. On a thread
-// without a Thread object it is a plain lock, without any check.
+// Place    a thread takes locks in rising order, and never two of one place. The place is that of the class
+//          that owns the lock: below the locks that are taken while it is held. The library's own are
+//          SERVICE, TASK_QUEUE, TIMER_QUEUE_LIST, TIMER_QUEUE, EVENT_SENDER and those around it,
+//          PRE_ULTIMATE, ULTIMATE and STATUS_LOG: whoever raises events or sets timers with a lock held takes
+//          a place below theirs, and a leaf lock around a value takes PRE_ULTIMATE or ULTIMATE.
+//          docs/runtime.md has a table.
+// Monitor  what breaks the order, unlocks in the wrong order or unlocks what is not held is logged at
+//          Log::CRITICAL under the ident "Thread", with a backtrace, and goes on. Locking what the thread
+//          already holds is refused: Lock() is false, "resource deadlock avoided".
+//          An unlock in the wrong order frees the lock, but keeps its entry: this thread is refused the lock
+//          from then on, until the thread has ended and was started again.
+// Waits    Lock() until the lock is free, and nothing ends that wait, an interruption neither.
+// Threads  any. On one without a Thread object it is a plain lock, without any check.
+// Destroy  when nobody holds it or waits for it.
+// Failure  an error of the system is logged, and the lock is not held; who gets false must not unlock.
+// Memory   a thread takes more for its ninth lock held at once, and for each eight beyond. Without it the
+//          lock is taken, the thread goes unchecked, and further locks are refused until the depth falls.
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"
@@ -46,7 +59,7 @@ public:
     // True if the lock is now held. False is an error, logged, and the lock is not held.
     virtual bool Lock() const;
 
-    // Milliseconds for which the lock was held if that reached the threshold, else 0.
+    // Milliseconds for which the lock was held if that reached the threshold, which is logged, else 0.
     virtual unsigned long Unlock() const;
 
     // False, at once, if the lock is busy.
@@ -57,8 +70,9 @@ public:
     // "(UNKNOWN)" for a number that is not in the table.
     static char const* PrecedenceName(PrecedenceT precedence);
 
-    // The threshold in milliseconds, for all locks: 100 to 100000000, or THRESHOLD_OFF. Codes of
-    // SetThreshold: 0x000903E8 and 0x800903E8 (out of range); of RstThreshold 0x0009044C.
+    // From how many milliseconds on a lock that was held, or its wait, is worth a warning, for all locks of
+    // the program: 100 to 100000000, or THRESHOLD_OFF, which it is at first. Codes of SetThreshold:
+    // 0x000903E8 and 0x800903E8 (out of range, no change); of RstThreshold 0x0009044C.
     static unsigned long Threshold();
     static ReturnT SetThreshold(CString const& value);
     static ReturnT RstThreshold();
@@ -88,7 +102,8 @@ private:
     int Block_() const;
 };
 
-// Holds a lock for a block of code, if it could be taken.
+// Holds a lock for a block of code, if it could be taken. Guards of one block end in reverse order, as they
+// must.
 class Mutex::Guard {
 public:
     explicit Guard(Mutex const& mutex)

@@ -1,10 +1,13 @@
 #pragma once
 
 // Status: the record of the last report of a thread, or of whoever owns one: code, identifier of the
-// reporting class, text. It has no use of the heap, so that an allocation failure can be recorded.
+// reporting class, text. StatusLog fills it; every Thread and every Task::Object has one.
 //
-// A status may be read by one thread while another writes it: every operation holds the object's own lock,
-// which has the topmost place of the lock order, so that it can be taken under any other.
+// Threads  any: a status may be read by one thread while another writes it. What belongs together is taken
+//          together by Get(); two single queries may see two reports.
+// Locks    every operation holds the object's own lock, which has the topmost place of the order, so that it
+//          can be taken under any other. Load() never holds two.
+// Memory   none of the heap, so that its end can be recorded.
 
 #include "zeb/core/Export.h"
 #include "zeb/core/RString.h"

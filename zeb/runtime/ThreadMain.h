@@ -1,10 +1,16 @@
 #pragma once
 
-// ThreadMain: the Thread object of the thread that called main, made before every other thread and destroyed
-// last. It gives the thread an alternate signal stack and installs the handler of the trace signal SIGUSR1,
-// which logs at Log::INFO that the thread was interrupted, with a backtrace. A failure goes to standard
-// error, as logging is not set up so early. A second one in a process is refused. Main and MainSt make it for
-// a program.
+// ThreadMain: the Thread object of the thread that called main. Main and MainSt make it for a program; a test
+// or a tool without a frame makes it by itself:
+//
+//   AutoPtr<ThreadMain> const main(ThreadMain::New("tool"));
+//
+// Owns     an alternate signal stack for its thread. It is made before every other thread and destroyed
+// behind
+//          them; a second one in a process is refused, and without one there are no threads and no timers.
+// Signals  SIGUSR1, on any thread, logs at Log::INFO that the thread was interrupted, with a backtrace. The
+//          handler stays when the object goes.
+// Failure  a null New(), and a text on standard error, as logging is not set up so early.
 
 #include "zeb/core/Export.h"
 #include "zeb/runtime/Thread.h"

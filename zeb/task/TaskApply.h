@@ -2,16 +2,29 @@
 
 // Task::ApplyBase: work that is to be done a given time from now, once however often it is asked for until
 // then. A subclass gives the work in Apply_(). Enqueue() starts a timer; when that expires the object goes to
-// the task queue, whose thread calls Apply_().
+// the task queue, whose thread calls Apply_(). For work that is done as often as asked for take a
+// Task::Object.
 //
-// A request that comes ahead of the run is merged with it; one that comes during Apply_() starts anew.
+//   class Writer : public Task::ApplyBase {
+//   public:
+//       Writer(Task::Queue& queue, Mutex& mutex)
+//           : ApplyBase("Writer", queue, mutex, APPLY_EARLIEST, RUN_LOCKED), mutex_(mutex) {}
+//       ~Writer() override {
+//           Mutex::Guard const guard(mutex_);
+//           Cleanup();
+//       }
+//   protected:
+//       void Apply_() override { Write_(); }
+//   };
 //
-// Cancel() waits for an Apply_() that runs, with the mutex held; so one that runs without it must not block
-// on it.
-//
-// The mutex is the owner's, and the caller of Enqueue(), Cancel(), Cleanup(), Activate(), Deactivate() and
-// Left() holds it. Its place is below TASK_QUEUE. Queue and mutex outlive the object, which is cleaned up
-// before it is destroyed.
+// Merging  a request that comes ahead of the run is merged with it; one that comes during Apply_() starts
+// anew. Owns     its timer. Queue, mutex and ident outlive the object. Locks    the mutex is the owner's, and
+// the caller of Enqueue(), Cancel(), Cleanup(), Activate(), Deactivate()
+//          and Left() holds it. Its place is below TASK_QUEUE, for construction and destruction too.
+// Waits    Cancel() and Cleanup() for an Apply_() that runs, with the mutex held; so one that runs without it
+//          must not block on it. Apply_() that takes long tests Thread::SelfInterrupted().
+// Destroy  cleaned up, by the destructor of the derived class, and not in Apply_().
+// Memory   a request takes none. A run that cannot be queued is logged, and tried again each second.
 
 #include "zeb/core/Export.h"
 #include "zeb/core/TimeSpan.h"
@@ -47,7 +60,7 @@ public:
     char const* Ident() const override { return onTaskDone_.Ident().Cstr(); }
     ReturnT Run() override;
 
-    // Nothing happens while it is deactivated.
+    // Nothing happens while it is deactivated. A delay of 0 counts as 1 millisecond.
     void Enqueue(long milliseconds);
 
     // Until the timer expires; zero if none runs.

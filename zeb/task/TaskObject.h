@@ -1,12 +1,16 @@
 #pragma once
 
 // Task::Object: a unit of work for a Task::Queue. A subclass gives the work in Run(), which the thread of the
-// queue calls with the lock of the object held, if it has one. While it runs the reports of that thread go to
-// the status of the object.
+// queue calls with the lock of the object held, if it has one.
 //
-// Run() that takes long tests Thread::SelfInterrupted(), which a cancellation raises.
-//
-// The owner keeps the object until it has run or was cancelled. The id is unique in the process.
+// Owns     a Status: while Run() runs the reports of that thread go there, or to the one that was given. Lock
+//          and status outlive the object. The id is unique in the process.
+// Threads  Run() on that of the queue, the rest on any.
+// Waits    Run() that takes long tests Thread::SelfInterrupted(), which a cancellation raises; Sleep() and
+// the
+//          waits of streams end by it.
+// Destroy  when it has run or was cancelled, not in its own Run(). An event of its end may still be under
+// way.
 
 #include "zeb/core/Export.h"
 #include "zeb/core/ReturnT.h"

@@ -1,16 +1,31 @@
 #pragma once
 
 // Task::Queue: runs tasks one at a time, first in first out, on a thread of its own. Behind each task it
-// raises an Event::TaskDone, with the id of the task, aimed at a delegate of the caller.
+// raises an Event::TaskDone, with the id of the task, aimed at a delegate of the caller. For a call at a
+// given time take a Timer, for work that many ask for and that is done once a Task::ApplyBase.
 //
-// With an idle time the thread is made at the first task, and ends after that time without work. Without one
-// it lives as long as the queue.
+//   Task::Queue queue_{"Downloads", Time::Span(60000), nullptr};
+//   ReturnT const code = queue_.EnqueueTask(onDone_, &download_);      // QUEUED, or in words what is wrong
 //
-// A task that has a lock runs with it held. The thread never blocks on it: it tries every 50 milliseconds,
-// and logs every 30 seconds who holds it. The tasks behind wait.
-//
-// Operations may be called from any thread, tasks included, under locks below TASK_QUEUE. The destructor runs
-// what is still queued, so the owner cancels first what shall not run; it holds no lock that a task needs.
+// Owns     its thread and a clone of each delegate, but no task: an object lives until it has run or was
+//          cancelled. With an idle time the thread is made at the first task, and ends after that time
+//          without work. Without one, or with a negative one, it lives as long as the queue.
+// Task     runs with its lock held, if it has one. The thread never blocks on it: it tries every 50
+//          milliseconds, and logs every 30 seconds who holds it. The tasks behind wait.
+// Threads  any, tasks included. A task may queue itself and others, and cancel: that takes out what is
+// listed,
+//          and does not wait for the caller itself.
+// Waits    a cancellation for the end of a matching task that runs, and the destructor for the end of all
+// that
+//          are listed. The task is asked to end by an interruption; nothing ends the wait but the task.
+// Locks    those held must stand below TASK_QUEUE. Around a cancellation hold none that the task takes, but
+// for
+//          its own; around the destructor none that any listed task needs, its own included.
+// Destroy  anywhere but in one of its own tasks. The destructor runs what is still listed, so the owner
+// cancels
+//          first what shall not run. A queue that its own task destroys is logged; that task is the last one,
+//          and gives no event.
+// Memory   taken for each task by EnqueueTask(), which fails with an Oom code and changes nothing.
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"
@@ -40,7 +55,8 @@ public:
         virtual void Run() = 0;
     };
 
-    // The destructor may be null, and outlives the queue. Failures are logged, and leave Initialized() false.
+    // The destructor may be null, and outlives the queue. Failures are logged, and leave Initialized() false:
+    // such a queue refuses each task with NO_THREAD.
     Queue(CString const& name, Time::Span const& idle, Destructor* destructor);
     ~Queue();
     Queue(Queue const&) = delete;
@@ -49,12 +65,13 @@ public:
     bool Initialized() const { return impl_ != nullptr; }
 
     // The delegate is cloned; its address stands for it in a cancellation. A task can be queued again as soon
-    // as it has left the queue to run. QUEUED; BROKEN; ALREADY_QUEUED; NO_THREAD, and then the next call
-    // tries again to make one; an Oom code.
+    // as its run has begun. QUEUED; BROKEN for a null task or one that is not initialized; ALREADY_QUEUED;
+    // NO_THREAD, and then the next call tries again to make one; an Oom code.
     ReturnT EnqueueTask(Event::BaseDelegate const& delegate, Object* task);
 
     // Takes the task, or all of the delegate if it is null, out of the queue; they give no event. A running
-    // one is interrupted and waited for, unless the caller is the thread of the queue itself.
+    // one is interrupted and waited for, unless the caller is the thread of the queue itself. What other
+    // threads queue meanwhile may stay.
     void CancelTask(Event::BaseDelegate const& delegate, Object const* task);
     void CancelAllTasks(Event::BaseDelegate const& delegate);
 

@@ -1,12 +1,19 @@
 #pragma once
 
-// Timer<T>: a timer that calls a member function of its owner:
+// Timer<T>: a timer that calls a member function of its owner. Its rules are those of TimerBase.h.
 //
 //   class Led {
-//       void Blink_() { blink_.Set(500L); ... }
+//   public:
+//       ~Led() { blink_.Cancel(); }
+//
+//   private:
+//       void Blink_() { blink_.Set(500L); ... }             // with mutex_ held
 //       Mutex mutex_{Mutex::LED_CONTROL};
 //       Timer<Led> const blink_{"Led", this, &Led::Blink_, &mutex_};
 //   };
+//
+// Owns     nothing: name, object and lock outlive the timer. So it is the last member of its class, and goes
+//          ahead of what its callback uses.
 
 #include "zeb/timer/TimerBase.h"
 

@@ -1,18 +1,31 @@
 #pragma once
 
 // TimerBase: calls back once, a delay after Set(), on the thread of a timer queue. Timer.h has the concrete
-// Timer<T>. Queues go by name: the timers that give one name share a queue, whose thread starts with the
-// first of them and ends with the last.
+// Timer<T>, which is what a client takes. For work that may take long post a task from the callback
+// (zeb/task/TaskQueue.h): a callback that stays keeps its whole queue waiting.
 //
-// The callback runs with the lock of the timer held, if it has one. The queue never blocks on that lock: it
-// tries every 50 milliseconds, serves timers that are due earlier meanwhile, and logs every 30 seconds who
-// holds it. Set() in the callback arms the timer anew, which makes a periodic one.
-//
-// Operations may be called from any thread, with the lock of the timer held or not; the locks held must stand
-// below TIMER_QUEUE, for life and death of a timer below TIMER_QUEUE_LIST. The owner cancels a timer that has
-// not expired before it destroys it; one that is still active is logged. It is not destroyed in its callback.
-//
-// A timer whose queue could not be made is logged and not Initialized(); its operations do nothing.
+// Queues   go by name: the timers that give one name share a queue, whose thread starts with the first of
+// them
+//          and ends with the last. A queue serves its timers by deadline, equal ones in the order of Set().
+// Callback runs with the lock of the timer held, if it has one. The queue never blocks on that lock: it tries
+//          every 50 milliseconds, and logs every 30 seconds who holds it; timers that are due earlier than
+//          the one that is tried are served meanwhile, the others wait behind it. Set() in the callback arms
+//          the timer anew, which makes a periodic one; Cancel() in it does not wait.
+// Threads  any. Of a Set() or Cancel() on another thread during the callback nothing is lost: it waits for
+// the
+//          end of the callback, and what that has armed gives way.
+// Waits    Set(), Cancel() and the destructor for a callback in progress, unless they are called from it;
+//          nothing interrupts that wait.
+// Locks    those held must stand below TIMER_QUEUE, and for construction and destruction below
+//          TIMER_QUEUE_LIST. The timer's own lock may be held; hold none of others that its callback takes.
+// Destroy  anywhere but in its own callback, cancelled or expired; one that is still active is logged
+//          ("... timer is still active") and does not call any more. The last timer of a queue is not
+//          destroyed under a lock that another callback of the queue takes: it waits for its thread.
+// Cost     Set() takes time in proportion to the timers of the queue that are due before it: 0.2 microseconds
+//          among 16, 8 among 4,096, 70 among 16,384. Many timers take several queues, or one timer and a list
+//          of their owner.
+// Memory   taken by the first timer of a queue alone. A timer whose queue could not be made is logged and not
+//          Initialized(); its operations do nothing.
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"
@@ -35,12 +48,12 @@ public:
 
     bool Initialized() const { return queue_ != nullptr; }
 
-    // The delay runs from now. An active timer moves to its new deadline. While the callback runs in another
-    // thread this waits for its end first.
+    // The delay runs from now; one that is not positive is due at once. An active timer moves to its new
+    // deadline.
     void Set(Time::Span const& delay) const;
     void Set(long milliseconds) const;
 
-    // When it returns the timer is idle, and no callback runs, unless it is called from that callback.
+    // When it returns the timer is idle, and no callback runs but for the calling one.
     void Cancel() const;
 
 protected:
