@@ -19,8 +19,7 @@
 // Locks    those held must stand below TIMER_QUEUE, and for construction and destruction below
 //          TIMER_QUEUE_LIST. The timer's own lock may be held; hold none of others that its callback takes.
 // Destroy  anywhere but in its own callback, cancelled or expired; one that is still active is logged
-//          ("... timer is still active") and does not call any more. The last timer of a queue is not
-//          destroyed under a lock that another callback of the queue takes: it waits for its thread.
+//          ("... timer is still active") and does not call any more.
 // Cost     Set() takes time in proportion to the timers of the queue that are due before it: 0.2 microseconds
 //          among 16, 8 among 4,096, 70 among 16,384. Many timers take several queues, or one timer and a list
 //          of their owner.
