@@ -27,23 +27,6 @@ using LinesT = LogCapture::LinesT;
 
 constinit Mutex const constantMutex{Mutex::ULTIMATE};
 
-// The locks of the thread of that name as "NAME STATE", the first one taken first.
-std::string LocksOf(CString const& name, bool* complete = nullptr) {
-    AutoPVector<Thread::State, StdDeleter> states;
-    EXPECT_EQ(Thread::GetStates(states), 0x00220190u);
-    std::string locks;
-    for (unsigned long i = 0; i < states.Size(); ++i) {
-        if (!(states[i]->Name() == name)) continue;
-        if (complete) *complete = states[i]->LockListComplete();
-        for (Thread::Lock const& lock : states[i]->Locks()) {
-            locks += std::string(locks.empty() ? "" : ", ") + Mutex::PrecedenceName(lock.Precedence()) + " " +
-                     lock.State().Cstr();
-            EXPECT_EQ(lock.Since().Cstr()[0] == '\0', &lock.State() == &Thread::Lock::RELEASED);
-        }
-    }
-    return locks;
-}
-
 // Runs operations on the locks a (CACHE), c and d (CORE) and m (MODE): L Lock, T TryLock, l and t the same
 // without success, U Unlock, w and v Wait without success (for ever, 5 ms), S Signal, B Broadcast; and, of
 // the monitor, P and p push (acquired, released), Q and q pop, A acquired, W and F wait started and finished.

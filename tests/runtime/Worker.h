@@ -49,6 +49,23 @@ inline bool Await(std::function<bool()> const& happened) {
     return happened();
 }
 
+// The locks of the thread of that name as "NAME STATE", the first one taken first.
+inline std::string LocksOf(CString const& name, bool* complete = nullptr) {
+    AutoPVector<Thread::State, StdDeleter> states;
+    EXPECT_EQ(Thread::GetStates(states), 0x00220190u);
+    std::string locks;
+    for (unsigned long i = 0; i < states.Size(); ++i) {
+        if (!(states[i]->Name() == name)) continue;
+        if (complete) *complete = states[i]->LockListComplete();
+        for (Thread::Lock const& lock : states[i]->Locks()) {
+            locks += std::string(locks.empty() ? "" : ", ") + Mutex::PrecedenceName(lock.Precedence()) + " " +
+                     lock.State().Cstr();
+            EXPECT_EQ(lock.Since().Cstr()[0] == '\0', &lock.State() == &Thread::Lock::RELEASED);
+        }
+    }
+    return locks;
+}
+
 // Somebody polls for a lock that this thread holds, and logs that when the wait has reached 30 and 60
 // seconds.
 inline void ExpectWaitLines(Clock& clock, LogCapture& log, std::string const& text) {
