@@ -13,24 +13,34 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <tuple>
+#include <vector>
 
 namespace {
 
 // Code, ident, message.
 using Report = std::tuple<uint32_t, std::string, std::string>;
 
-Report Read(Status const& status) {
+// All of the same report.
+Report Take(Status const& status, bool& noMessage) {
     ReturnT code;
-    bool noMessage = false;
     RString<128> ident;
     RString<1024> message;
     status.Get(&code, &noMessage, &ident, &message);
-    EXPECT_TRUE(noMessage == status.NoMessage() && code == status.Code() &&
-                status.IsDefined() == (code != 0));
     return {code, ident.Cstr(), noMessage ? "(none)" : message.Cstr()};
+}
+
+Report Read(Status const& status) {
+    bool noMessage = false;
+    Report const report = Take(status, noMessage);
+    uint32_t const code = status.Code();
+    EXPECT_EQ(std::tuple(noMessage, std::get<0>(report), code != 0),
+              std::tuple(status.NoMessage(), code, status.IsDefined()));
+    return report;
 }
 
 std::string const LONG(1017, 'm');
@@ -67,6 +77,28 @@ TEST(Status, KeepsTheLastReportAndCutsALongMessage) {
     status.Reset();
     EXPECT_EQ(Read(status), (Report{0, "", "(none)"}));
     EXPECT_EQ(Read(other), Read(Status::UNDEFINED));
+}
+
+TEST(Status, IsSharedByThreads) {
+    Status status;
+    std::atomic<bool> ended = false;
+    std::vector<std::thread> writers;
+    for (char const letter : {'a', 'b'}) {
+        writers.emplace_back([&, letter] {
+            for (uint32_t size = 1; !ended; size = size % 700 + 1)
+                status.Set(size, std::string(size % 100, letter).c_str(), std::string(size, letter).c_str());
+        });
+    }
+    for (int i = 0; i < 3000; ++i) {
+        bool none;
+        auto const [code, ident, message] = Take(status, none);
+        char const letter = message[0];
+        ASSERT_EQ(message, none ? "(none)" : std::string(code, letter));
+        ASSERT_EQ(ident, std::string(code % 100, letter));
+    }
+    ended = true;
+    for (std::thread& writer : writers)
+        writer.join();
 }
 
 TEST(Status, HasAnXmlAndAJsonFormWhichReportExhaustedMemory) {
