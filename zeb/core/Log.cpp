@@ -111,6 +111,8 @@ void Log::ConsoleMode() {
     Impl_::SetConsole();
 }
 
+bool Log::IsConsole() { return Impl_::IsConsole(); }
+
 void Log::Close() { closelog(); }
 
 char const* Log::L10n(char const* text) { return text; }

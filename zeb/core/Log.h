@@ -91,6 +91,7 @@ public:
 
     // From here on the statements of all threads print to standard output, which loses its buffering.
     static void ConsoleMode();
+    static bool IsConsole();
 
     // Closes syslog.
     static void Close();

@@ -139,6 +139,8 @@ void Log::Impl_::Leave() { --storage_.live; }
 
 void Log::Impl_::SetConsole() { defaultFlags_.fetch_or(CONSOLE, std::memory_order_relaxed); }
 
+bool Log::Impl_::IsConsole() { return (defaultFlags_.load(std::memory_order_relaxed) & CONSOLE) != 0; }
+
 void Log::Impl_::Reset(LevelT level, char const* ident, char const* name, char const* format) {
     level_ = level;
     ident_ = ident ? ident : "";

@@ -125,6 +125,7 @@ public:
     static void Leave();
 
     static void SetConsole();
+    static bool IsConsole();
 
     void Reset(LevelT level, char const* ident, char const* name, char const* format);
     // The text ends at its first NUL.
