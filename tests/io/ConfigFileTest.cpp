@@ -34,7 +34,7 @@ TEST_F(ConfigFileTest, FailuresOnTheWayLeaveTheTarget) {
         std::string left, line; // in the folder when Close has returned, and in the log
     } const rows[] = {
         {SysCall::write, ENOSPC, "target target~",
-         "E Io::ConfigFile: unable to write data: no space left on device.\n"},
+         "E Io::ConfigFile: \"@~\": unable to write data: no space left on device.\n"},
         {SysCall::close, EIO, "target", "C Io::ConfigFile: unable to close \"@~\": input/output error.\n"},
         {SysCall::rename, EPERM, "target",
          "C Io::ConfigFile: unable to replace \"@\": operation not permitted.\n"},

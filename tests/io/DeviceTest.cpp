@@ -1,15 +1,26 @@
 #include "zeb/io/Device.h"
+#include "tests/io/Ends.h"
 #include "tests/io/Transports.h"
 #include "workbench/Child.h"
+#include "workbench/TempDir.h"
+#include "zeb/io/PollableFile.h"
 #include "zeb/io/StdStream.h"
 
 #include <fcntl.h>
 #include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 TEST(Device, TalksInBothDirectionsAtOnce) {
+    Io::PollableFile other("/dev/zero", O_RDONLY);
+    Io::Device alias("/absent");
+    alias.Attach(&other); // of another kind
+    EXPECT_TRUE(alias.IsOpened() && alias.GetChar() == 0 && alias.ObjIReady() && alias.PathName().Empty());
+    EXPECT_FALSE(alias.Close() || other.Ok());
+
     int master = -1, slave = -1;
     char path[64], answer[16] = {};
     termios raw = {};
@@ -23,6 +34,80 @@ TEST(Device, TalksInBothDirectionsAtOnce) {
     EXPECT_TRUE(device.ReadLine(second) && !device.ObjIReady());
     EXPECT_EQ(Text(first) + Text(second), "firstsecond");
     EXPECT_EQ(close(master) + close(slave), 0);
+}
+
+// A FIFO that nobody reads.
+struct Fifo {
+    ~Fifo() { close(fd); }
+
+    TempDir dir;
+    std::string const path = dir / "fifo";
+    int const fd = mkfifo(path.c_str(), 0600) == 0 ? open(path.c_str(), O_RDWR) : -1;
+};
+
+// What the end of `stream` in an interrupted thread logs.
+template<class S, class... A>
+std::string EndInterrupted(A const&... arguments) {
+    LogCapture log;
+    Worker worker([&] {
+        S stream(arguments...);
+        stream << "pending";
+        while (!Thread::SelfInterrupted())
+            Clock::RealPause(1);
+    });
+    EXPECT_EQ(worker.Start(), Thread::STARTED);
+    worker.Interrupt();
+    EXPECT_TRUE(worker.Stop());
+    return Logged(log, "no path");
+}
+
+// Output ends by time, and the end of an object waits for a second at most.
+template<class S, class... A>
+void ExpectNoHang(Fifo const& fifo, A const&... arguments) {
+    std::string all(65536, 0);
+    int arrived = 0;
+    while (ioctl(fifo.fd, FIONREAD, &arrived) == 0 && arrived > 0)
+        EXPECT_GT(read(fifo.fd, all.data(), all.size()), 0);
+    EXPECT_EQ(EndInterrupted<S>(arguments...), "");
+    EXPECT_TRUE(ioctl(fifo.fd, FIONREAD, &arrived) == 0 && arrived == 7); // what goes at once does
+    std::string const large(200000, 'x');
+    for (int const limit : {500, -1, 200}) {
+        LogCapture log;
+        Clock const clock(Clock::ModeT::AUTO);
+        {
+            S stream(arguments...);
+            stream.SetTimeout(limit);
+            stream << (limit == 500 ? large.c_str() : "pending");
+            EXPECT_EQ(stream.CurrentState(), limit == 500 ? Stateful::STATE_TIMEOUT : Stateful::STATE_OK);
+        }
+        EXPECT_NEAR(clock.Moved(), limit < 0 ? 1000e6 : limit * 1e6, 2e6);
+        EXPECT_EQ(log.Count(": 7 bytes of pending output are lost: operation timeout."),
+                  limit == 500 ? 0u : 1u);
+    }
+    EXPECT_TRUE(EndInterrupted<S>(arguments...)
+                    .ends_with("7 bytes of pending output are lost: operation interrupted.\n"));
+}
+
+TEST(Pollables, AStuckReaderHangsNeitherAWriteNorTheEnd) {
+    Fifo const fifo;
+    char const* const path = fifo.path.c_str();
+    AutoPtr<ThreadMain> const main(ThreadMain::New("io_test"));
+    for (unsigned long const block : {16UL, 65536UL}) {
+        ExpectNoHang<Io::Device>(fifo, path, O_RDWR, Io::EOL_LF, block);
+        ExpectNoHang<Io::PollableFile>(fifo, path, O_RDWR, Io::EOL_LF, block, Log::VERBOSE_ON);
+    }
+    Child const child = Child::Run(
+        [&] {
+            EXPECT_TRUE(dup2(fifo.fd, 1) == 1 && dup2(fifo.fd, 2) == 2);
+            ExpectNoHang<Io::StdErr>(fifo);
+            ExpectNoHang<Io::StdOut>(fifo);
+            Log::ConsoleMode(); // then the line about it would wait in its turn
+            Io::StdOut out;
+            out.SetTimeout(20);
+            out << "pending";
+        },
+        8000);
+    EXPECT_EQ(child.ExitCode(), 0) << child;
 }
 
 // Echoes the lines of its standard input.

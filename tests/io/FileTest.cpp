@@ -21,16 +21,25 @@ using Opened = testing::Types<Io::File, Io::PollableFile, Io::Device>;
 TYPED_TEST_SUITE(OpenedTest, Opened);
 
 TYPED_TEST(OpenedTest, OpensAndClosesAgainOnOneObject) {
-    TypeParam file(this->path.c_str());
-    for (int const flags : {O_RDWR, O_WRONLY, O_RDONLY}) {
-        Heap heap;
-        EXPECT_TRUE(file.Open(flags) && file.IsOpened());
-        EXPECT_FALSE(file.Open(O_RDONLY) || file.Eos());
-        EXPECT_EQ(uint32_t{file.Mode()}, static_cast<uint32_t>(flags) + 1); // read 1, write 2, both 3
-        EXPECT_TRUE((flags == O_WRONLY || Rest(file) == "text") && file.Close() && !file.IsOpened());
-        EXPECT_EQ(heap.Live(), 0u) << heap.Describe(); // a closed file costs no memory
+    TypeParam file(this->path.c_str()), alias("/absent");
+    alias.Attach(&file);
+    for (TypeParam* const stream : {&file, &alias}) {
+        for (int const flags : {O_RDWR, O_WRONLY, O_RDONLY}) {
+            Heap heap;
+            EXPECT_TRUE(stream->Open(flags) && alias.IsOpened() && file.IsOpened());
+            EXPECT_FALSE(stream->Open(O_RDONLY) || stream->Eos());
+            EXPECT_EQ(uint32_t{stream->Mode()}, static_cast<uint32_t>(flags) + 1); // read 1, write 2, both 3
+            if (flags == O_WRONLY) *stream << "next"; // goes out when it is closed
+            EXPECT_TRUE((flags != O_RDONLY || Rest(file) == "next") && stream->Close() && !alias.IsOpened());
+            EXPECT_EQ(heap.Live(), 0u) << heap.Describe(); // a closed file costs no memory
+        }
     }
-    EXPECT_FALSE(file.GetChar() != 256 || file.Open(O_RDONLY)); // a failed object stays failed
+    EXPECT_EQ(Text(alias.PathName()), this->path);
+    EXPECT_FALSE(file.GetChar() != 256 || alias.Open(O_RDONLY)); // a failed object stays failed
+    auto root = std::make_unique<TypeParam>("/absent");
+    TypeParam orphan(this->path.c_str(), O_RDONLY); // ends behind its root
+    orphan.Attach(root.get());
+    root.reset();
     TypeParam broken("/absent", O_RDONLY), failed("/absent");
     EXPECT_FALSE(failed.Open(O_RDONLY) || broken.Initialized() || !failed.Initialized());
     EXPECT_EQ(broken.SysError() + failed.SysError(), 2 * ENOENT);
@@ -46,8 +55,8 @@ TYPED_TEST(OpenedTest, SurvivesLackOfMemory) {
         EXPECT_TRUE(opened == !heap.Fired() && file.IsOpened() == opened && file.Ok() == opened);
         EXPECT_EQ(file.Initialized(), file.PathName().Size() > 0);
         bool const early = !file.Initialized() || this->ident == "Io::Device"; // else the block is missing
-        std::string const line =
-            early ? ": \"@\": out of memory [0xcffe****].\n" : "Stream: no memory to allocate a buffer.\n";
+        std::string const line = early ? ": \"@\": out of memory [0xcffe****].\n"
+                                       : "Stream: \"@\": no memory to allocate a buffer.\n";
         EXPECT_EQ(Logged(this->log, this->path), opened ? "" : (early ? "C " : "E ") + this->ident + line);
     });
 }
@@ -90,9 +99,9 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
         {SysCall::ioctl, [](F& f) { return f.Ioctl(0, nullptr, Log::VERBOSE_ON); }, "ioctl error for"},
         {SysCall::close, [](F& f) { return f.Close() || f.IsOpened(); },
          ": \"@\": unable to close descriptor -1"},
-        {SysCall::read, [](F& f) { return f.GetChar() != 256; }, ": unable to read data"},
+        {SysCall::read, [](F& f) { return f.GetChar() != 256; }, ": \"@\": unable to read data"},
         {SysCall::write, [](F& f) { return f.PutChar('x') && (f.Close() || f.IsOpened()); },
-         ": unable to write data"}};
+         ": \"@\": unable to write data"}};
     for (auto const& row : rows) {
         for (Log::VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
             F file(this->path.c_str(), O_RDWR, Io::EOL_LF, 16, verbose);

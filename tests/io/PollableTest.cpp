@@ -2,6 +2,9 @@
 #include "tests/io/Ends.h"
 #include "zeb/io/PollableDgram.h"
 
+#include <pty.h>
+#include <sys/ioctl.h>
+
 namespace {
 
 using Io::MODE_PRIORITY, Io::MODE_READ, Io::MODE_READ_WRITE, Io::MODE_WRITE, Io::ModeT, Io::Pollable;
@@ -58,15 +61,40 @@ TEST_F(PollableTest, SlicesTheTimeAndRepeatsAnInterruptedPoll) {
     EXPECT_EQ(log_.Take(), Lines{"E Pollable: unable to poll: not enough space."});
 }
 
-TEST_F(PollableTest, HangUpWakesAndAnErrorIsRecorded) {
+// Waits twice, and tells how many polls the second wait made: none when the flag of the first stands.
+unsigned long Again(Pollable& object, ModeT first, ModeT second) {
+    EXPECT_EQ(WaitFor(object, first, 0), READY);
+    Calls const calls;
+    EXPECT_EQ(WaitFor(object, second, 0), READY);
+    return calls.Count(SysCall::poll);
+}
+
+TEST_F(PollableTest, HangUpWakesWhoAskedAndAnErrorIsRecorded) {
     int pipes[4];
     ASSERT_EQ(pipe(pipes) + pipe(pipes + 2), 0);
     EXPECT_EQ(close(pipes[1]) + close(pipes[2]), 0);
-    End reader(pipes[0], MODE_READ), writer(pipes[3]);
-    EXPECT_EQ(WaitFor(reader, MODE_READ, -1), READY);
+    End reader(pipes[0]), writer(pipes[3]);
+    EXPECT_EQ(Again(reader, MODE_WRITE, MODE_WRITE), 0u);
+    EXPECT_EQ(Again(reader, MODE_WRITE, MODE_READ), 1u);
+    EXPECT_EQ(Again(reader, MODE_READ, MODE_READ), 0u);
     EXPECT_EQ(WaitFor(writer, MODE_PRIORITY, -1), READY) << "POLLERR alone";
     EXPECT_TRUE(reader.Ok() && writer.CurrentState() == Stateful::STATE_FAILED);
     EXPECT_EQ(close(pipes[0]) + close(pipes[3]), 0);
+}
+
+TEST_F(PollableTest, PriorityStandsUntilInputIsTakenAndAnAliasWaitsOnTheRoot) {
+    int master = -1, slave = -1, on = 1;
+    ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr) + ioctl(master, TIOCPKT, &on), 0);
+    End end(master), own(-1);
+    Pollable alias(end, "Alias", own.fd, own.mode);
+    alias.SetTimeout(5);
+    EXPECT_EQ(end.Timeout() + own.Timeout(), 4);
+    Io::PollableBase waiting(end.file, alias, "T");
+    EXPECT_EQ(tcflush(slave, TCIFLUSH), 0); // the other end of the terminal is told
+    EXPECT_EQ(Again(alias, MODE_PRIORITY, MODE_PRIORITY), 0u);
+    EXPECT_TRUE(waiting.SysRead(data_, 16, done_) && done_ == 1);
+    EXPECT_EQ(WaitFor(alias, MODE_PRIORITY, 0), TIMED_OUT);
+    EXPECT_EQ(close(master) + close(slave), 0);
 }
 
 TEST_F(PollableTest, InterruptionEndsAWaitWithDataOrWithout) {

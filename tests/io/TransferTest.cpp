@@ -1,6 +1,7 @@
 #include "tests/io/Ends.h"
 
 #include <fcntl.h>
+#include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 
@@ -145,10 +146,32 @@ TEST_F(TlsTest, WaitInsideATransferEndsByInterruptionTimeOrTheEndOfTheStream) {
     EXPECT_TRUE(SSL_shutdown(server_) >= 0 && end_.socket.SysRead(data_, 16, done_) && end_.socket.Eos());
 }
 
-TEST_F(TlsTest, GarbageFails) {
+TEST_F(TlsTest, GarbageFailsAndASystemErrorOfTheQueueCounts) {
     Send("this is not a record of any version");
     EXPECT_FALSE(end_.socket.SysRead(data_, 16, done_));
     EXPECT_EQ(log_.Count("E Object: SSL read failed (0x"), 1u);
+    static int queued; // what a transport below the TLS layer puts there, beside its errno
+    BIO_METHOD* const method = BIO_meth_new(BIO_TYPE_SOURCE_SINK, "failing");
+    BIO_meth_set_read(method, [](BIO*, char*, int) {
+        if (queued != 0) ERR_raise(ERR_LIB_SYS, queued);
+        return errno = EIO, -1;
+    });
+    BIO_meth_set_ctrl(method, [](BIO*, int, long, void*) { return 0L; });
+    for (int const error : {0, EACCES, ECONNRESET}) {
+        End end(pair_[0]);
+        SSL* const ssl = SSL_new(context_);
+        SSL_set_connect_state(ssl);
+        BIO* const in = BIO_new(method);
+        BIO_set_init(in, 1);
+        SSL_set_bio(ssl, in, BIO_new(BIO_s_null()));
+        end.socket.SslSet(ssl, false);
+        queued = error;
+        EXPECT_FALSE(end.socket.SysRead(data_, 16, done_));
+        EXPECT_EQ(end.CurrentState(), error == ECONNRESET ? Stateful::STATE_RESET : Stateful::STATE_FAILED);
+        EXPECT_EQ(end.SysError(), error == ECONNRESET ? 0 : error == 0 ? EIO : error);
+        SSL_free(ssl);
+    }
+    BIO_meth_free(method);
 }
 
 } // namespace

@@ -76,9 +76,15 @@ TEST(StringStream, FailsWhenClosedBrokenOrNotOpenForWritingAndThroughAnAlias) {
         plain.Attach(&reader);
         EXPECT_EQ(use(plain), &use >= EVERYTHING + 3); // those that do not write
     }
-    StringStream kept("kept");
+    StringStream kept("kept"), alias("own");
     EXPECT_FALSE(kept.CopyFrom(SeekableStream::Broken()));
-    EXPECT_EQ(Text(kept.Str()), "kept");
+    kept.ClearState_();
+    alias.Attach(&kept);
+    EXPECT_EQ(Text(alias.Str()), "kept");
+    alias.Clear();
+    EXPECT_EQ(kept.Str().Size(), 0u);
+    alias.Attach(&SeekableStream::Broken()); // of another kind
+    EXPECT_EQ(Text(alias.Str()), "own");
     ForEveryAllocation([](Heap& heap) {
         heap.Arm();
         StringStream stream("text");

@@ -28,7 +28,7 @@ void Report(char const* message, CString const& path, int error, Log::VerboseT v
 ConfigFile::ConfigFile(CString const& path, EndOfLineT eol, unsigned long bufferSize, Log::VerboseT verbose)
     : OStream(buffer_, eol_)
     , verbose_(verbose)
-    , base_(fd_, mode_, verbose_, IDENT, *this)
+    , base_(fd_, mode_, verbose_, IDENT, *this, &tempPath_)
     , buffer_(base_, *this)
     , eol_(eol) {
     if (!Prepare_(path, bufferSize)) {

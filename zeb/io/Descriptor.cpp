@@ -39,7 +39,7 @@ int Descriptor::Open(char const* path, int flags, unsigned int permissions, char
                      Log::VerboseT verbose, int* err) {
     Outcome_ outcome(verbose, err);
     int const fd = open(path, flags | O_CLOEXEC, permissions);
-    if (fd >= 0) return Ready_(fd, mode, ident, verbose, err);
+    if (fd >= 0) return Ready_(fd, mode, ident, path, verbose, err);
     int const error = outcome.Take();
     Log(Log::ERROR, ident, nullptr, "unable to open \"%1\": %2")
         << path << ErrorString(error) << outcome.Volume();
@@ -50,7 +50,7 @@ int Descriptor::Create(int domain, int type, int protocol, char const* ident, Mo
                        Log::VerboseT verbose, int* err) {
     Outcome_ outcome(verbose, err);
     int const fd = socket(domain, type | SOCK_CLOEXEC, protocol);
-    if (fd >= 0) return Ready_(fd, mode, ident, verbose, err);
+    if (fd >= 0) return Ready_(fd, mode, ident, nullptr, verbose, err);
     int const error = outcome.Take();
     Log(Log::ERROR, ident, nullptr, "unable to create a socket: %1")
         << ErrorString(error) << outcome.Volume();
@@ -58,10 +58,11 @@ int Descriptor::Create(int domain, int type, int protocol, char const* ident, Mo
 }
 
 // A new descriptor in its mode, or closed again.
-int Descriptor::Ready_(int fd, Mode mode, char const* ident, Log::VerboseT verbose, int* err) {
-    if (SetNonblocked_(fd, mode, ident, verbose, err)) return fd;
+int Descriptor::Ready_(int fd, Mode mode, char const* ident, char const* context, Log::VerboseT verbose,
+                       int* err) {
+    if (SetNonblocked_(fd, mode, ident, context, verbose, err)) return fd;
     // The error to tell is the one above.
-    (void)Close(fd, ident, nullptr, Log::VERBOSE_OFF, nullptr);
+    (void)Close(fd, ident, context, Log::VERBOSE_OFF, nullptr);
     return -1;
 }
 
@@ -75,8 +76,8 @@ bool Descriptor::CreatePair(int* pair, char const* ident, int type, Mode mode, L
             << ErrorString(error) << outcome.Volume();
         return false;
     }
-    if (SetNonblocked_(pair[0], mode, ident, verbose, err) &&
-        SetNonblocked_(pair[1], mode, ident, verbose, err))
+    if (SetNonblocked_(pair[0], mode, ident, nullptr, verbose, err) &&
+        SetNonblocked_(pair[1], mode, ident, nullptr, verbose, err))
         return true;
     // The error to tell is the one above.
     (void)Close(pair[0], ident, nullptr, Log::VERBOSE_OFF, nullptr);
@@ -95,22 +96,23 @@ bool Descriptor::CreatePipe(int* pair, char const* ident, char const* context, L
 }
 
 bool Descriptor::SetNonblocked(int fd, char const* ident, Log::VerboseT verbose, int* err) {
-    return SetNonblocked_(fd, NONBLOCKING, ident, verbose, err);
+    return SetNonblocked_(fd, NONBLOCKING, ident, nullptr, verbose, err);
 }
 
-bool Descriptor::SetNonblocked_(int fd, Mode mode, char const* ident, Log::VerboseT verbose, int* err) {
+bool Descriptor::SetNonblocked_(int fd, Mode mode, char const* ident, char const* context,
+                                Log::VerboseT verbose, int* err) {
     Outcome_ outcome(verbose, err);
     if (mode != NONBLOCKING) return true;
     int const flags = fcntl(fd, F_GETFL);
     if (flags < 0) {
         int const error = outcome.Take();
-        Log(Log::CRITICAL, ident, nullptr, "unable to get descriptor flags: %1")
+        Log(Log::CRITICAL, ident, context, "unable to get descriptor flags: %1")
             << ErrorString(error) << outcome.Volume();
         return false;
     }
     if (fcntl(fd, F_SETFL, flags | O_NONBLOCK) < 0) {
         int const error = outcome.Take();
-        Log(Log::CRITICAL, ident, nullptr, "unable to set descriptor flags: %1")
+        Log(Log::CRITICAL, ident, context, "unable to set descriptor flags: %1")
             << ErrorString(error) << outcome.Volume();
         return false;
     }

@@ -22,18 +22,18 @@ public:
     enum Mode : int { BLOCKING = 1, NONBLOCKING = 2 };
 
     // Give the descriptor or -1.
-    static int Open(char const* path, int flags, unsigned int permissions, char const* ident, Mode mode,
-                    Log::VerboseT verbose, int* err);
-    static int Create(int domain, int type, int protocol, char const* ident, Mode mode, Log::VerboseT verbose,
-                      int* err);
+    [[nodiscard]] static int Open(char const* path, int flags, unsigned int permissions, char const* ident,
+                                  Mode mode, Log::VerboseT verbose, int* err);
+    [[nodiscard]] static int Create(int domain, int type, int protocol, char const* ident, Mode mode,
+                                    Log::VerboseT verbose, int* err);
 
     // Give two descriptors; both are -1 on failure.
-    static bool CreatePair(int* pair, char const* ident, int type, Mode mode, Log::VerboseT verbose,
-                           int* err);
-    static bool CreatePipe(int* pair, char const* ident, char const* context, Log::VerboseT verbose,
-                           int* err);
+    [[nodiscard]] static bool CreatePair(int* pair, char const* ident, int type, Mode mode,
+                                         Log::VerboseT verbose, int* err);
+    [[nodiscard]] static bool CreatePipe(int* pair, char const* ident, char const* context,
+                                         Log::VerboseT verbose, int* err);
 
-    static bool SetNonblocked(int fd, char const* ident, Log::VerboseT verbose, int* err);
+    [[nodiscard]] static bool SetNonblocked(int fd, char const* ident, Log::VerboseT verbose, int* err);
 
     // `keep` names the direction of a socket that stays open.
     static bool Shutdown(int fd, ModeT keep, char const* ident, char const* context, Log::VerboseT verbose,
@@ -45,14 +45,16 @@ public:
 
     // Waits until a path can be opened, trying every 10 ms; false at the time-out or when the thread is
     // interrupted.
-    static bool Wait(CString const& path, Time::Span const& timeout, int flags, char const* ident,
-                     char const* context);
+    [[nodiscard]] static bool Wait(CString const& path, Time::Span const& timeout, int flags,
+                                   char const* ident, char const* context);
 
     class CloseGuard;
 
 private:
-    static bool SetNonblocked_(int fd, Mode mode, char const* ident, Log::VerboseT verbose, int* err);
-    static int Ready_(int fd, Mode mode, char const* ident, Log::VerboseT verbose, int* err);
+    static bool SetNonblocked_(int fd, Mode mode, char const* ident, char const* context,
+                               Log::VerboseT verbose, int* err);
+    static int Ready_(int fd, Mode mode, char const* ident, char const* context, Log::VerboseT verbose,
+                      int* err);
 };
 
 // Closes a descriptor at the end of a scope, and logs when that fails. Refers to a variable of the owner.
@@ -68,7 +70,7 @@ public:
 
     bool FdValid() const { return fd_ >= 0 && !released_; }
     // Gives the descriptor up to the caller; -1 if that was done before.
-    int Release();
+    [[nodiscard]] int Release();
     // Closes now, if there is something to close.
     void Reset();
 

@@ -13,8 +13,8 @@ constexpr unsigned int PERMISSIONS = 0644;
 Device::Device(CString const& path, EndOfLineT eol, unsigned long bufferSize)
     : Stream(input_, output_, eol_, mode_)
     , PollableStream(*this, IDENT, fd_, mode_, input_, output_, eol_)
-    , base_(fd_, mode_, verbose_, IDENT, *this)
-    , pollableBase_(base_, *this, IDENT)
+    , base_(fd_, mode_, verbose_, IDENT, *this, &path_)
+    , pollableBase_(base_, *this, IDENT, PollableBase::BlockLimit(bufferSize))
     , eol_(eol)
     , input_(pollableBase_, *this)
     , output_(pollableBase_, *this)
@@ -30,12 +30,37 @@ Device::Device(CString const& path, int flags, EndOfLineT eol, unsigned long buf
 }
 
 Device::~Device() {
+    if (fd_ == -1) return;
+    // What this object was attached to may be gone.
+    Attach(this);
+    pollableBase_.Finish(output_, path_.Cstr());
     // The object ends; a failure was logged.
-    if (IsOpened()) (void)Close();
+    (void)Close_();
 }
 
+Device* Device::DeviceRoot_() const { return dynamic_cast<Device*>(PollableRoot_()); }
+
 bool Device::Open(int flags) {
-    if (!Ok() || IsOpened()) return false;
+    Device* const root = DeviceRoot_();
+    return root != nullptr ? root->Open_(flags) : Fail(STATE_FAILED);
+}
+
+bool Device::Close() {
+    Device* const root = DeviceRoot_();
+    return root != nullptr ? root->Close_() : Fail(STATE_FAILED);
+}
+
+CString const& Device::PathName() const {
+    Device const* const root = DeviceRoot_();
+    return root != nullptr ? root->path_ : CString::Nil();
+}
+
+void Device::SetMode_(int flags) {
+    if (Device* const root = DeviceRoot_()) root->mode_ = ModeOfFlags(flags);
+}
+
+bool Device::Open_(int flags) {
+    if (!Ok() || fd_ != -1) return false;
     int error = 0;
     fd_ = Descriptor::Open(path_.Cstr(), flags, PERMISSIONS, IDENT, Descriptor::BLOCKING, verbose_, &error);
     if (fd_ < 0) {
@@ -43,7 +68,7 @@ bool Device::Open(int flags) {
         return false;
     }
     // The blocks follow the mode, which is that of a descriptor that was opened.
-    SetMode_(flags);
+    mode_ = ModeOfFlags(flags);
     if (!memory_.Allocate()) {
         Log(Log::CRITICAL, IDENT, path_.Cstr(), "").Oom(ReturnT::Oom());
         // The state tells of the memory.
@@ -54,7 +79,7 @@ bool Device::Open(int flags) {
     return true;
 }
 
-bool Device::Close() {
+bool Device::Close_() {
     // What the flush gives is in the state, which is the result; the rest is released all the same.
     (void)output_.Flush();
     memory_.Free();
@@ -65,6 +90,6 @@ bool Device::Close() {
     return Ok();
 }
 
-bool Device::ObjIReady() const { return input_.GCount() > 0; }
+bool Device::ObjIReady() const { return InBuffer().GCount() > 0; }
 
 } // namespace Io

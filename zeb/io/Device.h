@@ -1,7 +1,28 @@
 #pragma once
 
-// A character device or other special file, waited for in both directions (see Pollable): input and output
-// have blocks of their own. The destructor flushes and closes what is open.
+// A character device or other special file without a position, waited for in both directions (see Pollable):
+// input and output have blocks of their own, so that a question may be written while answers lie unread. For
+// a regular file take File; for one that is seeked in and waited for, PollableFile.
+//
+//   Io::Device port("/dev/ttyS1", O_RDWR | O_NOCTTY, Io::EOL_ANY_CRLF);
+//   port.SetTimeout(2000);
+//   port << "AT" << Io::Endl;
+//   if (port.Flush() && port.ReadLine(answer)) ...
+//
+// Owns       descriptor and blocks while open, and the path
+// Threads    one
+// Waits      each transfer, and Close(), which flushes, as long as SetTimeout says; an interruption of the
+// thread
+//            ends them. A write to a terminal that stops its output midway is held by the kernel: open with
+//            O_NONBLOCK where that may happen
+// Destroy    anywhere; what is open is flushed for a second at most (PollableBase::Finish) and closed. Output
+// that
+//            is lost is told in the log: Close() ahead of it where the answer counts
+// Alias      Attach() makes all operations work on the root. On the root of another kind Open() and Close()
+// fail
+//            with STATE_FAILED, and there is no path
+// Failure    by state, and in the log with the path
+// Memory     the blocks are taken by Open(), the path at construction
 
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"
@@ -27,20 +48,24 @@ public:
 
     // False, with the state left good, when the device is open already. A direction that the flags leave out
     // has no block: using it fails with STATE_FAILED.
-    bool Open(int flags);
+    [[nodiscard]] bool Open(int flags);
     // Flushes and closes, also after a failure; true while the state is good.
     bool Close();
 
-    bool IsOpened() const { return fd_ != -1; }
-    CString const& PathName() const { return path_; }
+    bool IsOpened() const { return Fd_() != -1; }
+    CString const& PathName() const;
 
     // Takes the mode from open flags.
-    void SetMode_(int flags) { mode_ = ModeOfFlags(flags); }
+    void SetMode_(int flags);
 
     // Unread bytes in the input buffer.
     bool ObjIReady() const override;
 
 private:
+    Device* DeviceRoot_() const; // null when the root is of another kind
+    bool Open_(int flags);
+    bool Close_();
+
     Log::VerboseT verbose_ = Log::VERBOSE_ON;
     ModeT mode_ = MODE_READ_WRITE;
     int fd_ = -1;

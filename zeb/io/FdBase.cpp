@@ -1,36 +1,26 @@
 #include "zeb/io/FdBase.h"
 
 #include "zeb/core/ErrorString.h"
+#include "zeb/io/SysRetryImpl.h"
 
 #include <cerrno>
 #include <unistd.h>
 
 namespace Io {
 
-namespace {
-
-// Frames to leave out: with all of them none is printed.
-constexpr unsigned long NO_BACKTRACE = ~0UL;
-
-bool IsTransient(int error) { return error == EINTR || error == EAGAIN; }
-bool IsReset(int error) { return error == EPIPE || error == ECONNRESET; }
-
-} // namespace
-
-bool FdBase::Fail_(Stateful::StateT state) {
-    State_().SetState(state);
-    return false;
-}
-
-// After a transient error: waits for the next try, or gives up behind the last.
-bool FdBase::PauseAfter_(int tries, char const* interrupted) {
-    if (tries < RETRY_COUNT) {
-        RetryPause_();
-        return true;
+// Whether a transfer that failed is to be tried again; if not, the failure is recorded and logged.
+bool FdBase::Again_(SysRetry& retry, int error, ModeT direction) {
+    bool const reading = direction == MODE_READ;
+    SysRetry::VerdictT const verdict = retry.Take(error, State_());
+    if (verdict == SysRetry::INTERRUPTED) {
+        Log(Log::ERROR, ident_, Name_(), reading ? "read call interrupted" : "write call interrupted")
+            << Volume_();
     }
-    State_().SetSysError_(EINTR);
-    Log(Log::ERROR, ident_, nullptr, interrupted) << Volume_();
-    return false;
+    if (verdict == SysRetry::FAILED) {
+        Log(Log::ERROR, ident_, Name_(), reading ? "unable to read data: %1" : "unable to write data: %1")
+            << ErrorString(error) << BacktraceIf(!reading && error == EPERM) << Volume_();
+    }
+    return verdict == SysRetry::AGAIN;
 }
 
 bool FdBase::SysRead(void* data, unsigned long size, unsigned long& done) {
@@ -39,22 +29,14 @@ bool FdBase::SysRead(void* data, unsigned long size, unsigned long& done) {
     if (Eos()) return Fail_(Stateful::STATE_EOS);
     if ((mode_ & MODE_READ) == 0) return Fail_(Stateful::STATE_FAILED);
     if (size == 0) return true;
-    for (int tries = 1;; ++tries) {
-        ssize_t const count = read(fd_, data, size);
-        int const error = errno;
-        if (count >= 0) {
-            done = static_cast<unsigned long>(count);
-            if (count == 0) SetEos();
-            return true;
-        }
-        if (IsReset(error)) return Fail_(Stateful::STATE_RESET);
-        if (!IsTransient(error)) {
-            State_().SetSysError_(error);
-            Log(Log::ERROR, ident_, nullptr, "unable to read data: %1") << ErrorString(error) << Volume_();
-            return false;
-        }
-        if (!PauseAfter_(tries, "read call interrupted")) return false;
+    SysRetry retry;
+    ssize_t count;
+    while ((count = read(fd_, data, size)) < 0) {
+        if (!Again_(retry, errno, MODE_READ)) return false;
     }
+    if (count == 0) SetEos();
+    done = static_cast<unsigned long>(count);
+    return true;
 }
 
 bool FdBase::SysWrite(void const* data, unsigned long size, unsigned long& done) {
@@ -62,37 +44,24 @@ bool FdBase::SysWrite(void const* data, unsigned long size, unsigned long& done)
     if (!State_().Ok()) return false;
     if ((mode_ & MODE_WRITE) == 0) return Fail_(Stateful::STATE_FAILED);
     if (size == 0) return true;
-    for (int tries = 1;; ++tries) {
-        ssize_t const count = write(fd_, data, size);
-        int const error = errno;
-        if (count > 0) {
-            done = static_cast<unsigned long>(count);
-            return true;
-        }
-        if (count == 0) {
-            if (tries < RETRY_COUNT) continue;
-            Log(Log::ERROR, ident_, nullptr, "wrote zero out of %1 bytes") << size << Volume_();
-            return Fail_(Stateful::STATE_FAILED);
-        }
-        if (IsReset(error)) return Fail_(Stateful::STATE_RESET);
-        if (!IsTransient(error)) {
-            State_().SetSysError_(error);
-            Log(Log::ERROR, ident_, nullptr, "unable to write data: %1")
-                << ErrorString(error) << Log::Backtrace(error == EPERM ? 0 : NO_BACKTRACE) << Volume_();
-            return false;
-        }
-        if (!PauseAfter_(tries, "write call interrupted")) return false;
+    SysRetry retry;
+    ssize_t count;
+    while ((count = write(fd_, data, size)) <= 0) {
+        if (count < 0 ? Again_(retry, errno, MODE_WRITE) : retry.AnotherTry()) continue;
+        if (count < 0) return false;
+        Log(Log::ERROR, ident_, Name_(), "wrote zero out of %1 bytes") << size << Volume_();
+        return Fail_(Stateful::STATE_FAILED);
     }
+    done = static_cast<unsigned long>(count);
+    return true;
 }
 
 bool FdBase::SysFlush() {
-    if (fsync(fd_) != 0) {
-        int const error = errno;
-        State_().SetSysError_(error);
-        Log(Log::ERROR, ident_, nullptr, "unable to flush buffered data: %1")
-            << ErrorString(error) << Volume_();
-    }
-    return State_().Ok();
+    if (fsync(fd_) == 0) return State_().Ok();
+    int const error = errno;
+    State_().SetSysError_(error);
+    Log(Log::ERROR, ident_, Name_(), "unable to flush buffered data: %1") << ErrorString(error) << Volume_();
+    return false;
 }
 
 } // namespace Io

@@ -7,7 +7,7 @@ File::File(CString const& path, EndOfLineT eol, unsigned long bufferSize, Log::V
     , FileStream(*this, path_, verbose_, IDENT, eol_, mode_, buffer_, memory_, fd_)
     , eol_(eol)
     , verbose_(verbose)
-    , base_(fd_, mode_, verbose_, IDENT, *this)
+    , base_(fd_, mode_, verbose_, IDENT, *this, &path_)
     , buffer_(base_, *this)
     , memory_(bufferSize, mode_, *this, buffer_, buffer_) {
     if (path_.Assign(path)) return;

@@ -1,4 +1,4 @@
-#include "zeb/io/FileMedium.h"
+#include "zeb/io/FileMediumImpl.h"
 
 #include "zeb/core/ErrorString.h"
 #include "zeb/io/Descriptor.h"
@@ -26,7 +26,7 @@ bool FileMedium::Fail_(int error, char const* message, bool loud) const {
 bool FileMedium::Open(int flags) {
     if (!state_.Ok() || fd_ != -1) return false;
     if (!memory_.Allocate()) {
-        Log(Log::ERROR, source_, nullptr, "no memory to allocate a buffer") << Log::Control(verbose_);
+        Log(Log::ERROR, source_, path_.Cstr(), "no memory to allocate a buffer") << Log::Control(verbose_);
         state_.SetState_(Stateful::STATE_NO_MEMORY);
         return false;
     }

@@ -1,6 +1,6 @@
 #include "zeb/io/FileStream.h"
 
-#include "zeb/io/FileMedium.h"
+#include "zeb/io/FileMediumImpl.h"
 
 namespace Io {
 
@@ -53,8 +53,11 @@ bool FileStream::GetStreamSize(long& out) const { return FileRoot_()->Medium_().
 bool FileStream::Close() { return FileRoot_()->Medium_().Close(); }
 
 void FileStream::CloseOwn_() {
+    if (fd_ == -1) return;
+    // What this object was attached to may be gone.
+    Attach(this);
     // The object ends; a failure was logged.
-    if (fd_ != -1) (void)Medium_().Close();
+    (void)Medium_().Close();
 }
 
 } // namespace Io

@@ -25,16 +25,16 @@ public:
     ~FileStream() override;
 
     // False, with the state left good, when the stream is open already. New files get the permissions 0644.
-    virtual bool Open(int flags);
+    [[nodiscard]] virtual bool Open(int flags);
     // Quiet unless both the stream and the argument are loud.
     virtual bool Ioctl(int request, void* argument, Log::VerboseT verbose);
 
     bool Seek(long offset) override;
     // 0 while closed.
-    bool Tell(long& out) const override;
+    [[nodiscard]] bool Tell(long& out) const override;
     bool Truncate(long length) override;
     // Of the path, which need not be open; pending output counts.
-    bool GetStreamSize(long& out) const override;
+    [[nodiscard]] bool GetStreamSize(long& out) const override;
     // Flushes and closes, also after a failure; true while the state is good.
     bool Close() override;
 

@@ -2,9 +2,8 @@
 
 #include "zeb/core/ErrorString.h"
 #include "zeb/core/Log.h"
-#include "zeb/core/Time.h"
-#include "zeb/core/TimeSpan.h"
-#include "zeb/io/SocketError.h"
+#include "zeb/io/DeadlineImpl.h"
+#include "zeb/io/SysRetryImpl.h"
 #include "zeb/runtime/Thread.h"
 
 #include <cerrno>
@@ -36,13 +35,6 @@ bool Pollable::ObjOReady() const { return false; }
 
 bool Pollable::ObjPReady() const { return false; }
 
-void Pollable::ClearReady_() {
-    Pollable* const root = PollableRoot_();
-    root->inputReady_ = false;
-    root->outputReady_ = false;
-    root->priorityReady_ = false;
-}
-
 // One call of Wait.
 class PollWait_ {
 public:
@@ -64,16 +56,15 @@ public:
     }
 
     ReturnT Run(int timeoutMs) {
-        bool const limited = timeoutMs >= 0;
-        Time::Span const deadline = limited ? Time::Monotonic() + Time::Span(timeoutMs) : Time::Span::Zero();
+        Deadline const deadline(timeoutMs);
         for (;;) {
             if (Thread::SelfInterrupted()) return Pollable::INTERRUPTED;
-            int const left = limited ? Time::MillisecondsTo(deadline) : Pollable::POLL_PERIOD;
-            int const ready = poll(fds_, count_, left < Pollable::POLL_PERIOD ? left : Pollable::POLL_PERIOD);
+            int const left = deadline.Left();
+            int const ready = poll(fds_, count_, Deadline::Slice(left));
             int const error = errno;
             if (ready > 0) break;
             if (ready < 0 && error != EINTR && error != EAGAIN) return Failed_(error);
-            if (left < 1) return Pollable::TIMED_OUT;
+            if (left == 0) return Pollable::TIMED_OUT;
         }
         for (unsigned long i = 0; i < count_; ++i) {
             if (objects_[i]) Take_(*objects_[i]->PollableRoot_(), requests_[i], fds_[i]);
@@ -94,6 +85,7 @@ private:
         if (request & MODE_PRIORITY) {
             if (!(root->mode_ & MODE_READ)) return false;
             entry.events |= POLLPRI;
+            any = any || root->priorityReady_ || object.ObjPReady() || root->ObjPReady();
         }
         if (request & MODE_WRITE) {
             if (!(root->mode_ & MODE_WRITE)) return false;

@@ -49,24 +49,30 @@ public:
                         int timeoutMs, char const* ident);
 
     // Records a result of Wait as the object's state; true for success.
-    bool SetPollState(ReturnT const& code) const;
+    [[nodiscard]] bool SetPollState(ReturnT const& code) const;
 
     // The kernel's buffers of a socket, in bytes (SO_RCVBUF, SO_SNDBUF). Getting a direction that the mode
     // lacks gives 0 and true.
     bool SetSysIBufferSize(unsigned long size);
     bool SetSysOBufferSize(unsigned long size);
-    bool GetSysIBufferSize(unsigned long& size) const;
-    bool GetSysOBufferSize(unsigned long& size) const;
+    [[nodiscard]] bool GetSysIBufferSize(unsigned long& size) const;
+    [[nodiscard]] bool GetSysOBufferSize(unsigned long& size) const;
 
     void Attach(Pollable* parent);
 
 protected:
-    // What the last wait found, on the root. A transfer that used a flag clears it.
-    void ClearReady_();
+    // Forget what the last wait found, on the root. A transfer that used a flag clears it, and closing all; a
+    // flag that nobody clears makes every further wait for it end at once. Input takes the priority flag
+    // along: data of either kind is looked for anew.
+    void ClearInputReady_() { PollableRoot_()->inputReady_ = PollableRoot_()->priorityReady_ = false; }
+    void ClearOutputReady_() { PollableRoot_()->outputReady_ = false; }
+    void ClearReady_() {
+        ClearInputReady_();
+        ClearOutputReady_();
+    }
 
-private:
-    friend class PollableBase;
-    friend class PollWait_;
+    // The descriptor of the root.
+    int Fd_() const { return PollableRoot_()->fd_; }
 
     Pollable* PollableRoot_() const {
         Pollable const* root = this;
@@ -74,8 +80,14 @@ private:
             root = root->parent_;
         return const_cast<Pollable*>(root);
     }
+
+private:
+    friend class PollableBase;
+    friend class PollWait_;
+
     bool SetSysBufferSize_(ModeT direction, int option, char const* message, unsigned long size);
-    bool GetSysBufferSize_(ModeT direction, int option, char const* message, unsigned long& size) const;
+    [[nodiscard]] bool GetSysBufferSize_(ModeT direction, int option, char const* message,
+                                         unsigned long& size) const;
 
     Pollable* parent_;
     char const* ident_;

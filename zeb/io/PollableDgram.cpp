@@ -1,7 +1,7 @@
 #include "zeb/io/PollableDgram.h"
 
 #include "zeb/core/ErrorString.h"
-#include "zeb/core/Log.h"
+#include "zeb/io/SysRetryImpl.h"
 
 #include <cerrno>
 #include <sys/socket.h>
@@ -29,13 +29,10 @@ bool PollableDgram::GetBytesAvailable(unsigned long& size) {
         size = static_cast<unsigned long>(count);
         return true;
     }
-    if (error == EPIPE || error == ECONNRESET) {
-        SetState(STATE_RESET);
-        return false;
-    }
+    if (SysRetry::IsReset(error)) return Fail(STATE_RESET);
     SetSysError_(error);
     Log(Log::ERROR, ident_, nullptr, "unable to get an available data size: %1")
-        << ::ErrorString(error) << Log::Backtrace(error == ENOBUFS ? 0UL : ~0UL);
+        << ::ErrorString(error) << BacktraceIf(error == ENOBUFS);
     return false;
 }
 

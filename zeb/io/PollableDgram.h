@@ -15,7 +15,7 @@ public:
 
     // Waits for one datagram, no longer than Timeout(), and tells its size without taking it. An empty
     // datagram counts as a failure.
-    bool GetBytesAvailable(unsigned long& size);
+    [[nodiscard]] bool GetBytesAvailable(unsigned long& size);
 
 private:
     char const* ident_;

@@ -8,8 +8,8 @@ PollableFile::PollableFile(CString const& path, EndOfLineT eol, unsigned long bu
     , PollableFileStream(*this, path_, eol_, verbose_, IDENT, mode_, buffer_, memory_, fd_)
     , verbose_(verbose)
     , eol_(eol)
-    , base_(fd_, mode_, verbose_, IDENT, *this)
-    , pollableBase_(base_, *this, IDENT)
+    , base_(fd_, mode_, verbose_, IDENT, *this, &path_)
+    , pollableBase_(base_, *this, IDENT, PollableBase::BlockLimit(bufferSize))
     , buffer_(pollableBase_, *this)
     , memory_(bufferSize, mode_, *this, buffer_, buffer_) {
     if (path_.Assign(path)) return;
@@ -23,6 +23,6 @@ PollableFile::PollableFile(CString const& path, int flags, EndOfLineT eol, unsig
     if (Ok() && !PollableFileStream::Open(flags)) Break_();
 }
 
-PollableFile::~PollableFile() { CloseOwn_(); }
+PollableFile::~PollableFile() { CloseOwn_(pollableBase_); }
 
 } // namespace Io

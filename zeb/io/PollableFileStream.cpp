@@ -1,6 +1,7 @@
 #include "zeb/io/PollableFileStream.h"
 
-#include "zeb/io/FileMedium.h"
+#include "zeb/io/FileMediumImpl.h"
+#include "zeb/io/PollableBase.h"
 
 namespace Io {
 
@@ -61,9 +62,15 @@ bool PollableFileStream::Ioctl(int request, void* argument, Log::VerboseT verbos
     return PollableFileRoot_()->Medium_().Ioctl(request, argument, verbose);
 }
 
-void PollableFileStream::CloseOwn_() {
+bool PollableFileStream::ObjIReady() const { return InBuffer().GCount() > 0; }
+
+void PollableFileStream::CloseOwn_(PollableBase& transport) {
+    if (fd_ == -1) return;
+    // What this object was attached to may be gone.
+    Attach(this);
+    transport.Finish(buffer_, path_.Cstr());
     // The object ends; a failure was logged.
-    if (fd_ != -1) (void)Close_();
+    (void)Close_();
 }
 
 } // namespace Io

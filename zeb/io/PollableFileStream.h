@@ -12,6 +12,7 @@
 namespace Io {
 
 class FileMedium;
+class PollableBase;
 
 class ZEB_PUBLIC PollableFileStream : public PollableStream, public SeekableStream {
 public:
@@ -26,18 +27,21 @@ public:
 
     // False, with the state left good, when the stream is open already. New files get the permissions 0644.
     // The mode is taken from the flags once the file is open.
-    bool Open(int flags);
+    [[nodiscard]] bool Open(int flags);
     // Flushes and closes, also after a failure, and forgets what the last wait found; true while the state is
     // good.
     bool Close() override;
     bool Seek(long offset) override;
     // 0 while closed.
-    bool Tell(long& out) const override;
+    [[nodiscard]] bool Tell(long& out) const override;
     bool Truncate(long length) override;
     // Of the path, which need not be open; pending output counts.
-    bool GetStreamSize(long& out) const override;
+    [[nodiscard]] bool GetStreamSize(long& out) const override;
     // Quiet unless both the stream and the argument are loud.
     virtual bool Ioctl(int request, void* argument, Log::VerboseT verbose);
+
+    // Unread bytes in the block.
+    bool ObjIReady() const override;
 
     bool IsOpened() const { return PollableFileRoot_()->fd_ != -1; }
     CString const& PathName() const { return PollableFileRoot_()->path_; }
@@ -50,7 +54,8 @@ public:
 
 protected:
     // Closes this object itself, whatever it is attached to: for the destructor of the concrete class.
-    void CloseOwn_();
+    // Pending output goes out by `transport`, for no longer than PollableBase::Finish waits.
+    void CloseOwn_(PollableBase& transport);
 
 private:
     PollableFileStream* PollableFileRoot_() const {

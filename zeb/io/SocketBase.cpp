@@ -2,10 +2,8 @@
 
 #include "zeb/core/ErrorString.h"
 #include "zeb/core/Log.h"
-#include "zeb/core/Time.h"
-#include "zeb/core/TimeSpan.h"
-#include "zeb/io/Pollable.h"
-#include "zeb/io/SocketError.h"
+#include "zeb/io/DeadlineImpl.h"
+#include "zeb/io/SysRetryImpl.h"
 #include "zeb/runtime/Thread.h"
 
 #include <cerrno>
@@ -52,29 +50,24 @@ bool SocketBase::IReady() const { return ssl_ && SSL_has_pending(Ssl(ssl_)) == 1
 
 bool SocketBase::Usable_(ModeT direction) {
     if (!State_().Ok()) return false;
-    if (mode_ & direction) return true;
-    State_().SetState(Stateful::STATE_FAILED);
-    return false;
+    return (mode_ & direction) != 0 || Fail_(Stateful::STATE_FAILED);
 }
 
 bool SocketBase::SysRead(void* data, unsigned long size, unsigned long& done) {
     done = 0;
     if (!State_().Ok()) return false;
-    if (Eos()) {
-        State_().SetState(Stateful::STATE_EOS);
-        return false;
-    }
+    if (Eos()) return Fail_(Stateful::STATE_EOS);
     if (!Usable_(MODE_READ)) return false;
     if (size == 0) return true;
     return ssl_ ? ReadSsl_(data, size, done) : ReadPlain_(data, size, done);
 }
 
 bool SocketBase::ReadPlain_(void* data, unsigned long size, unsigned long& done) {
-    int counter = 0;
+    SysRetry tries;
     for (;;) {
         ssize_t const count = recv(fd_, data, size, 0);
         if (count < 0) {
-            if (DoRawRetry_(READ, counter, errno)) continue;
+            if (DoRawRetry_(READ, tries, errno)) continue;
             return State_().Ok();
         }
         if (count == 0) SetEos();
@@ -84,7 +77,7 @@ bool SocketBase::ReadPlain_(void* data, unsigned long size, unsigned long& done)
 }
 
 bool SocketBase::ReadSsl_(void* data, unsigned long size, unsigned long& done) {
-    int counter = 0;
+    SysRetry tries;
     for (;;) {
         ERR_clear_error();
         int const count = SSL_read(Ssl(ssl_), data, SslSize(size));
@@ -94,7 +87,7 @@ bool SocketBase::ReadSsl_(void* data, unsigned long size, unsigned long& done) {
             done = static_cast<unsigned long>(count);
             return true;
         }
-        if (DoSslRetry_(READ, counter, error, SSL_get_error(Ssl(ssl_), count)) != Retry_::AGAIN)
+        if (DoSslRetry_(READ, tries, error, SSL_get_error(Ssl(ssl_), count)) != Retry_::AGAIN)
             return State_().Ok();
     }
 }
@@ -107,19 +100,19 @@ bool SocketBase::SysWrite(void const* data, unsigned long size, unsigned long& d
 }
 
 bool SocketBase::WritePlain_(void const* data, unsigned long size, unsigned long& done) {
-    int counter = 0;
+    SysRetry tries;
     for (;;) {
         ssize_t const count = send(fd_, data, size, 0);
         if (count > 0) {
             done = static_cast<unsigned long>(count);
             return true;
         }
-        if (!DoRawRetry_(WRITE, counter, errno)) return State_().Ok();
+        if (!DoRawRetry_(WRITE, tries, errno)) return State_().Ok();
     }
 }
 
 bool SocketBase::WriteSsl_(void const* data, unsigned long size, unsigned long& done) {
-    int counter = 0;
+    SysRetry tries;
     for (;;) {
         ERR_clear_error();
         int const count = SSL_write(Ssl(ssl_), data, SslSize(size));
@@ -128,7 +121,7 @@ bool SocketBase::WriteSsl_(void const* data, unsigned long size, unsigned long& 
             done = static_cast<unsigned long>(count);
             return true;
         }
-        Retry_ const retry = DoSslRetry_(WRITE, counter, error, SSL_get_error(Ssl(ssl_), count));
+        Retry_ const retry = DoSslRetry_(WRITE, tries, error, SSL_get_error(Ssl(ssl_), count));
         if (retry == Retry_::ENDED) State_().SetState(Stateful::STATE_RESET);
         if (retry != Retry_::AGAIN) return State_().Ok();
     }
@@ -136,37 +129,28 @@ bool SocketBase::WriteSsl_(void const* data, unsigned long size, unsigned long& 
 
 bool SocketBase::SysFlush() { return State_().Ok(); }
 
-bool SocketBase::DoRawRetry_(char const* operation, int& counter, int error) {
-    if (error == EPIPE || error == ECONNRESET) {
-        State_().SetState(Stateful::STATE_RESET);
-        return false;
-    }
-    if (error == EINTR || error == EAGAIN) {
-        if (++counter < RETRY_COUNT) {
-            RetryPause_();
-            return true;
-        }
-        State_().SetSysError_(EINTR);
+bool SocketBase::DoRawRetry_(char const* operation, SysRetry& tries, int error) {
+    SysRetry::VerdictT const verdict = tries.Take(error, State_());
+    if (verdict == SysRetry::INTERRUPTED)
         Log(Log::ERROR, ident_, nullptr, "I/O operation interrupted by a system signal");
-        return false;
+    if (verdict == SysRetry::FAILED) {
+        Log(Log::ERROR, ident_, nullptr, "unable to %1 data: %2")
+            << Log::L10n(operation) << ErrorString(error) << (error == EPERM ? Log::QUIET : Log::LOUD);
     }
-    State_().SetSysError_(error);
-    Log(Log::ERROR, ident_, nullptr, "unable to %1 data: %2")
-        << Log::L10n(operation) << ErrorString(error) << (error == EPERM ? Log::QUIET : Log::LOUD);
-    return false;
+    return verdict == SysRetry::AGAIN;
 }
 
-SocketBase::Retry_ SocketBase::DoSslRetry_(char const* operation, int& counter, int error, int sslError) {
+SocketBase::Retry_ SocketBase::DoSslRetry_(char const* operation, SysRetry& tries, int error, int sslError) {
     switch (sslError) {
     case SSL_ERROR_SYSCALL:
-        return DoRawRetry_(operation, counter, SystemError(error)) ? Retry_::AGAIN : Retry_::FAILED;
+        return DoRawRetry_(operation, tries, SystemError(error)) ? Retry_::AGAIN : Retry_::FAILED;
     case SSL_ERROR_ZERO_RETURN:
         SetEos();
         return Retry_::ENDED;
     case SSL_ERROR_WANT_READ:
-        return PollSsl_(operation, counter, POLLIN | POLLPRI);
+        return PollSsl_(operation, tries, POLLIN | POLLPRI);
     case SSL_ERROR_WANT_WRITE:
-        return PollSsl_(operation, counter, POLLOUT);
+        return PollSsl_(operation, tries, POLLOUT);
     default:
         State_().SetState(Stateful::STATE_FAILED);
         Log(Log::ERROR, ident_, nullptr, "SSL %1 failed (0x%2)")
@@ -176,20 +160,19 @@ SocketBase::Retry_ SocketBase::DoSslRetry_(char const* operation, int& counter, 
 }
 
 // Waits for what the TLS connection wants of its descriptor.
-SocketBase::Retry_ SocketBase::PollSsl_(char const* operation, int& counter, short events) {
-    bool const limited = sslTimeout_ >= 0;
-    Time::Span const deadline = limited ? Time::Monotonic() + Time::Span(sslTimeout_) : Time::Span::Zero();
+SocketBase::Retry_ SocketBase::PollSsl_(char const* operation, SysRetry& tries, short events) {
+    Deadline const deadline(sslTimeout_);
     for (;;) {
         if (Thread::SelfInterrupted()) {
             State_().SetState(Stateful::STATE_INTERRUPTED);
             return Retry_::FAILED;
         }
-        int const left = limited ? Time::MillisecondsTo(deadline) : Pollable::POLL_PERIOD;
+        int const left = deadline.Left();
         pollfd entry{fd_, events, 0};
-        int const ready = poll(&entry, 1, left < Pollable::POLL_PERIOD ? left : Pollable::POLL_PERIOD);
+        int const ready = poll(&entry, 1, Deadline::Slice(left));
         int const error = errno;
         if (ready > 0) return CheckSslPoll_(operation, entry.revents);
-        if (ready < 0 && !DoRawRetry_(operation, counter, error)) return Retry_::FAILED;
+        if (ready < 0 && !DoRawRetry_(operation, tries, error)) return Retry_::FAILED;
         if (ready == 0 && left == 0) {
             State_().SetState(Stateful::STATE_TIMEOUT);
             return Retry_::FAILED;

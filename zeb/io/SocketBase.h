@@ -9,6 +9,8 @@
 
 namespace Io {
 
+class SysRetry;
+
 class ZEB_PUBLIC SocketBase : public Base {
 public:
     SocketBase(int const& fd, ModeT const& mode, char const* ident, Stateful& state);
@@ -36,9 +38,9 @@ private:
     bool WriteSsl_(void const* data, unsigned long size, unsigned long& done);
 
     // True if the transfer may be tried again; otherwise the state is set.
-    bool DoRawRetry_(char const* operation, int& counter, int error);
-    Retry_ DoSslRetry_(char const* operation, int& counter, int error, int sslError);
-    Retry_ PollSsl_(char const* operation, int& counter, short events);
+    bool DoRawRetry_(char const* operation, SysRetry& tries, int error);
+    Retry_ DoSslRetry_(char const* operation, SysRetry& tries, int error, int sslError);
+    Retry_ PollSsl_(char const* operation, SysRetry& tries, short events);
     Retry_ CheckSslPoll_(char const* operation, short revents);
 
     int const& fd_;

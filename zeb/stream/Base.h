@@ -43,8 +43,7 @@ public:
 
 protected:
     Stateful& State_() const { return stateful_; }
-    // The pause between two tries of a system call.
-    static void RetryPause_();
+    bool Fail_(Stateful::StateT state) const { return stateful_.Fail(state); }
 
 private:
     Base* parent_;

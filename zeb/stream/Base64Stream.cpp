@@ -15,11 +15,6 @@ unsigned long ReadBlock_(Io::IStream& in, unsigned char* block) {
     return size;
 }
 
-bool Invalid_(Io::IStream& in) {
-    in.SetState(Io::Stateful::STATE_INVALID);
-    return false;
-}
-
 } // namespace
 
 bool Base64::Encode(Io::IStream& in, Io::OStream& out, FormatT format) {
@@ -39,11 +34,11 @@ bool Base64::Decode(Io::IStream& in, Io::OStream& out, FormatT format) {
     Gatherer gatherer(format);
     for (int c; (c = in.GetChar()) != Io::IStreamBuffer::CHAR_END;) {
         Gatherer::ResultT const result = gatherer.Put(static_cast<char>(c));
-        if (result == Gatherer::FORBIDDEN) return Invalid_(in);
+        if (result == Gatherer::FORBIDDEN) return in.Fail(Io::Stateful::STATE_INVALID);
         if (result == Gatherer::BLOCK && !out.WriteAll(gatherer.Bytes(), BLOCK_BYTES)) return false;
     }
     if (!in.Ok()) return false;
     unsigned long count;
-    if (!gatherer.Finish(count)) return Invalid_(in);
+    if (!gatherer.Finish(count)) return in.Fail(Io::Stateful::STATE_INVALID);
     return out.WriteAll(gatherer.Bytes(), count) && in.Ok() && out.Ok();
 }

@@ -10,11 +10,7 @@ void Buffer::Set(void* block, unsigned long size) {
 }
 
 // A block of size 0 counts as none: a loop over it would never end.
-bool Buffer::HasBlock_() const {
-    if (begin_ != end_) return true;
-    state_->SetState(Stateful::STATE_FAILED);
-    return false;
-}
+bool Buffer::HasBlock_() const { return begin_ != end_ || state_->Fail(Stateful::STATE_FAILED); }
 
 bool Buffer::Flush_() {
     if (!Ok()) return false;
@@ -74,19 +70,13 @@ int Buffer::GetCharSlow_() {
 
 bool Buffer::PutBack(char c) {
     if (!Flush_()) return false;
-    if (gpos_ == begin_) {
-        state_->SetState(Stateful::STATE_FAILED);
-        return false;
-    }
+    if (gpos_ == begin_) return state_->Fail(Stateful::STATE_FAILED);
     *--gpos_ = c;
     return true;
 }
 
 bool Buffer::GSkip(unsigned long count) {
-    if (!Flush_() || count > GCount()) {
-        state_->SetState(Stateful::STATE_FAILED);
-        return false;
-    }
+    if (!Flush_() || count > GCount()) return state_->Fail(Stateful::STATE_FAILED);
     gpos_ += count;
     return true;
 }
@@ -126,19 +116,13 @@ bool Buffer::PSkip(unsigned long count) {
     if (!Ok()) return false;
     // Nothing to commit; while input is unread there is no write position to advance.
     if (count == 0) return true;
-    if (count > PFree()) {
-        state_->SetState(Stateful::STATE_FAILED);
-        return false;
-    }
+    if (count > PFree()) return state_->Fail(Stateful::STATE_FAILED);
     ppos_ += count;
     return true;
 }
 
 bool Buffer::PTruncate(unsigned long count) {
-    if (count > PCount()) {
-        state_->SetState(Stateful::STATE_FAILED);
-        return false;
-    }
+    if (count > PCount()) return state_->Fail(Stateful::STATE_FAILED);
     ppos_ = pstart_ + count;
     return true;
 }

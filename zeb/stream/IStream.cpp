@@ -27,15 +27,10 @@ inline void Take(IStreamBuffer& buffer, unsigned long count) {
     if (count > 0) (void)buffer.GSkip(count);
 }
 
-bool Fail(IStream const& stream, Stateful::StateT state) {
-    stream.SetState(state);
-    return false;
-}
-
 // The start of every reader: false on a failed object, and at the end of the stream.
 template<class B>
 inline bool CanRead(IStream const& stream, B const& buffer) {
-    return stream.Ok() && (!AtEnd(buffer) || Fail(stream, Stateful::STATE_EOS));
+    return stream.Ok() && (!AtEnd(buffer) || stream.Fail(Stateful::STATE_EOS));
 }
 
 class LineReader_ {
@@ -54,7 +49,7 @@ public:
             unsigned long const room = Room_();
             char const* const text = buffer.GPos();
             unsigned long const size = TextRun(text, unread < room ? unread : room);
-            if (!Add_(text, size)) return Fail(stream_, Stateful::STATE_NO_MEMORY);
+            if (!Add_(text, size)) return stream_.Fail(Stateful::STATE_NO_MEMORY);
             Take(buffer, size);
             if (size < unread) return End_(buffer);
             if (!buffer.Fill()) return false;
@@ -78,18 +73,18 @@ private:
     bool End_(B& buffer) {
         char const c = *buffer.GPos();
         if (c == '\n') {
-            if (eol_ == EOL_CRLF) return Fail(stream_, Stateful::STATE_INVALID);
+            if (eol_ == EOL_CRLF) return stream_.Fail(Stateful::STATE_INVALID);
             Take(buffer, 1);
             return true;
         }
-        if (c != '\r') return Room_() == 0 || Fail(stream_, Stateful::STATE_INVALID);
-        if (eol_ == EOL_LF) return Fail(stream_, Stateful::STATE_INVALID);
+        if (c != '\r') return Room_() == 0 || stream_.Fail(Stateful::STATE_INVALID);
+        if (eol_ == EOL_LF) return stream_.Fail(Stateful::STATE_INVALID);
         Take(buffer, 1);
         if (buffer.GCount() == 0) {
             if (!buffer.Fill()) return false;
-            if (AtEnd(buffer)) return Fail(stream_, Stateful::STATE_TRUNCATED);
+            if (AtEnd(buffer)) return stream_.Fail(Stateful::STATE_TRUNCATED);
         }
-        if (*buffer.GPos() != '\n') return Fail(stream_, Stateful::STATE_INVALID);
+        if (*buffer.GPos() != '\n') return stream_.Fail(Stateful::STATE_INVALID);
         Take(buffer, 1);
         return true;
     }
@@ -166,7 +161,7 @@ struct Digits_ {
 template<class B>
 bool ReadNumber(B& buffer, IStream& stream, bool isSigned, unsigned width, uint64_t& value) {
     if (!CanRead(stream, buffer) || !SkipClass<&isspace>(buffer)) return false;
-    if (AtEnd(buffer)) return Fail(stream, Stateful::STATE_EOS);
+    if (AtEnd(buffer)) return stream.Fail(Stateful::STATE_EOS);
     Digits_ digits{std::numeric_limits<uint64_t>::max() >> (64 - 8 * width + (isSigned ? 1 : 0))};
     bool const minus = *buffer.GPos() == '-';
     bool valid = isSigned || !minus;
@@ -178,7 +173,7 @@ bool ReadNumber(B& buffer, IStream& stream, bool isSigned, unsigned width, uint6
         if (!digits.Read(buffer)) return false;
         valid = digits.any && !digits.overflow;
     }
-    if (!valid) return Fail(stream, Stateful::STATE_INVALID);
+    if (!valid) return stream.Fail(Stateful::STATE_INVALID);
     value = minus ? 0 - digits.value : digits.value;
     return true;
 }

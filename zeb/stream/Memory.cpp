@@ -7,10 +7,7 @@ namespace Io {
 bool Memory::Allocate() {
     if (!state_.Ok()) return false;
     Free();
-    if ((mode_ & MODE_READ_WRITE) == 0) {
-        state_.SetState(Stateful::STATE_FAILED);
-        return false;
-    }
+    if ((mode_ & MODE_READ_WRITE) == 0) return state_.Fail(Stateful::STATE_FAILED);
     bool const shared = &input_ == &output_;
     if ((shared || (mode_ & MODE_READ) != 0) && !Give_(input_, inputBlock_)) return false;
     if (!shared && (mode_ & MODE_WRITE) != 0 && !Give_(output_, outputBlock_)) return false;
@@ -21,8 +18,7 @@ bool Memory::Give_(Buffer& buffer, char*& block) {
     block = new (std::nothrow) char[size_];
     if (block == nullptr) {
         Free();
-        state_.SetState(Stateful::STATE_NO_MEMORY);
-        return false;
+        return state_.Fail(Stateful::STATE_NO_MEMORY);
     }
     buffer.Set(block, size_);
     return true;

@@ -24,7 +24,7 @@ public:
 
     // Replaces what is held. False with STATE_NO_MEMORY, or STATE_FAILED for a mode of no direction; then
     // nothing is held.
-    bool Allocate();
+    [[nodiscard]] bool Allocate();
     void Free();
 
 private:

@@ -139,9 +139,7 @@ bool OStream::Fill(char c, unsigned long count, unsigned long* done) {
 bool OStream::MakeRoom_(OStreamBuffer& buffer) {
     if (buffer.PFree() > 0) return true;
     if (!buffer.Flush()) return false;
-    if (buffer.PFree() > 0) return true;
-    SetState(STATE_FAILED);
-    return false;
+    return buffer.PFree() > 0 || Fail(STATE_FAILED);
 }
 
 bool OStream::Copy(IStream& from) {

@@ -89,7 +89,7 @@ public:
 
     // Moves all remaining data of `from` to this stream and flushes. True if both streams are good at the
     // end.
-    bool Copy(IStream& from);
+    [[nodiscard]] bool Copy(IStream& from);
 
     // Makes this object an alias of another stream.
     void Attach(OStream* parent);

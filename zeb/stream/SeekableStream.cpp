@@ -20,34 +20,31 @@ void SeekableStream::Attach(SeekableStream* parent) {
     Stream::Attach(parent);
 }
 
-bool SeekableStream::NoMedium_() const {
-    SetState(STATE_FAILED);
-    return false;
-}
-
 bool SeekableStream::CopyFrom(SeekableStream& source) {
     if (!IsRoot_()) return SeekableRoot_()->CopyFrom(source);
     return source.Seek(0) && Truncate(0) && Seek(0) && Copy(source);
 }
 
-bool SeekableStream::Seek(long offset) { return IsRoot_() ? NoMedium_() : SeekableRoot_()->Seek(offset); }
+bool SeekableStream::Seek(long offset) {
+    return IsRoot_() ? Fail(STATE_FAILED) : SeekableRoot_()->Seek(offset);
+}
 
 bool SeekableStream::Tell(long& out) const {
     if (!IsRoot_()) return SeekableRoot_()->Tell(out);
     out = 0;
-    return NoMedium_();
+    return Fail(STATE_FAILED);
 }
 
 bool SeekableStream::Truncate(long length) {
-    return IsRoot_() ? NoMedium_() : SeekableRoot_()->Truncate(length);
+    return IsRoot_() ? Fail(STATE_FAILED) : SeekableRoot_()->Truncate(length);
 }
 
 bool SeekableStream::GetStreamSize(long& out) const {
     if (!IsRoot_()) return SeekableRoot_()->GetStreamSize(out);
     out = 0;
-    return NoMedium_();
+    return Fail(STATE_FAILED);
 }
 
-bool SeekableStream::Close() { return IsRoot_() ? NoMedium_() : SeekableRoot_()->Close(); }
+bool SeekableStream::Close() { return IsRoot_() ? Fail(STATE_FAILED) : SeekableRoot_()->Close(); }
 
 } // namespace Io

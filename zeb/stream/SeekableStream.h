@@ -20,11 +20,11 @@ public:
     ~SeekableStream() override;
 
     // Replaces the content by that of `source`, from its start.
-    virtual bool CopyFrom(SeekableStream& source);
+    [[nodiscard]] virtual bool CopyFrom(SeekableStream& source);
     virtual bool Seek(long offset);
-    virtual bool Tell(long& out) const;
+    [[nodiscard]] virtual bool Tell(long& out) const;
     virtual bool Truncate(long length);
-    virtual bool GetStreamSize(long& out) const;
+    [[nodiscard]] virtual bool GetStreamSize(long& out) const;
     virtual bool Close();
 
     // The bound of the content of the root.
@@ -46,8 +46,6 @@ protected:
     }
 
 private:
-    bool NoMedium_() const;
-
     SeekableStream* parent_;
     int64_t maxSize_;
 };

@@ -68,6 +68,11 @@ public:
     // Record on the root, unless it has a failure already. SetObjState and SetObjBroken give the code to
     // store, as STATE_FAILED and STATE_BROKEN.
     void SetState(StateT const& state) const;
+    // SetState, as the end of an operation: false.
+    bool Fail(StateT const& state) const {
+        SetState(state);
+        return false;
+    }
     void SetObjState(ReturnT const& code) const;
     void SetObjBroken(ReturnT const& code) const;
     // A failed status becomes STATE_NO_MEMORY when its code is of the out-of-memory family, else

@@ -16,31 +16,21 @@ StringStream::Base_::Base_(Stateful& state, uint64_t& position, ModeT const& mod
     if (!fits || !text_.Assign(static_cast<char const*>(data), size)) state.SetState(STATE_BROKEN);
 }
 
-bool StringStream::Base_::Fail_() const {
-    state_.SetState(STATE_FAILED);
-    return false;
-}
-
 bool StringStream::Base_::Writable_() const {
-    if (closed_ || (mode_ & MODE_WRITE) == 0) return Fail_();
+    if (closed_ || (mode_ & MODE_WRITE) == 0) return Fail_(STATE_FAILED);
     return state_.Ok();
 }
 
 // To a greater size, with NUL characters.
 bool StringStream::Base_::Extend_(uint64_t size) {
-    if (text_.Replace(text_.Size(), 0, '\0', size - text_.Size())) return true;
-    state_.SetState(STATE_NO_MEMORY);
-    return false;
+    return text_.Replace(text_.Size(), 0, '\0', size - text_.Size()) || Fail_(STATE_NO_MEMORY);
 }
 
 bool StringStream::Base_::SysRead(void* data, unsigned long size, unsigned long& done) {
     done = 0;
     if (!state_.Ok()) return false;
-    if (Eos()) {
-        state_.SetState(STATE_EOS);
-        return false;
-    }
-    if (closed_) return Fail_();
+    if (Eos()) return Fail_(STATE_EOS);
+    if (closed_) return Fail_(STATE_FAILED);
     if (size == 0) return true;
     if (position_ >= text_.Size()) {
         SetEos();
@@ -58,21 +48,21 @@ bool StringStream::Base_::SysWrite(void const* data, unsigned long size, unsigne
     if (!state_.Ok() || !Writable_()) return false;
     if (size == 0) return true;
     uint64_t const maxSize = static_cast<uint64_t>(maxSize_);
-    if (position_ > maxSize) return Fail_();
+    if (position_ > maxSize) return Fail_(STATE_FAILED);
     unsigned long const room = maxSize - position_;
     unsigned long const part = size < room ? size : room;
     if (text_.Size() < position_ + part && !Extend_(position_ + part)) return false;
     if (part > 0) memcpy(text_.Ptr() + position_, data, part);
     position_ += part;
     done = part;
-    return part == size || Fail_();
+    return part == size || Fail_(STATE_FAILED);
 }
 
 bool StringStream::Base_::SysFlush() { return Writable_(); }
 
 bool StringStream::Base_::Seek(long offset) {
     if (!state_.Ok()) return false;
-    if (closed_ || offset < 0) return Fail_();
+    if (closed_ || offset < 0) return Fail_(STATE_FAILED);
     position_ = static_cast<uint64_t>(offset);
     SetEos(false);
     return true;
@@ -86,9 +76,7 @@ bool StringStream::Base_::Truncate(long length) {
         SetEos(false);
         return true;
     }
-    if (length <= maxSize_) return Extend_(size);
-    state_.SetState(STATE_NO_MEMORY);
-    return false;
+    return length <= maxSize_ ? Extend_(size) : Fail_(STATE_NO_MEMORY);
 }
 
 void StringStream::Base_::Clear() {
@@ -97,7 +85,7 @@ void StringStream::Base_::Clear() {
 }
 
 bool StringStream::Base_::Close() {
-    if (closed_) return Fail_();
+    if (closed_) return Fail_(STATE_FAILED);
     closed_ = true;
     return true;
 }
@@ -125,7 +113,13 @@ StringStream::StringStream(void const* data, unsigned long size, ModeT mode, End
 
 StringStream::~StringStream() { delete[] block_; }
 
-void StringStream::Clear() { base_.Clear(); }
+StringStream const& StringStream::TextRoot_() const {
+    if (IsRoot_()) return *this;
+    StringStream const* const root = dynamic_cast<StringStream const*>(SeekableRoot_());
+    return root != nullptr ? *root : *this;
+}
+
+void StringStream::Clear() { const_cast<StringStream&>(TextRoot_()).base_.Clear(); }
 
 bool StringStream::Seek(long offset) {
     if (!IsRoot_()) return SeekableStream::Seek(offset);
@@ -141,10 +135,7 @@ bool StringStream::Tell(long& out) const {
 bool StringStream::Truncate(long length) {
     if (!IsRoot_()) return SeekableStream::Truncate(length);
     if (!Ok()) return false;
-    if ((mode_ & MODE_WRITE) == 0 || length < 0 || length > maxSize_) {
-        SetState(STATE_FAILED);
-        return false;
-    }
+    if ((mode_ & MODE_WRITE) == 0 || length < 0 || length > maxSize_) return Fail(STATE_FAILED);
     uint64_t const pending = buffer_.PCount();
     if (base_.Text().Size() + pending > static_cast<uint64_t>(maxSize_))
         return TruncateFull_(length, pending);
@@ -179,8 +170,8 @@ bool StringStream::TruncateFull_(long length, uint64_t pending) {
 bool StringStream::GetStreamSize(long& out) const {
     if (!IsRoot_()) return SeekableStream::GetStreamSize(out);
     out = 0;
-    if (base_.Closed()) SetState(STATE_FAILED);
     if (!Ok()) return false;
+    if (base_.Closed()) return Fail(STATE_FAILED);
     uint64_t const size = base_.Text().Size();
     uint64_t const pending = buffer_.PCount();
     uint64_t const end = pending > 0 ? position_ + pending : 0;

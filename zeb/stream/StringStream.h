@@ -24,20 +24,23 @@ public:
     ~StringStream() override;
 
     // The text that has reached the medium: Flush() first. Gone after Close().
-    String const& Str() const { return base_.Text(); }
+    String const& Str() const { return TextRoot_().base_.Text(); }
     // Empties the text and sets the position to 0; what is buffered stays.
     void Clear();
 
     // May go past the end: a write there fills the hole with NUL characters.
     bool Seek(long offset) override;
-    bool Tell(long& out) const override;
+    [[nodiscard]] bool Tell(long& out) const override;
     // Cuts the text, or extends it with NUL characters.
     bool Truncate(long length) override;
-    bool GetStreamSize(long& out) const override;
+    [[nodiscard]] bool GetStreamSize(long& out) const override;
     // Flushes and drops the text. A second Close fails with STATE_FAILED.
     bool Close() override;
 
 private:
+    // The root, when it is of this class; otherwise this object, which no operation reaches.
+    StringStream const& TextRoot_() const;
+
     class Base_ final : public Base {
     public:
         Base_(Stateful& state, uint64_t& position, ModeT const& mode, long maxSize, void const* data,
@@ -56,7 +59,6 @@ private:
         bool Closed() const { return closed_; }
 
     private:
-        bool Fail_() const;
         bool Writable_() const;
         bool Extend_(uint64_t size);
 
@@ -68,7 +70,6 @@ private:
         bool closed_ = false;
     };
 
-    void Allocate_(unsigned long bufferSize);
     bool TruncateFull_(long length, uint64_t pending);
 
     uint64_t position_ = 0;
