@@ -8,17 +8,15 @@
 // Threads    one
 // Waits      for the disk alone, like a File; nothing interrupts that
 // Destroy    anywhere; without Close(), or after a failed write, the work is thrown away
-// Failure    by state, and in the log; an end of memory, or a temporary file that stands there already, makes
-//            the construction fail: STATE_BROKEN. The target is touched by the rename alone
+// Failure    by state, and in the log; an end of memory, or a temporary file that stands there already,
+//            makes the construction fail: STATE_BROKEN. The target is touched by the rename alone
 //
 // Killed     A writer that is killed leaves its temporary file, and every later construction fails with
-// EEXIST.
-//            Call RemoveStale() once at the start of the one program that writes the file, ahead of its first
-//            writer; never while another may be at work.
-// Power      Close() does not wait for the disk. After a loss of power a file system may show the new name
-// with
-//            none or a part of the new content. Where that matters, call OutBuffer().SysFlush() ahead of
-//            Close(): then the target has the old content or the new.
+//            EEXIST. Call RemoveStale() once at the start of the one program that writes the file,
+//            ahead of its first writer; never while another may be at work.
+// Power      Close() does not wait for the disk. After a loss of power a file system may show the new
+//            name with none or a part of the new content. Where that matters, call
+//            OutBuffer().SysFlush() ahead of Close(): then the target has the old content or the new.
 
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"

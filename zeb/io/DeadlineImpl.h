@@ -19,7 +19,9 @@ public:
     int Left() const { return limited_ ? Time::MillisecondsTo(end_) : -1; }
 
     // The length of one poll while there is that much left.
-    static int Slice(int left) { return left >= 0 && left < Pollable::POLL_PERIOD ? left : Pollable::POLL_PERIOD; }
+    static int Slice(int left) {
+        return left >= 0 && left < Pollable::POLL_PERIOD ? left : Pollable::POLL_PERIOD;
+    }
 
 private:
     bool const limited_;

@@ -1,10 +1,16 @@
 #pragma once
 
-// Static operations on plain file descriptors, and the guard that closes one.
+// Static operations on plain file descriptors, and the guard that closes one. For transfers take a stream,
+// for waiting Pollable.
 //
-// None touches a state word: each returns a value, and the errno through an optional pointer (0 on success).
-// A non-zero `verbose` logs failures under `ident`, with `context` as the name of the object where there is
-// one. Descriptors are opened close-on-exec.
+// Owns       nothing: a descriptor that is given out is the caller's; a CloseGuard closes one at the
+//            end of a scope
+// Threads    any
+// Waits      Open for a FIFO or a device without O_NONBLOCK in its flags, and Wait; an interruption
+//            ends Wait alone
+// Failure    by the result, and the errno through an optional pointer (0 on success); no state word is
+//            touched. A non-zero `verbose` logs it under `ident`, with `context` as the name of the
+//            object where there is one. Descriptors are opened close-on-exec
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Log.h"

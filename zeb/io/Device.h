@@ -11,16 +11,13 @@
 //
 // Owns       descriptor and blocks while open, and the path
 // Threads    one
-// Waits      each transfer, and Close(), which flushes, as long as SetTimeout says; an interruption of the
-// thread
-//            ends them. A write to a terminal that stops its output midway is held by the kernel: open with
-//            O_NONBLOCK where that may happen
-// Destroy    anywhere; what is open is flushed for a second at most (PollableBase::Finish) and closed. Output
-// that
-//            is lost is told in the log: Close() ahead of it where the answer counts
-// Alias      Attach() makes all operations work on the root. On the root of another kind Open() and Close()
-// fail
-//            with STATE_FAILED, and there is no path
+// Waits      each transfer, and Close(), which flushes, as long as SetTimeout says; an interruption of
+//            the thread ends them. A write to a terminal that stops its output midway is held by the
+//            kernel: open with O_NONBLOCK where that may happen
+// Destroy    anywhere; what is open is flushed for a second at most (PollableBase::Finish) and closed.
+//            Output that is lost is told in the log: Close() ahead of it where the answer counts
+// Alias      Attach() makes all operations work on the root. On the root of another kind Open() and
+//            Close() fail with STATE_FAILED, and there is no path
 // Failure    by state, and in the log with the path
 // Memory     the blocks are taken by Open(), the path at construction
 

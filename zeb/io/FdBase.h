@@ -2,14 +2,14 @@
 
 // The transport over a file descriptor: read, write, fsync.
 //
-// Owns       nothing: descriptor, mode, loudness and path live in the concrete stream, which must outlive
-// this Threads    one Waits      in the system call, which nothing but a signal ends while the descriptor
-// blocks: what must end by
-//            time or interruption stands behind a PollableBase. Interrupted, or on a descriptor that would
-//            block, a call is tried 5 times, 50 ms apart
-// Failure    EPIPE and ECONNRESET become STATE_RESET; any other error STATE_FAILED with its errno, and a line
-// in
-//            the log with the path
+// Owns       nothing: descriptor, mode, loudness and path live in the concrete stream, which must
+//            outlive this
+// Threads    one
+// Waits      in the system call, which nothing but a signal ends while the descriptor blocks: what must
+//            end by time or interruption stands behind a PollableBase. Interrupted, or on a descriptor
+//            that would block, a call is tried 5 times, 50 ms apart
+// Failure    EPIPE and ECONNRESET become STATE_RESET; any other error STATE_FAILED with its errno, and
+//            a line in the log with the path
 // Memory     none is taken
 
 #include "zeb/core/CString.h"

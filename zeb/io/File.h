@@ -1,7 +1,21 @@
 #pragma once
 
-// A file: a FileStream with its storage. One buffer serves both directions. The destructor flushes and closes
-// what is open.
+// A file: a FileStream with its storage. One block serves both directions: reading writes pending output out,
+// writing drops what was read ahead, and the position is always the one that the caller sees. To replace a
+// file as a whole take ConfigFile; for a FIFO or a terminal PollableFile, for a device Device.
+//
+//   Io::File file(path, O_WRONLY | O_CREAT | O_APPEND);
+//   file << record << Io::Endl;
+//   if (!file.Close()) ...             // from here on the end of the program loses nothing of it
+//
+// Owns       descriptor and block while open, and the path
+// Threads    one
+// Waits      for the disk alone
+// Destroy    anywhere; what is open is flushed and closed, with a failure in the log alone: Close()
+//            ahead of it where the answer counts. OutBuffer().SysFlush() waits until the disk has the
+//            data
+// Failure    by state, and in the log with the path; a constructor that cannot open leaves STATE_BROKEN
+// Memory     the path at construction, the block while open
 
 #include "zeb/core/String.h"
 #include "zeb/io/FdBase.h"

@@ -1,10 +1,17 @@
 #pragma once
 
-// A stream over a file, of references to what the concrete class (File) holds. All operations work on the
-// root of the chain of parents.
+// A stream over a file, of references to what the concrete class holds: File, or one of your own. Take it as
+// a parameter where any file will do.
 //
-// A closed file has no descriptor and no block, and so costs no memory. Close and Open may alternate; they do
-// not clear the state, so a failed object stays failed. Failures become STATE_FAILED with the errno.
+// Owns       nothing. A closed file has no descriptor and no block, and so costs no memory
+// Threads    one
+// Waits      for the disk alone. On a FIFO or a terminal it waits without end, and no interruption is
+//            seen: take PollableFile for those
+// Destroy    the derived class closes, by CloseOwn_(): what it holds is gone when the destructor of
+//            this class runs
+// Failure    STATE_FAILED with the errno, and in the log with the path. Close and Open may alternate;
+//            they do not clear the state, so a failed object stays failed
+// Memory     the block is taken by Open(): STATE_NO_MEMORY without it
 
 #include "zeb/core/Log.h"
 #include "zeb/stream/Memory.h"

@@ -4,8 +4,25 @@
 //
 // No blocking system call of a socket or pollable file waits by itself: every transfer first waits in
 // Pollable::Wait, which slices the time into polls of 333 ms, so that an interrupted thread notices within a
-// third of a second. A Pollable owns nothing: descriptor and mode belong to the concrete class, and must live
-// as long as it. One object is used by one thread at a time; two threads must not wait on one object.
+// third of a second. Call it yourself to wait for several objects at once:
+//
+//   Io::Pollable* objects[] = {&console, &server};
+//   Io::ModeT const requests[] = {Io::MODE_READ, Io::MODE_READ};
+//   pollfd fds[2];
+//   ReturnT const result = Io::Pollable::Wait(objects, requests, fds, 2, 5000, IDENT);
+//   if (result == Io::Pollable::READY) ... try each with SetTimeout(0), or ask its ObjIReady()
+//
+// Owns       nothing: descriptor and mode belong to the concrete class, and must live as long as it
+// Threads    one object is used by one thread at a time; two threads must not wait on one object
+// Waits      Wait(), until an object is ready, the time is over, or the thread is interrupted
+//            (Thread::Interrupt, Stop); a signal ends nothing. Hold no lock that others need meanwhile
+// Flags      what a wait found stands until a transfer uses it, and ends further waits for it at once.
+//            A wait that finds nothing standing asks the kernel, and replaces all three
+// Destroy    anywhere but during a wait. The destructor of a derived class closes: what it holds is
+//            gone when the destructors of its bases run
+// Failure    Wait() gives a code and logs only a failing poll; a transfer makes the code a state
+//            (SetPollState)
+// Memory     none is taken
 
 #include "zeb/stream/Mode.h"
 #include "zeb/stream/Stateful.h"
@@ -31,20 +48,23 @@ public:
     Pollable(Pollable& parent, char const* ident, int const& fd, ModeT const& mode);
     ~Pollable() override;
 
-    // The limit in milliseconds of each wait that a transfer makes, of the root; negative means none.
+    // The limit in milliseconds of each wait that a transfer makes, of the root; negative, as at the start,
+    // means none. A line, or a large text, may take several transfers.
     virtual void SetTimeout(int timeoutMs);
     virtual int Timeout() const;
 
-    // Data is there although the descriptor may be quiet, as with unread bytes in an input buffer. A wait
-    // asks the object and its root.
+    // Data is there although the descriptor may be quiet, as with unread bytes in an input buffer; room for
+    // output; urgent data. False unless a class overrides them. A wait asks the object and its root.
     virtual bool ObjIReady() const;
     virtual bool ObjOReady() const;
     virtual bool ObjPReady() const;
 
     // Waits until one of the objects is ready for what is requested of it (MODE_READ, MODE_WRITE,
     // MODE_PRIORITY). Null objects are passed over. `fds` is scratch space of `count` entries. A negative
-    // time-out waits without limit. Returns at once, without a system call, when a ready flag or ObjIReady()
-    // tells that nothing need be waited for. Logs only a failed poll, under `ident` ("Pollable" when null).
+    // time-out waits without limit, 0 looks and returns. Returns at once, without a system call, when a flag
+    // of an earlier wait stands, or Obj...Ready() tells that nothing need be waited for. The end of a stream
+    // and a hang-up make an object ready, too: the read that follows tells. An object that is unusable ends
+    // the wait for all with UNUSABLE. `ident` names the caller in the log ("Pollable" when null).
     static ReturnT Wait(Pollable** objects, ModeT const* requests, pollfd* fds, unsigned long count,
                         int timeoutMs, char const* ident);
 

@@ -5,9 +5,9 @@
 //
 // Owns       nothing; the wrapped transport and the owner must outlive it
 // Threads    one
-// Waits      each transfer no longer than Timeout() of the owner; an interruption of the thread ends it, too.
-// Both
-//            hold only if the transfer itself cannot block: a descriptor that is not O_NONBLOCK takes a limit
+// Waits      each transfer no longer than Timeout() of the owner; an interruption of the thread ends
+//            it, too. Both hold only if the transfer itself cannot block: a descriptor that is not
+//            O_NONBLOCK takes a limit
 // Failure    by the state of the owner
 // Memory     none is taken
 

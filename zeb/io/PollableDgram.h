@@ -1,6 +1,12 @@
 #pragma once
 
-// The base of datagram sockets. Owns nothing; the concrete class keeps descriptor, mode and transport.
+// The base of datagram sockets: what can be waited for and moves whole datagrams, through no block.
+//
+// Owns       nothing; the concrete class keeps descriptor, mode and transport
+// Threads    one
+// Waits      GetBytesAvailable, as long as SetTimeout says; an interruption of the thread ends it
+// Failure    by state, and in the log
+// Memory     none is taken
 
 #include "zeb/io/Pollable.h"
 

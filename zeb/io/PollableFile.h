@@ -1,7 +1,26 @@
 #pragma once
 
-// A pollable file: a PollableFileStream with its storage. One buffer serves both directions. The destructor
-// flushes and closes what is open.
+// A pollable file: a PollableFileStream with its storage, for FIFOs, terminals and files of the kernel that
+// are waited for with MODE_PRIORITY. One block serves both directions: writing drops what was read ahead, so
+// for a dialogue take Device, which has two.
+//
+//   Io::PollableFile requests("/run/requests", O_RDWR);   // a FIFO; open for both, so that it never ends
+//   requests.SetTimeout(1000);
+//   while (!StopRequested()) {
+//       if (requests.NextLine(line)) Handle(line);
+//       else if (requests.CurrentState() == Io::Stateful::STATE_TIMEOUT) requests.ClearState_();
+//       else break;
+//   }
+//
+// Owns       descriptor and block while open, and the path
+// Threads    one
+// Waits      each transfer, and Close(), which flushes, as long as SetTimeout says; an interruption of
+//            the thread ends them. A write is cut at the block and at 4096 bytes, which a pipe that is
+//            ready takes without blocking
+// Destroy    anywhere; what is open is flushed for a second at most (PollableBase::Finish) and closed.
+//            Output that is lost is told in the log
+// Failure    by state, and in the log with the path; a constructor that cannot open leaves STATE_BROKEN
+// Memory     the path at construction, the block while open
 
 #include "zeb/core/String.h"
 #include "zeb/io/FdBase.h"

@@ -1,8 +1,18 @@
 #pragma once
 
-// A FileStream that is waited for before each transfer (see Pollable), of references to what the concrete
-// class (PollableFile) holds: for FIFOs, terminals and other special files with a position. All operations
-// work on the root of the chain of parents and fail as those of FileStream do.
+// A stream over what is opened by a path and waited for before each transfer (see Pollable), of references to
+// what the concrete class (PollableFile) holds. It has the operations of FileStream, and is none: a function
+// that takes any file takes a SeekableStream. All operations work on the root of the chain of parents.
+//
+// Owns       nothing
+// Threads    one
+// Waits      each transfer, and Close(), which flushes, as long as SetTimeout says; an interruption of
+//            the thread ends them
+// Destroy    the derived class closes, by CloseOwn_(): what it holds is gone when the destructor of
+//            this class runs
+// Failure    as FileStream: STATE_FAILED with the errno, and in the log with the path. What has no
+//            position (a FIFO, a terminal) fails Seek(), Tell() and Truncate() so
+// Memory     the block is taken by Open(): STATE_NO_MEMORY without it
 
 #include "zeb/core/Log.h"
 #include "zeb/io/PollableStream.h"

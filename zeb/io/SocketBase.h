@@ -1,8 +1,15 @@
 #pragma once
 
-// The transport of stream sockets: recv and send, or a TLS connection over the same descriptor. Owns neither
-// descriptor nor connection. The owner waits for the descriptor (PollableBase); what a TLS transfer must wait
-// for in between is waited for here, in polls of at most 333 ms, with the time-out of SslSetTimeout.
+// The transport of stream sockets: recv and send, or a TLS connection over the same descriptor.
+//
+// Owns       neither descriptor nor connection
+// Threads    one
+// Waits      the owner waits for the descriptor (PollableBase), which is to be O_NONBLOCK. What a TLS
+//            transfer must wait for in between is waited for here, in polls of at most 333 ms, with the
+//            time-out of SslSetTimeout; an interruption of the thread ends it
+// Failure    by state: STATE_RESET when the peer is gone, also for a write behind the end of a TLS
+//            connection; any other error STATE_FAILED with its errno, and a line in the log
+// Memory     none is taken here; the TLS library takes its own
 
 #include "zeb/stream/Base.h"
 #include "zeb/stream/Mode.h"

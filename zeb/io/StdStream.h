@@ -3,19 +3,16 @@
 // The standard streams of the process: formatted output that ends by time or interruption, where printf would
 // hang on a reader that is stuck. Io::Endl flushes the output streams.
 //
-// Owns       nothing of the process: descriptors 0, 1 and 2 stay open. Each object has a block of its own;
-// make
-//            one StdOut and keep it, since the texts of two, or of printf, mix as their blocks go out
+// Owns       nothing of the process: descriptors 0, 1 and 2 stay open. Each object has a block of its
+//            own; make one StdOut and keep it, since the texts of two, or of printf, mix as their
+//            blocks go out
 // Threads    one
-// Waits      each transfer without limit unless SetTimeout is called (see Pollable); an interruption of the
-// thread
-//            ends it. A terminal that stops its output midway may hold a write of a block
+// Waits      each transfer without limit unless SetTimeout is called (see Pollable); an interruption of
+//            the thread ends it. A terminal that stops its output midway may hold a write of a block
 // Destroy    anywhere; an output stream hands out what is pending for a second at most
-// (PollableBase::Finish).
-//            What is lost is told in the log
-// Failure    by state: STATE_RESET when the reader is gone, and with the signal SIGPIPE unless it is ignored,
-// as
-//            the frame of a program does (see Main)
+//            (PollableBase::Finish). What is lost is told in the log
+// Failure    by state: STATE_RESET when the reader is gone, and with the signal SIGPIPE unless it is
+//            ignored, as the frame of a program does (see Main)
 // Memory     none is taken
 
 #include "zeb/core/Log.h"

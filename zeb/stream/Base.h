@@ -1,12 +1,16 @@
 #pragma once
 
 // The transport layer: moves bytes between memory and a descriptor, a socket or a string, and never formats.
+// Derive from it to make streams over a medium of your own: a Buffer does the rest.
 //
 // Contract of a transport: `done` is 0 on entry and then the number of bytes moved; one call may move fewer
 // bytes than asked; true with `done` 0 after a read means that the end of data was reached and the
 // end-of-stream flag was set; false means that a state was recorded in the Stateful.
 //
-// A wrapper transport shares the end-of-stream flag of the transport that it wraps. Owns nothing.
+// Owns       nothing. A wrapper shares the end-of-stream flag of the transport that it wraps
+// Threads    one
+// Waits      SysRead and SysWrite, for the medium
+// Failure    by the state of the Stateful; nothing is moved on a failed object
 
 #include "zeb/stream/Stateful.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// The one implementation of both stream buffers, over a block of memory that it does not own (see Memory).
+// The one implementation of both stream buffers, over a block of memory.
 //
 // One Buffer serves both directions of an object when the class passes it for both, as files do. Unread input
 // and pending output then never coexist: a read first writes pending output out, a write first drops unread
@@ -9,9 +9,13 @@
 //   begin      gpos       gend              end          begin   pstart     ppos       end
 //   | taken    | unread   |                 |     or     | sent  | pending  | free     |
 //
-// Fails by the state of the Stateful it was given. Without a block (none set, or one of size 0) everything
-// fails with STATE_FAILED. Choose the size of the block for the work: each transfer is one system call, 64
-// KiB suits bulk data.
+// Owns       nothing: the block is that of Memory, or of the object
+// Threads    one
+// Waits      as the transport does. Each transfer is one system call for one block: 64 KiB suits bulk
+//            data, what a line needs suits a terminal
+// Destroy    anywhere; nothing is flushed
+// Failure    by the state of the Stateful it was given. Without a block (none set, or one of size 0)
+//            everything fails with STATE_FAILED. Output that could not be written stays pending
 
 #include "zeb/stream/Base.h"
 #include "zeb/stream/IStreamBuffer.h"

@@ -218,6 +218,14 @@ bool IStream::ReadLine(String& out, unsigned long limit) {
     return ReadString_(&out, limit, InRoot_()->eol_);
 }
 
+bool IStream::NextLine(String& out, unsigned long limit) {
+    if (Ok() && Eos()) {
+        out.Clear();
+        return false;
+    }
+    return ReadLine(out, limit) && !(out.Empty() && Eos());
+}
+
 bool IStream::SkipLine() { return ReadString_(nullptr, 0, InRoot_()->eol_); }
 
 bool IStream::ReadString_(String* out, unsigned long limit, EndOfLineT eol) {

@@ -2,9 +2,17 @@
 
 // Formatted input through a buffer: lines, numbers, characters.
 //
-// Fails by its state (see Stateful): all operations on a failed object return false, or leave their target
-// alone. The chain of parents decides which buffer and which end-of-line rule are used: those of the root.
-// Owns nothing.
+//   String line;
+//   while (in.NextLine(line)) Use(line);
+//   if (!in.Ok()) Log(Log::ERROR, IDENT, path, "unusable: %1") << in.ErrorString();
+//
+// Owns       nothing; the text of a line is its caller's String
+// Threads    one
+// Waits      every operation, for the transport behind the buffer (see Pollable for what ends that)
+// Alias      buffer and end-of-line rule are those of the root of the chain of parents
+// Failure    by its state (see Stateful): all operations on a failed object return false, or leave
+//            their target alone. STATE_EOS comes from the first operation that finds nothing at all
+// Memory     only lines take any; STATE_NO_MEMORY, with what was read so far in the target
 
 #include "zeb/core/CString.h"
 #include "zeb/core/String.h"
@@ -50,11 +58,16 @@ public:
     }
     bool ReadAll(void* data, unsigned long size) { return InBuffer().ReadAll(data, size); }
 
-    // Reads one line into `out`, without its end, by the end-of-line rule of the root. A longer line comes in
-    // pieces of `limit`, with no error. A last line without an end is accepted, and so is the empty one
-    // behind a last line end; STATE_EOS follows. STATE_INVALID for a control character or a wrong line end,
-    // with the text before it in `out`.
+    // Reads one line into `out`, without its end, by the end-of-line rule of the root. True also for a last
+    // line without an end, and once more, with an empty line, behind a last line end: the end of the stream
+    // is found by reading on. Then STATE_EOS. A longer line comes in pieces of `limit`, with no error.
+    // STATE_INVALID for a control character or a wrong line end, STATE_TRUNCATED for a CR at the very end.
+    // After a failure the text so far is in `out`; when it was a time-out, clear the state and go on behind
+    // it with ReadString_.
     bool ReadLine(String& out, unsigned long limit = LINE_LIMIT);
+    // The same without the empty line behind the last line end: false at the end of the stream, with the
+    // state left good.
+    bool NextLine(String& out, unsigned long limit = LINE_LIMIT);
     bool SkipLine();
 
     // The same with a rule of the caller's. Appends: the size that `out` has counts for `limit`. A null `out`
@@ -69,13 +82,17 @@ public:
     template<int (*IsClass)(int)>
     bool Skip();
 
-    // One character behind white space; left alone at the end of data.
+    // One character behind white space. At the end of data STATE_EOS, and the target is left alone.
     IStream& operator>>(signed char& value);
     IStream& operator>>(unsigned char& value);
 
-    // A decimal number behind white space, ended by the first character that is no digit. No plus sign is
-    // accepted, and a minus sign only by the signed types. STATE_INVALID, and the target is left alone, for
-    // no digits or a number out of range, whose digits are consumed.
+    // A decimal number behind white space, up to the first character that is no digit, which is left unread.
+    // The target is left alone on failure:
+    //   STATE_EOS      nothing but white space is left
+    //   STATE_INVALID  no digit, a plus sign, a minus sign for an unsigned type (left unread); or a number
+    //   outside
+    //                  of the type, whose digits are consumed. A number of twenty digits and more may wrap
+    //                  within 64 bits without notice
     IStream& operator>>(short& value);
     IStream& operator>>(unsigned short& value);
     IStream& operator>>(int& value);

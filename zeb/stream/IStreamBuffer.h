@@ -1,7 +1,16 @@
 #pragma once
 
 // The input side of a stream buffer: a block of memory between a transport and a reader. A reader may look at
-// the unread data in place, from GPos() to GEnd(), and take it by GSkip().
+// the unread data in place, from GPos() to GEnd(), and take it by GSkip():
+//
+//   while (buffer.Fill() && buffer.GCount() > 0) {
+//       unsigned long const used = Parse(buffer.GPos(), buffer.GCount());
+//       if (!buffer.GSkip(used)) break;
+//   }
+//
+// A view from GPos() lives until the next call but GPos, GEnd, GCount, Eos and Ok. Everything fails by the
+// state of the stream; Read, ReadAll, GetChar and Fill wait as the transport does, and they write pending
+// output first where one block serves both directions.
 
 #include "zeb/core/Export.h"
 

@@ -1,7 +1,8 @@
 #pragma once
 
 // The owner of the blocks of one or two stream buffers. The blocks exist between Allocate() and Free(), so
-// that a closed stream costs no memory. Declare it behind the buffers, which it detaches when it ends.
+// that a closed stream costs no memory. Declare it behind the buffers, which it detaches when it ends: what
+// they held is dropped, flush first.
 
 #include "zeb/stream/Buffer.h"
 #include "zeb/stream/Mode.h"

@@ -2,10 +2,22 @@
 
 // Formatted output through a buffer: text, numbers, ends of lines.
 //
+//   out.Width(8).Right() << count;
+//   out.Width(0) << " packets" << Io::Endl;
+//   if (!out.Flush()) ...
+//
 // Settings are sticky: width, fill, side, base and case stay until changed. They belong to the root of the
-// chain of parents, like the buffer and the end-of-line rule; only LazyEndl belongs to the object itself. All
-// `<<` report by state alone (see Stateful), so a chain is tested once at its end. Nothing here allocates.
-// Destruction does not flush. Owns nothing.
+// chain of parents, like the buffer and the end-of-line rule; only LazyEndl belongs to the object itself.
+//
+// Owns       nothing
+// Threads    one
+// Waits      an operation that fills the block, and Flush(), for the transport (see Pollable for what
+//            ends that)
+// Destroy    anywhere; nothing is flushed here. A concrete class says what its destructor does Failure
+//            all `<<` report by state alone (see Stateful), so a chain is tested once at its end.
+//            Success means that the block has the text: only Flush() tells whether the transport took
+//            it
+// Memory     none is taken
 
 #include "zeb/core/CString.h"
 #include "zeb/stream/Buffer.h"

@@ -1,7 +1,13 @@
 #pragma once
 
 // The output side of a stream buffer: a block of memory between a writer and a transport. A writer may write
-// in place, from PPos() to PEnd(), and commit by PSkip().
+// in place, from PPos() to PEnd(), and commit by PSkip():
+//
+//   if (buffer.PFree() == 0 && !buffer.Flush()) return false;
+//   if (!buffer.PSkip(Print(buffer.PPos(), buffer.PFree()))) return false;
+//
+// Everything fails by the state of the stream; what could not be written stays pending. Write, WriteAll,
+// PutChar, Flush and SysFlush wait as the transport does.
 
 #include "zeb/core/Export.h"
 

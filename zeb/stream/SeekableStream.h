@@ -1,10 +1,16 @@
 #pragma once
 
-// A stream with a position and a size: a file, or memory. Without a medium of its own the class passes its
-// operations to the object that it is attached to, and fails with STATE_FAILED when it is its own root.
+// A stream with a position and a size: a file, or memory. Take it as a parameter where either will do.
+// Without a medium of its own the class passes its operations to the object that it is attached to, and fails
+// with STATE_FAILED when it is its own root.
 //
-// Sizes and positions are in bytes. The position is the one that the caller sees: what is buffered is
-// counted.
+// Sizes and positions are in bytes. The position is the one that the caller sees: what is read ahead or
+// pending is counted.
+//
+// Owns       nothing
+// Threads    one
+// Waits      all operations but MaxSize, for the medium: pending output is written out first
+// Failure    by state; a size or position that cannot be told is 0
 
 #include "zeb/stream/Stream.h"
 

@@ -3,14 +3,27 @@
 // The one state word of a stream object, and the virtual base of every stream.
 //
 // An operation that fails records a state once and returns false; all later operations on the object then
-// fail at once, so that a caller chains many operations and tests the object one time at the end. The first
-// failure wins: its code and errno stay readable until the state is cleared. STATE_BROKEN is final.
+// fail at once, so that a caller chains many operations and tests the object one time at the end:
 //
-// An object reports to its parent, up to the root, the object whose parent is itself; see Attach. The chain
-// must end in a root: Attach(nullptr) leaves an object that must not be used.
+//   file << "port " << port << Io::Endl;
+//   if (!file.Flush()) Log(...) << file.ErrorString();   // SysError() has the errno, CurrentState() the
+//   state
 //
-// Not locked: one object is used by one thread at a time. The operations that record are const, the state
-// being mutable.
+// The first failure wins: its code and errno stay readable until the state is cleared. STATE_BROKEN is final:
+// it is what a constructor leaves that failed, and Initialized() tells of it.
+//
+//   STATE_EOS          reading is over: not a fault at the end of a loop of reads
+//   STATE_TIMEOUT      the limit of a wait ran out; ClearState_() and go on, or give up
+//   STATE_INTERRUPTED  the thread is to end; STATE_RESET: the peer is gone
+//   STATE_INVALID      the input is not what was asked for; STATE_TRUNCATED: it ends in the midst of a line
+//   end STATE_FAILED       all else: SysError() when it came of the system, and wrong use, which has none
+//
+// Owns       nothing
+// Threads    one at a time; nothing is locked. Operations that record are const, the state being
+//            mutable
+// Alias      an object reports to its parent, up to the root, which is its own parent; Attach() moves
+//            it. The chain must end in a root that is alive: Attach(nullptr) leaves an object that must
+//            not be used
 
 #include "zeb/core/ReturnT.h"
 

@@ -1,6 +1,8 @@
 #pragma once
 
-// Input and output on one object.
+// Input and output on one object. A class over a medium of its own derives from it, or from SeekableStream:
+// it owns a transport, one Buffer or two, and the block (zeb/stream/StringStream.h shows it), and passes
+// references to them. What is passed is only stored, so that members may be passed that are built later.
 
 #include "zeb/stream/IStream.h"
 #include "zeb/stream/OStream.h"

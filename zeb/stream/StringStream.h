@@ -2,9 +2,21 @@
 
 // A stream over a text in memory: turns a String into a stream and back.
 //
+//   Io::StringStream out;
+//   out << "retries=" << retries << Io::Endl;
+//   if (out.Flush()) Use(out.Str());          // without Flush() the end of the text is still in the block
+//
 // The position starts at 0: a stream built on a text reads it from the start, and writes over it from the
-// start. A write beyond the bound keeps the part that fits and fails with STATE_FAILED. Construction without
-// memory, or with a bound below the size of the text, gives STATE_BROKEN. Owns its text and its block.
+// start; Seek() to its end to append.
+//
+// Owns       its text and its block; a view of Str() lives until the next operation that writes or
+//            closes
+// Threads    one; nothing waits
+// Alias      Str() and Clear() too work on the root, as long as that is a StringStream
+// Failure    by state. A write beyond `maxSize` keeps the part that fits and fails with STATE_FAILED
+// Memory     taken at construction, where its lack, or a bound below the size of the text, gives
+//            STATE_BROKEN; and by writes, where it gives STATE_NO_MEMORY with the text as it was. Each
+//            flush of a block grows the text once: a large block suits a large text
 
 #include "zeb/core/String.h"
 #include "zeb/stream/SeekableStream.h"
@@ -23,15 +35,19 @@ public:
                  unsigned long bufferSize = DEFAULT_BUFFER_SIZE, long maxSize = DEFAULT_MAX_SIZE);
     ~StringStream() override;
 
-    // The text that has reached the medium: Flush() first. Gone after Close().
+    // The text that has reached the medium: Flush() first. Empty after Close().
     String const& Str() const { return TextRoot_().base_.Text(); }
-    // Empties the text and sets the position to 0; what is buffered stays.
+    // Empties the text and sets the position to 0. The block is left alone: pending output comes first in the
+    // new text, and what was read ahead is still read. Seek(0) ahead of it empties the block.
     void Clear();
 
     // May go past the end: a write there fills the hole with NUL characters.
     bool Seek(long offset) override;
     [[nodiscard]] bool Tell(long& out) const override;
-    // Cuts the text, or extends it with NUL characters.
+    // Sets the size of the text, pending output included: cuts it, or extends it with NUL characters. The
+    // position stays where the caller sees it, which may be past the new end. STATE_FAILED for a negative
+    // length or one above the bound; when text and pending output exceed the bound together, only the output
+    // that lies within the length is kept.
     bool Truncate(long length) override;
     [[nodiscard]] bool GetStreamSize(long& out) const override;
     // Flushes and drops the text. A second Close fails with STATE_FAILED.
