@@ -26,8 +26,19 @@ std::string Lines(IStream& stream) {
     return out + "<" + Text(line) + "> " + stream.ErrorString();
 }
 
+std::string TrueLines(IStream& stream) {
+    std::string out;
+    for (String line; stream.NextLine(line, 3);)
+        out += "[" + Text(line) + "]";
+    return out + " " + stream.ErrorString();
+}
+
 TEST(IStream, LinesFollowTheEndOfLineRuleAndTheLimit) {
-    ExpectRead({{Lines<256>, "", "[]<> end of stream"}, // behind the last line end stands one more
+    ExpectRead({{TrueLines, "", " ok"},
+                {TrueLines, "\nab\n\n", "[][ab][] ok"},
+                {TrueLines, "abcdef\nabc\ng", "[abc][def][abc][g] ok"},
+                {TrueLines, "a\n\7", "[a] invalid input"},
+                {Lines<256>, "", "[]<> end of stream"}, // behind the last line end stands one more
                 {Lines<256>, "a\nb\r\n", "[a]<b> invalid input"},
                 {Lines<256>, "a\r\nb\nc", "[a]<b> invalid input", EOL_CRLF},
                 {Lines<256>, "a\r\nb\nc\r\n", "[a][b][c][]<> end of stream", EOL_ANY_CRLF},
@@ -85,6 +96,7 @@ TEST(IStream, NumbersHaveTheRangeOfTheirType) {
                 {Parse<long long>, "+1", "invalid input|+1"},
                 {Parse<int>, "  \n", "end of stream|"},
                 {Parse<signed char>, " \n \xff x", "-1| x"},
+                {Parse<char>, "  5x", "53|x"},
                 {Parse<unsigned char>, "  ", "end of stream|"}});
 }
 

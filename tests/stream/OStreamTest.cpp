@@ -59,7 +59,7 @@ TEST(OStream, FillsAndCopiesAnyNumberAndTellsHowFarItCame) {
     EXPECT_FALSE(full.Fill('=', 100, &done));
     EXPECT_EQ(done, 24u); // 16 gone out, 8 in the block
     EXPECT_FALSE(full.Copy(source) || good.Copy(full));
-    EXPECT_TRUE(good.Ok());
+    EXPECT_TRUE(good.Ok() && !good.Copy(good));            // one block
     EXPECT_FALSE(none.Fill('=', 1, nullptr) || none.Ok()); // there is no block
 }
 

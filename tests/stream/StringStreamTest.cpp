@@ -80,7 +80,7 @@ TEST(StringStream, FailsWhenClosedBrokenOrNotOpenForWritingAndThroughAnAlias) {
     EXPECT_FALSE(kept.CopyFrom(SeekableStream::Broken()));
     kept.ClearState_();
     alias.Attach(&kept);
-    EXPECT_EQ(Text(alias.Str()), "kept");
+    EXPECT_TRUE(kept.CopyFrom(alias) && Text(alias.Str()) == "kept");
     alias.Clear();
     EXPECT_EQ(kept.Str().Size(), 0u);
     alias.Attach(&SeekableStream::Broken()); // of another kind

@@ -11,6 +11,8 @@
 // Failure    by state, and in the log; an end of memory, or a temporary file that stands there already,
 //            makes the construction fail: STATE_BROKEN. The target is touched by the rename alone
 //
+// File       The new file has the permissions 0644 less the umask, whatever the old one had, and
+//            belongs to the process; a symbolic link at the path is replaced by it.
 // Killed     A writer that is killed leaves its temporary file, and every later construction fails with
 //            EEXIST. Call RemoveStale() once at the start of the one program that writes the file,
 //            ahead of its first writer; never while another may be at work.

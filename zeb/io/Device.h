@@ -13,7 +13,8 @@
 // Threads    one
 // Waits      each transfer, and Close(), which flushes, as long as SetTimeout says; an interruption of
 //            the thread ends them. A write to a terminal that stops its output midway is held by the
-//            kernel: open with O_NONBLOCK where that may happen
+//            kernel: open with O_NONBLOCK where that may happen. Open() of a FIFO for one direction, or
+//            of a line without carrier, waits for the peer, and nothing interrupts that: add O_NONBLOCK
 // Destroy    anywhere; what is open is flushed for a second at most (PollableBase::Finish) and closed.
 //            Output that is lost is told in the log: Close() ahead of it where the answer counts
 // Alias      Attach() makes all operations work on the root. On the root of another kind Open() and

@@ -16,7 +16,8 @@
 // Threads    one
 // Waits      each transfer, and Close(), which flushes, as long as SetTimeout says; an interruption of
 //            the thread ends them. A write is cut at the block and at 4096 bytes, which a pipe that is
-//            ready takes without blocking
+//            ready takes without blocking. Open() of a FIFO for one direction waits for the peer, and
+//            nothing interrupts that: open it for both, or with O_NONBLOCK
 // Destroy    anywhere; what is open is flushed for a second at most (PollableBase::Finish) and closed.
 //            Output that is lost is told in the log
 // Failure    by state, and in the log with the path; a constructor that cannot open leaves STATE_BROKEN

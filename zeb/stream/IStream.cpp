@@ -279,6 +279,7 @@ IStream& IStream::Number_(Number& value) {
     return *this;
 }
 
+IStream& IStream::operator>>(char& value) { return Char_(value); }
 IStream& IStream::operator>>(signed char& value) { return Char_(value); }
 IStream& IStream::operator>>(unsigned char& value) { return Char_(value); }
 IStream& IStream::operator>>(short& value) { return Number_(value); }

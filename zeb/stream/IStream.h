@@ -83,6 +83,7 @@ public:
     bool Skip();
 
     // One character behind white space. At the end of data STATE_EOS, and the target is left alone.
+    IStream& operator>>(char& value);
     IStream& operator>>(signed char& value);
     IStream& operator>>(unsigned char& value);
 

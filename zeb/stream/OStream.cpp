@@ -145,6 +145,9 @@ bool OStream::MakeRoom_(OStreamBuffer& buffer) {
 bool OStream::Copy(IStream& from) {
     OStreamBuffer& buffer = OutBuffer();
     IStreamBuffer& source = from.InBuffer();
+    // In one block either would destroy the other.
+    Buffer* const shared = Buffer::From(buffer);
+    if (shared != nullptr && shared == Buffer::From(source)) return Fail(STATE_FAILED);
     while (Ok() && from.Ok() && !from.Eos() && MakeRoom_(buffer)) {
         unsigned long done = 0;
         if (source.Read(buffer.PPos(), buffer.PFree(), done)) (void)buffer.PSkip(done);

@@ -13,10 +13,11 @@
 // Threads    one
 // Waits      an operation that fills the block, and Flush(), for the transport (see Pollable for what
 //            ends that)
-// Destroy    anywhere; nothing is flushed here. A concrete class says what its destructor does Failure
-//            all `<<` report by state alone (see Stateful), so a chain is tested once at its end.
+// Destroy    anywhere; nothing is flushed here. A concrete class says what its destructor does
+// Failure    all `<<` report by state alone (see Stateful), so a chain is tested once at its end.
 //            Success means that the block has the text: only Flush() tells whether the transport took
-//            it
+//            it. After a failure a part may have gone out; what is pending then goes out by a Flush()
+//            behind ClearState_()
 // Memory     none is taken
 
 #include "zeb/core/CString.h"
@@ -100,7 +101,7 @@ public:
     bool Fill(char c, unsigned long count, unsigned long* done);
 
     // Moves all remaining data of `from` to this stream and flushes. True if both streams are good at the
-    // end.
+    // end. STATE_FAILED for a stream of one block, and itself.
     [[nodiscard]] bool Copy(IStream& from);
 
     // Makes this object an alias of another stream.

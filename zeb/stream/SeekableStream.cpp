@@ -22,6 +22,7 @@ void SeekableStream::Attach(SeekableStream* parent) {
 
 bool SeekableStream::CopyFrom(SeekableStream& source) {
     if (!IsRoot_()) return SeekableRoot_()->CopyFrom(source);
+    if (source.SeekableRoot_() == this) return Ok();
     return source.Seek(0) && Truncate(0) && Seek(0) && Copy(source);
 }
 

@@ -25,7 +25,8 @@ public:
                    ModeT const& mode, long maxSize);
     ~SeekableStream() override;
 
-    // Replaces the content by that of `source`, from its start.
+    // Replaces the content by that of `source`, from its start; when that fails midway a part is there. A
+    // copy of itself changes nothing.
     [[nodiscard]] virtual bool CopyFrom(SeekableStream& source);
     virtual bool Seek(long offset);
     [[nodiscard]] virtual bool Tell(long& out) const;
