@@ -61,13 +61,16 @@ TEST(Descriptor, FailuresGiveTheErrnoAndOneLineWhenLoud) {
                                  "C T: unable to get descriptor flags: input/output error.",
                                  "E T: \"name\": unable to close descriptor -1: input/output error."}));
     unsigned long const closed = calls.Count(SysCall::close); // what cannot be made nonblocking is closed
-    calls.Script(SysCall::fcntl, {Calls::Real(), Calls::Real(), Calls::Real(), Calls::Fail(EPERM)});
+    calls.Script(SysCall::fcntl,
+                 {Calls::Fail(EPERM), Calls::Real(), Calls::Real(), Calls::Real(), Calls::Fail(EPERM)});
+    EXPECT_LT(D::Open("/", 0, 0, "T", D::NONBLOCKING, LOUD, nullptr), 0);
     EXPECT_FALSE(D::CreatePair(pair, "T", SOCK_STREAM, D::NONBLOCKING, LOUD, nullptr));
-    EXPECT_EQ(log.Take(), Lines{"C T: unable to set descriptor flags: operation not permitted."});
+    EXPECT_EQ(log.Take(), (Lines{"C T: \"/\": unable to get descriptor flags: operation not permitted.",
+                                 "C T: unable to set descriptor flags: operation not permitted."}));
     calls.Script(SysCall::close, {Calls::Fail(EINTR)}); // done: never tried again
     int none = -5, err = 7;
     EXPECT_TRUE(D::Close(none, "T", nullptr, LOUD, nullptr) && D::Close(fd = 9999, "T", nullptr, LOUD, &err));
-    EXPECT_TRUE(err == 0 && calls.Count(SysCall::close) - closed == 3);
+    EXPECT_TRUE(err == 0 && calls.Count(SysCall::close) - closed == 4);
 }
 
 TEST(Descriptor, ShutdownAndGuardLeaveOpenWhatTheyShouldAndWaitKeepsItsTime) {

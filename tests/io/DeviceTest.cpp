@@ -45,19 +45,16 @@ struct Fifo {
     int const fd = mkfifo(path.c_str(), 0600) == 0 ? open(path.c_str(), O_RDWR) : -1;
 };
 
-// What the end of `stream` in an interrupted thread logs.
+// What the end of a stream in an interrupted thread logs.
 template<class S, class... A>
 std::string EndInterrupted(A const&... arguments) {
     LogCapture log;
-    Worker worker([&] {
+    Interrupted([&] {
         S stream(arguments...);
         stream << "pending";
         while (!Thread::SelfInterrupted())
             Clock::RealPause(1);
     });
-    EXPECT_EQ(worker.Start(), Thread::STARTED);
-    worker.Interrupt();
-    EXPECT_TRUE(worker.Stop());
     return Logged(log, "no path");
 }
 
@@ -91,7 +88,6 @@ void ExpectNoHang(Fifo const& fifo, A const&... arguments) {
 TEST(Pollables, AStuckReaderHangsNeitherAWriteNorTheEnd) {
     Fifo const fifo;
     char const* const path = fifo.path.c_str();
-    AutoPtr<ThreadMain> const main(ThreadMain::New("io_test"));
     for (unsigned long const block : {16UL, 65536UL}) {
         ExpectNoHang<Io::Device>(fifo, path, O_RDWR, Io::EOL_LF, block);
         ExpectNoHang<Io::PollableFile>(fifo, path, O_RDWR, Io::EOL_LF, block, Log::VERBOSE_ON);
