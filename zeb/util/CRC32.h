@@ -1,0 +1,31 @@
+#pragma once
+
+// Util::CRC32: the cyclic redundancy check of 32 bits of Ethernet, gzip and PNG: reflected, polynomial
+// 0xEDB88320. It finds errors of transmission, and is no hash for tables or against attackers.
+//
+// To take the digest changes nothing: more bytes may follow. Nothing allocates or fails. One thread at a time
+// uses an object; a table of the caller's is only read, and must live as long as the object.
+
+#include "zeb/core/Export.h"
+
+namespace Util {
+
+class ZEB_PUBLIC CRC32 {
+public:
+    // Null is the usual table; else 256 entries, the check of each byte, of another reflected polynomial.
+    // That costs a look-up for each byte, and is several times slower.
+    explicit CRC32(unsigned const* table = nullptr)
+        : table_(table) {}
+
+    void Reset() { state_ = START_; }
+    void Update(void const* data, unsigned long size);
+    unsigned Digest() const { return ~state_; }
+
+private:
+    static constexpr unsigned START_ = 0xFFFFFFFF;
+
+    unsigned const* table_;
+    unsigned state_ = START_;
+};
+
+} // namespace Util
