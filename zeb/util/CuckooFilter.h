@@ -1,0 +1,87 @@
+#pragma once
+
+// Util::CuckooFilter: a set of byte strings that remembers two bytes of each: "certainly not there" or
+// "probably there". For a test that spares a costly search: a list of a million names takes 2 MiB.
+//
+//   Util::CuckooFilter filter(names.Size(), 500);
+//   if (!filter.Initialized()) ...
+//   for (...) if (!filter.Add(name)) ...     // too full: make a greater one
+//   if (filter.Contains(name)) ...           // then ask the list
+//
+// The filter is one buffer, and a file of it has the same bytes. Integers are in the order of the processor,
+// which is little-endian on all targets of the library:
+//
+//   offset  size   field
+//        0     4   bucketCount
+//        4     4   bucketSize: 4
+//        8     4   fingerprintMask: 0xFFFF
+//       12     4   maxKicks
+//       16     4   seed
+//       20     4   zero
+//       24           slots: bucketCount x bucketSize fingerprints of 2 bytes, 0 for an empty slot
+//      end     2   zero
+//
+// A filter that was loaded is taken as it is. One whose header does not fit its size, as one with a capacity
+// below 4, contains nothing and takes nothing in.
+//
+// Of an item the filter keeps a number below bucketCount, or 16 bits of it: so a small filter is a coarse
+// one. Of items that were never added one in 30 seems to be there in a full filter for 1000, one in 200 for
+// 10,000, one in 2000 for a million. An item cannot be taken out.
+//
+// Memory is taken by the constructors and by Export() alone; Buffer's operations are for who knows the form.
+// One thread at a time adds; any number may ask meanwhile nobody adds.
+
+#include "zeb/core/Buffer.h"
+
+#include <cstdint>
+
+namespace Util {
+
+class ZEB_PUBLIC CuckooFilter : public Buffer {
+public:
+    // For `capacity` items: the buckets are a power of two, so that there is room for up to twice as many.
+    // `maxKicks` is how often Add() moves others to make room. Empty, with Initialized() false, when memory
+    // ran out.
+    CuckooFilter(unsigned long capacity, unsigned long maxKicks);
+
+    // A copy of what Export() gave, or the file of that path, read whole. Empty when memory ran out or the
+    // file cannot be read, which is logged.
+    explicit CuckooFilter(CBuffer const& data);
+    explicit CuckooFilter(CString const& path);
+
+    bool Initialized() const { return !Empty(); }
+
+    // True if the item is there afterwards; an item that seems to be there changes nothing. False when the
+    // filter is too full: then one fingerprint was lost, which may be that of an item added before.
+    bool Add(CBuffer const& item);
+
+    // False for certain if the item was never added, unless an Add() has failed.
+    bool Contains(CBuffer const& item) const;
+
+    // False when memory ran out; `out` stays as it was.
+    bool Export(Buffer& out) const { return out.Assign(*this); }
+
+    // Makes or replaces the file. False, logged, when that fails; the file may then have a part of the
+    // filter.
+    bool Export(CString const& path) const;
+
+private:
+    struct Header_ {
+        uint32_t bucketCount, bucketSize, fingerprintMask, maxKicks, seed, zero;
+    };
+    struct Found_ {
+        bool found;
+        uint32_t fingerprint, first, second;
+    };
+
+    bool GetHeader_(Header_& header) const;
+    Found_ Lookup_(Header_ const& header, CBuffer const& item) const;
+    bool Has_(Header_ const& header, uint32_t bucket, uint32_t fingerprint) const;
+    bool Place_(Header_ const& header, uint32_t bucket, uint32_t fingerprint);
+    bool Move_(Header_ const& header, uint32_t fingerprint, uint32_t bucket);
+
+    uint16_t Slot_(Header_ const& header, uint32_t bucket, uint32_t slot) const;
+    void SetSlot_(Header_ const& header, uint32_t bucket, uint32_t slot, uint32_t fingerprint);
+};
+
+} // namespace Util
