@@ -1,10 +1,13 @@
-// A name out of a Windows share, a version to compare with, the environment, and a password.
+// A name in UTF-16, versions to compare, the environment, a password, a filter and a digest.
 #include "zeb/core/StringMap.h"
 #include "zeb/io/StdStream.h"
 #include "zeb/runtime/Environment.h"
 #include "zeb/runtime/Random.h"
 #include "zeb/text/Transcoder.h"
 #include "zeb/text/Version.h"
+#include "zeb/util/CuckooFilter.h"
+#include "zeb/util/SHA256.h"
+#include "zeb/util/Scramble.h"
 
 namespace {
 
@@ -22,8 +25,23 @@ bool ToUtf8(CString const& name, String& out) {
     return transcoder.Encode(&in, name.Size(), &end, size, &size).Succeeded();
 }
 
+// A filter of names ahead of a list on the disk, and the key of a name in that list.
+bool PrintBlocked(Io::OStream& out) {
+    Util::CuckooFilter filter(1000, 500);
+    if (!filter.Initialized() || !filter.Add(CString("ads.example.com"))) return false;
+    for (CString const& host : {CString("ads.example.com"), CString("www.example.com")}) {
+        char key[Util::SHA256::TEXT_SIZE];
+        Util::SHA256 digest;
+        digest.Update(host);
+        digest.TextDigest(key);
+        out << host << (filter.Contains(host) ? " may be blocked: see " : " is not blocked: ") << key
+            << Io::Endl;
+    }
+    return out.Ok();
+}
+
 bool Run(Io::OStream& out) {
-    String name, password, path;
+    String name, password, hidden, path;
     if (!ToUtf8(CString("M\0\xFC\0s\0l\0i\0", 10), name)) return false;
     out << "share " << name << Io::Endl;
 
@@ -35,9 +53,9 @@ bool Run(Io::OStream& out) {
     if (found.Failed() && found != Environment::NOT_SET) return false;
     out << "PATH has " << path.Size() << " bytes" << Io::Endl;
 
-    if (!Random::GetAsciiString(12, password)) return false;
-    out << "a password of " << password.Size() << " characters" << Io::Endl;
-    return out.Flush();
+    if (!Random::GetAsciiString(12, password) || !Util::Scramble::Encode(password, hidden)) return false;
+    out << "a password of " << password.Size() << " characters, to be kept as " << hidden << Io::Endl;
+    return PrintBlocked(out) && out.Flush();
 }
 
 } // namespace

@@ -44,6 +44,7 @@ VerbsT const& IntegerVerbs();
 VerbsT const& AddressVerbs();
 VerbsT const& UriVerbs();
 VerbsT const& SmallValueVerbs();
+VerbsT const& DigestVerbs();
 
 // The verb of that name, or null.
 Verb const* FindVerb(std::string_view name);
