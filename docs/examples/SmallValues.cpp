@@ -1,5 +1,7 @@
 // A name in UTF-16, versions to compare, the environment, a password, a filter and a digest.
 #include "zeb/core/StringMap.h"
+#include "zeb/filesystem/UsbPath.h"
+#include "zeb/filesystem/UsbPortId.h"
 #include "zeb/io/StdStream.h"
 #include "zeb/runtime/Environment.h"
 #include "zeb/runtime/Random.h"
@@ -41,7 +43,7 @@ bool PrintBlocked(Io::OStream& out) {
 }
 
 bool Run(Io::OStream& out) {
-    String name, password, hidden, path;
+    String name, password, hidden, path, port;
     if (!ToUtf8(CString("M\0\xFC\0s\0l\0i\0", 10), name)) return false;
     out << "share " << name << Io::Endl;
 
@@ -55,6 +57,11 @@ bool Run(Io::OStream& out) {
 
     if (!Random::GetAsciiString(12, password) || !Util::Scramble::Encode(password, hidden)) return false;
     out << "a password of " << password.Size() << " characters, to be kept as " << hidden << Io::Endl;
+
+    Usb::Path stick;
+    if (!stick.Assign("/sys/devices/platform/soc/usb1/1-1/1-1.2/1-1.2:1.0/host0")) return false;
+    if (!Usb::PortId(stick).GetString(port)) return false;
+    out << "a stick in port " << port << Io::Endl;
     return PrintBlocked(out) && out.Flush();
 }
 

@@ -1,6 +1,8 @@
 #include "tools/zebprobe/Probe.h"
 
 #include "zeb/core/String.h"
+#include "zeb/filesystem/UsbPath.h"
+#include "zeb/filesystem/UsbPortId.h"
 #include "zeb/text/Transcoder.h"
 #include "zeb/text/Version.h"
 
@@ -45,6 +47,17 @@ Result RunVersion(std::string const& input, Options const&) {
     return {ACCEPTED, std::string(View(text))};
 }
 
+Result RunUsb(std::string const& input, Options const&) {
+    Usb::Path path;
+    String port;
+    if (!path.Assign(Text(input)) || !Usb::PortId(path).GetString(port)) return {REFUSED, ""};
+    std::string text = "bus " + std::to_string(path.Bus()) + " ports";
+    for (unsigned long i = 0; i < path.PortCount(); ++i)
+        text += (i == 0 ? " " : ".") + std::to_string(path.Ports()[i]);
+    return {ACCEPTED, text + " configuration " + std::to_string(path.Configuration()) + " interface " +
+                          std::to_string(path.Interface()) + " case " + Quoted(View(port))};
+}
+
 } // namespace
 
 VerbsT const& SmallValueVerbs() {
@@ -52,6 +65,7 @@ VerbsT const& SmallValueVerbs() {
         {"transcode", "FROM TO FLAGS", "text in another charset, and how many bytes were read",
          CheckTranscode, RunTranscode},
         {"version", "", "a version of the firmware: its fields", CheckNothing, RunVersion},
+        {"usb", "", "the place of a USB device, from its path in /sys", CheckNothing, RunUsb},
     };
     return verbs;
 }
