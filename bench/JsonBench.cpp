@@ -73,10 +73,7 @@ private:
     Io::EndOfLineT eol_ = Io::EOL_LF;
 };
 
-// The heap of the peers keeps what a document gave back; so may the pools of ours, unless the limit is left
-// as it is.
-constexpr unsigned long KEPT = 32UL << 20;
-
+// The heap of the peers keeps what a document gave back, and so do the pools of ours, unless they may not.
 void ParseOursKeeping(benchmark::State& state, unsigned which, unsigned long kept) {
     PoolBase::KeepUpTo(kept);
     std::string const& text = Input(which);
@@ -87,11 +84,13 @@ void ParseOursKeeping(benchmark::State& state, unsigned which, unsigned long kep
         }
         benchmark::DoNotOptimize(document.Object());
     }
-    PoolBase::KeepUpTo(0);
+    PoolBase::KeepUpTo(PoolBase::KEPT_MAX);
     Count(state, text.size());
 }
 
-void ParseOurs(benchmark::State& state, unsigned which) { ParseOursKeeping(state, which, KEPT); }
+void ParseOurs(benchmark::State& state, unsigned which) {
+    ParseOursKeeping(state, which, PoolBase::KEPT_MAX);
+}
 void ParseOursCold(benchmark::State& state, unsigned which) { ParseOursKeeping(state, which, 0); }
 
 void PrintOurs(benchmark::State& state, unsigned which, FormT form) {

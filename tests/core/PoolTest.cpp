@@ -5,9 +5,13 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <string>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -78,35 +82,94 @@ TEST(PoolReserve, GivesOneRegionWithinItsLimits) {
         });
 }
 
-TEST(PoolReserve, AThreadKeepsTheLongestRegionUpToItsLimit) {
+TEST(PoolReserve, AThreadKeepsWhatFitsBestUpToItsLimit) {
+    constexpr unsigned long LARGE = PoolBase::REGION_MAX + PoolBase::ALIGNMENT;
+    struct {
+        unsigned long limit;
+        std::vector<unsigned long> reserved, kept; // sizes; what further pools get without the kernel
+    } const rows[] = {
+        {PoolBase::KEPT_MAX, {}, {}},
+        {PoolBase::KEPT_MAX, {100000, LARGE, 70000}, {70000, 100000, LARGE}},
+        {PoolBase::KEPT_MAX, std::vector<unsigned long>(9, LARGE), std::vector<unsigned long>(8, LARGE)},
+        {6UL << 20, {LARGE, LARGE}, {2UL << 20, LARGE}}, // the second one is cut
+        {LARGE + PoolBase::REGION_MIN - 1, {LARGE, LARGE}, {LARGE}},
+        {100000, {LARGE}, {PoolBase::REGION_MIN}},
+        {0, {100000}, {}},
+    };
+    for (auto const& row : rows) {
+        PoolBase::KeepUpTo(row.limit);
+        OnFreshThread([&](Heap const& heap) {
+            static thread_local Pool<2048> last; // dies behind the thread's own end
+            Pool<2048> pool;
+            for (unsigned long const size : row.reserved)
+                EXPECT_TRUE(pool.Reserve(size - 16) && memset(pool.Alloc(pool.Left()), 0xFF, size - 16));
+            pool.Clear();
+            unsigned long bytes = 0;
+            for (unsigned long const size : row.kept)
+                bytes += (size + 16 + PAGE - 1) / PAGE * PAGE;
+            EXPECT_TRUE(heap.LiveBytes() >= bytes - bytes % LARGE && heap.LiveBytes() <= bytes + LARGE);
+            Calls const calls;
+            for (unsigned long const size : row.kept) {
+                EXPECT_TRUE(last.Reserve(size - 16) && last.Left() >= size - 16 && !last.IsFresh());
+                EXPECT_LT(last.Left(), size + 2 * PAGE);
+                EXPECT_TRUE(memset(last.Alloc(last.Left()), 0xFF, size - 16));
+            }
+            EXPECT_EQ(calls.Count(SysCall::mmap), 0u);
+            EXPECT_TRUE(last.Reserve(70000) && last.IsFresh() && calls.Count(SysCall::mmap) == 1);
+            if (row.kept.size() < 2) return;
+            last.Clear();
+            EXPECT_TRUE(last.Reserve(1UL << 30)) << "the longest one, though it is shorter";
+            EXPECT_EQ(calls.Count(SysCall::mmap), 1u);
+        });
+    }
+    PoolBase::KeepUpTo(PoolBase::KEPT_MAX);
+}
+
+// The kernel takes what is beyond the first MiB when it is asked to, and until then finds it on offer.
+TEST(PoolReserve, WhatAThreadKeepsIsOnOfferToTheKernel) {
+    OnFreshThread([](Heap const&) {
+        Pool<2048> pool;
+        char* data[3];
+        for (unsigned long const i : {0, 1, 2}) {
+            unsigned long const size = i == 0 ? PoolBase::WARM_MAX - PAGE : 4UL << 20;
+            EXPECT_TRUE(pool.Reserve(size - 16));
+            data[i] = static_cast<char*>(pool.Alloc(size - 16));
+            memset(data[i], 0xFF, size - 16);
+        }
+        pool.Clear();
+        std::ifstream smaps("/proc/self/smaps");
+        unsigned long lazy = 0;
+        for (std::string line; std::getline(smaps, line);)
+            lazy += line.starts_with("LazyFree:") ? std::stoul(line.substr(9)) * 1024 : 0;
+        EXPECT_GE(lazy, 8UL << 20);
+        auto const offer = [](char* block) { return madvise(block - 16, 1UL << 20, MADV_PAGEOUT); };
+        if (offer(data[1]) != 0) GTEST_SKIP() << "this kernel does not page out on request";
+        unsigned long resident = 0;
+        unsigned char pages[256];
+        EXPECT_EQ(mincore(data[1] - 16, 1UL << 20, pages), 0);
+        for (unsigned char const page : pages)
+            resident += page & 1;
+        EXPECT_EQ(resident, 0u);
+        EXPECT_EQ(mincore(data[0] - 16, PAGE, pages), 0);
+        EXPECT_EQ(pages[0] & 1, 1) << "the first MiB stays";
+        EXPECT_TRUE(pool.Reserve(3UL << 20) && memset(pool.Alloc(3UL << 20), 1, 3UL << 20));
+    });
+}
+
+TEST(Pool, WhatIsApartLeavesThePresentBlockAsItIs) {
     OnFreshThread([](Heap const& heap) {
         Pool<2048> pool;
-        EXPECT_TRUE(pool.Reserve(100000) && memset(pool.Alloc(1000), 0xFF, 1000));
+        auto* const first = static_cast<char*>(pool.Alloc(16));
+        for (unsigned long const size : {1UL, PAGE - 16, 5UL << 20})
+            EXPECT_TRUE(memset(pool.AllocApart(size), 0xFF, size));
+        EXPECT_TRUE(pool.Alloc(16) == first + 16 && !pool.IsFresh());
+        EXPECT_EQ(heap.LiveBytes(), 2 * PAGE + (5UL << 20) + PAGE);
+        Calls calls;
+        calls.Script(SysCall::mmap, {Calls::Fail(ENOMEM)});
+        EXPECT_TRUE(!pool.AllocApart(100) && !pool.AllocApart(~0UL) && pool.Left() == 2048 - 32);
         pool.Clear();
-        Calls const calls;
-        EXPECT_TRUE(pool.Reserve(3UL << 20) && pool.Left() < 200000 && !pool.IsFresh());
-        EXPECT_EQ(calls.Count(SysCall::mmap), 0u) << "the spare one, though it is shorter";
-        EXPECT_TRUE(pool.Reserve(3UL << 20) && pool.Left() >= 3UL << 20 && pool.IsFresh());
-        EXPECT_TRUE(pool.Alloc(pool.Left()) && pool.Alloc(10));
-        pool.Clear();
-        EXPECT_TRUE(pool.Reserve(3UL << 20) && pool.Left() == PoolBase::SPARE_MAX - 16 && !pool.IsFresh());
-        EXPECT_TRUE(memset(pool.Alloc(pool.Left()), 0xFF, PoolBase::SPARE_MAX - 16));
-        pool.Clear();
-        EXPECT_TRUE(heap.Live() == 1 && calls.Count(SysCall::mmap) == 2) << heap.Describe();
+        EXPECT_EQ(heap.Live(), 0u);
     });
-    PoolBase::KeepUpTo(6UL << 20);
-    OnFreshThread([](Heap const&) {
-        static thread_local Pool<2048> pool; // dies behind the thread's own end
-        EXPECT_TRUE(pool.Reserve(100UL << 20) && pool.Left() == (6UL << 20) - 16);
-        pool.Clear();
-        EXPECT_TRUE(pool.Reserve(100000) && pool.Left() == (6UL << 20) - 16);
-    });
-    PoolBase::KeepUpTo(~0UL);
-    OnFreshThread([](Heap const&) {
-        Pool<2048> pool;
-        EXPECT_TRUE(pool.Reserve(6UL << 20) && pool.Left() >= 6UL << 20) << "no limit is the largest one";
-    });
-    PoolBase::KeepUpTo(0);
 }
 
 #ifdef ZEB_POOL_POISONS

@@ -5,7 +5,6 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 
@@ -20,60 +19,106 @@ unsigned long PageSize_() {
     return known > 0 ? static_cast<unsigned long>(known) : 0;
 }
 
-constinit std::atomic<unsigned long> regionMax = PoolBase::REGION_MAX;
-constinit std::atomic<unsigned long> spareMax = PoolBase::SPARE_MAX;
+constinit std::atomic<unsigned long> keptMax = PoolBase::KEPT_MAX;
 
 } // namespace
 
-// The one region that a thread keeps for its next pool. The value of a key, not a thread_local object: the
-// key's destructor also comes after pools that die with the thread.
-class PoolBase::Spare_ {
+// The regions that a thread keeps for its next pools. It lies apart from them, since a write into a page that
+// was offered to the kernel takes it back. The value of a key, not a thread_local object: the key's
+// destructor also comes after pools that die with the thread.
+class PoolBase::Shelf_ {
 public:
-    static Block_* Take() {
-        if (!HasKey_()) return nullptr;
-        void* const region = pthread_getspecific(key_);
-        if (region) pthread_setspecific(key_, nullptr); // cannot fail: the place exists
-        return static_cast<Block_*>(region);
+    // The shortest region that has the size, or else the longest one; null when there is none.
+    static Block_* Take(unsigned long size) {
+        Shelf_* const shelf = Get_();
+        return shelf && shelf->count_ != 0 ? shelf->TakeOut_(shelf->Best_(size)) : nullptr;
     }
 
-    // Keeps the region, cut at the limit, if it is longer than the present spare. The result is the one that
-    // is left over, or null.
-    static Block_* Keep(Block_* region) {
-        if (!HasKey_()) return region;
-        auto* const spare = static_cast<Block_*>(pthread_getspecific(key_));
-        unsigned long const length = Kept(region);
-        if (spare && spare->Length() >= length) return region;
-        if (pthread_setspecific(key_, region) != 0) return region;
-        if (region->Length() > length)
-            Unmap_(reinterpret_cast<char*>(region) + length, region->Length() - length);
-        region->length = length | REGION | RECYCLED;
-        Poison_(region + 1, length - sizeof(Block_));
-        return spare;
-    }
-
-    // How much of a block could be kept.
-    static unsigned long Kept(Block_ const* block) {
-        if (!block || (block->length & REGION) == 0) return 0;
-        unsigned long const most = spareMax.load(std::memory_order_relaxed);
-        return block->Length() < most ? block->Length() : most;
+    // Keeps the region, cut to the room that there is. False, with nothing done, when that is too little.
+    static bool Keep(Block_* region) {
+        unsigned long const most = keptMax.load(std::memory_order_relaxed);
+        Shelf_* const shelf = most != 0 ? Make_() : nullptr;
+        return shelf && shelf->PutIn_(region, most);
     }
 
 private:
+    static constexpr unsigned PLACES = 32;
+
+    struct Kept_ {
+        Block_* region;
+        unsigned long length;
+        bool isWarm;
+    };
+
     static bool HasKey_() {
         pthread_once(&once_, [] { hasKey_ = pthread_key_create(&key_, &Release_) == 0; });
         return hasKey_;
     }
 
-    static void Release_(void* region) { Unmap_(region, static_cast<Block_*>(region)->Length()); }
+    static Shelf_* Get_() { return HasKey_() ? static_cast<Shelf_*>(pthread_getspecific(key_)) : nullptr; }
+
+    static Shelf_* Make_() {
+        Shelf_* shelf = Get_();
+        if (shelf || !hasKey_) return shelf;
+        shelf = new (std::nothrow) Shelf_;
+        if (!shelf || pthread_setspecific(key_, shelf) == 0) return shelf;
+        delete shelf;
+        return nullptr;
+    }
+
+    static void Release_(void* data) {
+        auto* const shelf = static_cast<Shelf_*>(data);
+        for (unsigned i = 0; i < shelf->count_; ++i)
+            Unmap_(shelf->kept_[i].region, shelf->kept_[i].length);
+        delete shelf;
+    }
+
+    unsigned Best_(unsigned long size) const {
+        unsigned best = 0;
+        for (unsigned i = 1; i < count_; ++i) {
+            unsigned long const length = kept_[i].length, known = kept_[best].length;
+            bool const fits = length - sizeof(Block_) >= size, knownFits = known - sizeof(Block_) >= size;
+            if (fits ? !knownFits || length < known : !knownFits && length > known) best = i;
+        }
+        return best;
+    }
+
+    Block_* TakeOut_(unsigned at) {
+        Kept_ const kept = kept_[at];
+        kept_[at] = kept_[--count_];
+        bytes_ -= kept.length;
+        if (kept.isWarm) warmBytes_ -= kept.length;
+        return new (kept.region) Block_{nullptr, kept.length | REGION | RECYCLED};
+    }
+
+    bool PutIn_(Block_* region, unsigned long most) {
+        unsigned long const room = most > bytes_ ? most - bytes_ : 0;
+        unsigned long const whole = region->Length();
+        unsigned long const length = whole < room ? whole : room & ~(REGION_MIN - 1);
+        if (count_ == PLACES || length < REGION_MIN) return false;
+        bool const isWarm = warmBytes_ + length <= WARM_MAX;
+        if (!isWarm && madvise(region, length, MADV_FREE) != 0) return false;
+        if (length != whole) Unmap_(reinterpret_cast<char*>(region) + length, whole - length);
+        Poison_(region + 1, length - sizeof(Block_));
+        kept_[count_++] = {region, length, isWarm};
+        bytes_ += length;
+        if (isWarm) warmBytes_ += length;
+        return true;
+    }
+
+    unsigned count_ = 0;
+    unsigned long bytes_ = 0;
+    unsigned long warmBytes_ = 0;
+    Kept_ kept_[PLACES];
 
     static pthread_once_t once_;
     static pthread_key_t key_;
     static bool hasKey_;
 };
 
-constinit pthread_once_t PoolBase::Spare_::once_ = PTHREAD_ONCE_INIT;
-constinit pthread_key_t PoolBase::Spare_::key_ = 0;
-constinit bool PoolBase::Spare_::hasKey_ = false;
+constinit pthread_once_t PoolBase::Shelf_::once_ = PTHREAD_ONCE_INIT;
+constinit pthread_key_t PoolBase::Shelf_::key_ = 0;
+constinit bool PoolBase::Shelf_::hasKey_ = false;
 
 PoolBase::PoolBase(void* block, unsigned long size)
     : head_(&first_)
@@ -114,8 +159,7 @@ PoolBase::Block_* PoolBase::Map_(unsigned long length, int flags) {
 // A region, with memory behind it from the start. One that about fills a huge page gets whole ones, where the
 // kernel has them. What the kernel refuses comes page by page later.
 PoolBase::Block_* PoolBase::MapRegion_(unsigned long size) {
-    unsigned long const most = regionMax.load(std::memory_order_relaxed);
-    size = size < REGION_MIN ? REGION_MIN : size > most ? most : size;
+    size = size < REGION_MIN ? REGION_MIN : size > REGION_MAX ? REGION_MAX : size;
     unsigned long length;
     if (!Length_(size, length)) return nullptr;
     if (length < HUGE_PAGE * 3 / 4) return Map_(length, MAP_POPULATE);
@@ -128,13 +172,7 @@ PoolBase::Block_* PoolBase::MapRegion_(unsigned long size) {
     return new (block) Block_{nullptr, length};
 }
 
-void PoolBase::KeepUpTo(unsigned long size) {
-    unsigned long whole;
-    if (__builtin_add_overflow(size, HUGE_PAGE - 1, &whole)) whole = ~0UL;
-    whole &= ~(HUGE_PAGE - 1);
-    spareMax.store(whole > SPARE_MAX ? whole : SPARE_MAX, std::memory_order_relaxed);
-    regionMax.store(whole > REGION_MAX ? whole - ALIGNMENT : REGION_MAX, std::memory_order_relaxed);
-}
+void PoolBase::KeepUpTo(unsigned long size) { keptMax.store(size, std::memory_order_relaxed); }
 
 void PoolBase::Unmap_(void* block, unsigned long length) {
     Unpoison_(block, length);
@@ -151,7 +189,7 @@ bool PoolBase::AddBlock_(unsigned long size) {
 
 bool PoolBase::Reserve(unsigned long size) {
     if (size <= left_) return true;
-    Block_* region = Spare_::Take();
+    Block_* region = Shelf_::Take(size);
     if (!region) {
         region = MapRegion_(size);
         if (!region) return false;
@@ -159,6 +197,18 @@ bool PoolBase::Reserve(unsigned long size) {
     }
     Use_(region);
     return true;
+}
+
+void* PoolBase::AllocApart(unsigned long size) {
+    unsigned long length;
+    Block_* const block = Length_(size, length) ? Map_(length, 0) : nullptr;
+    if (!block) return nullptr;
+    block->length |= APART;
+    block->next = head_;
+    head_ = block;
+    Poison_(block + 1, length - sizeof(Block_));
+    Unpoison_(block + 1, size);
+    return block + 1;
 }
 
 void PoolBase::Use_(Block_* block) {
@@ -199,15 +249,11 @@ private:
 
 void PoolBase::Clear() {
     Run_<&Unmap_> run;
-    Block_* kept = nullptr; // the best one to keep; of equals the oldest, which is the warmest
     while (head_ != &first_) {
-        Block_* block = head_;
+        Block_* const block = head_;
         head_ = block->next;
-        if (unsigned long const length = Spare_::Kept(block); length != 0 && length >= Spare_::Kept(kept))
-            std::swap(block, kept);
-        if (block) run.Add(block, block->Length());
+        bool const isKept = (block->length & REGION) != 0 && Shelf_::Keep(block);
+        if (!isKept) run.Add(block, block->Length());
     }
-    if (kept) kept = Spare_::Keep(kept);
-    if (kept) run.Add(kept, kept->Length());
     UseFirst_();
 }

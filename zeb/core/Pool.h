@@ -6,9 +6,15 @@
 // where the heap must not be, in a signal handler for one.
 //
 // A fresh block costs a system call and a fault for each page. A user who knows that much will be needed
-// calls Reserve() ahead; each thread keeps one region of those in reserve for the next user.
+// calls Reserve() ahead. What was reserved is kept by the thread for its next pool: 1 MiB as it is, more of
+// it, up to the limit of KeepUpTo(), on offer to the kernel (MADV_FREE). The kernel takes that memory when it
+// is short, without swap; until then it counts as resident (VmRSS, a memory limit) and stands under LazyFree
+// in /proc/<pid>/smaps.
 //
-// Under AddressSanitizer all memory that is not handed out is poisoned. One thread at a time.
+// Owns       its memory, and so all that was put into it; destructors of what lies there do not run
+// Threads    one at a time; what is kept belongs to the thread that ended the use, and goes with it
+// Fails      Alloc() by null, which leaves everything as it was
+// Memory     that is not handed out is poisoned under AddressSanitizer
 
 #include "zeb/core/Export.h"
 
@@ -27,12 +33,16 @@ class ZEB_PUBLIC PoolBase {
 public:
     static constexpr unsigned long ALIGNMENT = 16;
 
-    // Limits of one region that Reserve gets, and of the one that a thread keeps. Large regions fill whole
-    // huge pages, which come at a tenth of the cost of others.
+    // Limits of one region that Reserve gets. Large regions fill whole huge pages, which come at a tenth of
+    // the cost of others.
     static constexpr unsigned long HUGE_PAGE = 2UL << 20;
     static constexpr unsigned long REGION_MIN = 64UL << 10;
     static constexpr unsigned long REGION_MAX = (4UL << 20) - ALIGNMENT;
-    static constexpr unsigned long SPARE_MAX = 1UL << 20;
+
+    // Of what each thread keeps: the bytes that are not offered to the kernel, and all of them, unless
+    // KeepUpTo() says otherwise.
+    static constexpr unsigned long WARM_MAX = 1UL << 20;
+    static constexpr unsigned long KEPT_MAX = 32UL << 20;
 
     PoolBase(PoolBase const&) = delete;
     PoolBase& operator=(PoolBase const&) = delete;
@@ -53,22 +63,25 @@ public:
 
     // Makes it likely that the next `size` bytes are there without a further system call. When less is left,
     // the pool gets one region, already backed by memory: about of that size, but within the limits above, or
-    // the thread's spare one, whatever its size; so a user tests Left() and comes again when it runs low. The
-    // rest of the present block is lost until Clear(). False when there was no memory, and nothing has
-    // changed. Not for signal handlers.
+    // one that the thread has kept, which may be shorter; so a user tests Left() and comes again when it runs
+    // low. The rest of the present block is lost until Clear(). False when there was no memory, and nothing
+    // has changed. Not for signal handlers.
     bool Reserve(unsigned long size);
+
+    // As Alloc(), but in a block of its own, so that nothing of the present one is lost: for what is large
+    // beside a region.
+    void* AllocApart(unsigned long size);
 
     // Bytes of the present block that are not handed out yet.
     unsigned long Left() const { return left_; }
 
     // What is left of the present block is known to be zero.
-    bool IsFresh() const { return head_ != &first_ && (head_->length & RECYCLED) == 0; }
+    bool IsFresh() const { return head_ != &first_ && (head_->length & (RECYCLED | APART)) == 0; }
 
     // All memory that was handed out is gone.
     void Clear();
 
-    // Raises REGION_MAX and SPARE_MAX to whole huge pages of that size, for a program that reads large
-    // documents again and again and has the memory to keep. Of the whole process.
+    // How much each thread of the process may keep, from its next Clear() on; 0 is nothing.
     static void KeepUpTo(unsigned long size);
 
 protected:
@@ -78,17 +91,18 @@ protected:
 private:
     static constexpr unsigned long REGION = 1;   // given by Reserve
     static constexpr unsigned long RECYCLED = 2; // was used before, so it is not zero
+    static constexpr unsigned long APART = 4;    // given by AllocApart
 
     // The head of a block from the kernel. Lengths are whole pages, which leaves the low bits for the marks.
     struct Block_ {
         Block_* next;
         unsigned long length;
 
-        unsigned long Length() const { return length & ~(REGION | RECYCLED); }
+        unsigned long Length() const { return length & ~(REGION | RECYCLED | APART); }
     };
     static_assert(sizeof(Block_) == ALIGNMENT);
 
-    class Spare_;
+    class Shelf_;
 
     static unsigned long Round_(unsigned long size) { return (size + ALIGNMENT - 1) & ~(ALIGNMENT - 1); }
     static bool Length_(unsigned long size, unsigned long& length);
