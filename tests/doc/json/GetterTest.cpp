@@ -1,8 +1,10 @@
 #include "zeb/doc/json/Getter.h"
 #include "tests/doc/json/Text.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <optional>
+#include <vector>
 
 using namespace Json::Getter;
 using Json::Document;
@@ -73,40 +75,49 @@ TEST(JsonGetter, EachTypeIsReadByAllFormsOrLeavesZero) {
     ExpectFamily<double>("[-0.5,1]", -0.5, 9);
 }
 
-TEST(JsonGetter, AFailureReachesTheTopExceptThroughWhatIsOptional) {
-    struct Row {
+TEST(JsonGetter, AFailureReachesTheTopAndSaysWhereUnlessItIsOptional) {
+    struct {
         char const* text;
-        bool top, hasObject, hasList;
+        bool strict, top, hasObject, hasList;
         int a, b, first, second;
+        char const* failed = "";
+    } const rows[] = {
+        {R"({"a":1,"o":{"b":2},"l":[3,4,"more"],"s":null})", true, true, true, true, 1, 2, 3, 4},
+        {R"({"a":1,"o":null,"l":{},"s":5})", false, true, false, false, 1, 0, 0, 0},
+        {R"({"a":1})", true, true, false, false, 1, 0, 0, 0},
+        {R"({"a":1,"s":5})", true, false, false, false, 1, 0, 0, 0, "s"},
+        {R"({"a":1,"s":"x","o":null})", true, true, false, false, 1, 0, 0, 0},
+        {R"({"a":1,"o":[],"l":[3,4]})", true, false, false, false, 1, 0, 0, 0, "o"},
+        {R"({"o":{"b":2},"l":[3,4]})", false, false, false, false, 0, 0, 0, 0, "a"},
+        {R"({"a":1,"o":{"b":"x"},"l":[3,4]})", false, false, false, false, 1, 0, 0, 0, "o.b"},
+        {R"({"a":1,"o":{"b":2},"l":[3]})", false, false, true, false, 1, 2, 3, 0, "l[1]"},
+        {R"({"a":1,"o":{"b":2},"l":[0.5,4]})", false, false, true, false, 1, 2, 0, 0, "l[0]"},
     };
-    for (Row const& row : {Row{R"({"a":1,"o":{"b":2},"l":[3,4,"more"]})", true, true, true, 1, 2, 3, 4},
-                           {R"({"a":1,"o":null,"l":{}})", true, false, false, 1, 0, 0, 0},
-                           {R"({"a":1})", true, false, false, 1, 0, 0, 0},
-                           {R"({"o":{"b":2},"l":[3,4]})", false, false, false, 0, 0, 0, 0},
-                           {R"({"a":1,"o":{"b":"x"},"l":[3,4]})", false, false, false, 1, 0, 0, 0},
-                           {R"({"a":1,"o":{"b":2},"l":[3]})", false, true, false, 1, 2, 3, 0},
-                           {R"({"a":1,"o":{"b":2},"l":[3,0.5]})", false, true, false, 1, 2, 3, 0}}) {
+    for (auto const& row : rows) {
         SCOPED_TRACE(row.text);
         Document doc;
         ASSERT_EQ(JsonTest::Parse(doc, row.text), Json::CODE_OK);
         bool hasObject = true, hasList = true;
         int a = 9, b = 9, first = 9, second = 9;
+        CString const* s = nullptr;
         Object top(doc.Object()), object(&hasObject);
         Array list(&hasList);
-        top >> Member("a", a) >> NValue("o", object >> Member("b", b)) >>
-            NValue("l", list >> Element(first) >> Element(second));
+        if (row.strict) top.Strict();
+        top >> Member("a", a) >> Member("s", &s) >> NValue("o", object >> Member("b", b)) >>
+            NValue("l", list.Strict() >> Element(first) >> Element(second));
         EXPECT_TRUE(top == row.top && hasObject == row.hasObject && hasList == row.hasList);
-        EXPECT_TRUE(a == row.a && b == row.b && first == row.first && second == row.second);
+        EXPECT_EQ((std::vector{a, b, first, second}), (std::vector{row.a, row.b, row.first, row.second}));
+        EXPECT_EQ(top.FailedField(), row.failed);
     }
 }
 
-TEST(JsonGetter, AGetterWithoutABoolIsRequiredAndReadsOnce) {
+TEST(JsonGetter, AGetterReadsOnceAndWithoutABoolIsRequired) {
     for (auto const& [text, ok] : {std::pair{R"({"o":{}})", true}, {R"({"o":[]})", false}, {"{}", false}}) {
         Document doc;
         ASSERT_EQ(JsonTest::Parse(doc, text), Json::CODE_OK);
         Object top(doc.Object()), object;
         top >> NValue("o", object);
-        EXPECT_TRUE(top == ok && object == ok && !object.IsOptional() && !(ok && object.Get(doc)));
+        EXPECT_TRUE(top == ok && object == ok && !object.IsOptional() && !(ok && object.Get(doc))) << text;
     }
     Document doc;
     Object none(static_cast<Json::Object const*>(nullptr));
@@ -120,22 +131,63 @@ TEST(JsonGetter, AGetterWithoutABoolIsRequiredAndReadsOnce) {
     EXPECT_TRUE(Scalar(static_cast<int const**>(nullptr)).Get(value));
 }
 
-TEST(JsonGetter, ALoopReadsEachItemAndAMismatchFailsAllAbove) {
+TEST(JsonGetter, AFailureInALoopFailsAllAboveAlsoWhenTheirHoldersHaveEnded) {
     Document doc;
-    ASSERT_EQ(JsonTest::Parse(doc, R"({"list":[{"n":1},{"n":20},{"n":300}]})"), Json::CODE_OK);
-    Object top(doc.Object());
+    ASSERT_EQ(JsonTest::Parse(doc, R"({"wan":{"list":[{"n":1},{"n":20},{"n":300}]}})"), Json::CODE_OK);
+    std::optional<Object> top(std::in_place, doc.Object());
+    Object wan;
     Array list;
-    NValue place("list", list); // keeps the way up open
-    top >> place;
+    *top >> NValue("wan", wan);
+    wan >> NValue("list", list);
     unsigned sum = 0;
     for (UValue::Iterator& item : list) {
-        EXPECT_TRUE(list && top);
+        EXPECT_TRUE(list && wan && *top);
         unsigned char byte = 9;
         Object record;
         UValue const element(item, record);
         sum += record >> Member("n", byte) ? byte : 1000;
     }
-    EXPECT_TRUE(sum == 1021 && !list && !top);
+    EXPECT_EQ(sum, 1021u);
+    EXPECT_FALSE(list || wan || *top);
+    EXPECT_EQ(list.FailedField(), "list[2].n");
+    EXPECT_EQ(top->FailedField(), "wan.list[2].n");
+    top.reset();
+    std::string const name(100, 'x');
+    Object members(doc.Object()); // has the same under names that do not fit
+    wan >> Member("late", sum);
+    members >> Member(JsonTest::View(name), sum);
+    EXPECT_EQ(members.FailedField(), JsonTest::View(name.substr(0, 79)));
+}
+
+TEST(JsonGetter, WhatEndsBeforeItIsReadFailsAllAbove) {
+    Document doc;
+    ASSERT_EQ(JsonTest::Parse(doc, R"({"wan":{"id":7}})"), Json::CODE_OK);
+    Json::Value const& value = *doc.Object()->First()->Value();
+    int id = 9;
+    std::function<void(Object&, std::optional<NValue>&)> const losses[] = {
+        [&](Object& wan, auto&) { wan >> Member("id", id); }, // a statement of its own
+        [](Object& wan, auto& place) {
+            Object gone;
+            wan >> place.emplace("id", gone);
+        },
+        [](Object& wan, auto& place) {
+            wan >> place.emplace("id", wan); // refused
+        },
+    };
+    for (auto const& lose : losses) {
+        for (char const* name : {"wan", "none"}) {
+            bool hasWan = true;
+            Object record(doc.Object()), wan(&hasWan), direct;
+            std::optional<NValue> place;
+            lose(wan, place), place.reset();
+            record >> NValue(name, wan);
+            EXPECT_FALSE(record || wan || hasWan) << &lose - losses;
+            EXPECT_EQ(record.FailedField().Compare(0, strlen(name), name), 0);
+            lose(direct, place);
+            EXPECT_FALSE(direct.Get(value));
+        }
+    }
+    EXPECT_EQ(id, 0);
 }
 
 TEST(JsonGetter, AChildHangsOnceAndNeverBelowItself) {
@@ -152,6 +204,7 @@ TEST(JsonGetter, AChildHangsOnceAndNeverBelowItself) {
     above >> place;
     EXPECT_FALSE(first.AddMember_(first, member)); // not even when its parent is gone
     EXPECT_TRUE(!first && !member && a == 0);
+    EXPECT_EQ(above.FailedField(), "a");
     NValue again("f", first), abovePlace("x", above), ringPlace("x", ring);
     EXPECT_FALSE(top.AddMember_(top, again));          // hangs below `above`
     EXPECT_FALSE(ring.AddMember_(ring, ringPlace));    // in itself
@@ -159,17 +212,19 @@ TEST(JsonGetter, AChildHangsOnceAndNeverBelowItself) {
     EXPECT_TRUE(top.AddMember_(top, abovePlace));
 }
 
-TEST(JsonGetter, ChildrenAndParentsMayDieInAnyOrder) {
+TEST(JsonGetter, ChildrenAndParentsMayEndInAnyOrder) {
     Document doc;
     ASSERT_EQ(JsonTest::Parse(doc, R"({"o":{"b":2}})"), Json::CODE_OK);
     int a = 9, b = 9;
     std::optional<Object> outer(std::in_place), inner(std::in_place);
     std::optional<NValue> place(std::in_place, "o", *inner);
     Member stays("b", b);
-    *inner >> Member("missing", a) >> stays;
-    EXPECT_TRUE((*outer >> *place).Get(doc) && a == 0 && b == 2);
+    *inner >> stays;
+    EXPECT_TRUE((*outer >> *place).Get(doc) && b == 2);
     NValue const second("o", *inner); // does not last longer than what it would hold
     EXPECT_FALSE(*inner || *outer);
+    *inner >> Member("missing", a);
+    EXPECT_EQ(a, 0);
     inner.reset();
     EXPECT_FALSE(*place || second || outer->GetMember_(*place));
     outer.reset(), place.reset();

@@ -60,10 +60,27 @@ void const* Item(Json::Value const& value, KindT kind) {
     return nullptr;
 }
 
+PathT_ Path_(Field_ const& field) {
+    PathT_ path;
+    if (field.isElement) {
+        (void)path.Assignf("[%lu]", field.index); // always fits
+    } else {
+        (void)path.Assign(field.name); // a long name is cut
+    }
+    return path;
+}
+
+void Join_(PathT_& path, CString const& below) {
+    bool const isName = !path.Empty() && !below.Empty() && below[0] != '[';
+    PathT_ const above(path);
+    (void)path.Assignf("%s%s%s", above.Cstr(), isName ? "." : "", below.Cstr()); // a long one is cut
+}
+
 } // namespace
 
 Value::~Value() {
-    if (holder_ != nullptr) holder_->Drop_();
+    if (in_ != nullptr) in_->Leave_(*this);
+    if (holder_ != nullptr) holder_->Forget_();
 }
 
 Scalar::Scalar(KindT kind, uint8_t flags, void* target)
@@ -101,39 +118,40 @@ bool Scalar::Get(Json::Value const& value) {
 // A getter has one place: a second one holds nothing, since it would not learn of the getter's end, and fails
 // it.
 void Child_::Hold_(Value& inner) {
-    if (inner.holder_ == nullptr) {
+    if (inner.holder_ == nullptr && inner.above_ == nullptr) {
         inner_ = &inner;
         inner.holder_ = this;
     } else {
-        Invalidate_(&inner);
+        Container_::Invalidate_(&inner);
         state_ = USED;
     }
 }
 
-void Child_::Invalidate_(Value* value) {
-    for (; value != nullptr; value = Above_(*value))
-        value->Invalidate();
-}
-
-bool Child_::Deliver_(Json::Value const* value) {
+bool Child_::Deliver_(Json::Value const* value, Field_ const& field) {
     if (inner_ == nullptr) return false;
-    if (value != nullptr ? inner_->Get(*value) : inner_->IsOptional()) return true;
-    Invalidate_(inner_);
+    if (Container_* const container = inner_->AsContainer_()) container->SetPlace_(field);
+    bool ok = !inner_->isLost_;
+    if (ok && value != nullptr) {
+        bool const mayDiffer = inner_->in_ == nullptr || !inner_->in_->isStrict_ || value->IsNull();
+        ok = inner_->Get(*value) && (mayDiffer || *inner_);
+    } else if (ok) {
+        ok = inner_->IsOptional();
+    }
+    if (ok) return true;
+    Container_::Tell_(*inner_, Path_(field));
+    Container_::Invalidate_(inner_);
     return false;
 }
 
-void Child_::Unlink_() {
-    if (list_ != nullptr) list_->Remove(*this);
-    list_ = nullptr;
-    parent_ = nullptr;
+// The child ends; what it hung stays where it is.
+void Child_::Drop_() {
+    if (inner_ == nullptr) return;
+    if (inner_->in_ != nullptr) inner_->in_->Keep_(*inner_);
+    inner_->holder_ = nullptr;
 }
 
-// The child or its getter ends.
-void Child_::Drop_() {
-    Unlink_();
-    if (inner_ != nullptr && inner_->holder_ == this) inner_->holder_ = nullptr;
-    inner_ = nullptr;
-}
+// Its getter has ended.
+void Child_::Forget_() { inner_ = nullptr; }
 
 Container_::Container_(bool atHand)
     : flags_(atHand ? 0 : CONSUMED)
@@ -146,28 +164,72 @@ Container_::Container_(bool* success)
 }
 
 Container_::~Container_() {
-    while (Child_* const child = children_.Front())
-        child->Unlink_();
+    while (Child_* const child = children_.PopFront())
+        child->inner_->Unhang_();
+    while (Value* const value = kept_.PopFront())
+        value->Unhang_();
 }
 
-bool Container_::Attach_(Value& parent, Child_& child) {
+bool Container_::Attach_(Value& parent, Child_& child, Field_ const& field) {
     bool refused = child.state_ == Child_::USED || child.inner_ == nullptr;
-    for (Value* above = &parent; above != nullptr; above = Child_::Above_(*above))
-        refused = refused || above->holder_ == &child;
+    for (Value* above = &parent; above != nullptr; above = above->above_)
+        refused = refused || above == child.inner_;
     if (refused) {
-        Child_::Invalidate_(child.inner_);
-        Child_::Invalidate_(&parent);
+        Invalidate_(child.inner_);
+        isLost_ = true;
+        AddFailure_(Path_(field));
+        Tell_(parent, path_);
+        Invalidate_(&parent);
         return false;
     }
     child.state_ = Child_::USED;
-    child.parent_ = &parent;
-    child.list_ = &children_;
+    child.inner_->above_ = &parent;
+    child.inner_->in_ = this;
     children_.PushBack(child);
     return true;
 }
 
+// The holder of a getter ends. What still waits to be read cannot be found without it.
+void Container_::Keep_(Value& value) {
+    children_.Remove(*value.holder_);
+    kept_.PushBack(value);
+    if ((flags_ & CONSUMED) == 0) isLost_ = true;
+}
+
+void Container_::Leave_(Value& value) {
+    kept_.Remove(value);
+    if (value.holder_ == nullptr) return;
+    children_.Remove(*value.holder_);
+    if ((flags_ & CONSUMED) == 0) isLost_ = true;
+}
+
+void Container_::Invalidate_(Value* value) {
+    for (; value != nullptr; value = value->above_)
+        value->Invalidate();
+}
+
+void Container_::SetPlace_(Field_ const& field) {
+    PathT_ const below(FailedField());
+    path_ = Path_(field);
+    if (hasFailed_) Join_(path_, below);
+}
+
+void Container_::AddFailure_(CString const& below) {
+    if (!hasFailed_) Join_(path_, below);
+    hasFailed_ = true;
+}
+
+// Tells all getters above a value, or above what stands for one, what failed in them.
+void Container_::Tell_(Value& value, PathT_ text) {
+    for (Value* at = &value; at->in_ != nullptr; at = at->above_) {
+        if (Container_ const* const container = at->AsContainer_()) text = container->path_;
+        at->in_->AddFailure_(text);
+        text = at->in_->path_;
+    }
+}
+
 bool Container_::Consume_(bool isSet) {
-    if (isSet || (flags_ & CONSUMED) != 0) return false;
+    if (isSet || isLost_ || (flags_ & CONSUMED) != 0) return false;
     flags_ |= CONSUMED;
     return true;
 }
@@ -182,12 +244,16 @@ bool Container_::GetChildren_(bool atHand, F get) {
 }
 
 void UValue::Bind_(Iterator& at) {
-    if (at.parent_->Attach_(*at.parent_, *this)) (void)Deliver_(at.Value()); // the result stays in the getter
+    Field_ const field{CString(), at.index_, true};
+    // The result stays in the getter.
+    if (at.parent_->Attach_(*at.parent_, *this, field)) (void)Deliver_(at.Value(), field);
 }
 
 void NValue::Bind_(Iterator& at) {
     name_ = at.Name();
-    if (at.parent_->Attach_(*at.parent_, *this)) (void)Deliver_(at.Value()); // the result stays in the getter
+    Field_ const field{name_};
+    // The result stays in the getter.
+    if (at.parent_->Attach_(*at.parent_, *this, field)) (void)Deliver_(at.Value(), field);
 }
 
 bool Object::Get(Json::Value const& value) {
@@ -198,12 +264,12 @@ bool Object::Get(Json::Value const& value) {
 }
 
 bool Object::AddMember_(Value& parent, NValue& child) {
-    return Attach_(parent, child) && (!*this || GetMember_(child));
+    return Attach_(parent, child, {child.Name()}) && (!*this || GetMember_(child));
 }
 
 bool Object::GetMember_(NValue& child) {
     Json::Object::Member const* const member = object_ != nullptr ? object_->Get(child.Name()) : nullptr;
-    return child.Deliver_(member != nullptr ? member->Value() : nullptr);
+    return child.Deliver_(member != nullptr ? member->Value() : nullptr, {child.Name()});
 }
 
 bool Array::Get(Json::Value const& value) {
@@ -214,13 +280,13 @@ bool Array::Get(Json::Value const& value) {
 }
 
 bool Array::AddElement_(Value& parent, UValue& child) {
-    return Attach_(parent, child) && (!*this || GetElement_(child));
+    return Attach_(parent, child, {CString(), index_, true}) && (!*this || GetElement_(child));
 }
 
 bool Array::GetElement_(UValue& child) {
     Json::Array::Element const* const element = next_;
     if (element != nullptr) next_ = element->Next();
-    return child.Deliver_(element != nullptr ? element->Value() : nullptr);
+    return child.Deliver_(element != nullptr ? element->Value() : nullptr, {CString(), index_++, true});
 }
 
 } // namespace Json::Getter

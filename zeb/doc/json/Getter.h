@@ -2,12 +2,14 @@
 
 // Json::Getter: reads a record of known shape without a test for each field. The getter of the record knows
 // its container; each member that is hung below it with >> is read at once into its variable; one test at the
-// end tells whether the whole record was there, with the right types.
+// end tells whether the whole record was there, with the right types. For one or two fields the Get() of
+// Json::Object does.
 //
 //   unsigned short mtu;
 //   CString const* name; // optional: null unless there is a string of that name
-//   Json::Getter::Object record(document.Object());
-//   if (!(record >> Json::Getter::Member("mtu", mtu) >> Json::Getter::Member("name", &name))) return false;
+//   Json::Getter::Object record(document.Object()); // null, as for a list, fails the record
+//   record >> Json::Getter::Member("mtu", mtu) >> Json::Getter::Member("name", &name);
+//   if (!record) error << "bad or missing: " << record.FailedField();
 //
 // Records nest. The inner getter gets its children first, and is read when it is hung in the outer one:
 //
@@ -15,28 +17,36 @@
 //   Json::Getter::Object wan(&hasWan);
 //   record >> Json::Getter::NValue("wan", wan >> Json::Getter::Member("id", id));
 //
+// The children of an inner getter may also be hung in it afterwards, one by one. What is hung in it ahead
+// must live until it is read: "wan >> Json::Getter::Member("id", id);" as a statement of its own leaves
+// nothing to read by, and fails wan and all above as soon as wan is hung.
+//
 // A loop reads each item as its variable is constructed; a mismatch fails the list and all above it:
 //
 //   Json::Getter::Array list(document.Array());
 //   for (Json::Getter::UValue::Iterator& item : list) { Json::Getter::Element element(item, number); ... }
 //
 // A required item (T&) that is missing or of another type is zeroed (the nil string for a CString), and fails
-// the getters above it, up to the top. An optional one (T const**) leaves a null pointer and fails nothing.
-// For T see Kind.h. What does not fit the type exactly does not match it: 300 is no unsigned char, 1.0 no
-// int. Pointers and views live as long as the content of the document.
+// the getters above it, up to the top. An optional one (T const**) leaves a null pointer and fails nothing,
+// unless its getter is Strict(). For T see Kind.h. What does not fit the type exactly does not match it: 300
+// is no unsigned char, 1.0 no int.
 //
-// Getters are local objects, used in one go by one thread; no operation allocates or logs. Members may die
-// before what they hang in, or after; one that has died is no way up any more, so an NValue or UValue below
-// which reading goes on later is a named object too. A getter hangs in one place: a second NValue or UValue
-// beside the first fails it. Each getter reads once: a second Get() fails, except that of a required scalar.
+// Owns       nothing. Pointers and views that were read live as long as the content of the document
+// Threads    one: getters are local objects, used in one go
+// Destroy    in any order. An NValue or UValue may end once it is read: what it hung stays below its getter
+// Fails      by the getters above. Each getter reads once: a second Get() fails, except that of a required
+//            scalar. A getter hangs in one place: a second NValue or UValue beside the first fails it
+// Memory     is never asked for, and nothing is logged
 
 #include "zeb/core/Intrusive.h"
+#include "zeb/core/RString.h"
 #include "zeb/doc/json/Kind.h"
 #include "zeb/doc/json/Value.h"
 
 namespace Json::Getter {
 
 class Child_;
+class Container_;
 
 // What reads one value. Clients may derive getters of their own, for a leaf with a format of its own.
 class ZEB_PUBLIC Value {
@@ -60,7 +70,17 @@ private:
     friend class Child_;
     friend class Container_;
 
+    virtual Container_* AsContainer_() { return nullptr; }
+    void Unhang_() {
+        above_ = nullptr;
+        in_ = nullptr;
+    }
+
     Child_* holder_ = nullptr; // through which it hangs in another getter
+    Value* above_ = nullptr;   // what it hangs in, also when the holder has ended
+    Container_* in_ = nullptr; // the container whose children have it
+    bool isLost_ = false;      // something below it was refused, or ended before it was read
+    Intrusive::Hook hook_;     // in the list of those whose holder has ended
 };
 
 // Reads one item into a variable.
@@ -94,6 +114,13 @@ private:
     void* target_; // T*, or T const** of an optional scalar
 };
 
+// Internal. A field by its name, or by its index in an array.
+struct Field_ {
+    CString name;
+    unsigned long index = 0;
+    bool isElement = false;
+};
+
 // Internal. The place of a getter below another one.
 class ZEB_PUBLIC Child_ {
 public:
@@ -108,7 +135,7 @@ protected:
 
     void Hold_(Value& inner);
     // Null is a value that is missing.
-    bool Deliver_(Json::Value const* value);
+    bool Deliver_(Json::Value const* value, Field_ const& field);
 
 private:
     friend class Array;
@@ -118,23 +145,19 @@ private:
 
     enum StateT : uint32_t { FREE = 0, USED = 1 }; // it hangs somewhere, or did so, or never may
 
-    static Value* Above_(Value const& value) { return value.holder_ ? value.holder_->parent_ : nullptr; }
-    // The value and all above it.
-    static void Invalidate_(Value* value);
-    void Unlink_();
     void Drop_();
+    void Forget_();
 
     StateT state_ = FREE;
     Value* inner_ = nullptr;
-    Value* parent_ = nullptr;
     Intrusive::Hook hook_;
 
 public:
     using ListT_ = Intrusive::List<Child_, &Child_::hook_>;
-
-private:
-    ListT_* list_ = nullptr;
 };
+
+// Internal. The way to a field, cut to what fits.
+using PathT_ = RString<80>;
 
 // Internal. What Object and Array have in common.
 class ZEB_PUBLIC Container_ : public Value {
@@ -144,9 +167,13 @@ public:
     bool IsOptional() const override { return success_ != &local_; }
     void Invalidate() override { *success_ = false; }
 
+    // The way from this getter to what failed it first, as "wan.id" or "lan[2].name", cut to what fits; empty
+    // while nothing failed. Of a getter that hangs in another one it begins with its own name there.
+    CString FailedField() const { return hasFailed_ ? CString(path_) : CString(); }
+
     // Internal. Hangs the child below the parent, whose children are those of this container. A child that
     // hung somewhere already, or stands above the parent, is refused, which invalidates both and all above.
-    bool Attach_(Value& parent, Child_& child);
+    bool Attach_(Value& parent, Child_& child, Field_ const& field);
 
 protected:
     // At hand, or not there at all.
@@ -157,14 +184,32 @@ protected:
     bool Consume_(bool isSet);
     template<class F>
     bool GetChildren_(bool atHand, F get);
+    void SetStrict_() { isStrict_ = true; }
 
 private:
+    friend class Child_;
+    friend class Value;
+
     static constexpr uint8_t CONSUMED = 4;
+    using KeptT_ = Intrusive::List<Value, &Value::hook_>;
+
+    Container_* AsContainer_() override { return this; }
+    void SetPlace_(Field_ const& field);
+    void AddFailure_(CString const& below);
+    static void Tell_(Value& value, PathT_ text);
+    // The value and all above it.
+    static void Invalidate_(Value* value);
+    void Keep_(Value& value);
+    void Leave_(Value& value);
 
     uint8_t flags_ = 0;
     bool local_ = false;
+    bool isStrict_ = false;
+    bool hasFailed_ = false;
     bool* success_;
     Child_::ListT_ children_;
+    KeptT_ kept_; // hang here, and their holders have ended
+    PathT_ path_; // its own place, and behind it, once that is known, what failed
 };
 
 // An unnamed value: a getter as the next element of an array.
@@ -220,7 +265,7 @@ public:
         , object_(object) {}
     // To be hung in another getter. Optional if there is a success, which then has the result: false when the
     // value is missing or no object. False as well when its content failed, but that fails the getters above
-    // too.
+    // too. The bool must live as long as this getter and what hangs in it.
     explicit Object(bool* success = nullptr)
         : Container_(success) {}
 
@@ -231,6 +276,13 @@ public:
         return *this;
     }
     Object& operator>>(NValue&& member) { return *this >> member; }
+
+    // From here on an optional child that is there, and neither null nor what it should be, fails this getter
+    // too.
+    Object& Strict() {
+        SetStrict_();
+        return *this;
+    }
 
     NValue::Iterator begin();
     static void const* end() { return nullptr; }
@@ -263,6 +315,12 @@ public:
     }
     Array& operator>>(UValue&& element) { return *this >> element; }
 
+    // As with Object.
+    Array& Strict() {
+        SetStrict_();
+        return *this;
+    }
+
     // All elements, whatever was read so far.
     UValue::Iterator begin();
     static void const* end() { return nullptr; }
@@ -279,6 +337,7 @@ private:
 
     Json::Array const* array_ = nullptr;
     Json::Array::Element const* next_ = nullptr;
+    unsigned long index_ = 0; // of the next one
 };
 
 // The elements of an array, for a range-based loop: the loop variable is the iterator itself.
@@ -293,6 +352,7 @@ public:
     Iterator& operator*() { return *this; }
     Iterator& operator++() {
         current_ = current_->Next();
+        ++index_;
         return *this;
     }
     bool operator==(void const* end) const { return current_ == end; }
@@ -302,6 +362,7 @@ private:
 
     Array* parent_;
     Json::Array::Element const* current_;
+    unsigned long index_ = 0;
 };
 
 // The members of an object, for a range-based loop: the loop variable is the iterator itself.
