@@ -10,7 +10,7 @@ int main() {
     if (document.Parse(CString(R"({"name": "eth0", "mtu": 1500})"), Json::Document::PARSE_CONTAINER).Failed())
         return 1;
     unsigned short mtu;
-    if (!document.Object()->Get("mtu", mtu)) return 1;
+    if (!document.Object() || !document.Object()->Get("mtu", mtu)) return 1;
     document.Object()->Append("jumbo", mtu > 1500);
 
     Xml::Document xml;

@@ -1,5 +1,15 @@
 #include "tests/doc/json/Text.h"
+#include "workbench/Heap.h"
 #include "workbench/LogCapture.h"
+#include "zeb/core/RString.h"
+#include "zeb/core/String.h"
+#include "zeb/doc/xml/Document.h"
+
+#include <algorithm>
+#include <optional>
+#include <random>
+#include <utility>
+#include <vector>
 
 using namespace JsonTest;
 
@@ -48,8 +58,8 @@ TEST(JsonContainers, KeepWhatIsAppendedInOrder) {
 // The item must come out, or the result be zeroed.
 template<class T, class Container, class Key>
 void ExpectRead(Container const& from, Key key, bool found, T old, T expected) {
-    EXPECT_EQ(from.Get(key, old), found);
-    EXPECT_TRUE(old == expected);
+    EXPECT_EQ(from.Get(key, old), found) << key;
+    EXPECT_TRUE(old == expected) << key;
 }
 
 template<class Container, class Key>
@@ -64,6 +74,11 @@ void ExpectTypedReads(Container const& from, Key number, Key text, Key array, Ke
     ExpectRead<CString>(from, flag, false, "old", "");
     ExpectRead<bool>(from, flag, true, false, true);
     ExpectRead<bool>(from, number, false, true, false);
+    String owned;
+    for (auto const& [key, found] : {std::pair{none, false}, {text, true}, {number, false}}) {
+        EXPECT_EQ(from.Get(key, owned), found);
+        EXPECT_EQ(owned, CString(found ? "x" : ""));
+    }
     Array* a = nullptr;
     Array const* ca = nullptr;
     Object* o = nullptr;
@@ -74,17 +89,38 @@ void ExpectTypedReads(Container const& from, Key number, Key text, Key array, Ke
     EXPECT_TRUE(a == nullptr && ca == nullptr && o == nullptr && co == nullptr);
 }
 
+// A text that owns its bytes is copied into or refused, and a pointer is no bool.
+template<class T>
+concept ReadsInto = requires(Array const& a, Object const& o, Value const& v, T& t) {
+    a.Get(0, t);
+    o.Get("", t);
+    v.Get(t);
+};
+template<class T>
+concept Takes = requires(Array& a, Object& o, T t) {
+    a.Append(t), o.Append("", t);
+};
+static_assert(ReadsInto<String> && ReadsInto<CString> && !ReadsInto<RString<8>> && !ReadsInto<float>);
+static_assert(!ReadsInto<Json::String> && !ReadsInto<CString::IgnoreCase>);
+static_assert(Takes<char*> && Takes<bool> && !Takes<Value*> && !Takes<void const*> && !Takes<void (*)()>);
+
 TEST(JsonContainers, ATypedReadZeroesTheResultWhenItFails) {
-    Document doc;
-    ASSERT_EQ(Parse(doc, R"({"l":[300,"x",[],{},true],"n":300,"t":"x","a":[],"o":{},"f":true})"),
-              Json::CODE_OK);
+    Parsed const doc(R"({"l":[300,"x",[],{},true],"n":300,"t":"x","a":[],"o":{},"f":true})");
     ExpectTypedReads<Array, unsigned long>(*doc.Object()->First()->Value()->Array(), 0, 1, 2, 3, 4, 5);
     ExpectTypedReads<Object, char const*>(*doc.Object(), "n", "t", "a", "o", "f", "zz");
+    ForEveryAllocation([&](Heap& heap) {
+        String owned;
+        heap.Arm();
+        bool const ok = doc.Object()->Get("t", owned);
+        heap.Disarm();
+        EXPECT_EQ(ok, !heap.Fired());
+        EXPECT_EQ(owned.Size(), ok ? 1u : 0u);
+    });
 }
 
 TEST(JsonContainers, RemoveTakesOnlyWhatStandsHere) {
-    Document doc, other;
-    ASSERT_EQ(Parse(doc, R"({"a":[1,2,3],"b":[4],"c":7})"), Json::CODE_OK);
+    Document other;
+    Parsed doc(R"({"a":[1,2,3],"b":[4],"c":7})");
     Object& object = *doc.Object();
     Array& array = *object.Get("a")->Value()->Array();
     EXPECT_FALSE(array.Remove(object.Get("b")->Value()->Array()->First()) || array.Remove(nullptr));
@@ -105,8 +141,8 @@ TEST(JsonContainers, RemoveTakesOnlyWhatStandsHere) {
 }
 
 TEST(JsonContainers, AppendCopyTakesAnyValueOfAnyDocument) {
-    Document from, doc;
-    ASSERT_EQ(Parse(from, R"({"k":[1,{"m":"t"}]})"), Json::CODE_OK);
+    Parsed from(R"({"k":[1,{"m":"t"}]})");
+    Document doc;
     Object& object = *doc.Object();
     EXPECT_NE(object.AppendCopy("x", from.Object()->First()->Value()), nullptr);
     EXPECT_TRUE(object.AppendCopy("none", nullptr)->IsNull());
@@ -114,20 +150,78 @@ TEST(JsonContainers, AppendCopyTakesAnyValueOfAnyDocument) {
     Array& array = *object.AppendArray("l");
     EXPECT_TRUE(array.AppendCopy(nullptr)->IsNull());
     EXPECT_EQ(array.AppendCopy(&from)->Parent(), array.Value());
+    EXPECT_TRUE(object.AppendObject("c")->Clone_(*from.Object()) && array.Clone_(array));
     from.InitArray();
-    EXPECT_EQ(Text(doc), R"({"x":[1,{"m":"t"}],"none":null,"self":{"x":[1,{"m":"t"}],"none":null},)"
-                         R"("l":[null,{"k":[1,{"m":"t"}]}]})");
+    EXPECT_EQ(Text(doc),
+              R"({"x":[1,{"m":"t"}],"none":null,"self":{"x":[1,{"m":"t"}],"none":null},)"
+              R"("l":[null,{"k":[1,{"m":"t"}]},null,{"k":[1,{"m":"t"}]}],"c":{"k":[1,{"m":"t"}]}})");
 }
 
-TEST(JsonObject, ADuplicateNameIsLoggedAndKept) {
+TEST(JsonContainers, ATreeOfAnyDepthIsPrintedCopiedAndExportedOnAnyStack) {
+    constexpr unsigned LEVELS = 100000;
+    Document doc, copy;
+    Object* object = doc.Object();
+    for (unsigned i = 0; i < LEVELS; ++i)
+        object = object->AppendArray("a")->AppendObject();
+    EXPECT_EQ(Text(doc).size(), 2 + 8 * LEVELS);
+    ASSERT_NE(copy.Object()->AppendCopy("c", &doc), nullptr);
+    EXPECT_EQ(Text(copy).size(), 2 + 8 * LEVELS + 6);
+    Xml::Document xml;
+    EXPECT_EQ(doc.Export(xml), Json::CODE_OK);
+    Xml::Node const* node = &xml;
+    for (unsigned i = 0; i < LEVELS; ++i)
+        node = node->FirstNode();
+    EXPECT_TRUE(node != nullptr && node->FirstNode() == nullptr);
+}
+
+// Beside a plain list: each name that is there already is a warning, whatever was removed.
+TEST(JsonObject, ADuplicateNameIsLoggedAndKeptInAnObjectOfAnySize) {
+    std::mt19937 random(5);
     LogCapture log;
     Document doc;
-    int n = 0;
+    Object& object = *doc.Object();
+    std::vector<std::string> names;
+    for (unsigned i = 0; i < 3000; ++i) {
+        std::string const name = "client " + std::to_string(random() % (i < 300 ? 100 : 4000));
+        unsigned const known = std::ranges::find(names, name) != names.end() ? 1 : 0;
+        ASSERT_NE(object.Append(View(name), i), nullptr);
+        ASSERT_EQ(log.Take().size(), known) << name << " as " << i;
+        names.push_back(name);
+        if (random() % 16 != 0) continue;
+        unsigned long const at = random() % std::min<size_t>(names.size(), 40);
+        Object::Member* member = object.First();
+        for (unsigned long n = at; n != 0; --n)
+            member = member->Next();
+        ASSERT_TRUE(object.Remove(member));
+        names.erase(names.begin() + static_cast<long>(at));
+    }
+    Object::Member const* member = object.First();
+    for (std::string const& name : names)
+        ASSERT_EQ(std::exchange(member, member->Next())->Name(), View(name));
+    EXPECT_EQ(member, nullptr);
+    doc.InitObject();
     for (char const* name : {"a", "A", "a"})
-        EXPECT_NE(doc.Object()->Append(name, ++n), nullptr);
+        EXPECT_NE(doc.Object()->Append(name, 1), nullptr);
     EXPECT_EQ(log.Take(), LogCapture::LinesT{"W Json::Object: AppendMember: duplicate key: \"a\"."});
-    EXPECT_TRUE(doc.Object()->Get("a", n) && n == 1);
-    EXPECT_EQ(Text(doc), R"({"a":1,"A":2,"a":3})");
+    EXPECT_EQ(Text(doc), R"({"a":1,"A":1,"a":1})");
+}
+
+TEST(JsonObject, TellsDuplicatesWithoutMemoryForAnIndexToo) {
+    unsigned whole = 0;
+    ForEveryAllocation([&](Heap& heap) {
+        LogCapture log;
+        Document doc;
+        heap.Arm();
+        for (unsigned i = 0; i < 600 && doc.Valid(); ++i)
+            doc.Object()->Append(View(std::to_string(i)), i);
+        heap.Disarm();
+        EXPECT_TRUE(heap.Fired() || doc.Valid());
+        if (!doc.Valid()) return;
+        whole += heap.Fired() ? 1 : 0;
+        EXPECT_TRUE(doc.Object()->Get("599") != nullptr && log.Lines().empty());
+        EXPECT_TRUE(doc.Object()->Append("599", 1) && log.Take().size() == 1);
+    });
+    EXPECT_GT(whole, 1u);
 }
 
 } // namespace

@@ -34,6 +34,20 @@ TEST(JsonSetter, EachTypeBecomesTheValueThatAnAppendMakes) {
     EXPECT_EQ(member, nullptr);
 }
 
+TEST(JsonSetter, AContainerThatCannotHangWhereItIsPutIsCopied) {
+    Document doc, other;
+    Object hung(doc), foreign(other), ring(doc);
+    Array list(doc);
+    hung << Member("n", 1), foreign << Member("f", 2), ring << Member("r", 3) << NArray("l", list);
+    list << UObject(hung) << UObject(hung) << UObject(foreign) << UObject(ring) << UArray(list);
+    Object(*doc.Object()) << NObject("ring", ring) << NObject("self", Object(*doc.Object()));
+    other.InitObject();
+    char const items[] = R"({"n":1},{"n":1},{"f":2})", ring0[] = R"({"r":3,"l":[)";
+    std::string const before = std::string(ring0) + items + "]}", more = "," + before;
+    std::string const all = std::string(ring0) + items + more + ",[" + items + more + "]]}";
+    EXPECT_EQ(JsonTest::Text(doc), R"({"ring":)" + all + R"(,"self":{"ring":)" + all + "}}");
+}
+
 TEST(JsonSetter, ARecordIsWrittenWholeExactlyWhenMemoryLasts) {
     std::string const big(5000, 'x'); // needs a block of its own
     ForEveryAllocation([&](Heap& heap) {

@@ -29,4 +29,11 @@ inline uint32_t Parse(Document& document, std::string_view text,
     return document.Parse(View(text), what).Code();
 }
 
+// A document of that text, which must be a good one.
+struct Parsed : Document {
+    explicit Parsed(std::string_view text) { EXPECT_EQ(JsonTest::Parse(*this, text), Json::CODE_OK) << text; }
+};
+
+inline char const OUT_OF_MEMORY[] = "C Json::Document: out of memory [0xcffe****].";
+
 } // namespace JsonTest

@@ -47,19 +47,13 @@ TEST(JsonValue, AnIntegerIsOfEveryTypeThatHoldsIt) {
         EXPECT_EQ(Held(Value(doc, n), n), types) << n;
         EXPECT_TRUE(n < 0 || Held(Value(doc, static_cast<unsigned long long>(n)), n) == types) << n;
     }
-    EXPECT_EQ(Held(Value(doc, 0x8000000000000000ULL), 0x8000000000000000ULL), 640u);
-    EXPECT_EQ(Held(Value(doc, ULLONG_MAX), ULLONG_MAX), 640u);
-    // The type that it is made from does not matter.
-    EXPECT_EQ(Held(Value(doc, static_cast<char>(-1)), -1), 341u);
-    EXPECT_EQ(Held(Value(doc, static_cast<unsigned char>(200)), 200), 1022u);
-    EXPECT_EQ(Held(Value(doc, static_cast<short>(-200)), -200), 340u);
-    EXPECT_EQ(Held(Value(doc, static_cast<unsigned short>(40000)), 40000), 1016u);
-    EXPECT_EQ(Held(Value(doc, 5), 5), 1023u);
-    EXPECT_EQ(Held(Value(doc, 3000000000U), 3000000000U), 992u);
-    EXPECT_EQ(Held(Value(doc, -5L), -5), 341u);
-    EXPECT_EQ(Held(Value(doc, ULONG_MAX), ULONG_MAX), 640u);
+    // The type that it is made from does not matter, and a double is none of them.
+    auto const expect = [&](auto number, unsigned types) { EXPECT_EQ(Held({doc, number}, number), types); };
+    expect(0x8000000000000000ULL, 640), expect(ULLONG_MAX, 640), expect(ULONG_MAX, 640), expect(-5L, 341);
+    expect(char{-1}, 341), expect(static_cast<unsigned char>(200), 1022), expect(short{-200}, 340);
+    expect(static_cast<unsigned short>(40000), 1016), expect(5, 1023), expect(3000000000U, 992);
+    expect(5.0, 1024);
     EXPECT_EQ(Held(Value(doc, Value::TYPE_NUMBER), 0), 1023u);
-    EXPECT_EQ(Held(Value(doc, 5.0), 5.0), 1024u);
 }
 
 TEST(JsonValue, OnlyTheAccessorsOfItsTypeAnswer) {
@@ -90,13 +84,7 @@ TEST(JsonValue, ADeepCopyIsEqualAndApart) {
     char const TEXT[] =
         R"({"a":[null,true,false,-1,200,18446744073709551615,0.5,"x\u0000y",{}],"b":{"c":[]},"b":1})";
     Document copy;
-    Value* value = nullptr;
-    {
-        Document doc;
-        ASSERT_EQ(Parse(doc, TEXT), Json::CODE_OK);
-        value = doc.Copy_(copy);
-        doc.InitArray();
-    }
+    Value* const value = Parsed(TEXT).Copy_(copy);
     ASSERT_NE(value, nullptr);
     EXPECT_EQ(Text(*value), TEXT);
     EXPECT_TRUE(value->Parent() == nullptr && value->Doc() == &copy);

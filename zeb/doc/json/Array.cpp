@@ -20,7 +20,8 @@ bool Array::IsNull(unsigned long index) const {
 
 Json::Value* Array::Append_(Json::Value* value) {
     if (value == nullptr || !document_->Valid()) return nullptr;
-    void* const block = document_->Allocate_(sizeof(Element));
+    value = owner_->Own_(value);
+    void* const block = value != nullptr ? document_->Allocate_(sizeof(Element)) : nullptr;
     if (block == nullptr) return nullptr;
     Link_(new (block) Element(value));
     return value;
@@ -57,7 +58,9 @@ Json::Value* Array::AppendCopy(Json::Value const* value) {
 }
 
 bool Array::Clone_(Json::Array const& from) {
-    for (Element const* element = from.first_; element != nullptr; element = element->next_)
+    Element const* const last = from.first_ != nullptr ? from.last_ : nullptr; // this may be `from`
+    for (Element const* element = from.first_; element != nullptr;
+         element = element != last ? element->next_ : nullptr)
         if (Append_(element->value_->Copy_(*document_)) == nullptr) return false;
     return true;
 }

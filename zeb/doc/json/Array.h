@@ -8,11 +8,14 @@
 // flag down; once it is down every append gives null.
 
 #include "zeb/core/CString.h"
+#include "zeb/doc/ForeignPointer.h"
 #include "zeb/doc/json/Null.h"
+#include "zeb/doc/json/Readable.h"
 
 namespace Json {
 
 class Document;
+class Names_;
 class Object;
 class Parser_;
 class Value;
@@ -57,8 +60,10 @@ public:
 
     // False, and a zeroed result (the nil string for a CString), when there is no such element or it does not
     // hold a T exactly. T: bool, Array*, Array const*, Object*, Object const*, CString, double and the ten
-    // integer types. Views and pointers live as long as the document's content.
+    // integer types; or a ::String, which gets a copy, and is false and empty without memory too. Views and
+    // pointers live as long as the document's content.
     template<class T>
+    requires IsReadable_<T>
     bool Get(unsigned long index, T& result) const;
 
     // False past the end.
@@ -67,6 +72,8 @@ public:
     // The new value, last in this array. Text is copied; a null text counts as the empty one.
     Json::Value* Append(NullT const&);
     Json::Value* Append(bool value);
+    template<Doc::ForeignPointer T>
+    Json::Value* Append(T value) = delete;
     Json::Value* Append(char const* text);
     Json::Value* Append(CString const& text);
     Json::Value* Append(char value);
@@ -92,12 +99,14 @@ public:
 
     // Internal. Appends copies of all elements; false, with those copied so far, on failure.
     bool Clone_(Json::Array const& from);
-    // Internal. Appends a detached value of this document; null (for a null value too) on failure.
+    // Internal. Appends the value: itself, if it is a detached one of this document and does not hold this
+    // array, and else a copy. Null (for a null value too) on failure.
     Json::Value* Append_(Json::Value* value);
     // Internal. Forgets the elements.
     void Clear_() { first_ = last_ = nullptr; }
 
 private:
+    friend class Json::Object;
     friend class Json::Value;
     friend class Parser_;
 
@@ -111,7 +120,10 @@ private:
 
     void Link_(Element* element);
 
-    Element* first_;
+    union {
+        Element* first_;
+        Names_* names_; // in the value of an object, which has no elements: the index of its names, or null
+    };
     Element* last_;
     Json::Value* owner_;
     Json::Document* document_;

@@ -1,6 +1,9 @@
 #pragma once
 
-// What reading and exporting a JSON document can answer.
+// What reading and exporting a JSON document can answer, in numbers and in words.
+
+#include "zeb/core/CString.h"
+#include "zeb/core/ReturnT.h"
 
 #include <cstdint>
 
@@ -36,6 +39,18 @@ enum CodeT : uint32_t {
     CODE_EXPORT_TYPE = 0x803800CB,          // a member that has no form in XML
     CODE_EXPORT_ELEMENT = 0x803800CC,       // the same for an element of an array
     CODE_EXPORT_ROOT = 0x803800CD,          // the root is no object
+};
+
+// What the code says of a text, as "no colon behind the name"; "out of memory" for a code of the Oom family,
+// and the nil string for any other code that is none of the above.
+ZEB_PUBLIC CString CodeWords(ReturnT code);
+
+// Where and why a text was refused. The words live for ever.
+struct FaultT {
+    unsigned long offset = 0; // bytes ahead of the fault
+    unsigned long line = 0;   // from 1; lines end in LF
+    unsigned long column = 0; // from 1, in characters
+    CString words;
 };
 
 } // namespace Json

@@ -18,6 +18,7 @@
 #include "zeb/core/CBuffer.h"
 #include "zeb/core/Pool.h"
 #include "zeb/core/ReturnT.h"
+#include "zeb/doc/json/Codes.h"
 #include "zeb/doc/json/Value.h"
 
 namespace Io {
@@ -31,6 +32,8 @@ namespace Json {
 
 class ZEB_PUBLIC Document : public Value {
 public:
+    static constexpr char IDENT[] = "Json::Document";
+
     // What may stand as the root of a text.
     enum ParseT : uint32_t {
         PARSE_CONTAINER = 0, // an object or an array
@@ -46,17 +49,19 @@ public:
     void InitObject() { Clear_(TYPE_OBJECT); }
     void InitArray() { Clear_(TYPE_ARRAY); }
 
-    // Codes: see CodeT (Codes.h), or the Oom family. A failure leaves what was built so far. A scalar root
-    // keeps the pool as it is, and its text, if it is one, lies there too.
-    ReturnT Parse(CBuffer const& text, ParseT what);
-    ReturnT Parse(CString const& text, ParseT what);
+    // Codes: see CodeT (Codes.h), or the Oom family, which is logged at Log::CRITICAL. A failure leaves what
+    // was built so far, and says in the fault, if there is one, where and why; a success does not touch it. A
+    // scalar root keeps the pool as it is, and its text, if it is one, lies there too.
+    ReturnT Parse(CBuffer const& text, ParseT what, FaultT* fault = nullptr);
+    ReturnT Parse(CString const& text, ParseT what, FaultT* fault = nullptr);
 
     // True when the state of the stream is good at the end. Otherwise than compact each element stands on a
     // line of its own, indented by 2 for each level.
     bool Print(Io::OStream& stream, bool compact) const;
 
     // Appends the members of the root to the node, as elements. Fails for a root that is no object, for a
-    // double anywhere, and for an array in an array.
+    // double anywhere, and for an array in an array, with a code of CodeT; and for want of memory, with one
+    // of the Oom family, which is logged at Log::CRITICAL. What was appended by then stays.
     ReturnT Export(Xml::Node& parent) const;
 
     // Internal. Memory of the pool; null, and the valid flag down, when that is exhausted.
@@ -77,6 +82,7 @@ public:
     void InitValue_(Value const& value);
 
 private:
+    friend class Json::Object;
     friend class Parser_;
 
     static constexpr unsigned long POOL_SIZE = 2048;

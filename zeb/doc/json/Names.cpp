@@ -1,10 +1,18 @@
 #include "zeb/doc/json/Names.h"
 
 #include <cstdlib>
+#include <new>
 
 namespace Json {
 
-Names_::~Names_() { free(table_); }
+Names_::~Names_() {
+    if (pool_ == nullptr) free(table_);
+}
+
+Names_* Names_::Make(PoolBase& pool) {
+    void* const block = pool.Alloc(sizeof(Names_));
+    return block != nullptr ? new (block) Names_(pool) : nullptr;
+}
 
 uint64_t Names_::Hash_(char const* block, unsigned long length, unsigned long size) {
     uint64_t hash = size;
@@ -13,50 +21,52 @@ uint64_t Names_::Hash_(char const* block, unsigned long length, unsigned long si
     return length != 0 ? Mix_(hash, LoadPart_(block, length)) : hash;
 }
 
-bool Names_::AddMany_(Object const& object, CString const& name, unsigned long length, bool& found) {
-    if (!Prepare_(object)) return false;
-    found = !Put_(name, Hash_(name.Cstr(), length, name.Size()));
+// At most half of the slots are in use.
+bool Names_::AddMany_(Object const& object, Object::Member const& member, unsigned long length, bool& found) {
+    if (!isWhole_ || 2 * (count_ + 1) > capacity_) isWhole_ = Rebuild_(object);
+    if (!isWhole_) return false;
+    found = !Put_(member, Hash_(member.Name(), length));
     ++count_;
     return true;
 }
 
-// Makes room for one more name; at most half of the slots are in use.
-bool Names_::Prepare_(Object const& object) {
-    if (2 * (count_ + 1) <= capacity_) return true;
-    bool const first = capacity_ == 0;
-    if (!Grow_(first ? FIRST_CAPACITY : 2 * capacity_)) return false;
-    if (!first) return true;
-    for (Object::Member const* member = object.First(); member != nullptr; member = member->Next()) {
-        CString const& name = member->Name();
-        Put_(name, Hash_(name.Cstr(), strnlen(name.Cstr(), name.Size()), name.Size()));
-    }
+// A table of all members, with room for one more.
+bool Names_::Rebuild_(Object const& object) {
+    unsigned long members = 0;
+    for (Object::Member const* member = object.First(); member != nullptr; member = member->Next())
+        ++members;
+    unsigned long capacity = capacity_ != 0 ? capacity_ : FIRST_CAPACITY;
+    while (2 * (members + 1) > capacity)
+        capacity *= 2;
+    if (!Resize_(capacity)) return false;
+    for (Object::Member const* member = object.First(); member != nullptr; member = member->Next())
+        Put_(*member, Hash_(member->Name(), Length_(member->Name())));
+    count_ = members > FEW ? members : FEW; // a table once is one for good
     return true;
 }
 
-bool Names_::Grow_(unsigned long capacity) {
-    Slot_* const table = static_cast<Slot_*>(calloc(capacity, sizeof(Slot_)));
-    if (table == nullptr) return false;
-    for (unsigned long i = 0; i < capacity_; ++i) {
-        if (table_[i].data == nullptr) continue;
-        unsigned long at = table_[i].hash & (capacity - 1);
-        while (table[at].data != nullptr)
-            at = (at + 1) & (capacity - 1);
-        table[at] = table_[i];
+// An empty table of that many slots.
+bool Names_::Resize_(unsigned long capacity) {
+    unsigned long const size = capacity * sizeof(Slot_);
+    if (capacity != capacity_) {
+        auto* const table = static_cast<Slot_*>(pool_ != nullptr ? pool_->Alloc(size) : malloc(size));
+        if (table == nullptr) return false;
+        if (pool_ == nullptr) free(table_);
+        table_ = table;
+        capacity_ = capacity;
     }
-    free(table_);
-    table_ = table;
-    capacity_ = capacity;
+    memset(table_, 0, size);
     return true;
 }
 
 // False, with nothing done, when the name is there.
-bool Names_::Put_(CString const& name, uint64_t hash) {
+bool Names_::Put_(Object::Member const& member, uint64_t hash) {
     unsigned long at = hash & (capacity_ - 1);
-    for (; table_[at].data != nullptr; at = (at + 1) & (capacity_ - 1)) {
+    for (; table_[at].member != nullptr; at = (at + 1) & (capacity_ - 1)) {
         Slot_ const& slot = table_[at];
-        if (slot.hash == hash && CString(slot.data, slot.size) == name) return false;
+        if (slot.hash == hash && slot.member->Name() == member.Name()) return false;
     }
-    table_[at] = Slot_{hash, name.Cstr(), name.Size()};
+    table_[at] = Slot_{hash, &member};
     return true;
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
-// The names of one object while it is parsed: tells whether a name may stand there already, without a walk
-// over all members for each new one. Internal to the library.
+// The names of one object while it is parsed or built: tells whether a name stands there already, without a
+// walk over all members for each new one. Internal to the library.
 //
-// The first members set bits in one word; a name whose bit is set is looked up in the list. Beyond FEW
-// members a table of hashes on the heap takes over.
+// While an object is parsed the first members set bits in one word; a name whose bit is set is looked up in
+// the list. Beyond FEW members a table of hashes takes over, on the heap. The index of an object that is
+// built is such a table from the start, and all of it lies in the pool of the document.
 
+#include "zeb/core/Pool.h"
 #include "zeb/doc/json/Object.h"
 
 #include <bit>
@@ -21,12 +23,17 @@ public:
     Names_(Names_ const&) = delete;
     Names_& operator=(Names_ const&) = delete;
 
-    // Whether the object, whose members are the names added so far, has that one too; then counts it among
-    // them. A comparison stops at a NUL that both names have: `length` counts the bytes up to the first NUL.
-    // The name lies in its pool block, which has at least 16 bytes. False means out of memory.
-    bool Add(Object const& object, CString const& name, unsigned long length, bool& found) {
+    // The index of an object that is built; null without memory. It ends with the pool.
+    static Names_* Make(PoolBase& pool);
+
+    // Whether the object, of which all members so far were added, has a member of that name; then counts the
+    // new one, which is not linked yet, among them. A comparison stops at a NUL that both names have:
+    // `length` counts the bytes up to the first NUL. The name lies in its pool block, which has at least 16
+    // bytes. False means out of memory.
+    bool Add(Object const& object, Object::Member const& member, unsigned long length, bool& found) {
         if (count_ >= FEW) [[unlikely]]
-            return AddMany_(object, name, length, found);
+            return AddMany_(object, member, length, found);
+        CString const& name = member.Name();
         uint64_t const hash = QuickHash_(name.Cstr(), length, name.Size());
         uint64_t const bit = uint64_t{1} << (hash >> 58);
         uint64_t& word = seen_[hash >> 56 & (WORDS - 1)];
@@ -35,12 +42,17 @@ public:
         ++count_;
         return true;
     }
+    bool Add(Object const& object, Object::Member const& member, bool& found) {
+        return Add(object, member, Length_(member.Name()), found);
+    }
+
+    // A member has left the object: the members are counted anew with the next one.
+    void Forget() { isWhole_ = false; }
 
 private:
     struct Slot_ {
         uint64_t hash;
-        char const* data; // null in a free slot
-        unsigned long size;
+        Object::Member const* member; // null in a free slot
     };
 
     static constexpr unsigned FEW = 64;
@@ -67,15 +79,26 @@ private:
     }
     static uint64_t Hash_(char const* block, unsigned long length, unsigned long size);
 
-    bool AddMany_(Object const& object, CString const& name, unsigned long length, bool& found);
-    bool Prepare_(Object const& object);
-    bool Grow_(unsigned long capacity);
-    bool Put_(CString const& name, uint64_t hash);
+    static unsigned long Length_(CString const& name) { return strnlen(name.Cstr(), name.Size()); }
+    static uint64_t Hash_(CString const& name, unsigned long length) {
+        return Hash_(name.Cstr(), length, name.Size());
+    }
+
+    explicit Names_(PoolBase& pool)
+        : count_(FEW)
+        , pool_(&pool) {}
+
+    bool AddMany_(Object const& object, Object::Member const& member, unsigned long length, bool& found);
+    bool Rebuild_(Object const& object);
+    bool Resize_(unsigned long capacity);
+    bool Put_(Object::Member const& member, uint64_t hash);
 
     uint64_t seen_[WORDS] = {};
     unsigned long count_ = 0;
     Slot_* table_ = nullptr;
     unsigned long capacity_ = 0; // a power of two
+    bool isWhole_ = false;       // the table has all members
+    PoolBase* pool_ = nullptr;   // where the table lies; null for the heap
 };
 
 } // namespace Json

@@ -2,6 +2,7 @@
 
 #include "zeb/core/Log.h"
 #include "zeb/doc/json/Document.h"
+#include "zeb/doc/json/Names.h"
 
 namespace Json {
 
@@ -23,12 +24,29 @@ void Object::Warn_(CString const& name) const {
     Log(Log::WARNING, IDENT, nullptr, "AppendMember: duplicate key: \"%1\"") << name;
 }
 
+// Whether a member of that name is linked already; then the new one counts as linked too.
+bool Object::IsKnown_(Member const& member) {
+    constexpr unsigned FEW = 32;
+    Names_*& names = owner_->array_.names_;
+    if (names == nullptr) {
+        unsigned count = 0;
+        for (Member const* other = first_; other != nullptr; other = other->next_, ++count)
+            if (other->name_ == member.name_) return true;
+        if (count >= FEW) names = Names_::Make(document_->pool_);
+        if (names == nullptr) return false;
+    }
+    bool found = false;
+    return names->Add(*this, member, found) ? found : Get(member.name_) != nullptr;
+}
+
 Json::Value* Object::Append_(Json::String const& name, Json::Value* value) {
     if (value == nullptr || !document_->Valid()) return nullptr;
-    if (Get(name) != nullptr) Warn_(name);
-    void* const block = document_->Allocate_(sizeof(Member));
+    value = owner_->Own_(value);
+    void* const block = value != nullptr ? document_->Allocate_(sizeof(Member)) : nullptr;
     if (block == nullptr) return nullptr;
-    Link_(new (block) Member(name, value));
+    Member* const member = new (block) Member(name, value);
+    if (IsKnown_(*member)) Warn_(name);
+    Link_(member);
     return value;
 }
 
@@ -37,6 +55,10 @@ template<class Make>
 Json::Value* Object::AppendNew_(CString const& name, Make make) {
     Json::String const copy = document_->Allocate_(name);
     return Append_(copy, make(*owner_));
+}
+
+Json::Value* Object::AppendItem_(CString const& name, Json::Value const& item) {
+    return AppendNew_(name, [&](Json::Value& owner) { return item.CopyItem_(*owner.Doc()); });
 }
 
 Json::Value* Object::Append(CString const& name, NullT const&) {
@@ -82,7 +104,9 @@ Json::Value* Object::AppendCopy(CString const& name, Json::Value const* value) {
 }
 
 bool Object::Clone_(Json::Object const& from) {
-    for (Member const* member = from.first_; member != nullptr; member = member->next_)
+    Member const* const last = from.first_ != nullptr ? from.last_ : nullptr; // this may be `from`
+    for (Member const* member = from.first_; member != nullptr;
+         member = member != last ? member->next_ : nullptr)
         if (AppendCopy(member->name_, member->value_) == nullptr) return false;
     return true;
 }
@@ -92,6 +116,7 @@ bool Object::Remove(Member* member) {
     (member->prev_ != nullptr ? member->prev_->next_ : first_) = member->next_;
     (member->next_ != nullptr ? member->next_->prev_ : last_) = member->prev_;
     member->value_->parent_ = nullptr;
+    if (Names_* const names = owner_->array_.names_) names->Forget();
     return true;
 }
 

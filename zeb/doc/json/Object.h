@@ -9,10 +9,13 @@
 //
 // A name may occur more than once: the second one is logged as a warning and appended all the same. Lookups
 // give the first. Names are compared by CString::Compare, so that a CString::IgnoreCase finds a member of
-// whatever case. Lookups and appends are linear in the number of members: objects are small.
+// whatever case. Lookups are linear in the number of members: objects are small. Appends are not: an object
+// of more than 32 members gets an index of its names, some 50 bytes of pool for each.
 
 #include "zeb/core/CString.h"
+#include "zeb/doc/ForeignPointer.h"
 #include "zeb/doc/json/Null.h"
+#include "zeb/doc/json/Readable.h"
 
 namespace Json {
 
@@ -65,8 +68,10 @@ public:
 
     // False, and a zeroed result (the nil string for a CString), when there is no such member or it does not
     // hold a T exactly. T: bool, Array*, Array const*, Object*, Object const*, CString, double and the ten
-    // integer types. Views and pointers live as long as the document's content.
+    // integer types; or a ::String, which gets a copy, and is false and empty without memory too. Views and
+    // pointers live as long as the document's content.
     template<class T>
+    requires IsReadable_<T>
     bool Get(CString const& name, T& result) const;
 
     // False for an absent member.
@@ -75,6 +80,8 @@ public:
     // The new value, last in this object. Name and text are copied; a null text counts as the empty one.
     Json::Value* Append(CString const& name, NullT const&);
     Json::Value* Append(CString const& name, bool value);
+    template<Doc::ForeignPointer T>
+    Json::Value* Append(CString const& name, T value) = delete;
     Json::Value* Append(CString const& name, char const* text);
     Json::Value* Append(CString const& name, CString const& text);
     Json::Value* Append(CString const& name, char value) {
@@ -116,11 +123,11 @@ public:
 
     // Internal. Appends copies of all members; false, with those copied so far, on failure.
     bool Clone_(Json::Object const& from);
-    // Internal. Appends a detached value of this document under a name that lies in its pool already; null on
-    // failure.
+    // Internal. Appends the value, as Array::Append_ does, under a name that lies in the pool already; null
+    // on failure.
     Json::Value* Append_(Json::String const& name, Json::Value* value);
     // Internal. Forgets the members.
-    void Clear_() { first_ = last_ = nullptr; }
+    void Clear_();
 
 private:
     friend class Json::Value;
@@ -129,12 +136,14 @@ private:
     // Left without content: the value that embeds it sets it up when it becomes an object.
     Object() {} // NOLINT(modernize-use-equals-default)
     void Setup_(Json::Value* owner, Json::Document* document) {
-        Clear_();
+        first_ = last_ = nullptr;
         owner_ = owner;
         document_ = document;
     }
     template<class Make>
     Json::Value* AppendNew_(CString const& name, Make make);
+    Json::Value* AppendItem_(CString const& name, Json::Value const& item);
+    bool IsKnown_(Member const& member);
     void Link_(Member* member);
     void Warn_(CString const& name) const;
 

@@ -2,6 +2,7 @@
 
 #include "zeb/core/Simd.h"
 #include "zeb/doc/json/Names.h"
+#include "zeb/runtime/StatusLog.h"
 
 #include <cstring>
 
@@ -16,32 +17,64 @@ constexpr bool IsSpace(unsigned char c) {
 
 } // namespace
 
-ReturnT Document::Parse(CBuffer const& text, ParseT what) {
-    return Parser_(*this).Parse(static_cast<char const*>(text.Ptr()), text.Size(), what);
+ReturnT Document::Parse(CBuffer const& text, ParseT what, FaultT* fault) {
+    return Parse(CString(static_cast<char const*>(text.Ptr()), text.Size()), what, fault);
 }
 
-ReturnT Document::Parse(CString const& text, ParseT what) {
-    return Parser_(*this).Parse(text.Cstr(), text.Size(), what);
+ReturnT Document::Parse(CString const& text, ParseT what, FaultT* fault) {
+    return Parser_(*this).Parse(text.Cstr(), text.Size(), what, fault);
 }
 
-ReturnT Parser_::Parse(char const* text, unsigned long size, Document::ParseT what) {
+ReturnT Parser_::Parse(char const* text, unsigned long size, Document::ParseT what, FaultT* fault) {
     text_.begin = reinterpret_cast<Byte const*>(text);
     text_.end = text_.begin + size;
 
+    if (ParseText_(what)) return CODE_OK;
+    if (fault != nullptr) Locate_(*fault);
+    if (!code_.IsOom()) return code_;
+    return StatusLog(code_, Log::CRITICAL, Document::IDENT, nullptr, "").SetOom();
+}
+
+bool Parser_::ParseText_(Document::ParseT what) {
     Byte const* at = SkipSpace_(text_.begin);
-    if (Peek_(at) == 0) return CODE_EMPTY;
+    if (Peek_(at) == 0) return Fail_(at, CODE_EMPTY) != nullptr;
     at = ParseRoot_(at, what);
-    if (at == nullptr) return code_;
-    return SkipSpace_(at) == text_.end ? CODE_OK : CODE_TRAILING;
+    if (at == nullptr) return false;
+    at = SkipSpace_(at);
+    return at == text_.end || Fail_(at, CODE_TRAILING) != nullptr;
+}
+
+// A column is a character: what continues one in UTF-8 is not counted.
+void Parser_::Locate_(FaultT& fault) const {
+    fault.offset = static_cast<unsigned long>(failedAt_ - text_.begin);
+    fault.line = fault.column = 1;
+    for (Byte const* at = text_.begin; at != failedAt_; ++at) {
+        if (*at == '\n') {
+            ++fault.line;
+            fault.column = 1;
+        } else if ((*at & 0xC0) != 0x80) {
+            ++fault.column;
+        }
+    }
+    fault.words = CodeWords(code_);
 }
 
 // A byte of text becomes some 4 to 14 bytes of tree. Pages that are mapped one by one serve when nothing can
 // be reserved.
 void* Parser_::TakeSlow_(Byte const* at, unsigned long size) {
     constexpr unsigned long GUESS = 12;
+    constexpr unsigned long LARGE = PoolBase::REGION_MAX / 4;
+    if (size > LARGE) return TakeApart_(size);
     unsigned long const left = static_cast<unsigned long>(text_.end - at);
     (void)document_.pool_.Reserve(left * GUESS + size);
     return document_.Allocate_(size);
+}
+
+// A large text has a block of its own, so that what is left of the present one is not lost.
+void* Parser_::TakeApart_(unsigned long size) {
+    void* const block = document_.pool_.AllocApart(size);
+    if (block == nullptr) document_.valid_ = false;
+    return block;
 }
 
 Parser_::Byte const* Parser_::ParseRoot_(Byte const* at, Document::ParseT what) {
@@ -87,7 +120,7 @@ Parser_::Byte const* Parser_::ParseLiteral_(Byte const* at, char const (&literal
 Parser_::Byte const* Parser_::ParseValue_(Byte const* at, unsigned depth, Value*& value) {
     switch (Peek_(at)) {
     case '"':
-        return ParseText_(at + 1, value);
+        return ParseStringValue_(at + 1, value);
     case '{':
     case '[':
         return ParseContainer_(at, depth, value);
@@ -159,16 +192,16 @@ inline Parser_::Byte const* Parser_::ParseMember_(Byte const* at, unsigned depth
         return nullptr;
     }
 
-    CString const name(string.data, string.size);
+    void* const block = Take_(at, sizeof(Object::Member));
+    if (block == nullptr) return Oom_(at);
+    auto* const member = new (block) Object::Member(CString(string.data, string.size), value);
     bool found = false;
-    if (!names.Add(object, name, string.length, found)) {
+    if (!names.Add(object, *member, string.length, found)) {
         document_.valid_ = false;
         return Oom_(at);
     }
-    if (found) object.Warn_(name);
-    void* const block = Take_(at, sizeof(Object::Member));
-    if (block == nullptr) return Oom_(at);
-    object.Link_(new (block) Object::Member(name, value));
+    if (found) object.Warn_(member->Name());
+    object.Link_(member);
     return at;
 }
 

@@ -26,7 +26,7 @@ public:
     explicit Parser_(Document& document)
         : document_(document) {}
 
-    ReturnT Parse(char const* text, unsigned long size, Document::ParseT what);
+    ReturnT Parse(char const* text, unsigned long size, Document::ParseT what, FaultT* fault);
 
 private:
     using Byte = unsigned char;
@@ -60,6 +60,8 @@ private:
     }
     Byte const* SkipSpaceSlow_(Byte const* at) const;
 
+    bool ParseText_(Document::ParseT what);
+    void Locate_(FaultT& fault) const;
     Byte const* ParseRoot_(Byte const* at, Document::ParseT what);
     Byte const* ParseValue_(Byte const* at, unsigned depth, Value*& value);
     Byte const* ParseContainer_(Byte const* at, unsigned depth, Value*& value);
@@ -71,7 +73,7 @@ private:
     [[gnu::always_inline]] Byte const* ParseMember_(Byte const* at, unsigned depth, Object& object,
                                                     class Names_& names);
 
-    Byte const* ParseText_(Byte const* at, Value*& value);
+    Byte const* ParseStringValue_(Byte const* at, Value*& value);
     // At the byte behind the opening quote.
     Byte const* ParseString_(Byte const* at, String_& string);
     Byte const* ParseEscaped_(Byte const* at, String_& string);
@@ -102,6 +104,7 @@ private:
         return fits ? document_.pool_.Alloc(RoundUp_(size)) : TakeSlow_(at, size);
     }
     void* TakeSlow_(Byte const* at, unsigned long size);
+    void* TakeApart_(unsigned long size);
     // A block for a text of that size and its NUL, behind the unused one.
     char* TakeString_(Byte const* at, unsigned long size) {
         unsigned long const whole = SURCHARGE + RoundUp_(size + 1);

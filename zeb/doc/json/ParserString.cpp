@@ -36,7 +36,7 @@ constexpr char Escaped(unsigned char letter) {
 
 } // namespace
 
-Parser_::Byte const* Parser_::ParseText_(Byte const* at, Value*& value) {
+Parser_::Byte const* Parser_::ParseStringValue_(Byte const* at, Value*& value) {
     String_ string;
     Byte const* const end = ParseString_(at, string);
     if (end == nullptr) return nullptr;

@@ -1,4 +1,5 @@
 #include "zeb/core/Digits.h"
+#include "zeb/doc/json/Cursor.h"
 #include "zeb/doc/json/Decimal.h"
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/json/Plain.h"
@@ -39,15 +40,16 @@ public:
         , plainEnd_(lazy_ && !crlf_) {}
 
     bool Print(Value const& value) {
-        PrintValue_(value);
+        value.IsObject() || value.IsArray() ? PrintTree_(value) : PrintScalar_(value);
         return writer_.Finish();
     }
 
 private:
-    void PrintValue_(Value const& value);
+    void PrintTree_(Value const& top);
+    void Open_(Value const& container);
+    void Close_(bool isObject);
+    void PrintScalar_(Value const& value);
     void PrintNumber_(Value const& value);
-    void PrintArray_(Array const& array);
-    void PrintObject_(Object const& object);
 
     unsigned long PrintPlain_(CString const& text);
     void PrintString_(CString const& text);
@@ -67,7 +69,7 @@ private:
     unsigned long indent_ = 0;
 };
 
-void Printer_::PrintValue_(Value const& value) {
+void Printer_::PrintScalar_(Value const& value) {
     switch (value.Type()) {
     case Value::TYPE_NULL:
         return writer_.Put("null");
@@ -75,14 +77,12 @@ void Printer_::PrintValue_(Value const& value) {
         return writer_.Put("false");
     case Value::TYPE_TRUE:
         return writer_.Put("true");
-    case Value::TYPE_OBJECT:
-        return PrintObject_(*value.Object());
-    case Value::TYPE_ARRAY:
-        return PrintArray_(*value.Array());
     case Value::TYPE_STRING:
         return PrintString_(value.String());
     case Value::TYPE_NUMBER:
         return PrintNumber_(value);
+    default:
+        return;
     }
 }
 
@@ -98,37 +98,39 @@ void Printer_::PrintNumber_(Value const& value) {
     inPlace ? writer_.Advance(size) : writer_.Put(text, size);
 }
 
-void Printer_::PrintArray_(Array const& array) {
-    writer_.Put('[');
+void Printer_::Open_(Value const& container) {
+    writer_.Put(container.IsObject() ? '{' : '[');
     indent_ += INDENT;
-    Array::Element const* next = nullptr;
-    for (Array::Element const* element = array.First(); element != nullptr; element = next) {
-        next = element->Next();
-        __builtin_prefetch(next); // the tree is larger than the text by far
-        EndLine_();
-        PrintValue_(*element->Value());
-        if (next != nullptr) writer_.Put(',');
-    }
-    indent_ -= INDENT;
-    EndLine_();
-    writer_.Put(']');
 }
 
-void Printer_::PrintObject_(Object const& object) {
-    writer_.Put('{');
-    indent_ += INDENT;
-    Object::Member const* next = nullptr;
-    for (Object::Member const* member = object.First(); member != nullptr; member = next) {
-        next = member->Next();
-        __builtin_prefetch(next);
-        EndLine_();
-        PrintName_(member->Name());
-        PrintValue_(*member->Value());
-        if (next != nullptr) writer_.Put(',');
-    }
+void Printer_::Close_(bool isObject) {
     indent_ -= INDENT;
     EndLine_();
-    writer_.Put('}');
+    writer_.Put(isObject ? '}' : ']');
+}
+
+void Printer_::PrintTree_(Value const& top) {
+    Open_(top);
+    Cursor_ at(top);
+    for (;;) {
+        if (!at.AtEnd()) {
+            EndLine_();
+            if (at.InObject()) PrintName_(at.Name());
+            Value const& value = at.Value();
+            if (value.IsObject() || value.IsArray()) {
+                Open_(value);
+                at.Enter(value);
+                continue;
+            }
+            PrintScalar_(value);
+        } else {
+            Close_(at.InObject());
+            if (&at.Owner() == &top) return;
+            at.Leave();
+        }
+        at.Next();
+        if (!at.AtEnd()) writer_.Put(',');
+    }
 }
 
 // A line end and the indent of the next line.

@@ -1,5 +1,7 @@
 #include "zeb/doc/json/Value.h"
 
+#include "zeb/core/String.h"
+#include "zeb/doc/json/Cursor.h"
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/json/NumberFlags.h"
 
@@ -38,6 +40,12 @@ Value::Value(Document& document, double value)
 
 bool Value::Get(bool& result) const { return Get_(BoolPtr(), result); }
 bool Value::Get(CString& result) const { return Get_(StringPtr(), result); }
+
+bool Value::Get(::String& result) const {
+    if (IsString() && result.Assign(string_)) return true;
+    result.Clear();
+    return false;
+}
 
 bool Value::Get(Json::Array*& result) const {
     result = const_cast<Value*>(this)->Array();
@@ -84,20 +92,53 @@ void Value::Reset_(TypeT type) {
     StoreNumber_(0ULL);
     boolean_ = type == TYPE_TRUE;
     array_.Setup_(this, document_);
-    object_.Setup_(this, document_);
+    if (type == TYPE_OBJECT) SetupObject_();
     string_ = Json::String();
 }
 
-Value* Value::Copy_(Document& document) const {
+Value* Value::CopyItem_(Document& document) const {
     if (IsString()) return document.AllocateString_(string_);
-
     Value* const copy = New_(document, type_);
-    if (copy == nullptr) return nullptr;
+    if (copy == nullptr || IsContainer_()) return copy;
     copy->flags_ = flags_;
     copy->StoreNumber_(number_);
-    if (IsArray() && !copy->array_.Clone_(array_)) return nullptr;
-    if (IsObject() && !copy->object_.Clone_(object_)) return nullptr;
     return copy;
+}
+
+Value* Value::Copy_(Document& document) const {
+    Value* const top = CopyItem_(document);
+    if (top == nullptr || !IsContainer_()) return top;
+    Value* to = top;
+    Cursor_ from(*this);
+    while (!from.AtEnd() || &from.Owner() != this) {
+        if (from.AtEnd()) {
+            from.Leave();
+            from.Next();
+            to = to->parent_;
+            continue;
+        }
+        Value const& item = from.Value();
+        Value* const copy = from.InObject() ? to->object_.AppendItem_(from.Name(), item)
+                                            : to->array_.Append_(item.CopyItem_(document));
+        if (copy == nullptr) return nullptr;
+        if (item.IsContainer_()) {
+            from.Enter(item);
+            to = copy;
+        } else {
+            from.Next();
+        }
+    }
+    return top;
+}
+
+// A value hangs in one place, in its own document, and never below itself, as an empty one cannot.
+Value* Value::Own_(Value* value) {
+    bool isFree = value->parent_ == nullptr && value->document_ == document_;
+    if (isFree && value->IsContainer_() && !Cursor_(*value).AtEnd()) {
+        for (Value const* above = this; isFree && above != nullptr; above = above->parent_)
+            isFree = above != value;
+    }
+    return isFree && value != document_ ? value : value->Copy_(*document_);
 }
 
 void Value::SetupSignedNumberFlags_(long long value, NumberFlagsT& flags) {

@@ -24,6 +24,7 @@
 //   above                                                              x              x
 
 #include "zeb/core/Flags.h"
+#include "zeb/doc/ForeignPointer.h"
 #include "zeb/doc/json/Array.h"
 #include "zeb/doc/json/Null.h"
 #include "zeb/doc/json/Object.h"
@@ -31,6 +32,7 @@
 
 #include <cstdint>
 #include <new>
+#include <type_traits>
 
 namespace Json {
 
@@ -71,12 +73,14 @@ public:
         StoreNumber_(0ULL);
         if (type == TYPE_NUMBER) flags_ = NumberFlagsT(NUMBER_ALL_INTEGERS);
         if (type == TYPE_ARRAY) array_.Setup_(this, document_);
-        if (type == TYPE_OBJECT) object_.Setup_(this, document_);
+        if (type == TYPE_OBJECT) SetupObject_();
     }
     Value(Document& document, NullT const&)
         : Value(document, TYPE_NULL) {}
     Value(Document& document, bool value)
         : Value(document, value ? TYPE_TRUE : TYPE_FALSE) {}
+    template<Doc::ForeignPointer T>
+    Value(Document& document, T value) = delete;
     Value(Document& document, CString const& text);
     Value(Document& document, char const* text)
         : Value(document, CString(text)) {}
@@ -172,9 +176,14 @@ public:
     Document* Doc() const { return document_; }
 
     // Copies the item out. False, and a zeroed result (the nil string for a CString), when the value does not
-    // hold it exactly.
+    // hold it exactly. A CString becomes a view, which ends with the content of the document; a ::String gets
+    // the text itself, or is empty, with false, when there is no memory for it. No other text can be read
+    // into.
     bool Get(bool& result) const;
     bool Get(CString& result) const;
+    bool Get(::String& result) const;
+    template<IsOtherText_ T>
+    bool Get(T& result) const = delete;
     bool Get(Json::Array*& result) const;
     bool Get(Json::Array const*& result) const;
     bool Get(Json::Object*& result) const;
@@ -190,6 +199,17 @@ public:
     bool Get(long long& result) const { return Get_(LongLongPtr(), result); }
     bool Get(unsigned long long& result) const { return Get_(ULongLongPtr(), result); }
     bool Get(double& result) const { return Get_(DoublePtr(), result); }
+
+    // Internal. The same of a value that may be missing, which is null.
+    template<class T>
+    static bool GetFrom_(Value const* value, T& result) {
+        if (value != nullptr) return value->Get(result);
+        if constexpr (std::is_same_v<T, ::String>)
+            result.Clear();
+        else
+            result = T();
+        return false;
+    }
 
     // Internal. A new detached value in the pool of this value's document; null when the pool is exhausted.
     Value* AllocateNull_() const;
@@ -210,6 +230,7 @@ public:
     static void SetupUnsignedNumberFlags_(unsigned long long value, NumberFlagsT& flags);
 
 protected:
+    friend class Cursor_;
     friend class Json::Array;
     friend class Json::Document;
     friend class Json::Object;
@@ -219,6 +240,7 @@ protected:
         long long asSigned;
         unsigned long long asUnsigned;
         double asDouble;
+        void const* place; // of a container that hangs somewhere: its element or member there
     };
 
     // Of text that lies in the pool already.
@@ -249,6 +271,20 @@ protected:
         return item != nullptr;
     }
 
+    bool IsContainer_() const { return IsObject() || IsArray(); }
+    void SetupObject_() {
+        object_.Setup_(this, document_);
+        array_.names_ = nullptr;
+    }
+    // Hangs this value below the owner, in an element or a member.
+    void Hang_(Value* owner, void const* place) {
+        parent_ = owner;
+        if (IsContainer_()) number_.place = place;
+    }
+    // The value itself if it may be hung in this container, or else a copy; null when the pool is exhausted.
+    Value* Own_(Value* value);
+    Value* CopyItem_(Document& document) const; // a container without its content
+
     // array_ and object_ are set up only in a value of their type: they cannot be reached in another.
     TypeT type_;
     NumberFlagsT flags_;
@@ -263,32 +299,37 @@ protected:
 
 static_assert(sizeof(Value) == 136);
 
+inline void Object::Clear_() {
+    first_ = last_ = nullptr;
+    owner_->array_.names_ = nullptr;
+}
+
 inline void Array::Link_(Element* element) {
     element->prev_ = last_;
     (last_ != nullptr ? last_->next_ : first_) = element;
     last_ = element;
-    element->value_->parent_ = owner_;
+    element->value_->Hang_(owner_, element);
 }
 
 inline void Object::Link_(Member* member) {
     member->prev_ = last_;
     (last_ != nullptr ? last_->next_ : first_) = member;
     last_ = member;
-    member->value_->parent_ = owner_;
+    member->value_->Hang_(owner_, member);
 }
 
 template<class T>
+requires IsReadable_<T>
 bool Array::Get(unsigned long index, T& result) const {
-    if (Element const* const element = Get(index)) return element->Value()->Get(result);
-    result = T();
-    return false;
+    Element const* const element = Get(index);
+    return Value::GetFrom_(element != nullptr ? element->Value() : nullptr, result);
 }
 
 template<class T>
+requires IsReadable_<T>
 bool Object::Get(CString const& name, T& result) const {
-    if (Member const* const member = Get(name)) return member->Value()->Get(result);
-    result = T();
-    return false;
+    Member const* const member = Get(name);
+    return Value::GetFrom_(member != nullptr ? member->Value() : nullptr, result);
 }
 
 } // namespace Json

@@ -10,48 +10,47 @@ CString const& Xml::Node::TypeName(TypeT type) {
     return names[type <= PI ? type : PI + 1];
 }
 
+// Children and attributes are linked alike. The last pointer means nothing while the list is empty.
+template<typename T>
+struct Xml::Node::List_ {
+    T*& first;
+    T*& last;
+
+    // In front of `where`, or at the end when that is null.
+    void Insert(Node* parent, T* where, T* item) const {
+        T* const previous = where != nullptr ? where->previous_ : first != nullptr ? last : nullptr;
+        item->parent_ = parent;
+        item->previous_ = previous;
+        item->next_ = where;
+        (previous != nullptr ? previous->next_ : first) = item;
+        (where != nullptr ? where->previous_ : last) = item;
+    }
+
+    // What stands behind the last item is no part of the list: a cut by RemoveAllNodes() leaves it linked.
+    void Remove(T* item) const {
+        T* const next = item != last ? item->next_ : nullptr;
+        item->parent_ = nullptr;
+        if (item == first) {
+            first = next;
+            if (next != nullptr) next->previous_ = nullptr;
+            return;
+        }
+        item->previous_->next_ = next;
+        (next != nullptr ? next->previous_ : last) = item->previous_;
+    }
+};
+
 void Xml::Node::PrependNode(Node* child) {
-    child->parent_ = this;
-    child->previous_ = nullptr;
-    child->next_ = firstNode_;
-    (firstNode_ != nullptr ? firstNode_->previous_ : lastNode_) = child;
-    firstNode_ = child;
+    List_<Node>{firstNode_, lastNode_}.Insert(this, firstNode_, child);
 }
 
 void Xml::Node::InsertNode(Node* where, Node* child) {
-    if (where == nullptr) return AppendNode(child);
-    if (where == firstNode_) return PrependNode(child);
-    child->parent_ = this;
-    child->previous_ = where->previous_;
-    child->next_ = where;
-    where->previous_->next_ = child;
-    where->previous_ = child;
+    List_<Node>{firstNode_, lastNode_}.Insert(this, where, child);
 }
 
-void Xml::Node::RemoveFirstNode() {
-    firstNode_->parent_ = nullptr;
-    // The last node may still point at what RemoveAllNodes() cut off.
-    firstNode_ = firstNode_ != lastNode_ ? firstNode_->next_ : nullptr;
-    if (firstNode_ != nullptr) firstNode_->previous_ = nullptr;
-}
-
-void Xml::Node::RemoveLastNode() {
-    lastNode_->parent_ = nullptr;
-    if (lastNode_ == firstNode_) {
-        firstNode_ = nullptr;
-        return;
-    }
-    lastNode_ = lastNode_->previous_;
-    lastNode_->next_ = nullptr;
-}
-
-void Xml::Node::RemoveNode(Node* child) {
-    if (child == firstNode_) return RemoveFirstNode();
-    if (child == lastNode_) return RemoveLastNode();
-    child->previous_->next_ = child->next_;
-    child->next_->previous_ = child->previous_;
-    child->parent_ = nullptr;
-}
+void Xml::Node::RemoveFirstNode() { RemoveNode(firstNode_); }
+void Xml::Node::RemoveLastNode() { RemoveNode(lastNode_); }
+void Xml::Node::RemoveNode(Node* child) { List_<Node>{firstNode_, lastNode_}.Remove(child); }
 
 void Xml::Node::RemoveAllNodes(Node* from) {
     bool const all = from == nullptr || from == firstNode_;
@@ -67,24 +66,14 @@ void Xml::Node::RemoveAllNodes(Node* from) {
 }
 
 void Xml::Node::PrependAttribute(Attribute* attribute) {
-    attribute->parent_ = this;
-    attribute->previous_ = nullptr;
-    attribute->next_ = firstAttribute_;
-    (firstAttribute_ != nullptr ? firstAttribute_->previous_ : lastAttribute_) = attribute;
-    firstAttribute_ = attribute;
+    List_<Attribute>{firstAttribute_, lastAttribute_}.Insert(this, firstAttribute_, attribute);
 }
 
 void Xml::Node::AppendAttribute(Attribute* attribute) { InsertAttribute(nullptr, attribute); }
 
 void Xml::Node::InsertAttribute(Attribute* where, Attribute* attribute) {
     if (!CheckAttribute_(*attribute)) return;
-    if (where == firstAttribute_) return PrependAttribute(attribute);
-    Attribute* const previous = where != nullptr ? where->previous_ : lastAttribute_;
-    attribute->parent_ = this;
-    attribute->previous_ = previous;
-    attribute->next_ = where;
-    previous->next_ = attribute;
-    (where != nullptr ? where->previous_ : lastAttribute_) = attribute;
+    List_<Attribute>{firstAttribute_, lastAttribute_}.Insert(this, where, attribute);
 }
 
 bool Xml::Node::CheckAttribute_(Attribute const& attribute) const {
@@ -100,28 +89,11 @@ bool Xml::Node::CheckAttribute_(Attribute const& attribute) const {
     return true;
 }
 
-void Xml::Node::RemoveFirstAttribute() {
-    firstAttribute_->parent_ = nullptr;
-    firstAttribute_ = firstAttribute_->next_;
-    if (firstAttribute_ != nullptr) firstAttribute_->previous_ = nullptr;
-}
-
-void Xml::Node::RemoveLastAttribute() {
-    lastAttribute_->parent_ = nullptr;
-    if (lastAttribute_ == firstAttribute_) {
-        firstAttribute_ = nullptr;
-        return;
-    }
-    lastAttribute_ = lastAttribute_->previous_;
-    lastAttribute_->next_ = nullptr;
-}
+void Xml::Node::RemoveFirstAttribute() { RemoveAttribute(firstAttribute_); }
+void Xml::Node::RemoveLastAttribute() { RemoveAttribute(lastAttribute_); }
 
 void Xml::Node::RemoveAttribute(Attribute* attribute) {
-    if (attribute == firstAttribute_) return RemoveFirstAttribute();
-    if (attribute == lastAttribute_) return RemoveLastAttribute();
-    attribute->previous_->next_ = attribute->next_;
-    attribute->next_->previous_ = attribute->previous_;
-    attribute->parent_ = nullptr;
+    List_<Attribute>{firstAttribute_, lastAttribute_}.Remove(attribute);
 }
 
 void Xml::Node::RemoveAllAttributes() {

@@ -11,6 +11,7 @@
 // A list is empty exactly when its first pointer is null. Removal leaves the links of what it removed as they
 // were.
 
+#include "zeb/doc/ForeignPointer.h"
 #include "zeb/doc/xml/Base.h"
 
 namespace Xml {
@@ -46,6 +47,8 @@ public:
     Node* AppendElement(CString const& name, CString const& value);
     Node* AppendElement(CString const& name, char const* value);
     Node* AppendElement(CString const& name, bool value);
+    template<Doc::ForeignPointer T>
+    Node* AppendElement(CString const& name, T value) = delete;
     Node* AppendElement(CString const& name, int value) { return AppendElement(name, long{value}); }
     Node* AppendElement(CString const& name, unsigned int value);
     Node* AppendElement(CString const& name, long value);
@@ -58,6 +61,8 @@ public:
     Attribute* AppendAttribute(CString const& name, CString const& value);
     Attribute* AppendAttribute(CString const& name, char const* value);
     Attribute* AppendAttribute(CString const& name, bool value);
+    template<Doc::ForeignPointer T>
+    Attribute* AppendAttribute(CString const& name, T value) = delete;
     Attribute* AppendAttribute(CString const& name, int value) { return AppendAttribute(name, long{value}); }
     Attribute* AppendAttribute(CString const& name, unsigned int value);
     Attribute* AppendAttribute(CString const& name, long value);
@@ -72,6 +77,8 @@ public:
     Node* AppendToArray(CString const& name, CString const& value);
     Node* AppendToArray(CString const& name, char const* value);
     Node* AppendToArray(CString const& name, bool value);
+    template<Doc::ForeignPointer T>
+    Node* AppendToArray(CString const& name, T value) = delete;
     Node* AppendToArray(CString const& name, int value) { return AppendToArray(name, long{value}); }
     Node* AppendToArray(CString const& name, unsigned int value);
     Node* AppendToArray(CString const& name, long value);
@@ -154,6 +161,8 @@ protected:
 private:
     friend class Document;
     friend struct Layout_;
+    template<typename T>
+    struct List_;
 
     // The wrapping of an array's value: an element with the value of the child, which may be null, and the
     // child.

@@ -198,7 +198,8 @@ Xml::Node* Xml::Node::CopyNode_(Node const& source) {
     TypeT const type = source.type_ == DOCUMENT ? ELEMENT : source.type_;
     Node* const copy = document_->Make_<Node>(source.name_, source.value_, type);
     if (copy == nullptr) return nullptr;
-    CheckNodeName(Document::IDENT, type, copy->name_);
+    // A document has no name to be judged.
+    if (source.type_ != DOCUMENT || !copy->name_.Empty()) CheckNodeName(Document::IDENT, type, copy->name_);
     if (!copy->CopyAttributes_(source)) return nullptr;
     copy->dataType_ = source.dataType_;
     return copy;
