@@ -8,9 +8,9 @@
 // flag down; once it is down every append gives null.
 
 #include "zeb/core/CString.h"
-#include "zeb/doc/ForeignPointer.h"
 #include "zeb/doc/json/Null.h"
 #include "zeb/doc/json/Readable.h"
+#include "zeb/doc/xml/ForeignPointer.h"
 
 namespace Json {
 

@@ -13,9 +13,9 @@
 // of more than 32 members gets an index of its names, some 50 bytes of pool for each.
 
 #include "zeb/core/CString.h"
-#include "zeb/doc/ForeignPointer.h"
 #include "zeb/doc/json/Null.h"
 #include "zeb/doc/json/Readable.h"
+#include "zeb/doc/xml/ForeignPointer.h"
 
 namespace Json {
 

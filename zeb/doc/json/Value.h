@@ -24,11 +24,11 @@
 //   above                                                              x              x
 
 #include "zeb/core/Flags.h"
-#include "zeb/doc/ForeignPointer.h"
 #include "zeb/doc/json/Array.h"
 #include "zeb/doc/json/Null.h"
 #include "zeb/doc/json/Object.h"
 #include "zeb/doc/json/String.h"
+#include "zeb/doc/xml/ForeignPointer.h"
 
 #include <cstdint>
 #include <new>

@@ -11,8 +11,8 @@
 // A list is empty exactly when its first pointer is null. Removal leaves the links of what it removed as they
 // were.
 
-#include "zeb/doc/ForeignPointer.h"
 #include "zeb/doc/xml/Base.h"
+#include "zeb/doc/xml/ForeignPointer.h"
 
 namespace Xml {
 
