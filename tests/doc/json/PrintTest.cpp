@@ -15,8 +15,7 @@ TEST(JsonPrint, WritesTheWideAndTheCompactForm) {
     std::string const compact = R"({"a":[1,[],{}],"b":{"c":"d"}})";
     std::string const wide = "{\n  \"a\": [\n    1,\n    [\n    ],\n    {\n    }\n  ],\n"
                              "  \"b\": {\n    \"c\": \"d\"\n  }\n}";
-    Document doc;
-    ASSERT_EQ(Parse(doc, compact), Json::CODE_OK);
+    Parsed const doc(compact);
     EXPECT_EQ(Text(doc, true), compact);
     EXPECT_EQ(Text(doc, false), wide);
     EXPECT_EQ(Text(*doc.Object()->First()->Value()->Array()->Last()->Value(), false), "{\n}");
@@ -73,10 +72,8 @@ TEST(JsonPrint, WritesNumbersAsTheirKindSays) {
 }
 
 TEST(JsonPrint, TheStreamMayHaveABlockOfAnySizeAndAnyRoom) {
-    Document doc;
-    ASSERT_EQ(Parse(doc, R"({"name":["long text that has \n more than one block",1234567890123,-0.5,)"
-                         R"(18446744073709551615],"b\u0001":{"c":[[[true]]]}})"),
-              Json::CODE_OK);
+    Parsed const doc(R"({"name":["long text that has \n more than one block",1234567890123,-0.5,)"
+                     R"(18446744073709551615],"b\u0001":{"c":[[[true]]]}})");
     for (bool compact : {true, false}) {
         std::string const expected = Text(doc, compact);
         for (unsigned long size : {1UL, 2UL, 3UL, 4UL, 7UL, 16UL, 17UL, 31UL, 64UL, 101UL}) {
@@ -93,8 +90,7 @@ TEST(JsonPrint, TheStreamMayHaveABlockOfAnySizeAndAnyRoom) {
 }
 
 TEST(JsonPrint, FollowsTheLineEndOfTheStream) {
-    Document doc;
-    ASSERT_EQ(Parse(doc, "[1]"), Json::CODE_OK);
+    Parsed const doc("[1]");
     for (bool lazy : {true, false}) {
         Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_CRLF);
         stream.LazyEndl(lazy);

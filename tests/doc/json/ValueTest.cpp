@@ -62,17 +62,15 @@ TEST(JsonValue, OnlyTheAccessorsOfItsTypeAnswer) {
                             {doc, Value::TYPE_ARRAY}, {doc, "text"}, {doc, 7}};
     for (unsigned type = 0; type < 7; ++type) {
         Value const& v = values[type];
-        bool const is[] = {v.IsNull(),  v.IsFalse(),  v.IsTrue(),  v.IsObject(),
-                           v.IsArray(), v.IsString(), v.IsNumber()};
-        bool const has[] = {v.NullPtr() == &Json::Null,
-                            v.BoolPtr() && !v.Bool() && !*v.BoolPtr(),
-                            v.BoolPtr() && v.Bool() && *v.BoolPtr(),
-                            v.Object() && v.Object()->Value() == &v,
-                            v.Array() && v.Array()->Doc() == &doc,
-                            v.StringPtr() && *v.StringPtr() == CString("text"),
-                            v.IntPtr() && *v.IntPtr() == 7};
+        bool const answers[7][2] = {{v.IsNull(), v.NullPtr() == &Json::Null},
+                                    {v.IsFalse(), v.BoolPtr() && !v.Bool() && !*v.BoolPtr()},
+                                    {v.IsTrue(), v.BoolPtr() && v.Bool() && *v.BoolPtr()},
+                                    {v.IsObject(), v.Object() && v.Object()->Value() == &v},
+                                    {v.IsArray(), v.Array() && v.Array()->Doc() == &doc},
+                                    {v.IsString(), v.StringPtr() && *v.StringPtr() == CString("text")},
+                                    {v.IsNumber(), v.IntPtr() && *v.IntPtr() == 7}};
         for (unsigned other = 0; other < 7; ++other)
-            EXPECT_TRUE(is[other] == (other == type) && has[other] == (other == type)) << type << other;
+            EXPECT_TRUE(answers[other][0] == (other == type) && answers[other][1] == (other == type)) << type;
         EXPECT_EQ(v.Type(), type);
         EXPECT_EQ(v.IsBool(), type == 1 || type == 2);
         EXPECT_EQ(v.String().Size(), type == 5 ? 4u : 0u);
