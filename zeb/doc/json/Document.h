@@ -1,19 +1,26 @@
 #pragma once
 
-// A JSON document: the root value and the pool in which the whole tree lives.
+// A JSON document: the root value and the pool in which the whole tree lives. To read a record of known shape
+// take Json::Getter, to write one Json::Setter.
 //
-// 2048 bytes of pool lie inside the object, so that a small document on the stack costs no system call and no
-// heap call. A new document is an empty object. When the pool is exhausted the operation gives null and the
-// valid flag goes down until the content is dropped: a builder appends without tests and asks Valid() once at
-// the end. Used by one thread at a time.
-//
-// Dropping the content (InitObject, InitArray, Parse of a text with an object or array as root, the
-// destructor) ends every value, name and text of it.
+//   Json::Document document;
+//   Json::FaultT fault;
+//   if (document.Parse(text, Json::Document::PARSE_CONTAINER, &fault).Failed()) ... fault.line, fault.words
+//   Json::Object const* const settings = document.Object(); // null for a text that is a list
 //
 // Parse reads the text of RFC 8259, as strict as that, with at most 128 nested levels inside the root. The
 // text needs no terminator and is not changed; UTF-8 is taken as it comes. A number without fraction and
-// exponent keeps its exact value when it lies within 64 bits; all others are doubles. No failure is logged; a
-// name that stands twice in an object is, at Log::WARNING.
+// exponent keeps its exact value when it lies within 64 bits; all others are doubles. A name that stands
+// twice in an object is logged at Log::WARNING, and kept.
+//
+// Owns       all values, names and texts below it. Dropping the content (InitObject, InitArray, Parse of a
+// text
+//            with an object or array as root, the destructor) ends every pointer and view into it
+// Threads    one at a time
+// Fails      by codes and null results; no failure is logged, but that Parse and Export ran out of memory
+// Memory     2048 bytes lie inside the object, so that a small document on the stack costs no system call and
+//            no heap call. When the pool is exhausted an operation gives null and the valid flag goes down
+//            until the content is dropped: a builder appends without tests and asks Valid() once at the end
 
 #include "zeb/core/CBuffer.h"
 #include "zeb/core/Pool.h"

@@ -1,13 +1,22 @@
 #pragma once
 
-// The root of a tree, and the owner of all its memory: a pool whose first 2048 bytes lie in the object, so
-// that a small document on the stack costs no allocation. Nothing is freed singly; Clear() and the destructor
-// free all.
+// The root of a tree, and the owner of all its memory. Node.h has what is done with a tree, Print.h its text
+// form, Stream.h its packed form.
 //
-// Parse() reads a text in place: names and values of the tree are views of the caller's buffer, which the
-// parser changes (terminators, expanded references) and which must stay until the tree is dropped or cleared.
+//   Xml::Document document;
+//   Xml::Node* const status = document.AppendElement("status");
+//   if (status != nullptr) status->AppendElement("mtu", 1492);
+//   if (!document.Valid() || !Xml::Print(stream, document)) ...
 //
-// One thread at a time. Out of memory makes an operation give null and Valid() false until Clear().
+// Owns       a pool with all nodes, attributes and copied texts; nothing is freed singly. Clear() and the
+//            destructor end all of it. Parse() reads a text in place: names and values are views of the
+//            caller's buffer, which the parser changes (terminators, expanded references) and which must stay
+//            until the tree is dropped or cleared
+// Threads    one at a time
+// Fails      by null results and codes. What does not fit (a bad name, a second attribute of one name) is a
+//            line in the log, and the work goes on
+// Memory     2048 bytes lie in the object, so that a small document on the stack costs no allocation. Without
+//            memory an operation gives null, and so does each one after it; Valid() is false until Clear()
 
 #include "zeb/core/Log.h"
 #include "zeb/core/Pool.h"
