@@ -9,6 +9,9 @@
 #include "zeb/stream/OStream.h"
 
 #include <benchmark/benchmark.h>
+#include <map>
+#include <string>
+#include <utility>
 #include <vector>
 
 #ifdef ZEB_PEER_RAPIDJSON
@@ -229,6 +232,50 @@ void PrintCJson(benchmark::State& state, unsigned which, FormT form) {
 }
 #endif
 
+// What one more item costs in a container that fills up, and in a text of so many.
+std::vector<std::string> const& Names(long count) {
+    static std::map<long, std::vector<std::string>> names;
+    std::vector<std::string>& list = names[count];
+    for (long i = static_cast<long>(list.size()); i < count; ++i)
+        list.push_back("client-" + std::to_string(i * 7919));
+    return list;
+}
+
+void GrowObject(benchmark::State& state) {
+    std::vector<std::string> const& names = Names(state.range(0));
+    for (auto _ : state) {
+        Json::Document document;
+        for (std::string const& name : names)
+            document.Object()->Append(CString(name.data(), name.size()), 1);
+        if (!document.Valid()) state.SkipWithError("no memory");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void GrowArray(benchmark::State& state) {
+    for (auto _ : state) {
+        Json::Document document;
+        document.InitArray();
+        for (long i = 0; i < state.range(0); ++i)
+            document.Array()->Append(i);
+        if (!document.Valid()) state.SkipWithError("no memory");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void GrowText(benchmark::State& state) {
+    std::string text = "{";
+    for (std::string const& name : Names(state.range(0)))
+        text += (text.size() > 1 ? ",\"" : "\"") + name + "\":1";
+    text += "}";
+    for (auto _ : state) {
+        Json::Document document;
+        if (document.Parse(CString(text.data(), text.size()), Json::Document::PARSE_ANY).Failed())
+            state.SkipWithError("refused");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 struct Case {
     char const* name;
     char const* cold; // the name where little is kept
@@ -267,6 +314,11 @@ int const registered = [] {
 #endif
     }
     benchmark::RegisterBenchmark("Json.Record/ten/ours", RecordOurs);
+    using GrowT = void (*)(benchmark::State&);
+    for (auto const& [name, grow] : {std::pair<char const*, GrowT>{"Json.Object.Append/Growth", GrowObject},
+                                     {"Json.Array.Append/Growth", GrowArray},
+                                     {"Json.Object.Parse/Growth", GrowText}})
+        benchmark::RegisterBenchmark(name, grow)->Arg(16)->Arg(256)->Arg(4096)->Arg(32768);
 #ifdef ZEB_PEER_RAPIDJSON
     benchmark::RegisterBenchmark("Json.Record/ten/rapidjson", RecordRapid);
 #endif

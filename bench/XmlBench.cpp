@@ -341,7 +341,23 @@ void RegisterPrint(std::string const& name) {
 #endif
 }
 
+// What one more child costs in an element that fills up.
+void GrowElements(benchmark::State& state) {
+    for (auto _ : state) {
+        Xml::Document document;
+        for (long i = 0; i < state.range(0); ++i)
+            document.AppendElement("client", i);
+        if (!document.Valid()) state.SkipWithError("no memory");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 [[maybe_unused]] bool const registered = [] {
+    benchmark::RegisterBenchmark("Xml.AppendElement/Growth", GrowElements)
+        ->Arg(16)
+        ->Arg(256)
+        ->Arg(4096)
+        ->Arg(32768);
     for (char const* name : {"status100K", "status1M", "status5M", "attributes3M"})
         RegisterParse(name);
     for (char const* name : {"status1M", "attributes3M"})

@@ -51,20 +51,17 @@ TEST(JsonDocument, AnAppendWithoutMemoryAppendsNothing) {
     std::string const large(5000, 'x'); // needs a block of its own
     CString const big = View(large);
     Parsed const from(R"({"a":[1,"two",{"b":null}],"c":0.5})");
+    // clang-format off
     std::function<void*(Object&, Array&)> const operations[] = {
-        [](Object& o, Array&) { return o.Append("n", -1); },
-        [](Object&, Array& a) { return a.Append(true); },
-        [&](Object& o, Array&) { return o.Append("n", big); },
-        [&](Object&, Array& a) { return a.Append(big); },
-        [&](Object& o, Array&) { return o.Append(big, 1); },
-        [](Object& o, Array&) { return o.AppendArray("n"); },
-        [](Object& o, Array&) { return o.AppendObject("n"); },
-        [&](Object& o, Array&) { return o.AppendCopy("n", &from); },
-        [](Object&, Array& a) { return a.AppendArray(); },
-        [](Object&, Array& a) { return a.AppendObject(); },
+        [](Object& o, Array&) { return o.Append("n", -1); }, [](Object&, Array& a) { return a.Append(true); },
+        [&](Object& o, Array&) { return o.Append("n", big); }, [&](Object&, Array& a) { return a.Append(big); },
+        [&](Object& o, Array&) { return o.Append(big, 1); }, [](Object& o, Array&) { return o.AppendArray("n"); },
+        [](Object& o, Array&) { return o.AppendObject("n"); }, [&](Object& o, Array&) { return o.AppendCopy("n", &from); },
+        [](Object&, Array& a) { return a.AppendArray(); }, [](Object&, Array& a) { return a.AppendObject(); },
         [&](Object&, Array& a) { return a.AppendCopy(&from); },
         [&](Object& o, Array&) { return Value(*o.Doc(), big).String().Size() != 0 ? &o : nullptr; },
     };
+    // clang-format on
     // It gives null, and the flag goes down, exactly when an allocation failed.
     for (auto const& append : operations) {
         SCOPED_TRACE(&append - operations);

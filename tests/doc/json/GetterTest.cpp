@@ -60,11 +60,11 @@ TEST(JsonGetter, AFailureReachesTheTopAndSaysWhereUnlessItIsOptional) {
         bool strict, top, hasObject, hasList;
         int a, b, first, second;
         char const* failed = "";
+        // clang-format off
     } const rows[] = {
         {R"({"a":1,"o":{"b":2},"l":[3,4,"more"],"s":null})", true, true, true, true, 1, 2, 3, 4},
         {R"({"a":1,"o":null,"l":{},"s":5})", false, true, false, false, 1, 0, 0, 0},
-        {R"({"a":1})", true, true, false, false, 1, 0, 0, 0},
-        {R"({"a":1,"s":5})", true, false, false, false, 1, 0, 0, 0, "s"},
+        {R"({"a":1})", true, true, false, false, 1, 0, 0, 0}, {R"({"a":1,"s":5})", true, false, false, false, 1, 0, 0, 0, "s"},
         {R"({"a":1,"s":"x","o":null})", true, true, false, false, 1, 0, 0, 0},
         {R"({"a":1,"o":[],"l":[3,4]})", true, false, false, false, 1, 0, 0, 0, "o"},
         {R"({"o":{"b":2},"l":[3,4]})", false, false, false, false, 0, 0, 0, 0, "a"},
@@ -72,6 +72,7 @@ TEST(JsonGetter, AFailureReachesTheTopAndSaysWhereUnlessItIsOptional) {
         {R"({"a":1,"o":{"b":2},"l":[3]})", false, false, true, false, 1, 2, 3, 0, "l[1]"},
         {R"({"a":1,"o":{"b":2},"l":[0.5,4]})", false, false, true, false, 1, 2, 0, 0, "l[0]"},
     };
+    // clang-format on
     for (auto const& row : rows) {
         SCOPED_TRACE(row.text);
         Parsed const doc(row.text);

@@ -64,14 +64,14 @@ TEST(JsonParser, SaysWhereAndWhyATextIsRefused) {
         std::string_view text;
         unsigned long offset, line, column;
         CString words;
+        // clang-format off
     } const rows[] = {
-        {"", 0, 1, 1, "an empty text"},
-        {"\n\n  x", 4, 3, 3, "neither an object nor an array"},
+        {"", 0, 1, 1, "an empty text"}, {"\n\n  x", 4, 3, 3, "neither an object nor an array"},
         {"[1,\r\n 2,\r\n]", 10, 3, 1, "neither a comma nor the end of the array"},
         {"{\"n\xC3\xA9\xE2\x82\xAC\": 01}", 11, 1, 9, "a number with a leading zero"},
-        {"{}\n,", 3, 2, 1, "text behind the end"},
-        {"[\"a\nb\"]", 3, 1, 4, "a control character in a string"},
+        {"{}\n,", 3, 2, 1, "text behind the end"}, {"[\"a\nb\"]", 3, 1, 4, "a control character in a string"},
     };
+    // clang-format on
     for (auto const& row : rows) {
         Document doc;
         Json::FaultT fault;
@@ -200,16 +200,15 @@ TEST(JsonParser, ADoubleIsTheNearestOne) {
 
 TEST(JsonParser, ManyDigitsDecideInTheEnd) {
     std::string const zeros(400, '0');
+    // clang-format off
     std::pair<std::string, int> const rows[] = {
         {"0." + zeros + "1", 0},
         // Just below the middle of 0 and 2^-1074 in 800 digits and more, and above it.
-        {"2.4703282292062327208299439346738" + zeros + zeros + "e-324", 0},
-        {"0." + zeros + "1e401", 1},
-        {"1" + zeros + "e-400", 1},
-        {"1" + zeros + zeros + ".5", -1},
-        {"-0." + std::string(320, '0') + "1", -1},
+        {"2.4703282292062327208299439346738" + zeros + zeros + "e-324", 0}, {"0." + zeros + "1e401", 1},
+        {"1" + zeros + "e-400", 1}, {"1" + zeros + zeros + ".5", -1}, {"-0." + std::string(320, '0') + "1", -1},
         {"2.48" + zeros + zeros + "1e-324", -1},
     };
+    // clang-format on
     for (auto const& [text, value] : rows) {
         Document doc;
         EXPECT_EQ(Parse(doc, text), value < 0 ? Json::CODE_NOT_A_DOUBLE : Json::CODE_OK) << text;
@@ -218,14 +217,15 @@ TEST(JsonParser, ManyDigitsDecideInTheEnd) {
 }
 
 TEST(JsonParser, DuplicatesAreLoggedWhereTheyEndAndKept) {
+    // clang-format off
     std::pair<std::string_view, LogCapture::LinesT> const rows[] = {
-        {R"({"a":1,"b":2,"c":{"a":1}})", {}},
-        {R"({"a":1,"a":2,"b":3,"a":4})", {"a", "a"}},
+        {R"({"a":1,"b":2,"c":{"a":1}})", {}}, {R"({"a":1,"a":2,"b":3,"a":4})", {"a", "a"}},
         {R"({"a":1,"a":{"b":1,"b":2}})", {"b", "a"}},
         {R"({"abcdefgh":1,"abcdefg":2,"":3,"abcdefgh":4,"":5})", {"abcdefgh", ""}},
         {R"({"x\u0000y":1,"x\u0000z":2,"x":3,"x\u0000yy":4})", {"x"}}, // a comparison ends at a NUL
         {R"({"\u0061":1,"a":2})", {"a"}},
     };
+    // clang-format on
     for (auto const& [text, names] : rows) {
         LogCapture log;
         Parsed const doc(text);

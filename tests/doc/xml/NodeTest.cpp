@@ -213,17 +213,17 @@ TEST(XmlDocument, SaysExactlyWhenMemoryRanOut) {
     Document source;
     source.AppendElement(View(big), View(big))->AppendAttribute(View(big), View(big));
     CString const t = View(big);
+    // clang-format off
     std::function<bool(Node&)> const operations[] = {
-        [&](Node& n) { return n.AppendElement(t, t) != nullptr; },
-        [&](Node& n) { return n.AppendElement(t, 1L) != nullptr; },
-        [&](Node& n) { return n.AppendAttribute(t, t) != nullptr; },
-        [&](Node& n) { return n.AppendToArray(t, t) != nullptr; },
+        [&](Node& n) { return n.AppendElement(t, t) != nullptr; }, [&](Node& n) { return n.AppendElement(t, 1L) != nullptr; },
+        [&](Node& n) { return n.AppendAttribute(t, t) != nullptr; }, [&](Node& n) { return n.AppendToArray(t, t) != nullptr; },
         [&](Node& n) { return n.AppendToArray(t) != nullptr; },
         [&](Node& n) { return n.AppendRecursive(source.FirstNode()) != nullptr; },
         [&](Node& n) { return n.Doc()->AllocateNode(Node::ELEMENT, t, t) != nullptr; },
         [&](Node& n) { return n.Doc()->AllocateAttribute(t, t) != nullptr; },
         [&](Node& n) { return n.ReplaceRecursive(&source); },
     };
+    // clang-format on
     for (auto const& operation : operations) {
         SCOPED_TRACE(&operation - operations);
         SweepDocument(operation);

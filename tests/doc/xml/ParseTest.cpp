@@ -102,11 +102,9 @@ TEST(XmlParse, RefusesTextsWithACodeAndALine) {
         char const* message;
         unsigned flags;
         std::vector<std::string> texts;
+        // clang-format off
     } const rows[] = {
-        {1,
-         "invalid numeric character entity",
-         NORMALIZE | TRIM,
-         {"<a>&#x110000;</a>", "<a b='&#1114112;'/>"}},
+        {1, "invalid numeric character entity", NORMALIZE | TRIM, {"<a>&#x110000;</a>", "<a b='&#1114112;'/>"}},
         {2, "unexpected end of stream", 0, {"<a>", "<a>x", "<a><b></b>"}},
         {2, "unexpected end of a stream", COMMENTS, {"<a><!-- --", "<!-->", "<!DOCTYPE a [ >"}},
         {2, "unexpected end of a stream", DOCTYPE, {"<!DOCTYPE a [ ] ", "<!DOCTYPE a[b>"}},
@@ -114,15 +112,14 @@ TEST(XmlParse, RefusesTextsWithACodeAndALine) {
         {4, "invalid closing tag name", CLOSING, {"<a>1</b>", "<a></ab>", "<ab></a>", "<a><b></c></a>"}},
         {5, "\";\" expected", 0, {"<a>&#65</a>", "<a>&#X41;</a>", "<a>&#xg;</a>", "<a>&#.;</a>"}},
         {7, "\"=\" expected", DECLARATION, {"<?xml b>", "<a b>", "<a b 'c'/>", "<a b!='c'/>"}},
-        {8, "' or \" expected", 0, {"<a b=c/>", "<a b='c", "<a b='c\"/>"}},
-        {9, "\"?>\" expected", 0, {"<?xml x='1'>", "<?p "}},
-        {9, "\"?>\" expected", DECLARATION | PIS, {"<?xml x='1'>", "<?p "}},
-        {10, "PI target expected", PIS, {"<?/p?>"}},
+        {8, "' or \" expected", 0, {"<a b=c/>", "<a b='c", "<a b='c\"/>"}}, {9, "\"?>\" expected", 0, {"<?xml x='1'>", "<?p "}},
+        {9, "\"?>\" expected", DECLARATION | PIS, {"<?xml x='1'>", "<?p "}}, {10, "PI target expected", PIS, {"<?/p?>"}},
         {11, "node name expected", 0, {"<>", "<a><", "<a><b></b>< c/></a>"}},
         {12, "\">\" expected", 0, {"<a", "<a/ >", "<a =''/>", "<a></a", "<a></a b>", "<!FOO", "<a><b?</a>"}},
         {13, "\"<\" expected", NO_DATA | NO_UTF8, {"x", "<![CDATA[1]]>", "\xEF\xBB\xBF<a/>"}},
         {14, "empty document", 0, {"", " \r\n\t"}},
     };
+    // clang-format on
     for (auto const& row : rows) {
         for (std::string const& text : row.texts) {
             LogCapture log;

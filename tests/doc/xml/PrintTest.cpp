@@ -76,29 +76,21 @@ TEST(XmlPrint, RepairsCodePoints) {
         std::string value;
         std::string printed;
         char const* ascii;
+        // clang-format off
     } const rows[] = {
-        {"\xC3\xA9", "\xC3\xA9", "&#xe9;"},
-        {"\xE2\x82\xAC", "\xE2\x82\xAC", "&#x20ac;"},
-        {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80", "&#x01f600;"},
-        {"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF", "&#x10ffff;"},
+        {"\xC3\xA9", "\xC3\xA9", "&#xe9;"}, {"\xE2\x82\xAC", "\xE2\x82\xAC", "&#x20ac;"},
+        {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80", "&#x01f600;"}, {"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF", "&#x10ffff;"},
         {"\xED\xA0\x80", "\xED\xA0\x80", "&#xd800;"}, // surrogates pass
-        {"\x01", bad, "&#xfffd;"},
-        {std::string("a\0b", 3), "a" + bad + "b", "a&#xfffd;b"},
-        {"\xFF", bad, "&#xfffd;"},
-        {"\xFF\x80\xC1\xF5z", bad + "z", "&#xfffd;z"},
-        {"\xC3z", bad + "z", "&#xfffd;z"},
-        {"\xC3\xC3\xA9", bad + "\xC3\xA9", "&#xfffd;&#xe9;"},
-        {"\xE2\x82", bad, "&#xfffd;"},
+        {"\x01", bad, "&#xfffd;"}, {std::string("a\0b", 3), "a" + bad + "b", "a&#xfffd;b"}, {"\xFF", bad, "&#xfffd;"},
+        {"\xFF\x80\xC1\xF5z", bad + "z", "&#xfffd;z"}, {"\xC3z", bad + "z", "&#xfffd;z"},
+        {"\xC3\xC3\xA9", bad + "\xC3\xA9", "&#xfffd;&#xe9;"}, {"\xE2\x82", bad, "&#xfffd;"},
         // What is left of a short sequence goes as a whole.
-        {"\xE2z\x82y", bad + "z" + bad + "y", "&#xfffd;z&#xfffd;y"},
-        {"\xE0\x9F\x80z", bad + "z", "&#xfffd;z"},
-        {"\xE0\xA0\x80", "\xE0\xA0\x80", "&#x0800;"},
-        {"\xE2\x82zy", bad + "zy", "&#xfffd;zy"},
-        {"\xF0\x9F\x98", bad, "&#xfffd;"},
-        {"\xF0\x8F\x80\x80z", bad + "z", "&#xfffd;z"},
-        {"\xF4\x90\x80\x80z", bad + "z", "&#xfffd;z"},
-        {"\xF1\x80\x80yz", bad + "yz", "&#xfffd;yz"},
+        {"\xE2z\x82y", bad + "z" + bad + "y", "&#xfffd;z&#xfffd;y"}, {"\xE0\x9F\x80z", bad + "z", "&#xfffd;z"},
+        {"\xE0\xA0\x80", "\xE0\xA0\x80", "&#x0800;"}, {"\xE2\x82zy", bad + "zy", "&#xfffd;zy"},
+        {"\xF0\x9F\x98", bad, "&#xfffd;"}, {"\xF0\x8F\x80\x80z", bad + "z", "&#xfffd;z"},
+        {"\xF4\x90\x80\x80z", bad + "z", "&#xfffd;z"}, {"\xF1\x80\x80yz", bad + "yz", "&#xfffd;yz"},
     };
+    // clang-format on
     for (auto const& row : rows) {
         Document document;
         document.AppendElement("e", View(row.value));

@@ -91,6 +91,7 @@ TEST(XmlStream, RefusesByState) {
         std::string bytes;
         unsigned long limit;
         Stateful::StateT state;
+        // clang-format off
     } const rows[] = {
         {SAMPLE, 0, Stateful::STATE_TRUNCATED},
         {"\1\0\0\0\1a\0\0\0\0\xC0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},      // another type
@@ -99,9 +100,9 @@ TEST(XmlStream, RefusesByState) {
         {root + "\x81\0\0\0\1a\0\0\0\0"_bytes, NO_LIMIT, Stateful::STATE_INVALID}, // the root has no sibling
         {root + "\1\0\0\0\1a\0\0\0\0\x80\0\0\0\0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},
         {root + "\1\0\0\1\0zzzz"_bytes, 100, Stateful::STATE_TRUNCATED}, // a length beyond the limit
-        {root + "\1\0\0\0\x5Bz"_bytes, 104, Stateful::STATE_TRUNCATED},
-        {SAMPLE.substr(0, 12), NO_LIMIT, Stateful::STATE_EOS},
+        {root + "\1\0\0\0\x5Bz"_bytes, 104, Stateful::STATE_TRUNCATED}, {SAMPLE.substr(0, 12), NO_LIMIT, Stateful::STATE_EOS},
     };
+    // clang-format on
     for (auto const& row : rows) {
         Document document;
         Input input(row.bytes);
