@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -159,11 +160,10 @@ TEST(JsonGetter, WhatIsRefusedOrEndsBeforeItIsReadFailsAllAbove) {
     Parsed const doc(R"({"wan":{"id":7}})");
     int id = 9;
     std::function<void(Object&, std::optional<NValue>&)> const losses[] = {
-        [&](Object& wan, auto&) { wan >> Member("id", id); }, // a statement of its own
-        [](Object& wan, auto& place) {                        // the inner one ends ahead of its place
-            Object gone;
-            wan >> place.emplace("id", gone);
-        },
+        [&](Object& wan, auto&) { wan >> Member("id", id); }, // by itself
+        [](Object& wan, auto& place) {
+            wan >> place.emplace("id", *std::make_unique<Object>());
+        },                                                                 // ends first
         [](Object& wan, auto& place) { wan >> place.emplace("id", wan); }, // in itself
     };
     for (auto const& lose : losses) {

@@ -98,6 +98,8 @@ constexpr std::string_view ACCEPTED[][2] = {
     {R"("\"\\\/\b\f\n\r\t")", R"("\"\\/\b\f\n\r\t")"},
     {R"("\u0041\u00e9\u20AC\uD83D\uDE00")", "\"A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\""},
     {R"("\u007f\u0080\u07ff\u0800\uffff")", "\"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\""},
+    {R"("0123456789012345678901234567890123456789012345678901234567890\u00e9\ud83d\ude00")",
+     "\"0123456789012345678901234567890123456789012345678901234567890\xC3\xA9\xF0\x9F\x98\x80\""},
     {R"("\udbff\udfff\udc00")", "\"\xF4\x8F\xBF\xBF\xED\xB0\x80\""},
     {"-0", "0"},
     {"18446744073709551615", "18446744073709551615"},
@@ -130,6 +132,7 @@ TEST(JsonParser, TakesAScalarRootOnlyWhenAllowedAndLeavesThePool) {
         EXPECT_EQ(Text(doc), text);
         EXPECT_TRUE(doc.Array() == nullptr && doc.Parent() == nullptr && kept == CString("kept"));
         EXPECT_EQ(doc.IsUChar(), *text == '2');
+        EXPECT_EQ(doc.String().Cstr()[doc.String().Size()], '\0');
         EXPECT_EQ(doc.BoolPtr() != nullptr && *doc.BoolPtr(), *text == 't');
     }
     EXPECT_EQ(Parse(doc, "{}"), Json::CODE_OK);
@@ -151,29 +154,6 @@ TEST(JsonParser, BoundsTheDepth) {
     }
     Document doc;
     EXPECT_EQ(Parse(doc, std::string(200, '[')), 0x8038007Du); // ahead of the fault behind it
-}
-
-TEST(JsonParser, ATextOfAnyLengthAndContentComesThrough) {
-    std::pair<char const*, std::string> const pieces[] = {{"a", "a"},
-                                                          {"\\n", "\n"},
-                                                          {"\\u00e9", "\xC3\xA9"},
-                                                          {"0123456789abcdef", "0123456789abcdef"},
-                                                          {"\\\"", "\""},
-                                                          {"\\ud83d\\ude00", "\xF0\x9F\x98\x80"},
-                                                          {"\\u0000", "\0"s}};
-    std::mt19937 random(7);
-    for (unsigned length = 0; length < 400; ++length) {
-        std::string text = "\"" + std::string(length, 'x'), expected(length, 'x');
-        for (unsigned i = random() % 4; i != 0; --i) {
-            auto const& [written, value] = pieces[random() % std::size(pieces)];
-            text += written;
-            expected += value;
-        }
-        Document doc;
-        ASSERT_EQ(ParseTight(doc, text + '"'), Json::CODE_OK) << text;
-        ASSERT_EQ(std::string(doc.String().Cstr(), doc.String().Size()), expected) << text;
-        ASSERT_EQ(doc.String().Cstr()[expected.size()], '\0');
-    }
 }
 
 TEST(JsonParser, ADoubleIsTheNearestOne) {
@@ -239,8 +219,8 @@ TEST(JsonParser, DuplicatesAreLoggedWhereTheyEndAndKept) {
 
 void AppendRandom(Array& array, std::mt19937_64& random, unsigned depth) {
     uint64_t const number = random() >> random() % 64;
-    std::string text(random() % 40, 'x');
-    std::generate(text.begin(), text.end(), [&] { return static_cast<char>(random()); });
+    std::string text(random() % 150, 'x'); // with and without escapes, beyond what a stack block holds
+    if (random() % 2 != 0) std::ranges::generate(text, [&] { return static_cast<char>(random()); });
     array.Append(random() % 2 != 0);
     array.Append(number);
     array.Append(-static_cast<long>(number >> 1));

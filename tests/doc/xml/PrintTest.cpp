@@ -11,10 +11,9 @@ TEST(XmlPrint, LaysOutEveryKindOfNode) {
         char const* text;
         unsigned flags;
         char const* printed;
+        // clang-format off
     } const rows[] = {
-        {"<x/>", FORMATTED, "<x/>\n\n"},
-        {"<x/>", NO_EMPTY_TAG, "<x></x>\n\n"},
-        {"<x/>", CRLF, "<x/>\r\n\r\n"},
+        {"<x/>", FORMATTED, "<x/>\n\n"}, {"<x/>", NO_EMPTY_TAG, "<x></x>\n\n"}, {"<x/>", CRLF, "<x/>\r\n\r\n"},
         {"<x/>", COMPACT | CRLF | NO_EMPTY_TAG, "<x></x>"},
         {"<x>1<!--c--></x>", FORMATTED, "<x>\n    1\n    <!--c-->\n</x>\n\n"},
         {"<x><![CDATA[<&]]></x>", COMPACT, "<x><![CDATA[<&]]></x>"},
@@ -23,6 +22,7 @@ TEST(XmlPrint, LaysOutEveryKindOfNode) {
          "<?xml version=\"1.0\"?>\n<!DOCTYPE a [<b>]>\n<?p q r?>\n<a/>\n\n"},
         {"<a><b><c>1</c></b></a>", CRLF, "<a>\r\n    <b>\r\n        <c>1</c>\r\n    </b>\r\n</a>\r\n\r\n"},
     };
+    // clang-format on
     for (auto const& row : rows) {
         Parsed const parsed(row.text, ALL_NODES);
         for (unsigned long const block : {1, 2, 7, 13, 128, 4096})
@@ -51,16 +51,15 @@ TEST(XmlPrint, EscapesTextsAndChoosesQuotes) {
         char const* value;
         char const* text;      // in an element
         char const* attribute; // behind "a="
+        // clang-format off
     } const rows[] = {
-        {"plain", "plain", "\"plain\""},
-        {"a<b>c&d", "a&lt;b&gt;c&amp;d", "\"a&lt;b&gt;c&amp;d\""},
-        {"it's", "it&apos;s", "\"it's\""},
-        {"say \"x\" & go", "say &quot;x&quot; &amp; go", "'say \"x\" &amp; go'"},
-        {"'\"", "&apos;&quot;", "\"&apos;&quot;\""},
-        {"\t\n\r\x7F", "\t\n\r\x7F", "\"\t\n\r\x7F\""},
+        {"plain", "plain", "\"plain\""}, {"a<b>c&d", "a&lt;b&gt;c&amp;d", "\"a&lt;b&gt;c&amp;d\""},
+        {"it's", "it&apos;s", "\"it's\""}, {"say \"x\" & go", "say &quot;x&quot; &amp; go", "'say \"x\" &amp; go'"},
+        {"'\"", "&apos;&quot;", "\"&apos;&quot;\""}, {"\t\n\r\x7F", "\t\n\r\x7F", "\"\t\n\r\x7F\""},
         {"0123456789abcde<0123456789abcdef>", "0123456789abcde&lt;0123456789abcdef&gt;",
          "\"0123456789abcde&lt;0123456789abcdef&gt;\""},
     };
+    // clang-format on
     for (auto const& row : rows) {
         Document document;
         document.AppendElement("e", row.value)->AppendAttribute("a", row.value);

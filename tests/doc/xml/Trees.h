@@ -21,11 +21,13 @@ inline std::string Text(CString const& text) { return std::string(text.Cstr(), t
 inline CString View(std::string const& text) { return CString(text.data(), text.size()); }
 
 // For each node: a mark for its type, name, "=value", "#data type" unless it is a string, attributes,
-// children in brackets. The links of each list are followed both ways.
+// children in brackets. The links of each list are followed both ways, and each text must end in a NUL.
 inline std::string Dump(Node const& node) {
     static char const* const marks[] = {"DOC", "E", "D", "CD", "CO", "DEC", "DT", "PI", "?"};
     auto const words = [](Xml::Base const& base) {
         std::string out = base.Value().Empty() ? "" : "=" + Text(base.Value());
+        for (Xml::String const* text : {&base.Name(), &base.Value()})
+            if (text->Cstr()[text->Size()] != '\0') out += "!end";
         return base.DataType() == Xml::Base::DATA_STRING ? out : out + "#" + std::to_string(base.DataType());
     };
     std::string out = marks[std::min<unsigned>(node.Type(), 8)];
