@@ -20,6 +20,14 @@ public:
     Json::Value const& Value() const {
         return InObject() ? *Member_()->Value() : *static_cast<Array::Element const*>(spot_)->Value();
     }
+    // The item as an Array::Element or an Object::Member, for a loop of its own over items that are not
+    // entered.
+    template<class ItemT>
+    ItemT const* Item() const {
+        return static_cast<ItemT const*>(spot_);
+    }
+    void SetItem(void const* item) { spot_ = item; }
+
     // Of the item, in an object.
     CString const& Name() const { return Member_()->Name(); }
     // Of the container, in the object that it is a member of.
@@ -33,7 +41,6 @@ public:
         } else {
             spot_ = static_cast<Array::Element const*>(spot_)->Next();
         }
-        __builtin_prefetch(spot_); // a tree is larger than its text by far
     }
     void Enter(Json::Value const& container) {
         owner_ = &container;

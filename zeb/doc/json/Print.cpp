@@ -6,6 +6,7 @@
 #include "zeb/stream/Writer.h"
 
 #include <cstring>
+#include <type_traits>
 
 namespace Json {
 
@@ -46,6 +47,8 @@ public:
 
 private:
     void PrintTree_(Value const& top);
+    template<class ItemT>
+    Value const* PrintItems_(Cursor_& at);
     void Open_(Value const& container);
     void Close_(bool isObject);
     void PrintScalar_(Value const& value);
@@ -109,25 +112,40 @@ void Printer_::Close_(bool isObject) {
     writer_.Put(isObject ? '}' : ']');
 }
 
+// From the present item up to a container, which is the result, or to the end.
+template<class ItemT>
+Value const* Printer_::PrintItems_(Cursor_& at) {
+    ItemT const* next = nullptr;
+    for (ItemT const* item = at.Item<ItemT>(); item != nullptr; item = next) {
+        next = item->Next();
+        __builtin_prefetch(next); // the tree is larger than the text by far
+        EndLine_();
+        if constexpr (std::is_same_v<ItemT, Object::Member>) PrintName_(item->Name());
+        Value const& value = *item->Value();
+        if (value.IsObject() || value.IsArray()) {
+            at.SetItem(item);
+            return &value;
+        }
+        PrintScalar_(value);
+        if (next != nullptr) writer_.Put(',');
+    }
+    return nullptr;
+}
+
 void Printer_::PrintTree_(Value const& top) {
     Open_(top);
     Cursor_ at(top);
     for (;;) {
-        if (!at.AtEnd()) {
-            EndLine_();
-            if (at.InObject()) PrintName_(at.Name());
-            Value const& value = at.Value();
-            if (value.IsObject() || value.IsArray()) {
-                Open_(value);
-                at.Enter(value);
-                continue;
-            }
-            PrintScalar_(value);
-        } else {
-            Close_(at.InObject());
-            if (&at.Owner() == &top) return;
-            at.Leave();
+        Value const* const container =
+            at.InObject() ? PrintItems_<Object::Member>(at) : PrintItems_<Array::Element>(at);
+        if (container != nullptr) {
+            Open_(*container);
+            at.Enter(*container);
+            continue;
         }
+        Close_(at.InObject());
+        if (&at.Owner() == &top) return;
+        at.Leave();
         at.Next();
         if (!at.AtEnd()) writer_.Put(',');
     }
