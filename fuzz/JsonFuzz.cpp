@@ -102,11 +102,14 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
 
     Json::Document document;
     FuzzHeap::Arm((flags & 6) == 0 ? failing : 0);
-    ReturnT const code = document.Parse(CBuffer(text.data(), text.size()), what);
+    Json::FaultT fault;
+    ReturnT const code = document.Parse(CBuffer(text.data(), text.size()), what, &fault);
     bool const fired = FuzzHeap::Disarm();
     FUZZ_CHECK(code.IsOom() == fired);
     FUZZ_CHECK(document.Valid() == !fired);
     if (code.Failed()) {
+        FUZZ_CHECK(fault.offset <= text.size() && fault.line != 0 && fault.column != 0 &&
+                   !fault.words.Empty());
         document.InitObject();
         FUZZ_CHECK(document.Valid() && document.Object()->First() == nullptr);
         return 0;

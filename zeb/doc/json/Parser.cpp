@@ -48,7 +48,7 @@ bool Parser_::ParseText_(Document::ParseT what) {
 void Parser_::Locate_(FaultT& fault) const {
     fault.offset = static_cast<unsigned long>(failedAt_ - text_.begin);
     fault.line = fault.column = 1;
-    for (Byte const* at = text_.begin; at != failedAt_; ++at) {
+    for (Byte const* at = text_.begin; at < failedAt_; ++at) {
         if (*at == '\n') {
             ++fault.line;
             fault.column = 1;
