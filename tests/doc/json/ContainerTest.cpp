@@ -3,6 +3,7 @@
 #include "workbench/LogCapture.h"
 #include "zeb/core/RString.h"
 #include "zeb/core/String.h"
+#include "zeb/doc/json/Setter.h"
 #include "zeb/doc/xml/Document.h"
 
 #include <algorithm>
@@ -13,32 +14,41 @@ using namespace JsonTest;
 
 namespace {
 
+// By Append and by a setter.
 TEST(JsonContainers, KeepWhatIsAppendedInOrder) {
-    Document doc;
+    Document doc, made;
     Object& object = *doc.Object();
     Array& array = *object.AppendArray("");
+    Json::Setter::Array list(made);
+    Json::Setter::Object record(*made.Object());
+    record << Json::Setter::NArray("", list);
     char name[] = "a";
     auto const append = [&](auto const& item) {
         Value* const element = array.Append(item);
-        ASSERT_TRUE(element && element->Parent() == array.Value() && array.Last()->Value() == element);
+        EXPECT_TRUE(element && element->Parent() == array.Value() && array.Last()->Value() == element);
         Value* const member = object.Append(name, item);
-        ASSERT_TRUE(member && member->Parent() == &doc && object.Last()->Value() == member);
+        EXPECT_TRUE(member && member->Parent() == &doc && object.Last()->Value() == member);
         EXPECT_EQ(object.Get(name), object.Last());
+        list << Json::Setter::Element(item), record << Json::Setter::Member(name, item);
+        EXPECT_EQ(list.Get_()->Last()->Value()->IsUChar(), element->IsUChar()) << name;
+        EXPECT_EQ(list.Get_()->Last()->Value()->IsInt(), element->IsInt()) << name;
         ++name[0];
     };
     auto const appendAll = [&](auto const&... items) { (append(items), ...); };
-    appendAll(Json::Null, true, "text", CString("view", 3), static_cast<char const*>(nullptr), '\x05',
+    appendAll(Json::Null, true, "text", CString("view"), static_cast<char const*>(nullptr), '\x05',
               static_cast<unsigned char>(200), static_cast<short>(-300), static_cast<unsigned short>(40000),
-              -70000, 3000000000U, -5000000000L, 5000000000UL, -1LL, 18446744073709551615ULL, 2.5);
+              -70000, 3000000000U, -5000000000L, 5000000000UL, -1LL, 18446744073709551615ULL, 2.5,
+              Json::KIND_INT, static_cast<signed char>(-2), false);
+    EXPECT_EQ(Text(made), Text(doc));
     EXPECT_EQ(array.AppendArray()->Value()->Parent(), array.Value());
     EXPECT_TRUE(array.AppendObject() != nullptr && array.Last()->Value()->IsObject());
     EXPECT_EQ(object.AppendArray("arr")->Value()->Parent(), &doc);
     EXPECT_EQ(object.AppendObject("obj")->Doc(), &doc);
-    EXPECT_EQ(Text(doc), R"({"":[null,true,"text","vie","",5,200,-300,40000,-70000,3000000000,-5000000000,)"
-                         R"(5000000000,-1,18446744073709551615,2.5,[],{}],"a":null,"b":true,"c":"text",)"
-                         R"("d":"vie","e":"","f":5,"g":200,"h":-300,"i":40000,"j":-70000,"k":3000000000,)"
-                         R"("l":-5000000000,"m":5000000000,"n":-1,"o":18446744073709551615,"p":2.5,)"
-                         R"("arr":[],"obj":{}})");
+    EXPECT_EQ(Text(doc), R"({"":[null,true,"text","view","",5,200,-300,40000,-70000,3000000000,-5000000000,)"
+                         R"(5000000000,-1,18446744073709551615,2.5,7,-2,false,[],{}],"a":null,"b":true,)"
+                         R"("c":"text","d":"view","e":"","f":5,"g":200,"h":-300,"i":40000,"j":-70000,)"
+                         R"("k":3000000000,"l":-5000000000,"m":5000000000,"n":-1,"o":18446744073709551615,)"
+                         R"("p":2.5,"q":7,"r":-2,"s":false,"arr":[],"obj":{}})");
     unsigned long index = 0;
     for (Array::Element* element = array.First(); element != nullptr; element = element->Next(), ++index) {
         EXPECT_EQ(array.Get(index), element);

@@ -9,31 +9,6 @@ using Json::Document;
 
 namespace {
 
-TEST(JsonSetter, EachTypeBecomesTheValueThatAnAppendMakes) {
-    Document doc;
-    Array made(*doc.Object()->AppendArray("made"));
-    Json::Array& expected = *doc.Object()->AppendArray("expected");
-    auto const expectSame = [&](auto const&... items) {
-        ((made << Element(items)), ...);
-        (expected.Append(items), ...);
-        ((Object(*doc.Object()) << Member("m", items)), ...);
-    };
-    expectSame(Json::Null, true, false, "text", CString("view"), char{-1}, static_cast<unsigned char>(200),
-               short{-300}, static_cast<unsigned short>(40000), -70000, 3000000000U, -5000000000L,
-               5000000000UL, 127LL, ~0ULL, 1ULL << 63, 2.0, Json::KIND_INT, static_cast<signed char>(-2));
-    auto const* member = doc.Object()->First()->Next()->Next();
-    for (auto const *m = made.Get_()->First(), *e = expected.First(); e != nullptr;
-         m = m->Next(), e = e->Next()) {
-        for (Json::Value const* value : {m->Value(), member->Value()}) {
-            EXPECT_EQ(JsonTest::Text(*value), JsonTest::Text(*e->Value()));
-            EXPECT_TRUE(value->IsUChar() == e->Value()->IsUChar() && value->IsInt() == e->Value()->IsInt());
-            EXPECT_TRUE(value->IsDouble() == e->Value()->IsDouble());
-        }
-        member = member->Next();
-    }
-    EXPECT_EQ(member, nullptr);
-}
-
 TEST(JsonSetter, AContainerThatCannotHangWhereItIsPutIsCopied) {
     Document doc, other;
     Object hung(doc), foreign(other), ring(doc);
