@@ -2,10 +2,12 @@
 
 // The array form of a Json::Value: a list of elements in the order of insertion.
 //
-// An array is embedded in its value and lives as long as that. Elements and values are blocks of the
-// document's pool: none is freed singly, and all end when the document is cleared. Used by one thread at a
-// time. An operation that needs memory gives null when the pool is exhausted, and takes the document's valid
-// flag down; once it is down every append gives null.
+// Owns       nothing: it is embedded in its value; elements and values are blocks of the document's pool,
+// none is
+//            freed singly, and all end when the document is cleared
+// Threads    one at a time
+// Memory     an operation that needs it gives null when the pool is exhausted, and takes the document's valid
+//            flag down; once it is down every append gives null
 
 #include "zeb/core/CString.h"
 #include "zeb/doc/json/Null.h"

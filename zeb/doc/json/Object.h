@@ -2,10 +2,12 @@
 
 // The object form of a Json::Value: a list of named members in the order of insertion.
 //
-// An object is embedded in its value and lives as long as that. Members, names and values are blocks of the
-// document's pool: none is freed singly, and all end when the document is cleared. Used by one thread at a
-// time. An operation that needs memory gives null when the pool is exhausted, and takes the document's valid
-// flag down; once it is down every append gives null.
+// Owns       nothing: it is embedded in its value; members, names and values are blocks of the document's
+// pool,
+//            none is freed singly, and all end when the document is cleared
+// Threads    one at a time
+// Memory     an operation that needs it gives null when the pool is exhausted, and takes the document's valid
+//            flag down; once it is down every append gives null
 //
 // A name may occur more than once: the second one is logged as a warning and appended all the same. Lookups
 // give the first. Names are compared by CString::Compare, so that a CString::IgnoreCase finds a member of

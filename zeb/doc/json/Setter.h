@@ -6,15 +6,18 @@
 //   Json::Setter::Object(*document.Object()) // or Object(document): a new container, to be hung somewhere
 //       << Json::Setter::Member("mtu", 1492)
 //       << (name != nullptr ? Json::Setter::Member("name", *name) : Json::Setter::Nothing())
-//       << Json::Setter::NObject("wan", Json::Setter::Object(document) << Json::Setter::Member("id",
-//       "wan0"));
+//       << Json::Setter::NObject("wan", Json::Setter::Object(document) << Json::Setter::Member("id", 7));
 //
-// A description holds no memory: names, texts and containers must live until it is appended, which copies
-// names and texts into the pool. A text is kept by its pointer alone and ends at its first NUL, so a view
-// must have one behind it. Numbers get the flags of their value, see Value.h.
+// Numbers get the flags of their value, see Value.h. For single items the Append operations of Json::Object
+// and Json::Array do.
 //
-// When the pool is exhausted nothing is appended, and the document's valid flag goes down: test Valid() once
-// at the end. Used by one thread at a time.
+// Owns       nothing: names, texts and containers must live until they are appended, which copies names and
+//            texts into the pool. A text is kept by its pointer alone and ends at its first NUL, so a view
+//            must have one behind it. A container that hangs somewhere already is copied
+// Threads    one: descriptions are local objects
+// Fails      by the document: when the pool is exhausted nothing is appended and its valid flag goes down.
+// Test
+//            Valid() once at the end
 
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/json/Kind.h"
@@ -181,7 +184,7 @@ private:
     Json::Array* array_;
 };
 
-// A container of this document, ready-made, for an array. It must hang nowhere else.
+// A container, ready-made, for an array.
 class UObject : public Element {
 public:
     explicit UObject(Object const& object)

@@ -2,11 +2,14 @@
 
 // A node of a tree: an element, a text, a comment ..., with a list of children and a list of attributes.
 //
-// Nodes, attributes and texts come from the pool of the document at the root and end with it: a node pointer
-// must not outlive its Xml::Document, nor its Clear(). One thread builds or reads a tree at a time.
-//
-// The operations that build give null once the pool had no memory; the flag of the document (Document::Valid)
-// then stays down, so that a builder may append without a check and test the flag once at the end.
+// Owns       nothing: nodes, attributes and texts come from the pool of the document at the root and end with
+// it,
+//            or with its Clear(); a node stays in the tree of its own document (AppendRecursive brings over a
+//            copy)
+// Threads    one builds or reads a tree at a time
+// Fails      operations that build give null once the pool had no memory; the flag of the document
+//            (Document::Valid) then stays down, so that a builder may append without a check and test the
+//            flag once at the end. Linking checks nothing
 //
 // A list is empty exactly when its first pointer is null. Removal leaves the links of what it removed as they
 // were.

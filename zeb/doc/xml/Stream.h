@@ -11,7 +11,9 @@
 //   end     = 0xC0           the child list of the current level ends (mark 3)
 //   record  = length name length value     length: 4 bytes, most significant first; no terminators
 //
-// The data type of a node is not carried.
+// The data type of a node is not carried. What is read lies in the pool of the document of the node, and
+// nothing of the stream is kept. Waits are those of the stream; no lock is taken. Neither direction needs
+// stack for depth.
 
 #include "zeb/core/Export.h"
 
