@@ -86,32 +86,32 @@ TEST(Main, TakesSignalsBetweenUnitsOfWork) {
     }
 }
 
+// What happens at the beginning of a wait: a signal, SetStop(), an interruption, a failure of the system.
+Calls::Step Happens(char what, Main& main) {
+    if (what == 'T' || what == 'I') return Calls::Do([=] { kill(getpid(), what == 'T' ? SIGTERM : SIGINT); });
+    if (what == 's') return Calls::Do([&] { main.SetStop(); });
+    if (what == 'i') return Calls::Do([self = Thread::Self()] { RunInWorker([&] { self->Interrupt(); }); });
+    return what == '-' ? Calls::Real() : Calls::Fail(what == 'r' ? EINTR : EINVAL);
+}
+
 TEST(Main, WaitsForAStopSignal) {
     struct Row {
-        std::function<Calls::Step(Main&)> step; // what happens at the beginning of the wait
-        long timeout, waited;                   // milliseconds
+        char what;
+        long timeout, waited; // milliseconds
         bool stop;
     } const rows[] = {
-        // clang-format off
-        {[](Main&) { return Calls::Real(); }, 1000, 1000, false}, {[](Main&) { return Calls::Real(); }, 0, 0, false},
-        {[](Main&) { return Calls::Fail(EINTR); }, 500, 500, false},
-        {[](Main&) { return Calls::Fail(EINVAL); }, 50, 50, false},
-        {[](Main&) { return Calls::Do([] { kill(getpid(), SIGTERM); }); }, 9000, 0, true},
-        {[](Main&) { return Calls::Do([] { kill(getpid(), SIGINT); }); }, -1, 0, true},
-        {[](Main& main) { return Calls::Do([&] { main.SetStop(); }); }, -1, 333, true},
-        {[](Main&) { return Calls::Do([self = Thread::Self()] { RunInWorker([&] { self->Interrupt(); }); }); },
-         9000, 333, false},
-        // clang-format on
+        {'-', 1000, 1000, false}, {'-', 0, 0, false}, {'r', 500, 500, false}, {'v', 50, 50, false},
+        {'T', 9000, 0, true},     {'I', -1, 0, true}, {'s', -1, 333, true},   {'i', 9000, 333, false},
     };
     InChild([&] {
         for (Row const& row : rows) {
             Clock clock(Clock::ModeT::AUTO);
             Daemon daemon;
             Calls calls;
-            calls.Script(SysCall::sigtimedwait, {row.step(daemon)});
+            calls.Script(SysCall::sigtimedwait, {Happens(row.what, daemon)});
             EXPECT_EQ(daemon.WaitForStop(row.timeout), row.stop);
             EXPECT_EQ(daemon.StopRequested(), row.stop);
-            EXPECT_NEAR(static_cast<double>(clock.Moved()) / 1e6, row.waited, 0.01) << &row - rows;
+            EXPECT_NEAR(static_cast<double>(clock.Moved()) / 1e6, row.waited, 0.01) << row.what;
         }
     });
 }
@@ -145,8 +145,8 @@ TEST(Main, BlocksSignalsForItsLifeAndExistsOnce) {
 // What the life of a frame says on standard error and in the log when a system call fails behind so many
 // others.
 template<class FrameT>
-std::string Failing(SysCall call, unsigned long before, bool initialized) {
-    return InChild([&] {
+void ExpectFailure(SysCall call, unsigned long before, std::string const& text, bool initialized) {
+    std::string const said = InChild([&] {
         LogCapture log;
         Calls calls;
         if (before) calls.Script(call, {Calls::Real()}, before);
@@ -155,33 +155,24 @@ std::string Failing(SysCall call, unsigned long before, bool initialized) {
         for (std::string const& line : log.Take())
             fprintf(stderr, "%s\n", line.c_str());
     });
+    EXPECT_EQ(said, text + ".\n");
 }
 
 TEST(Main, SaysWhyItFailed) {
-    struct Row {
-        SysCall call;
-        unsigned long before;
-        std::string text;
-    } const rows[] = {
-        // clang-format off
-        {SysCall::sigaltstack, 0,
-         "setup the alternate signal stack: operation not permitted\ndaemon: failed to wrap the main thread"},
-        {SysCall::sigaction, 1, "setup signal handlers: operation not permitted"},
-        {SysCall::pthread_sigmask, 0, "block signals: operation not permitted"},
-        {SysCall::pthread_sigmask, 1, "unblock signals: operation not permitted"}, // these come at the end
-        {SysCall::sigaction, 2, "restore signal handlers: operation not permitted"},
-        {SysCall::pthread_sigmask, 0, ""}, {SysCall::sigaction, 1, ""}, {SysCall::sigaction, 2, ""},
-        {SysCall::timer_create, 0, ""}, // these are a Tool's
-        // clang-format on
-    };
-    for (Row const& row : rows) {
-        bool const atEnd = row.text.find("un") == 0 || row.text.find("re") == 0;
-        if (row.text.empty()) {
-            EXPECT_EQ(Failing<Tool>(row.call, row.before, false), "C tool: system failed [0xcffd****].\n");
-        } else {
-            EXPECT_EQ(Failing<Daemon>(row.call, row.before, atEnd), "daemon: failed to " + row.text + ".\n");
-        }
-    }
+    std::string const why = ": operation not permitted", failed = "daemon: failed to ";
+    ExpectFailure<Daemon>(
+        SysCall::sigaltstack, 0,
+        failed + "setup the alternate signal stack" + why + "\n" + failed + "wrap the main thread", false);
+    ExpectFailure<Daemon>(SysCall::sigaction, 1, failed + "setup signal handlers" + why, false);
+    ExpectFailure<Daemon>(SysCall::pthread_sigmask, 0, failed + "block signals" + why, false);
+    ExpectFailure<Daemon>(SysCall::pthread_sigmask, 1, failed + "unblock signals" + why, true);
+    ExpectFailure<Daemon>(SysCall::sigaction, 2, failed + "restore signal handlers" + why, true);
+    for (auto const& [call, before] : {std::pair(SysCall::pthread_sigmask, 0),
+                                       {SysCall::sigaction, 1},
+                                       {SysCall::sigaction, 2},
+                                       {SysCall::timer_create, 0}})
+        ExpectFailure<Tool>(call, static_cast<unsigned long>(before), "C tool: system failed [0xcffd****]",
+                            false);
 }
 
 TEST(MainSt, RaisesAnAlarm) {

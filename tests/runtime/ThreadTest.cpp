@@ -92,7 +92,9 @@ struct Recorder : Thread {
     }
     ReturnT Run() override {
         calls += Self() == this && SelfStatus()->Code() == initialized ? "R" : "?";
-        if (StopRequested() || !Sleep(endless ? 9000L : 0L)) calls += "I";
+        while (endless && !SelfInterrupted())
+            Clock::RealPause(1);
+        if (endless) calls += "I";
         SetStatus(report);
         SetInterruptMask(INTERRUPT_MASK);
         return ReturnT::Done();
