@@ -152,6 +152,41 @@ void ManyOurs(benchmark::State& state) {
 }
 BENCHMARK(ManyOurs)->Name("Task.Thousand/ours")->UseRealTime();
 
+// So many tasks are listed behind one that waits, and then all of them run; or all are cancelled one by one,
+// the last one first.
+void Growth(benchmark::State& state, bool cancelled) {
+    MainThread();
+    Poster poster(false);
+    Answer gate;
+    Job blocker;
+    blocker.body = [&] { gate.Await(); };
+    std::deque<Job> jobs(static_cast<unsigned long>(state.range(0)));
+    Job last;
+    last.body = [&] { poster.answer.Give(); };
+    for (auto _ : state) {
+        poster.Post(blocker);
+        for (Job& job : jobs)
+            poster.Post(job);
+        poster.Post(last);
+        for (auto job = jobs.rbegin(); cancelled && job != jobs.rend(); ++job)
+            poster.queue.CancelTask(poster.delegate, &*job);
+        gate.Give();
+        poster.answer.Await();
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+    poster.queue.CancelAllTasks(poster.delegate);
+}
+#define GROWTH(name, cancelled)                                                                              \
+    BENCHMARK_CAPTURE(Growth, name, cancelled)                                                               \
+        ->Name("Task." #name "/Growth")                                                                      \
+        ->Arg(16)                                                                                            \
+        ->Arg(256)                                                                                           \
+        ->Arg(4096)                                                                                          \
+        ->Arg(32768)                                                                                         \
+        ->UseRealTime()
+GROWTH(Queue, false);
+GROWTH(Cancel, true);
+
 // The same of a peer, which takes one function after the other over in Post().
 template<class PeerT>
 void BeginPeer(benchmark::State& state) {

@@ -58,9 +58,9 @@ void OneMillisecond(benchmark::State& state) {
     BENCHMARK(OneMillisecond<TimersT>)->Name("Timer.OneMillisecond/" name)->UseRealTime()
 
 struct Ours {
-    Ours() {
+    explicit Ours(int count = ARMED) {
         static AutoPtr<ThreadMain> const main(ThreadMain::New("bench"));
-        for (int i = 0; i < ARMED; ++i)
+        for (int i = 0; i < count; ++i)
             timers.emplace_back("bench", this, &Ours::Fire, nullptr);
     }
     ~Ours() {
@@ -74,6 +74,20 @@ struct Ours {
     std::deque<Timer<Ours>> timers;
 };
 PEER(Ours, "ours");
+
+// Moves one timer among so many, on the average to the middle.
+void SetGrowth(benchmark::State& state) {
+    int const count = static_cast<int>(state.range(0));
+    Ours timers(count);
+    for (int i = count; i-- != 0;) // each to the front
+        timers.Set(i, FIRST + i * 10);
+    long step = 0;
+    for (auto _ : state) {
+        ++step;
+        timers.Set(1 + static_cast<int>(step % (count - 1)), FIRST + 15 + step * 7919 % count * 10);
+    }
+}
+BENCHMARK(SetGrowth)->Name("Timer.Set/Growth")->Arg(16)->Arg(256)->Arg(4096)->Arg(32768)->UseRealTime();
 
 // A wait with a limit on a condition variable, and nothing else.
 void OneMillisecondCondvar(benchmark::State& state) {

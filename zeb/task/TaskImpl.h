@@ -58,8 +58,9 @@ private:
     // With the lock held.
     void Clear_();
     BucketT_& Bucket_(Object const& task) { return buckets_[task.Id() % BUCKETS]; }
-    bool IsListed_(Object const& task);
+    Item_* FindListed_(Object const& task);
     void Unlist_(Item_& item);
+    void Drop_(Item_& item);
     void RemoveListed_(Event::BaseDelegate const& delegate, Object const* task);
     void Process_();
     void DropCurrent_();

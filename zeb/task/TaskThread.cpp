@@ -57,10 +57,8 @@ void Thread::Abandon() {
 }
 
 void Thread::Clear_() {
-    while (Item_* const item = items_.Front()) {
-        Unlist_(*item);
-        delete item;
-    }
+    while (Item_* const item = items_.Front())
+        Drop_(*item);
 }
 
 ReturnT Thread::EnqueueTask(Event::BaseDelegate const& delegate, Object* wanted) {
@@ -73,7 +71,7 @@ ReturnT Thread::EnqueueTask(Event::BaseDelegate const& delegate, Object* wanted)
     AutoPtr<Item_> item(Item_::Make(delegate, task)); // ahead of the lock, which the thread wants
     {
         Mutex::Guard const guard(lock_);
-        if (!IsListed_(task)) {
+        if (!FindListed_(task)) {
             if (!item) return StatusLog(ReturnT::Oom(), Log::CRITICAL, Queue::IDENT, name, "").SetOom();
             if (items_.Empty()) lock_.Broadcast();
             Bucket_(task).PushBack(*item);
@@ -86,16 +84,21 @@ ReturnT Thread::EnqueueTask(Event::BaseDelegate const& delegate, Object* wanted)
            << task.Ident();
 }
 
-bool Thread::IsListed_(Object const& task) {
-    for (Item_ const& item : Bucket_(task)) {
-        if (item.task == &task) return true;
+Thread::Item_* Thread::FindListed_(Object const& task) {
+    for (Item_& item : Bucket_(task)) {
+        if (item.task == &task) return &item;
     }
-    return false;
+    return nullptr;
 }
 
 void Thread::Unlist_(Item_& item) {
     items_.Remove(item);
     Bucket_(*item.task).Remove(item);
+}
+
+void Thread::Drop_(Item_& item) {
+    Unlist_(item);
+    delete &item;
 }
 
 void Thread::CancelTask(Event::BaseDelegate const& delegate, Object const* task) {
@@ -111,12 +114,14 @@ void Thread::CancelTask(Event::BaseDelegate const& delegate, Object const* task)
 }
 
 void Thread::RemoveListed_(Event::BaseDelegate const& delegate, Object const* task) {
+    if (task) {
+        Item_* const item = FindListed_(*task);
+        if (item && item->delegate == &delegate) Drop_(*item);
+        return;
+    }
     for (Item_* item = items_.Front(); item;) {
         Item_* const next = items_.Next(*item);
-        if (item->Matches(delegate, task)) {
-            Unlist_(*item);
-            delete item;
-        }
+        if (item->delegate == &delegate) Drop_(*item);
         item = next;
     }
 }
