@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstring>
 #include <string>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -182,6 +183,10 @@ TEST(MainSt, RaisesAnAlarm) {
         EXPECT_EQ(Blocked(), "HUP INT USR2 PIPE CHLD");
         kill(getpid(), SIGPIPE);
         kill(getpid(), SIGALRM); // not ours: no address comes with it
+        siginfo_t other = {};    // or that of another timer
+        other.si_code = SI_TIMER;
+        other.si_value.sival_int = 8;
+        EXPECT_EQ(syscall(SYS_rt_sigqueueinfo, getpid(), SIGALRM, &other), 0);
         tool.SetAlarm(30L);
         tool.CancelAlarm();
         usleep(60000);

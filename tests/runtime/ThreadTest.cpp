@@ -191,7 +191,7 @@ TEST_F(ThreadTest, ReportsExhaustedMemory) {
         EXPECT_EQ(thread.Start(), 0x80220001u);
         EXPECT_FALSE(thread.Stop() || thread.Kill(0));
         EXPECT_EQ(Flags(thread) + thread.Name().Cstr(), "SC1");
-        std::string const none = "there was no memory to make it";
+        std::string const none = "it was not made: no main thread, no name or no memory";
         EXPECT_EQ(log_.Take(), (LinesT{"C Thread: system failed [0x80220001], " + none + ".",
                                        "C Thread: system failed [0xcffd****], " + none + "."}));
     });

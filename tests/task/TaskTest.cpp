@@ -298,6 +298,23 @@ TEST_F(ApplyTest, AQueuedRunCoversRequestsAndARunningOneStartsAnew) {
     EXPECT_TRUE(AwaitRuns(apply, 3));
 }
 
+TEST_F(ApplyTest, OneThatIsNotCleanedUpIsCancelled) {
+    Enqueue({&blocker});
+    for (long const milliseconds : {9000L, 1L}) { // its timer runs, it is listed
+        Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_LOCKED);
+        apply.Request(milliseconds);
+        Clock::RealPause(5);
+        clock.Advance(1);
+        Clock::RealPause(5);
+    }
+    gate.release();
+    Enqueue({&idle});
+    EXPECT_TRUE(Await([&] { return idle.runs == 1; }));
+    EXPECT_EQ(log_.Take(),
+              LinesT(2, "C Task::Apply: \"apply\": system failed [0xcffd****], destroyed before it "
+                        "was cleaned up."));
+}
+
 TEST_F(ApplyTest, AHeldLockIsLogged) {
     Job locked([&] { clock.Advance(150); }, &mutex);
     mutex.Lock();

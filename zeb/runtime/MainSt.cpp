@@ -11,6 +11,9 @@ namespace {
 
 constexpr int BLOCKED[] = {SIGUSR2, SIGCHLD, SIGINT, SIGPIPE, SIGSTOP, SIGHUP};
 
+// That of the frame that lives. A signal of another timer, or one that comes late, carries another address.
+constinit std::atomic<std::atomic<bool>*> flag_ = nullptr;
+
 int Block_() {
     sigset_t set;
     sigemptyset(&set);
@@ -29,6 +32,7 @@ MainSt::MainSt(CString const& ident)
         fprintf(stderr, "%s: failed to wrap the main thread.\n", ident.Cstr());
         return;
     }
+    flag_ = &alarmed_;
     initialized_ = Block_() == 0 && InstallHandlers_() && CreateTimer_();
     if (!initialized_) Log(Log::CRITICAL, ident.Cstr(), nullptr, "").Fail(ReturnT::Fail());
 }
@@ -38,6 +42,7 @@ MainSt::~MainSt() {
         CancelAlarm();
         timer_delete(alarmTimer_);
     }
+    if (mainThread_) flag_ = nullptr; // otherwise it is that of another frame
     delete mainThread_;
 }
 
@@ -65,7 +70,8 @@ void MainSt::SignalHandler_(int signal, siginfo_t* info, void*) {
         if (Thread* const self = Thread::Self()) self->Interrupt();
         errno = error;
     } else if (info->si_code == SI_TIMER) { // an alarm that somebody else sent carries no address
-        *static_cast<std::atomic<bool>*>(info->si_value.sival_ptr) = true;
+        std::atomic<bool>* const flag = flag_;
+        if (flag && flag == info->si_value.sival_ptr) *flag = true;
     }
 }
 

@@ -34,7 +34,7 @@ void Thread::Control_::AwaitNone(unsigned mask) {
 
 namespace {
 
-constexpr char const NO_RECORDS[] = "there was no memory to make it";
+constexpr char const NO_RECORDS[] = "it was not made: no main thread, no name or no memory";
 
 // What a code of Start() says; the error number follows where there is one.
 char const* Text_(ReturnT const& code) {

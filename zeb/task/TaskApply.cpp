@@ -35,7 +35,11 @@ ApplyBase::ApplyBase(char const* ident, Queue& queue, Mutex& mutex, ApplyT apply
     if (!initialized_) Log(Log::ERROR, IDENT, ident, "unable to initialize a timer");
 }
 
-ApplyBase::~ApplyBase() = default;
+ApplyBase::~ApplyBase() {
+    if (state_ == IDLE) return;
+    Log(Log::CRITICAL, IDENT, Ident(), "destroyed before it was cleaned up").Fail(ReturnT::Fail());
+    Cancel();
+}
 
 void ApplyBase::Enqueue(long milliseconds) {
     if (!active_ || state_ == QUEUED) return;

@@ -23,7 +23,8 @@
 //          and Left() holds it. Its place is below TASK_QUEUE, for construction and destruction too.
 // Waits    Cancel() and Cleanup() for an Apply_() that runs, with the mutex held; so one that runs without it
 //          must not block on it. Apply_() that takes long tests Thread::SelfInterrupted().
-// Destroy  cleaned up, by the destructor of the derived class, and not in Apply_().
+// Destroy  cleaned up, by the destructor of the derived class, and not in Apply_(); one that is not is logged
+//          and cancelled.
 // Memory   a request takes none. A run that cannot be queued is logged, and tried again each second.
 
 #include "zeb/core/Export.h"
