@@ -24,12 +24,6 @@ std::string Failed(char const* name, std::string const& text, char const* code =
     return std::string("C Thread: \"") + name + "\": system failed " + code + ", " + text + ".";
 }
 
-unsigned long CountTids() {
-    Array<int> tids;
-    EXPECT_TRUE(Thread::GetTids(tids));
-    return tids.Size();
-}
-
 // Stopped, stop Requested, Interrupted, of another Context, how many threads run.
 std::string Flags(Thread const& thread) {
     return std::string(thread.Stopped() ? "S" : "") + (thread.StopRequested() ? "R" : "") +

@@ -28,6 +28,12 @@ private:
     std::function<void()> body_;
 };
 
+inline unsigned long CountTids() {
+    Array<int> tids;
+    EXPECT_TRUE(Thread::GetTids(tids));
+    return tids.Size();
+}
+
 // Runs the body in a worker to its end.
 inline void RunInWorker(std::function<void()> body, char const* name = "worker") {
     std::binary_semaphore done(0);
