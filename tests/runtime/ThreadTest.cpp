@@ -86,7 +86,7 @@ struct Recorder : Thread {
     }
     ReturnT Run() override {
         calls += Self() == this && SelfStatus()->Code() == initialized ? "R" : "?";
-        while (endless && !SelfInterrupted())
+        for (++runs; endless && !SelfInterrupted();)
             Clock::RealPause(1);
         if (endless) calls += "I";
         SetStatus(report);
@@ -100,6 +100,7 @@ struct Recorder : Thread {
     std::string& calls;
     uint32_t const initialized;
     std::atomic<bool> endless = false;
+    std::atomic<int> runs = 0;
 };
 
 TEST_F(ThreadTest, BeginsEachRunAfreshAndIsJoinedByItsDestructor) {
@@ -112,8 +113,7 @@ TEST_F(ThreadTest, BeginsEachRunAfreshAndIsJoinedByItsDestructor) {
         thread.endless = endless;
         EXPECT_EQ(thread.Start(), Thread::STARTED);
         EXPECT_EQ(Thread::SelfStatus()->Code(), 0x00220001u);
-        EXPECT_TRUE(endless || Await([&] { return thread.Stopped(); }));
-        if (endless) Clock::RealPause(5);
+        EXPECT_TRUE(Await([&] { return endless ? thread.runs == 2 : thread.Stopped(); }));
     }
     Recorder unlucky(0x80000001, calls);
     for (int round = 0; round < 2; ++round) // it was joined, and may be tried again

@@ -308,6 +308,7 @@ TEST_F(ApplyTest, OneThatIsNotCleanedUpIsCancelled) {
         Clock::RealPause(5);
         clock.Advance(1);
         Clock::RealPause(5);
+        Mutex::Guard const guard(mutex);
     }
     gate.release();
     Enqueue({&idle});

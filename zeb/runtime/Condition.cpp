@@ -2,6 +2,7 @@
 
 #include "zeb/core/Log.h"
 #include "zeb/core/Time.h"
+#include "zeb/runtime/MillisecondsImpl.h"
 #include "zeb/runtime/ThreadImpl.h"
 
 #include <cerrno>
@@ -33,9 +34,7 @@ bool Condition::Wait(Time::Span const& timeout) const {
     return false;
 }
 
-bool Condition::Wait(long milliseconds) const {
-    return Wait(Time::Span(timespec{milliseconds / 1000, milliseconds % 1000 * 1000000}));
-}
+bool Condition::Wait(long milliseconds) const { return Wait(Milliseconds_(milliseconds)); }
 
 int Condition::WaitMonitored_(Time::Span const& timeout) const {
     Thread* const self = tlsThread_;

@@ -4,6 +4,7 @@
 #include "zeb/core/Log.h"
 #include "zeb/core/Time.h"
 #include "zeb/runtime/MainImpl.h"
+#include "zeb/runtime/MillisecondsImpl.h"
 
 #include <cerrno>
 #include <csignal>
@@ -102,9 +103,7 @@ bool Main::WaitForStop(Time::Span const& timeout) const {
     return stop_;
 }
 
-bool Main::WaitForStop(long milliseconds) const {
-    return WaitForStop(Time::Span(timespec{milliseconds / 1000, milliseconds % 1000 * 1000000}));
-}
+bool Main::WaitForStop(long milliseconds) const { return WaitForStop(Milliseconds_(milliseconds)); }
 
 void Main::TakeSignal_(Time::Span const& timeout) const {
     timespec const limit = timeout;

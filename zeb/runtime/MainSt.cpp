@@ -2,6 +2,7 @@
 
 #include "zeb/core/Log.h"
 #include "zeb/core/Time.h"
+#include "zeb/runtime/MillisecondsImpl.h"
 
 #include <cerrno>
 #include <csignal>
@@ -85,9 +86,7 @@ void MainSt::SetAlarm(Time::Span const& delay) {
     SetTimer_(Time::Monotonic() + (delay < Time::Span::Zero() ? Time::Span::Zero() : delay));
 }
 
-void MainSt::SetAlarm(long milliseconds) {
-    SetAlarm(Time::Span(timespec{milliseconds / 1000, milliseconds % 1000 * 1000000}));
-}
+void MainSt::SetAlarm(long milliseconds) { SetAlarm(Milliseconds_(milliseconds)); }
 
 void MainSt::CancelAlarm() { SetTimer_(Time::Span::Zero()); }
 

@@ -1,4 +1,5 @@
 #include "zeb/core/Time.h"
+#include "zeb/runtime/MillisecondsImpl.h"
 #include "zeb/runtime/Thread.h"
 
 #include <time.h>
@@ -21,6 +22,4 @@ bool SleepUntil_(Time::Span const& deadline) {
 
 bool Sleep(Time::Span const& span) { return SleepUntil_(Time::Monotonic() + span); }
 
-bool Sleep(long milliseconds) {
-    return Sleep(Time::Span(timespec{milliseconds / 1000, milliseconds % 1000 * 1000000}));
-}
+bool Sleep(long milliseconds) { return Sleep(Milliseconds_(milliseconds)); }

@@ -36,6 +36,7 @@ ApplyBase::ApplyBase(char const* ident, Queue& queue, Mutex& mutex, ApplyT apply
 }
 
 ApplyBase::~ApplyBase() {
+    timer_.Cancel();
     if (state_ == IDLE) return;
     Log(Log::CRITICAL, IDENT, Ident(), "destroyed before it was cleaned up").Fail(ReturnT::Fail());
     Cancel();

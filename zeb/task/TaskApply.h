@@ -34,6 +34,8 @@
 #include "zeb/task/TaskQueue.h"
 #include "zeb/timer/Timer.h"
 
+#include <atomic>
+
 namespace Event {
 class TaskDone;
 }
@@ -88,9 +90,9 @@ private:
     void GoIdle_();
     bool LockMutex_() const;
 
-    // Guarded by the mutex, but for what is fixed after construction.
+    // Guarded by the mutex, but for what is fixed after construction, and the look of the destructor.
     bool initialized_;
-    StateT_ state_ = IDLE;
+    std::atomic<StateT_> state_ = IDLE;
     Queue* queue_;
     Mutex* mutex_;
     ApplyT apply_;

@@ -1,5 +1,6 @@
 #include "zeb/timer/TimerBase.h"
 
+#include "zeb/runtime/MillisecondsImpl.h"
 #include "zeb/timer/TimerImpl.h"
 
 TimerBase::TimerBase(CString const& name, Mutex const* lock, CString const& queueName)
@@ -19,9 +20,7 @@ void TimerBase::Set(Time::Span const& delay) const {
     if (queue_) queue_->Set(*this, delay);
 }
 
-void TimerBase::Set(long milliseconds) const {
-    Set(Time::Span(timespec{milliseconds / 1000, milliseconds % 1000 * 1000000}));
-}
+void TimerBase::Set(long milliseconds) const { Set(Milliseconds_(milliseconds)); }
 
 void TimerBase::Cancel() const {
     if (queue_) queue_->Cancel(*this);
