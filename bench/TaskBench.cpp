@@ -138,6 +138,9 @@ void SeeBackPlainOurs(benchmark::State& state) {
 }
 BENCHMARK(SeeBackPlainOurs)->Name("Task.SeenBack/ours")->UseRealTime();
 
+// For each task ours makes the event of its end and a clone of the delegate ahead of its run, takes monitored
+// locks for the list and for the run, and tells everybody who waits that it has ended: peers that do none of
+// this are ahead.
 void ManyOurs(benchmark::State& state) {
     MainThread();
     Poster poster(false);

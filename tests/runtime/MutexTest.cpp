@@ -195,6 +195,7 @@ TEST_F(MutexMonitor, ShowsHoldersAndWaiters) {
         Mutex::Guard const above(high);
         EXPECT_FALSE(lock.TryLock());
         EXPECT_EQ(LocksOf("worker"), "MODE ACQUIRED");
+        EXPECT_EQ(Thread::OwnerId(high), Thread::Id());
     };
     RunInWorker(tryBelow);
     EXPECT_TRUE(log_.Take().empty());

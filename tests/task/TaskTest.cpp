@@ -277,7 +277,7 @@ TEST_F(ApplyTest, AQueuedRunCoversRequestsAndARunningOneStartsAnew) {
         calls.Script(SysCall::pthread_create, {Calls::Fail(EAGAIN)});
         apply.Request(1);
         EXPECT_TRUE(Await([&] {
-            return log_.Has("C Task::Apply: \"apply\": system failed [0xcffd****].") ||
+            return log_.Has("C Task::Apply: \"apply\": system failed [0xcffd****], unable to queue it.") ||
                    (clock.Advance(1), false);
         }));
         EXPECT_TRUE(log_.Has("E Task::Queue: \"lazy\": unable to start a thread."));

@@ -128,6 +128,16 @@ TEST_F(TimerTest, AQueueEndsWithTheLastTimerOfItsName) {
     }
     EXPECT_EQ(CountTids(), 1u);
     EXPECT_EQ(log_.Take(), LinesT(4, ACTIVE));
+    struct Own {
+        void Fire() { delete this; }
+        Timer<Own> const timer{"own", this, &Own::Fire, nullptr};
+    };
+    (new Own)->timer.Set(0L);
+    EXPECT_TRUE(log_.Await(
+        "C Timer: \"Timer\": system failed [0xcffd****], the last timer was destroyed by a callback."));
+    EXPECT_EQ(CountTids(), 2u); // the thread cannot end itself, and stays for the next one
+    EXPECT_TRUE(Owner([] {}).timer.Initialized());
+    EXPECT_EQ(CountTids(), 1u);
 }
 
 TEST_F(TimerTest, OneDestroyedWhileDueDoesNoHarm) {

@@ -116,8 +116,8 @@ unsigned long Mutex::Unlock() const {
 }
 
 void Mutex::Report_(char const* ident, ReturnT const& code, int error) const {
-    (Log(Log::CRITICAL, ident, PrecedenceName(precedence_), "%1") << ErrorString(error) << Log::Backtrace(1))
-        .Fail(code);
+    Log(Log::CRITICAL, ident, PrecedenceName(precedence_), "%1").Fail(code)
+        << ErrorString(error) << Log::Backtrace(1);
 }
 
 unsigned long Mutex::HeldTooLong_() const {

@@ -23,9 +23,9 @@
 //          monitored, and nothing is interrupted.
 // Waits    Start() until Initialize() has run in the new thread, which is its outcome; Stop() until the
 //          thread has ended and was joined. Nothing ends these waits. Stop() raises the flags "stop
-//          requested" and "interrupted": Sleep(), the waits of streams and of task queues test the second one
-//          at least every 333 milliseconds. Mutex::Lock(), Condition::Wait() and system calls of one's own do
-//          not. A thread that waits there is woken by its class, which overrides Stop() (see Condition.h).
+//          requested" and "interrupted": Sleep() and the waits of streams test the second one at least every
+//          333 milliseconds. Mutex::Lock(), Condition::Wait() and system calls of one's own do not. A thread
+//          that waits there is woken by its class, which overrides Stop() (see Condition.h).
 // Locks    hold none around Start() and Stop() that Initialize(), Run() or Cleanup() takes.
 // Restart  Start() after Stop() runs the same object again, with its own status as the target, and with
 //          interruptions unmasked. The environment stays.

@@ -38,7 +38,7 @@ void Thread::LockRecord_::StandAside_() { PlainGuard_ const guard(mutex); }
 bool Thread::LockRecord_::MakeRoomSlowly_() {
     if (IsIncomplete()) return false;
     if (Grow()) return true;
-    (Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "") << Log::Backtrace(1)).Oom(ReturnT::Oom());
+    Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "").Oom(ReturnT::Oom()) << Log::Backtrace(1);
     return false;
 }
 

@@ -59,14 +59,14 @@ void ApplyBase::SetTimer_(long milliseconds) {
 
 void ApplyBase::OnTimer_() {
     if (state_ != TIMER) {
-        Log(Log::CRITICAL, IDENT, Ident(), "").Fail(ReturnT::Fail());
+        Log(Log::CRITICAL, IDENT, Ident(), "its timer expired unasked").Fail(ReturnT::Fail());
         return;
     }
     if (queue_->EnqueueTask(onTaskDone_, this).Succeeded()) {
         state_ = QUEUED;
         return;
     }
-    Log(Log::CRITICAL, IDENT, Ident(), "").Fail(ReturnT::Fail());
+    Log(Log::CRITICAL, IDENT, Ident(), "unable to queue it").Fail(ReturnT::Fail());
     SetTimer_(RETRY_DELAY);
 }
 

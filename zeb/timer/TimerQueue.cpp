@@ -40,7 +40,7 @@ TimerBase::Queue* TimerBase::Queue::Find_(CString const& name) {
 TimerBase::Queue* TimerBase::Queue::Create_(CString const& name) {
     AutoPtr<Queue> queue(new (std::nothrow) Queue(name));
     if (!queue || !queue->Initialized()) {
-        Log(Log::CRITICAL, IDENT, nullptr, "").Fail(ReturnT::Fail());
+        Log(Log::CRITICAL, IDENT, nullptr, "its thread does not run").Fail(ReturnT::Fail());
         return nullptr;
     }
     queues_.PushBack(*queue);
@@ -53,8 +53,9 @@ void TimerBase::Queue::Release(TimerBase const& timer) {
     Mutex::Guard const guard(queuesLock_);
     if (--queue.references_ != 0) return;
     if (!queue.DifferentContext()) {
-        // A callback has ended the last timer. The thread cannot join itself; it stays for the next timer.
-        Log(Log::CRITICAL, IDENT, queue.Name().Cstr(), "").Fail(ReturnT::Fail());
+        // The thread cannot join itself; it stays for the next timer.
+        Log(Log::CRITICAL, IDENT, queue.Name().Cstr(), "the last timer was destroyed by a callback")
+            .Fail(ReturnT::Fail());
         return;
     }
     queues_.Remove(queue);
@@ -73,7 +74,7 @@ TimerBase::Queue::~Queue() {
         SetStop();
         lock_.Broadcast();
     }
-    if (!Stop()) Log(Log::CRITICAL, IDENT, Name().Cstr(), "").Fail(ReturnT::Fail());
+    if (!Stop()) Log(Log::CRITICAL, IDENT, Name().Cstr(), "unable to stop a thread").Fail(ReturnT::Fail());
 }
 
 void TimerBase::Queue::Set(TimerBase const& timer, Time::Span const& delay) {
