@@ -18,8 +18,8 @@ TEST(Device, TalksInBothDirectionsAtOnce) {
     Io::PollableFile other("/dev/zero", O_RDONLY);
     Io::Device alias("/absent");
     alias.Attach(&other); // of another kind
-    EXPECT_TRUE(alias.IsOpened() && alias.GetChar() == 0 && alias.ObjIReady() && alias.PathName().Empty());
-    EXPECT_FALSE(alias.Close() || other.Ok());
+    EXPECT_TRUE(alias.IsOpened() && alias.GetChar() == 0 && alias.ObjIReady() && other.ObjIReady());
+    EXPECT_FALSE(alias.PathName().Size() > 0 || alias.Close() || other.Ok());
 
     int master = -1, slave = -1;
     char path[64], answer[16] = {};
@@ -49,12 +49,14 @@ struct Fifo {
 template<class S, class... A>
 std::string EndInterrupted(A const&... arguments) {
     LogCapture log;
-    Interrupted([&] {
+    Worker worker([&] {
         S stream(arguments...);
         stream << "pending";
-        while (!Thread::SelfInterrupted())
-            Clock::RealPause(1);
+        EXPECT_TRUE(Await(&Thread::SelfInterrupted));
     });
+    EXPECT_EQ(worker.Start(), Thread::STARTED);
+    worker.Interrupt();
+    EXPECT_TRUE(worker.Stop());
     return Logged(log, "no path");
 }
 
@@ -88,6 +90,7 @@ void ExpectNoHang(Fifo const& fifo, A const&... arguments) {
 TEST(Pollables, AStuckReaderHangsNeitherAWriteNorTheEnd) {
     Fifo const fifo;
     char const* const path = fifo.path.c_str();
+    AutoPtr<ThreadMain> const main(ThreadMain::New("io_test"));
     for (unsigned long const block : {16UL, 65536UL}) {
         ExpectNoHang<Io::Device>(fifo, path, O_RDWR, Io::EOL_LF, block);
         ExpectNoHang<Io::PollableFile>(fifo, path, O_RDWR, Io::EOL_LF, block, Log::VERBOSE_ON);
@@ -97,6 +100,7 @@ TEST(Pollables, AStuckReaderHangsNeitherAWriteNorTheEnd) {
             EXPECT_TRUE(dup2(fifo.fd, 1) == 1 && dup2(fifo.fd, 2) == 2);
             ExpectNoHang<Io::StdErr>(fifo);
             ExpectNoHang<Io::StdOut>(fifo);
+            EXPECT_EQ(Io::StdOut().OutBuffer().PFree() + Io::StdErr().OutBuffer().PFree(), 2048u);
             Log::ConsoleMode(); // then the line about it would wait in its turn
             Io::StdOut out;
             out.SetTimeout(20);

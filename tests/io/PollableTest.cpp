@@ -43,6 +43,7 @@ TEST_F(PollableTest, TellsWhatIsReadyAndRemembersItUntilItIsUsed) {
     for (End* const unusable : {&closed, &writer, &failed})
         EXPECT_EQ(WaitFor(*unusable, MODE_READ, 0), UNUSABLE) << unusable->fd << unusable->mode;
     EXPECT_EQ(WaitFor(reader, MODE_READ_WRITE, 0), UNUSABLE);
+    EXPECT_EQ(WaitFor(writer, MODE_PRIORITY, 0), UNUSABLE);
 }
 
 TEST_F(PollableTest, SlicesTheTimeAndRepeatsAnInterruptedPoll) {
@@ -93,7 +94,7 @@ TEST_F(PollableTest, PriorityStandsUntilInputIsTakenAndAnAliasWaitsOnTheRoot) {
     EXPECT_EQ(tcflush(slave, TCIFLUSH), 0); // the other end of the terminal is told
     EXPECT_EQ(Again(alias, MODE_PRIORITY, MODE_PRIORITY), 0u);
     EXPECT_TRUE(waiting.SysRead(data_, 16, done_) && done_ == 1);
-    EXPECT_EQ(WaitFor(alias, MODE_PRIORITY, 0), TIMED_OUT);
+    EXPECT_EQ(WaitFor(alias, MODE_READ | MODE_PRIORITY, 0), TIMED_OUT);
     EXPECT_EQ(close(master) + close(slave), 0);
 }
 

@@ -39,11 +39,6 @@ TEST(OStream, EndsLinesByItsRule) {
     for (Io::EndOfLineT const eol : {Io::EOL_LF, Io::EOL_CRLF, Io::EOL_ANY_LF, Io::EOL_ANY_CRLF})
         ExpectWritten(
             eol % 2 == 1 ? "a\r\n" : "a\n", [](auto& out) { out << "a" << Io::Endl; }, eol);
-    PieceStream stream("");
-    stream << "lazy" << Io::Endl;
-    EXPECT_EQ(stream.buffer.PCount(), 5u);
-    stream.LazyEndl(false) << Io::Endl;
-    EXPECT_EQ(stream.transport.written, "lazy\n\n");
 }
 
 TEST(OStream, FillsAndCopiesAnyNumberAndTellsHowFarItCame) {

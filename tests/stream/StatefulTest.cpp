@@ -3,6 +3,8 @@
 #include "zeb/core/RString.h"
 #include "zeb/runtime/Status.h"
 
+#include <fcntl.h>
+
 namespace {
 
 using enum Io::Stateful::StateT;
@@ -64,7 +66,8 @@ TEST(Stateful, AnAliasWorksOnTheRootAndLeavesItsOwnParts) {
         PieceStream root("12 ab\r\ncd", Io::EOL_CRLF, 16), middle("own"), other("own");
         Io::Stream made_of(root, other.buffer, other.buffer, other.eol, other.mode),
             chained(other.buffer, other.buffer, other.eol, other.mode);
-        root.mode = Io::MODE_READ;
+        root.mode = Io::ModeOfFlags(O_RDONLY);
+        EXPECT_EQ(Io::ModeOfFlags(O_RDWR) - Io::ModeOfFlags(O_WRONLY), 1u); // reading, too
         middle.Attach(&root);
         chained.Attach(&middle);
         Io::Stream& alias = made ? made_of : chained;

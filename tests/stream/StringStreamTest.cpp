@@ -15,11 +15,11 @@ TEST(StringStream, KeepsWhatFitsItsBound) {
         EXPECT_TRUE(stream.CurrentState() == Stateful::STATE_FAILED && stream.Str().Size() == 65536);
     }
     for (long const length : {8, 3}) {
-        StringStream stream("hello", Io::MODE_READ_WRITE, Io::EOL_ANY_LF, 128, 10);
-        EXPECT_TRUE(Rest(stream) == "hello" && stream.Seek(5) && !stream.Eos());
-        stream << "123456"; // more than fits
+        StringStream stream("hello!", Io::MODE_READ_WRITE, Io::EOL_ANY_LF, 128, 10);
+        EXPECT_TRUE(Rest(stream) == "hello!" && stream.Seek(6) && !stream.Eos());
+        stream << "12345"; // more than fits
         EXPECT_TRUE(stream.Truncate(length) && Position(stream) == 11);
-        EXPECT_EQ(Text(stream.Str()), std::string("hello123").substr(0, length));
+        EXPECT_EQ(Text(stream.Str()), std::string("hello!12").substr(0, length));
         EXPECT_FALSE(stream.PutChar('x') && stream.Flush()); // beyond the bound
     }
 }

@@ -82,13 +82,15 @@ bool FileMedium::Size(long& out) const {
     out = 0;
     struct stat info;
     if (stat(path_.Cstr(), &info) != 0) return Fail_(errno, MESSAGE);
-    long end = 0;
-    if (buffer_.PCount() > 0) {
-        off_t const position = lseek(fd_, 0, SEEK_CUR);
-        if (position < 0) return Fail_(errno, MESSAGE);
-        end = position + static_cast<long>(buffer_.PCount());
+    out = info.st_size;
+    if (buffer_.PCount() == 0) return state_.Ok();
+    off_t const position = lseek(fd_, 0, SEEK_CUR);
+    if (position < 0) {
+        out = 0;
+        return Fail_(errno, MESSAGE);
     }
-    out = info.st_size > end ? info.st_size : end;
+    long const end = position + static_cast<long>(buffer_.PCount());
+    if (end > out) out = end;
     return state_.Ok();
 }
 
