@@ -29,21 +29,18 @@ struct Tables_ {
 
 constexpr Tables_ TABLES;
 
-// The checks of the eight bytes of a word, the first of which has `behind` bytes behind it.
-template<unsigned BEHIND>
-unsigned Look_(uint64_t word) {
-    unsigned sum = 0;
-    Unrolled<8>([&](auto place) __attribute__((always_inline)) {
-        sum ^= TABLES.rows[BEHIND - place][word >> 8 * place & 0xFF];
-    });
-    return sum;
+// The checks of the four bytes of a word, the last of which has `behind` bytes behind it.
+unsigned Look_(unsigned word, unsigned behind) {
+    return (TABLES.rows[behind + 3][word & 0xFF] ^ TABLES.rows[behind + 2][word >> 8 & 0xFF]) ^
+           (TABLES.rows[behind + 1][word >> 16 & 0xFF] ^ TABLES.rows[behind][word >> 24]);
 }
 
 unsigned Blocks_(unsigned state, unsigned char const* at, unsigned long count) {
     for (; count != 0; --count, at += COUNT) {
-        uint64_t words[2];
+        unsigned words[4];
         LoadWords<std::endian::little>(words, at);
-        state = Look_<15>(words[0] ^ state) ^ Look_<7>(words[1]);
+        unsigned const ahead = Look_(words[1], 8) ^ Look_(words[2], 4) ^ Look_(words[3], 0);
+        state = Look_(words[0] ^ state, 12) ^ ahead; // the one that waits for the block before
     }
     return state;
 }

@@ -18,9 +18,9 @@ uint32_t Mix_(uint32_t b, uint32_t c, uint32_t d) {
     if constexpr (ROUND == 0)
         return d ^ (b & (c ^ d));
     else if constexpr (ROUND == 1)
-        return (b & c) | (d & (b | c));
+        return (c & d) + (b & (c ^ d)); // b is the latest to be known
     else
-        return b ^ c ^ d;
+        return b ^ (c ^ d);
 }
 
 } // namespace
@@ -35,8 +35,8 @@ void MD4Rules::Absorb(uint32_t (&state)[WORDS], unsigned char const* blocks, uns
         Unrolled<48>([&](auto step) __attribute__((always_inline)) {
             constexpr unsigned I = step, ROUND = I / 16;
             uint32_t& a = s[(48 - I) % 4];
-            a += Mix_<ROUND>(s[(49 - I) % 4], s[(50 - I) % 4], s[(51 - I) % 4]) + x[WORD[ROUND][I % 16]] +
-                 ADDED[ROUND];
+            a += x[WORD[ROUND][I % 16]] + ADDED[ROUND];
+            a += Mix_<ROUND>(s[(49 - I) % 4], s[(50 - I) % 4], s[(51 - I) % 4]);
             a = std::rotl(a, TURN[ROUND][I % 4]);
         });
         for (unsigned i = 0; i < 4; ++i)

@@ -34,8 +34,8 @@ void SHA1Rules::Absorb(uint32_t (&state)[WORDS], unsigned char const* blocks, un
             uint32_t& word = w[I % 16];
             if constexpr (I >= 16)
                 word = std::rotl(w[(I + 13) % 16] ^ w[(I + 8) % 16] ^ w[(I + 2) % 16] ^ word, 1);
-            e += word + ADDED[ROUND];
-            e += Mix_<ROUND>(b, s[(82 - I) % 5], s[(83 - I) % 5]) + std::rotl(a, 5);
+            e += word + ADDED[ROUND] + Mix_<ROUND>(b, s[(82 - I) % 5], s[(83 - I) % 5]);
+            e += std::rotl(a, 5); // a is the latest to be known
             b = std::rotl(b, 30);
         });
         for (unsigned i = 0; i < WORDS; ++i)

@@ -18,11 +18,12 @@ constexpr uint32_t ADDED[64] = {
     0x748F82EE, 0x78A5636F, 0x84C87814, 0x8CC70208, 0x90BEFFFA, 0xA4506CEB, 0xBEF9A3F7, 0xC67178F2,
 };
 
+// The XOR of three turns, by the distances between them.
 uint32_t Turned_(uint32_t x, int first, int second, int third) {
-    return std::rotr(x, first) ^ std::rotr(x, second) ^ std::rotr(x, third);
+    return std::rotr(x ^ std::rotr(x ^ std::rotr(x, third - second), second - first), first);
 }
-uint32_t Low_(uint32_t x) { return std::rotr(x, 7) ^ std::rotr(x, 18) ^ x >> 3; }
-uint32_t High_(uint32_t x) { return std::rotr(x, 17) ^ std::rotr(x, 19) ^ x >> 10; }
+uint32_t Low_(uint32_t x) { return std::rotr(x ^ std::rotr(x, 11), 7) ^ x >> 3; }
+uint32_t High_(uint32_t x) { return std::rotr(x ^ std::rotr(x, 2), 17) ^ x >> 10; }
 
 } // namespace
 
@@ -35,16 +36,22 @@ void SHA256Rules::Absorb(uint32_t (&state)[WORDS], unsigned char const* blocks, 
         LoadWords<ORDER>(w, blocks);
         uint32_t s[WORDS];
         memcpy(s, state, sizeof s);
+        uint32_t differs = s[1] ^ s[2]; // b and c
         Unrolled<64>([&](auto step) __attribute__((always_inline)) {
             constexpr unsigned I = step;
-            uint32_t const a = s[(64 - I) % 8], b = s[(65 - I) % 8], c = s[(66 - I) % 8];
+            uint32_t const a = s[(64 - I) % 8], b = s[(65 - I) % 8];
             uint32_t const e = s[(68 - I) % 8], f = s[(69 - I) % 8], g = s[(70 - I) % 8];
             uint32_t &d = s[(67 - I) % 8], &h = s[(71 - I) % 8];
             uint32_t& word = w[I % 16];
             if constexpr (I >= 16) word += Low_(w[(I + 1) % 16]) + w[(I + 9) % 16] + High_(w[(I + 14) % 16]);
-            h += word + ADDED[I] + (g ^ (e & (f ^ g))) + Turned_(e, 6, 11, 25);
+            h += word + ADDED[I];
+            h += g ^ (e & (f ^ g));
+            h += Turned_(e, 6, 11, 25);
             d += h;
-            h += ((a & b) | (c & (a | b))) + Turned_(a, 2, 13, 22);
+            uint32_t const next = a ^ b;
+            h += b ^ (next & differs); // what two of a, b and c say
+            h += Turned_(a, 2, 13, 22);
+            differs = next;
         });
         for (unsigned i = 0; i < WORDS; ++i)
             state[i] += s[i];

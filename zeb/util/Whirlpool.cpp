@@ -51,16 +51,17 @@ struct Tables_ {
 constexpr Tables_ TABLES;
 
 // One round but for the addition of a key.
-void Mix_(uint64_t (&to)[8], uint64_t const (&from)[8]) {
+void Mix_(uint64_t (&rows)[8]) {
+    uint64_t sums[8] = {};
     Unrolled<8>([&](auto row) __attribute__((always_inline)) {
-        constexpr unsigned I = row;
-        uint64_t sum = 0;
-        Unrolled<8>([&](auto place) __attribute__((always_inline)) {
-            constexpr unsigned J = place;
-            sum ^= TABLES.rows[J][from[(I + 8 - J) % 8] >> (56 - 8 * J) & 0xFF];
+        uint64_t word = rows[row];
+        Unrolled<8>([&](auto step) __attribute__((always_inline)) {
+            constexpr unsigned PLACE = 7 - step;
+            sums[(row + PLACE) % 8] ^= TABLES.rows[PLACE][word & 0xFF];
+            word >>= 8;
         });
-        to[I] = sum;
     });
+    memcpy(rows, sums, sizeof rows);
 }
 
 } // namespace
@@ -69,18 +70,17 @@ uint64_t const WhirlpoolRules::START[WORDS] = {};
 
 void WhirlpoolRules::Absorb(uint64_t (&state)[WORDS], unsigned char const* blocks, unsigned long count) {
     for (; count != 0; --count, blocks += 64) {
-        uint64_t block[8], key[8], next[8], text[8];
+        uint64_t block[8], key[8], text[8];
         LoadWords<ORDER>(block, blocks);
         memcpy(key, state, sizeof key);
         for (unsigned i = 0; i < 8; ++i)
             text[i] = block[i] ^ key[i];
         for (uint64_t const constant : TABLES.constants) {
-            Mix_(next, key);
-            memcpy(key, next, sizeof key);
+            Mix_(key);
             key[0] ^= constant;
-            Mix_(next, text);
+            Mix_(text);
             for (unsigned i = 0; i < 8; ++i)
-                text[i] = next[i] ^ key[i];
+                text[i] ^= key[i];
         }
         for (unsigned i = 0; i < 8; ++i)
             state[i] ^= text[i] ^ block[i];
