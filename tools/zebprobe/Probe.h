@@ -45,6 +45,7 @@ VerbsT const& AddressVerbs();
 VerbsT const& UriVerbs();
 VerbsT const& SmallValueVerbs();
 VerbsT const& DigestVerbs();
+VerbsT const& KernelVerbs();
 
 // The verb of that name, or null.
 Verb const* FindVerb(std::string_view name);

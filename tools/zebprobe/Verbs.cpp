@@ -7,8 +7,8 @@ namespace Probe {
 
 namespace {
 
-VerbsT const& (*const FAMILIES[])() = {JsonVerbs,    XmlVerbs, TimeVerbs,       IntegerVerbs,
-                                       AddressVerbs, UriVerbs, SmallValueVerbs, DigestVerbs};
+VerbsT const& (*const FAMILIES[])() = {JsonVerbs, XmlVerbs,        TimeVerbs,   IntegerVerbs, AddressVerbs,
+                                       UriVerbs,  SmallValueVerbs, DigestVerbs, KernelVerbs};
 
 char const HEAD[] =
     "usage: zebprobe VERB [options] < list-of-paths\n"
