@@ -1,4 +1,5 @@
-// Counters with a history, and the load of the threads of this program.
+// The counters of an interface: read each period, kept as a history, merged with one of before, and the load
+// of the threads of this program.
 #include "zeb/core/Array.h"
 #include "zeb/core/Time.h"
 #include "zeb/doc/xml/Document.h"
@@ -11,37 +12,76 @@
 namespace {
 
 using Stats::Rrd::Db;
+using CountersT = Array<unsigned long long>;
 
-constexpr Db::Attribute ATTRIBUTES[] = {{"requests", 1, Db::Attribute::COUNT, Db::RAISE_OFF}};
+enum { RECEIVED, DROPS, LINK, COUNT }; // in the order of the declarations
 
-class Requests : public Stats::Collector {
+constexpr Db::Attribute ATTRIBUTES[COUNT] = {
+    {"received", 8, Db::Attribute::SPEED, Db::RAISE_OFF}, // bits a second
+    {"drops", 1, Db::Attribute::COUNT, Db::RAISE_OFF},
+    {"link", 1, Db::Attribute::BOOL, Db::RAISE_ON}};
+
+class Traffic : public Stats::Collector {
 public:
-    Requests()
+    Traffic()
         : Collector(Time::Span(20), &mutex_)
-        , db_("server", "http", ATTRIBUTES, 1, Db::STEP_3S) {}
-    ~Requests() override { Deactivate(); } // ahead of all else
+        , db_("eth0", "interface", ATTRIBUTES, COUNT, Db::STEP_3S) {}
+    ~Traffic() override { Deactivate(); } // ahead of all else
 
     bool Initialized() const override { return Collector::Initialized() && db_.Initialized(); }
-    char const* Name() const override { return "requests"; }
+    char const* Name() const override { return "traffic"; }
 
-    bool AttachTo(Xml::Node& node) const {
+    // For a web page: what is newer than the newest sample that it has.
+    ReturnT Answer(Xml::Node& node, CString const& queryTs, CString const& lastT,
+                   CString const& lastTs) const {
+        Db::Modifier modifier;
+        ReturnT const code = Db::ParseModifiers(modifier, queryTs, lastT, lastTs);
         Mutex::Guard const guard(mutex_);
-        return guard.Held() && db_.HasData() && db_.AttachLatestTo(node).Succeeded();
+        if (code.Failed() || !guard.Held()) return code;
+        return db_.AttachTo(node, ATTRIBUTES[RECEIVED].name, 0, modifier);
+    }
+
+    // The history of the interface that this one replaces, such as of a modem that was plugged in anew.
+    ReturnT TakeOver(Db& before) {
+        Mutex::Guard const guard(mutex_);
+        return guard.Held() ? db_.Merge(before) : ReturnT::Fail();
+    }
+
+    // Of the last hours, however detailed that is.
+    unsigned long long Rate() const {
+        Mutex::Guard const guard(mutex_);
+        Stats::Rrd::Sample rate;
+        (void)db_.GetDatum(rate, ATTRIBUTES[RECEIVED].name, Db::LEVEL_ALL, Db::Modifier::Empty()); // 0 then
+        return rate.value;
     }
 
 private:
-    // On the thread of the statistics, with mutex_ held. What fails is logged.
+    // On the thread of the statistics, with mutex_ held. What fails is logged; the next alarm tries again.
     void OnStatsAlarm_() override {
-        Array<unsigned long long> values;
-        total_ += 7;
-        if (values.PushBack(total_)) (void)db_.Update(Time::Span::Zero(), values);
+        CountersT now;
+        if (!ReadCounters_(now)) return;
+        if (last_.Empty()) {
+            (void)db_.Prime(Time::Span::Zero(), now); // what was counted before is no traffic of ours
+        } else {
+            if (now[RECEIVED] < last_[RECEIVED])
+                (void)db_.Prime(ATTRIBUTES[RECEIVED].name, 0); // it has restarted
+            (void)db_.Update(Time::Span::Zero(), now);
+        }
+        last_.Swap(now);
     }
 
-    Mutex mutex_{Mutex::HTTP_MANAGER};
+    bool ReadCounters_(CountersT& out) {
+        received_ += received_ == 5000000 ? -4990000 : 1000; // stands for a file of /sys
+        unsigned long long const values[COUNT] = {received_, 3, 1};
+        return out.Assign(values, COUNT);
+    }
+
+    Mutex mutex_{Mutex::INTERFACE};
 
     // Guarded by mutex_.
     Db db_;
-    unsigned long long total_ = 0;
+    CountersT last_;
+    unsigned long long received_ = 4997000;
 };
 
 class Load : public Thread::Monitor {
@@ -58,15 +98,17 @@ public:
         : Main("statistics") {}
 
     int Run() override {
-        Requests requests;
+        Traffic traffic;
         Load load;
-        if (!requests.Initialized() || !load.Initialized()) return 1;
-        requests.Activate();
+        Db before("eth0", "interface", ATTRIBUTES, COUNT, Db::STEP_3S);
+        if (!traffic.Initialized() || !load.Initialized() || traffic.TakeOver(before).Failed()) return 1;
+        traffic.Activate();
         load.Activate();
-        Sleep(100);
+        if (WaitForStop(150)) return 0;
         Xml::Document document;
         Xml::Node* const root = document.AppendElement("statistics");
-        if (root == nullptr || !requests.AttachTo(*root) || Thread::AttachThreadsTo(load, *root).Failed())
+        if (root == nullptr || traffic.Answer(*root, "", "", "").Failed() || traffic.Rate() == 0 ||
+            Thread::AttachThreadsTo(load, *root).Failed())
             return 1;
         Io::StdOut out;
         return Xml::Print(out, document) && out.Flush() ? 0 : 1;

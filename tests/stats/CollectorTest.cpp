@@ -12,26 +12,34 @@ namespace {
 
 struct Alarm : Stats::Collector {
     using BodyT = std::function<void(Alarm&)>;
-    explicit Alarm(
-        int periodMs, Mutex const* lock = nullptr, BodyT body = [](Alarm&) {})
+    explicit Alarm(int periodMs, Mutex const* lock = nullptr, BodyT body = {})
         : Collector(Time::Span(periodMs), lock)
         , body_(std::move(body)) {}
     ~Alarm() override { Deactivate(); }
 
     char const* Name() const override { return "alarm"; }
     void OnStatsAlarm_() override {
-        body_(*this);
+        if (body_) body_(*this);
         ++count;
     }
-    // No more and no less alarms than that, once the thread waits.
-    bool Await(Clock const& clock, int wanted) const {
-        return ::Await([&] { return count >= wanted; }) && clock.AwaitWaiters(1) && count == wanted;
+    // The alarms so far, once there are as many as that and the thread waits.
+    int Await(Clock const& clock, int wanted) const {
+        return ::Await([&] { return count >= wanted; }) && clock.AwaitWaiters(1) ? count.load() : -1;
     }
 
     std::atomic<int> count = 0;
 
 private:
     BodyT body_;
+};
+
+struct BusyMutex : Mutex {
+    using Mutex::Mutex;
+    bool TryLock() const override { return Mutex::TryLock() || (++refusals, false); }
+    bool Refuses(Clock const& clock, int times) const {
+        return Await([&] { return refusals >= times; }) && clock.AwaitWaiters(1);
+    }
+    mutable std::atomic<int> refusals = 0;
 };
 
 struct CollectorTest : WithMainThread {
@@ -42,30 +50,23 @@ struct CollectorTest : WithMainThread {
 
 TEST_F(CollectorTest, AlarmsComeAtOnceAndThenEachPeriodWithoutCatchingUp) {
     std::string order;
-    Alarm alarm(1000, nullptr, [&](Alarm&) { order += 'a'; });
-    Alarm other(400, nullptr, [&](Alarm&) { order += 'o'; });
+    Alarm alarm(1000, nullptr, [&](Alarm&) { order += 'a'; }),
+        other(400, nullptr, [&](Alarm&) { order += 'o'; });
     other.Activate();
-    ASSERT_TRUE(other.Await(clock_, 1));
+    ASSERT_EQ(other.Await(clock_, 1), 1);
     alarm.Activate();
-    ASSERT_TRUE(alarm.Await(clock_, 1));
+    ASSERT_EQ(alarm.Await(clock_, 1), 1);
     alarm.Activate(); // stays at its place
     int const rows[][3] = {{399, 1, 1},   {1, 1, 2},   {599, 1, 3}, {1, 2, 3},
-                           {10000, 3, 4}, {999, 3, 5}, {1, 4, 6}};
+                           {10000, 3, 4}, {999, 3, 5}, {1, 4, 6},   {5000, 4, 7}};
     for (auto const& [milliseconds, alarms, others] : rows) {
+        if (milliseconds == 5000) alarm.Deactivate();
         clock_.Advance(milliseconds);
-        EXPECT_TRUE(other.Await(clock_, others) && alarm.Await(clock_, alarms)) << other.count << alarm.count;
+        EXPECT_EQ(other.Await(clock_, others), others) << order;
+        EXPECT_EQ(alarm.Await(clock_, alarms), alarms) << order;
     }
-    EXPECT_EQ(order, "oaooaoaoao"); // at the end equal times in the order in which they were set
-    alarm.Deactivate();
-    clock_.Advance(5000);
-    EXPECT_TRUE(other.Await(clock_, 7) && alarm.count == 4);
+    EXPECT_EQ(order, "oaooaoaoaoo"); // equal times in the order in which they were set
 }
-
-struct BusyMutex : Mutex {
-    using Mutex::Mutex;
-    bool TryLock() const override { return Mutex::TryLock() || (++refusals, false); }
-    mutable std::atomic<int> refusals = 0;
-};
 
 TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {
     BusyMutex const lock(Mutex::CORE);
@@ -76,13 +77,12 @@ TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {
     int attempts = 0;
     for (long const seconds : {0, 29, 2, 28, 1, 95, 20}) { // it is 29, 31, 59, 60, 155, 175 then
         clock_.Advance(seconds * 1000);
-        ++attempts;
-        EXPECT_TRUE(::Await([&] { return lock.refusals >= attempts; }) && clock_.AwaitWaiters(1));
+        EXPECT_TRUE(lock.Refuses(clock_, ++attempts));
     }
     lock.Unlock();
     EXPECT_EQ(alarm.count, 0);
     clock_.Advance(50);
-    EXPECT_TRUE(alarm.Await(clock_, 1));
+    EXPECT_EQ(alarm.Await(clock_, 1), 1);
     (void)Mutex::RstThreshold();
     std::string lines;
     for (std::string const& line : log_.Take())
@@ -94,25 +94,42 @@ TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {
 }
 
 TEST_F(CollectorTest, DeactivationAwaitsTheRunningAlarm) {
-    for (bool const byItself : {false, true}) {
+    Mutex const free(Mutex::CORE);
+    for (int i = 0; i < 4; ++i) { // with and without a lock, deactivated by itself or not
         std::binary_semaphore entered(0), leave(0);
-        Alarm alarm(1000, nullptr, [&](Alarm& self) {
-            if (byItself) self.Deactivate();
+        Alarm alarm(1000, i % 2 ? &free : nullptr, [&](Alarm& self) {
+            if (i / 2) self.Deactivate();
             entered.release();
             leave.acquire();
         });
         alarm.Activate();
         entered.acquire();
         int seen = -1;
-        std::thread stopper([&] {
-            alarm.Deactivate();
-            seen = alarm.count;
-        });
+        std::thread stopper([&] { alarm.Deactivate(), seen = alarm.count; });
         Clock::RealPause(20);
         leave.release();
         stopper.join();
-        EXPECT_EQ(seen, 1);
+        EXPECT_EQ(seen, 1) << i;
     }
+}
+
+TEST_F(CollectorTest, TheHolderOfItsLockDeactivatesOneThatWaitsForIt) {
+    BusyMutex const lock(Mutex::CORE);
+    Alarm other(1000);
+    Mutex::Guard const guard(lock);
+    for (int round = 1; round < 3; ++round) {
+        Alarm alarm(1000, &lock);
+        alarm.Activate();
+        EXPECT_TRUE(lock.Refuses(clock_, round));
+        alarm.Deactivate();
+        clock_.Advance(29000); // no warning in the second round, which begins afresh
+        other.Activate();
+        EXPECT_EQ(other.Await(clock_, round), round); // the thread is free
+        other.Deactivate();
+        if (round == 2) alarm.Activate(); // and is destroyed so
+        EXPECT_EQ(alarm.count, 0);
+    }
+    EXPECT_EQ(log_.Take(), LogCapture::LinesT());
 }
 
 TEST_F(CollectorTest, WhatCannotStartIsNotInitialized) {
@@ -123,7 +140,7 @@ TEST_F(CollectorTest, WhatCannotStartIsNotInitialized) {
             heap.Arm();
             Alarm alarm(1000);
             alarm.Activate();
-            EXPECT_TRUE(!alarm.Initialized() || alarm.Await(clock_, 1));
+            EXPECT_TRUE(!alarm.Initialized() || alarm.Await(clock_, 1) == 1);
             heap.Disarm();
             EXPECT_EQ(alarm.Initialized(), !heap.Fired());
             EXPECT_EQ(log_.Count(line), heap.Fired() ? 1u : 0u);
@@ -132,9 +149,11 @@ TEST_F(CollectorTest, WhatCannotStartIsNotInitialized) {
     log_.Clear();
     Calls calls;
     calls.Script(SysCall::pthread_create, {Calls::Fail(EAGAIN)});
-    Alarm failed(1000), bad(0), good(1000); // the next one gets the thread
+    Alarm failed(1000), bad(0), good(1000); // the last one has the thread
     failed.Activate();
-    EXPECT_TRUE(!failed.Initialized() && !bad.Initialized() && good.Initialized() && log_.Count(line) == 2);
+    EXPECT_EQ((std::vector{failed.Initialized(), bad.Initialized(), good.Initialized()}),
+              (std::vector{false, false, true}));
+    EXPECT_EQ(log_.Count(line), 2u);
 }
 
 } // namespace

@@ -43,14 +43,22 @@ bool Update(Db& db, Time::Span const& time, ValuesT const& values) {
 
 Time::Span Tenths(long tenths) { return Time::Span(Time::Span::Value(tenths / 10, tenths % 10 * 100000)); }
 
-// The newest samples of a level: "value@tenths value@tenths ..."
-std::string Shown(Db const& db, char const* name, unsigned level, unsigned long count = 3) {
+using SamplesT = std::vector<Sample>;
+
+SamplesT Read(Db const& db, char const* name, unsigned char level, bool tail = false) {
     Array<Sample> out;
+    EXPECT_TRUE(db.GetData(out, name, level, Tailing(tail)).Succeeded() && out.Size() == 64) << name;
+    return {out.begin(), out.end()};
+}
+
+// The newest samples of a level: "value@tenths value@tenths ..."
+std::string Shown(Db const& db, char const* name, unsigned char level, unsigned long count = 3) {
     std::string text;
-    EXPECT_TRUE(db.GetData(out, name, level, Tailing(false)).Succeeded() && out.Size() == 64) << name;
-    for (unsigned long i = 0; i < count; ++i)
-        text += (out[i].value == ~0ull ? "MOST" : std::to_string(out[i].value)) + "@" +
-                std::to_string(out[i].time.Milliseconds() / 100) + " ";
+    for (Sample const& sample : Read(db, name, level)) {
+        if (count-- == 0) break;
+        text += (sample.value == ~0ull ? "MOST" : std::to_string(sample.value)) + "@";
+        text += std::to_string(sample.time.Milliseconds() / 100) + " ";
+    }
     return text;
 }
 
@@ -69,30 +77,26 @@ TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
         {Db::STEP_1M, "drops", {21, 63, 630, 3276}, {42, 420, 1050}, {1344, 4200, 4326}},
         {Db::STEP_1M, "heat", {400, 394, 331, 157}, {199, 294, 335}, {168, 313, 340}}};
     for (auto const& row : rows) {
-        long const period = row.step == Db::STEP_3S ? 30 : 600;
-        long const updates = row.step == Db::STEP_3S ? 955 : 201;
+        SCOPED_TRACE(row.name);
+        long const period = row.step == Db::STEP_3S ? 30 : 600, updates = row.step == Db::STEP_3S ? 955 : 201;
         long const periods[][4] = {{1, 20, 60, 480}, {1, 3, 30, 156}};
         Db db("id", "", ATTRIBUTES, 5, row.step);
         for (long n = 0; n < updates; ++n) { // the rate grows by 8, drops are 21, the heat grows by 2
             U64 const up = n < 950 ? n == 1 || n == 841 || n == 921 : 100;
-            ValuesT const values = {U64(period / 10 * n * (n + 1) / 2), 9, U64(7 * n), up, U64(n)};
-            ASSERT_TRUE(Update(db, Tenths(period * (n + 1)), values));
+            ASSERT_TRUE(Update(db, Tenths(period * (n + 1)),
+                               {U64(period / 10 * n * (n + 1) / 2), 9, U64(7 * n), up, U64(n)}));
         }
-        SCOPED_TRACE(row.name);
-        Array<Sample> out;
         for (unsigned i = 0; i < 8; ++i) {
-            unsigned const level = i / 2;
-            bool const tail = i % 2 != 0 && level > 0;
-            long const distance = period * periods[row.step][level];
+            bool const tail = i % 2 != 0 && i > 1;
+            long const distance = period * periods[row.step][i / 2];
             long const newest = period + (updates - 1) * period / distance * distance;
-            ASSERT_TRUE(db.GetData(out, row.name, level, Tailing(i % 2 != 0)).Succeeded());
-            EXPECT_EQ(out[tail].value, row.newest[level]) << i;
-            EXPECT_EQ(out[0].value, tail ? row.tails[level - 1] : row.newest[level]) << i;
-            for (unsigned long k = 0; k < out.Size(); ++k)
-                EXPECT_EQ(out[k].time, Tenths(newest) - Tenths(distance * (long(k) - tail))) << i << ' ' << k;
+            SamplesT const samples = Read(db, row.name, i / 2, i % 2 != 0);
+            EXPECT_EQ(samples[tail].value, row.newest[i / 2]) << i;
+            EXPECT_EQ(samples[0].value, tail ? row.tails[i / 2 - 1] : row.newest[i / 2]) << i;
+            for (unsigned long k = 0; k < samples.size(); ++k)
+                EXPECT_EQ(samples[k].time, Tenths(newest - distance * (long(k) - tail))) << i << ' ' << k;
         }
-        EXPECT_TRUE(db.GetData(out, "heat", 0, Tailing(false)).Succeeded() &&
-                    out[63].value == U64(2 * updates - 128));
+        EXPECT_EQ(Read(db, "heat", 0)[63].value, U64(2 * updates - 128));
         for (unsigned i = 0; i < 3; ++i) {
             Sample figure{1, Time::Span(77)};
             EXPECT_TRUE(db.GetDatum(figure, row.name, i == 2 ? 255 : i * 2, Tailing(i == 1)).Succeeded());
@@ -178,40 +182,40 @@ TEST(RrdDb, CountsFromWhatItWasPrimedWith) {
 TEST(RrdDb, RefusesWhatDoesNotFit) {
     LogCapture log;
     Clock clock;
-    Type const scaled[] = {{"a", 2, Type::COUNT, Db::RAISE_OFF}, {"n", 1, Type::NONE, Db::RAISE_OFF}};
-    Type const other[] = {
-        {"a", 1, Type::COUNT, Db::RAISE_OFF}, scaled[1], {"u", 1, Type::TypeT(5), Db::RAISE_OFF}};
-    Db db("d", "area", other, 2, Db::STEP_3S);
-    Db less("l", "area", other, 1, Db::STEP_3S);
-    EXPECT_FALSE(Db("x", "", other, 3, Db::STEP_3S).Initialized());
+    Type const own[] = {{"a", 1, Type::COUNT, Db::RAISE_OFF},
+                        {"n", 1, Type::NONE, Db::RAISE_OFF},
+                        {"u", 1, Type::TypeT(5), Db::RAISE_OFF}};
+    Type const changed[][2] = {{{"a", 2, Type::COUNT, Db::RAISE_OFF}, own[1]},
+                               {{"a", 1, Type::GAUGE, Db::RAISE_OFF}, own[1]},
+                               {{"A", 1, Type::COUNT, Db::RAISE_OFF}, own[1]},
+                               {own[0], own[0]}};
+    Db db("d", "area", own, 2, Db::STEP_3S), less("l", "", own, 1, Db::STEP_3S),
+        slow("s", "", own, 2, Db::STEP_1M);
+    EXPECT_FALSE(Db("x", "", own, 3, Db::STEP_3S).Initialized());
     EXPECT_TRUE(Update(db, Time::Span::Zero(), {0, 9})); // now
     Time::Span const now = Time::Monotonic();
     EXPECT_FALSE(Update(db, now, {1, 1}) || Update(db, now + 5, {1}) || db.HasData());
-    EXPECT_TRUE(Update(db, now + 2500, {1, 1}) && db.HasData() && db.Lifetime() == Time::Span(2500));
+    EXPECT_TRUE(Update(db, now + 2500, {1, 1}) && db.HasData());
+    EXPECT_EQ(db.Lifetime(), Time::Span(2500));
     Array<Sample> out;
     Sample one;
-    EXPECT_EQ(db.GetData(out, "a", 4, Tailing(false)), 0x83E30064u);
-    EXPECT_EQ(db.GetDatum(one, "a", 254, Tailing(true)), 0x83E30064u);
-    EXPECT_EQ(db.GetData(out, "n", 0, Tailing(false)), 0x83E300C8u);
-    EXPECT_EQ(db.GetDatum(one, "n", 0, Tailing(false)), 0x83E300C8u);
-    Type const changed[][2] = {{{"a", 2, Type::COUNT, Db::RAISE_OFF}, other[1]},
-                               {{"a", 1, Type::GAUGE, Db::RAISE_OFF}, other[1]},
-                               {{"A", 1, Type::COUNT, Db::RAISE_OFF}, other[1]},
-                               {other[0], other[0]}};
+    std::vector<uint32_t> codes = {
+        db.GetData(out, "a", 4, Tailing(false)), db.GetDatum(one, "a", 254, Tailing(true)),
+        db.GetData(out, "n", 0, Tailing(false)), db.GetDatum(one, "n", 0, Tailing(false))};
     for (auto const& declarations : changed) {
         Db alike("u", "area", declarations, 2, Db::STEP_3S);
-        EXPECT_EQ(db.Merge(alike), 0x83E3044Cu);
+        codes.push_back(db.Merge(alike));
     }
-    Db slow("s", "area", other, 2, Db::STEP_1M);
-    EXPECT_TRUE(db.Merge(less) == 0x83E303E8u && db.Merge(slow) == 0x83E304B0u && db.Merge(db).Failed() &&
-                db.HasData());
+    codes.insert(codes.end(), {db.Merge(less), db.Merge(slow), db.Merge(db) >> 16});
     Db::Modifier modifier;
     char const* const times[][3] = {{"1.5", "7", "1"}, {"9", "", "1"}, {"9", "1", "1s"}, {"9", "1", "9"}};
     for (auto const& [queryTs, lastT, lastTs] : times)
-        EXPECT_EQ(Db::ParseModifiers(modifier, queryTs, lastT, lastTs), 0x83E3012Cu);
-    EXPECT_TRUE(db.GetData(out, "a", 1, Tailing(false)).Succeeded() &&
-                less.GetData(out, "a", 1, Tailing(false)).Succeeded());
-    EXPECT_EQ(out[63].time, Time::Monotonic() - Time::Span(63 * 60, 0)); // never updated
+        codes.push_back(Db::ParseModifiers(modifier, queryTs, lastT, lastTs));
+    EXPECT_EQ(codes, (std::vector<uint32_t>{0x83E30064, 0x83E30064, 0x83E300C8, 0x83E300C8, 0x83E3044C,
+                                            0x83E3044C, 0x83E3044C, 0x83E3044C, 0x83E303E8, 0x83E304B0,
+                                            0xCFFD, 0x83E3012C, 0x83E3012C, 0x83E3012C, 0x83E3012C}));
+    EXPECT_TRUE(db.HasData());
+    EXPECT_EQ(Read(less, "a", 1)[63].time, Time::Monotonic() - Time::Span(63 * 60, 0)); // never updated
     EXPECT_TRUE(Update(less, Time::Span::Max(), {1}));
     // A rate without a time has no sample, all others have one; and a weighted sum may be too great.
     Db mixed("m", "area", ATTRIBUTES, 5, Db::STEP_1M);
@@ -220,21 +224,20 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
     EXPECT_FALSE(Update(mixed, Time::Span(Time::Span::Value(1, 3900)), {7, 0, 0, 0, 2}));
     EXPECT_EQ(Shown(mixed, "heat", 0, 1) + Shown(mixed, "rate", 0, 1), "4@10 18446744073709544000@10 ");
     EXPECT_TRUE(mixed.GetDatum(one, "rate", 1, Tailing(true)).Failed() && one.value == 0);
-    std::string const error = "E Stats::Rrd::Db: \"d\": ";
-    std::string const fail = "C Stats::Rrd::Db: \"d\": system failed [0xcffd****].";
-    std::string const types = error + "different attributes types at merge.";
-    EXPECT_THAT(
-        log.Take(),
-        testing::ElementsAre(
-            "C Stats::Rrd::Db: \"x\": system failed [0xcffd****].", fail, fail,
-            error + "detail value is out of bounds: 4.", error + "detail value is out of bounds: 254.",
-            error + "unknown attribute: n.", types, types, types, types,
-            error + "different attributes count at merge.", error + "unaligned timings of attributes.", fail,
-            "E Stats::Rrd::Db: invalid query-ts value: 1.5.", "E Stats::Rrd::Db: invalid last-t value: .",
-            "E Stats::Rrd::Db: invalid last-ts value: 1s.",
-            "E Stats::Rrd::Db: incorrect \"last-ts\" compared to \"query-ts\".",
-            "C Stats::Rrd::Db: \"rate\": system failed [0xcffd****].",
-            "C Stats::Rrd::Db: \"rate\": system failed [0xcffd****]."));
+    std::string const ident = "Stats::Rrd::Db: ", error = "E " + ident + "\"d\": ",
+                      fail = "system failed [0xcffd****].";
+    std::string const types = error + "different attributes types at merge.",
+                      lost = "C " + ident + "\"rate\": " + fail;
+    EXPECT_THAT(log.Take(),
+                testing::ElementsAre(
+                    "C " + ident + "\"x\": " + fail, "C " + ident + "\"d\": " + fail,
+                    "C " + ident + "\"d\": " + fail, error + "detail value is out of bounds: 4.",
+                    error + "detail value is out of bounds: 254.", error + "unknown attribute: n.", types,
+                    types, types, types, error + "different attributes count at merge.",
+                    error + "unaligned timings of attributes.", "C " + ident + "\"d\": " + fail,
+                    "E " + ident + "invalid query-ts value: 1.5.", "E " + ident + "invalid last-t value: .",
+                    "E " + ident + "invalid last-ts value: 1s.",
+                    "E " + ident + "incorrect \"last-ts\" compared to \"query-ts\".", lost, lost));
 }
 
 TEST(RrdDb, AnswersAsDocuments) {

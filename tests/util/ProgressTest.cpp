@@ -1,109 +1,75 @@
 #include "zeb/util/Progress.h"
-#include "workbench/Clock.h"
+#include "tests/runtime/Worker.h"
 #include "workbench/Heap.h"
-#include "workbench/LogCapture.h"
 #include "zeb/event/Bus.h"
 #include "zeb/event/Delegate.h"
-#include "zeb/runtime/ThreadMain.h"
-
-#include <gtest/gtest.h>
-#include <vector>
 
 namespace {
 
-using Util::Progress;
-using ValuesT = std::vector<unsigned long>;
+using ProgressTest = WithMainThread;
 
-// Collects what is raised, as long as it lives.
-class Watch {
-public:
-    Watch() { EXPECT_TRUE(Event::Subscribe("Event::Type::Progress", delegate_)); }
-    ~Watch() { Event::Unsubscribe("", this, "Watch"); }
+struct Watch {
+    Watch() { EXPECT_TRUE(Event::Subscribe("Event::Type::Progress", delegate)); }
+    ~Watch() { Event::Unsubscribe("", this, "test"); }
 
-    // The values since the last call.
-    ValuesT Take() {
+    void On(Event::Progress const& event) {
+        if (event.Name() == "work") heard += std::to_string(event.Value()) + (event.Reboot() ? "!" : " ");
+    }
+    std::string Take() { // what was raised since the last call
         EXPECT_TRUE(Event::Raise(Event::Progress("end", 0), nullptr, Event::SYNC, Event::DIRECT));
-        return std::exchange(values_, {});
+        return std::exchange(heard, "");
     }
 
-private:
-    void OnProgress_(Event::Progress const& event) {
-        if (event.Name() != "end") values_.push_back(event.Value());
-        EXPECT_TRUE(event.Name() == "end" || (event.Name() == "work" && event.Reboot() == REBOOT_NO));
-    }
-
-    AutoPtr<ThreadMain> const main_{ThreadMain::New("test")};
-    ValuesT values_;
-    Event::Delegate<Watch> const delegate_{"Watch", this, &Watch::OnProgress_, nullptr};
+    std::string heard;
+    Event::Delegate<Watch> const delegate{"test", this, &Watch::On, nullptr};
 };
 
-// Works on a stage for that long.
-void Work(Progress& progress, Clock& clock, unsigned long stage, long milliseconds, unsigned long done) {
-    progress.WorkStarted();
-    clock.Advance(milliseconds);
-    progress.WorkStopped(stage, done);
-}
-
-TEST(Progress, EstimatesFromThePaceOfItsStages) {
-    Watch watch;
+// Words of a script: after so many milliseconds work starts, ends, or gets more, of a stage and an amount, or
+// is finished.
+// clang-format off
+TEST_F(ProgressTest, TellsTheTimeInPercentOfWhatIsExpected) {
+    std::string const steps = "0m0,100 0s0,0 10e0,1 555m0,0 9m0,0 425m0,0 1m0,0"; // the first is a hundredth of all
+    std::tuple<unsigned long, std::string, char const*> const rows[] = {
+        {5, "0e0,1 0m0,100 0m2,100 / 0s0,0 999e0,25", "/ 0 25 "},             // not started, no such stage; of 3996 ms
+        {5, "0m0,100 0s0,0 999e0,25 / 0e0,1000 1m0,100", "0 25 / "},          // not under way; 7992 ms: never back
+        {5, "0m0,200 0s0,0 999e0,25 1400m1,10", "0 10 30 "},                  // of that stage nothing is done
+        {5, "0m0,100 0s0,0 999e0,25 / 0m1,10 0s0,0 1001e1,1", "0 25 / 0 "},   // 14006 in all, from this start on
+        {5, "0m0,100 0s0,0 999e2,9 1e0,25 / 2999m0,0 1m0,0 9f0,0", "0 25 / 95 100 "}, // 99.97 %; all; finished
+        {1, "0m0,18446744073709551615 0s0,0 9999999999e0,9223372036854775807 0s0,0 9999999999e0,1", "0 50 0 "},
+        {0, steps, "0 1 56 57 99 "}, {20, steps, "0 40 80 "}, {99, steps, "0 99 "}, {100, steps, "0 "}, {500, steps, "0 "}};
+    // clang-format on
     Clock clock;
-    Progress progress("work", 2, 5);
-    ASSERT_TRUE(progress.Initialized());
-    progress.WorkStopped(0, 1); // nothing was started
-    progress.IncEstimated(0, 100);
-    progress.IncEstimated(2, 100);     // there is no such stage
-    Work(progress, clock, 0, 999, 25); // of 3996 ms
-    EXPECT_EQ(watch.Take(), ValuesT({0, 25}));
-    progress.WorkStopped(0, 1000); // work is not under way
-    progress.IncEstimated(0, 100); // 7992 ms: never back
-    clock.Advance(1400);           // 2399 of 7992, 30.01 %
-    progress.IncEstimated(1, 10);  // nothing done of that stage yet
-    EXPECT_EQ(watch.Take(), ValuesT({30}));
-    Work(progress, clock, 1, 1001, 1); // 10010 ms more; time counts from the start of this piece: 5 %
-    Work(progress, clock, 0, 1, 25);   // 50 of 200 in 1000 ms
-    EXPECT_EQ(watch.Take(), ValuesT({0, 0}));
-    clock.Advance(14008);
-    progress.IncEstimated(0, 0); // 14009 of 14010: 99.99 %
-    clock.Advance(100000);
-    progress.IncEstimated(0, 0); // more than all: nothing
-    progress.Finished();
-    EXPECT_EQ(watch.Take(), ValuesT({95, 100}));
-}
-
-TEST(Progress, KeepsItsStepWithinBounds) {
-    Watch watch;
-    Clock clock;
-    std::pair<unsigned long, ValuesT> const rows[] = {
-        {0, {0, 1, 57, 99}}, {20, {0, 40, 80}}, {99, {0, 99}}, {100, {0}}, {500, {0}}};
-    for (auto const& [step, values] : rows) {
-        Progress progress("work", 1, step);
-        Work(progress, clock, 0, 10, 1);
-        for (long const milliseconds : {0, 560, 429, 1}) {
-            clock.Advance(milliseconds);
-            progress.IncEstimated(0, milliseconds == 0 ? 100 : 0); // 1000 ms in all
-        }
-        EXPECT_EQ(watch.Take(), values) << step;
-    }
-    Progress progress("work", 2, 1);
-    progress.IncEstimated(0, ~0UL);
-    progress.IncEstimated(1, ~0UL);
-    Work(progress, clock, 0, 100000000, ~0UL / 2); // half of it
-    Work(progress, clock, 1, 100000000, 1);        // longer than any number tells
-    EXPECT_EQ(watch.Take(), ValuesT({0, 50, 0}));
-}
-
-TEST(Progress, RaisesNothingWithoutMemory) {
-    ForEveryAllocation([](Heap& heap) {
+    for (auto const& [step, script, raised] : rows) {
         Watch watch;
-        LogCapture log;
+        Util::Progress progress("work", 2, step);
+        std::istringstream words(script);
+        for (std::string word; words >> word;) {
+            long milliseconds = 0;
+            unsigned long stage = 0, amount = 0;
+            char operation = '/';
+            sscanf(word.c_str(), "%ld%c%lu,%lu", &milliseconds, &operation, &stage, &amount);
+            clock.Advance(milliseconds);
+            if (operation == 's') progress.WorkStarted();
+            if (operation == 'e') progress.WorkStopped(stage, amount);
+            if (operation == 'm') progress.IncEstimated(stage, amount);
+            if (operation == 'f') progress.Finished();
+            if (operation == '/') watch.heard = watch.Take() + "/ ";
+        }
+        EXPECT_EQ(watch.Take(), raised) << script;
+    }
+}
+
+TEST_F(ProgressTest, RaisesNothingWithoutMemory) {
+    ForEveryAllocation([this](Heap& heap) {
+        Watch watch;
+        log_.Clear();
         heap.Arm();
-        Progress progress("work", 20);
-        bool const ok = !heap.Fired();
+        Util::Progress progress("work", 20);
+        EXPECT_EQ(progress.Initialized(), !heap.Fired());
         progress.Finished();
         heap.Disarm();
-        EXPECT_EQ(progress.Initialized(), ok);
-        EXPECT_EQ(watch.Take(), heap.Fired() ? ValuesT() : ValuesT({100}));
-        EXPECT_EQ(log.Count("out of memory"), ok && heap.Fired() ? 1u : 0u);
+        EXPECT_EQ(watch.Take(), heap.Fired() ? "" : "100 ");
+        EXPECT_EQ(log_.Count("out of memory"), progress.Initialized() && heap.Fired());
     });
 }
 
