@@ -10,7 +10,7 @@ struct Uptime : Main {
         : Main("uptime") {}
 
     int Run() override {
-        while (!StopRequested() && Sleep(1000)) {
+        while (!WaitForStop(1000)) {
             Io::File file("/proc/uptime", O_RDONLY);
             unsigned long seconds = 0;
             file >> seconds;

@@ -21,14 +21,12 @@ namespace {
 constexpr int EXIT_UNREADABLE = 1;
 constexpr int EXIT_USAGE = 2;
 
-enum OptionT { SPLIT = 's', PREFIXES = 'p', LOG = 'l', HELP = 'h' };
+enum OptionT { SPLIT = 's', PREFIXES = 'p', LOG = 'l', TEXT = 't', HELP = 'h' };
 
 option const OPTIONS[] = {
-    {"split", required_argument, nullptr, SPLIT},
-    {"prefixes", no_argument, nullptr, PREFIXES},
-    {"log", no_argument, nullptr, LOG},
-    {"help", no_argument, nullptr, HELP},
-    {nullptr, 0, nullptr, 0},
+    {"split", required_argument, nullptr, SPLIT}, {"prefixes", no_argument, nullptr, PREFIXES},
+    {"log", no_argument, nullptr, LOG},           {"text", required_argument, nullptr, TEXT},
+    {"help", no_argument, nullptr, HELP},         {nullptr, 0, nullptr, 0},
 };
 
 int Usage(std::string const& what) {
@@ -74,17 +72,22 @@ bool ReadFile(std::string const& path, std::string& text) {
     return !file.bad();
 }
 
+void RunOne(Verb const& verb, char const* path, std::string const& input, Options const& options) {
+    Result const result = options.prefixes ? RunPrefixes(verb, input, options) : verb.run(input, options);
+    printf("%s\t%s\t%s\n", path, Hex(result.code).c_str(), result.text.c_str());
+}
+
 int RunAll(Verb const& verb, Options const& options) {
     int exitCode = 0;
-    for (std::string path; std::getline(std::cin, path);) {
+    if (options.text != nullptr) RunOne(verb, "--text", options.text, options);
+    for (std::string path; options.text == nullptr && std::getline(std::cin, path);) {
         std::string input;
         if (!ReadFile(path, input)) {
             printf("%s\t--------\tcannot read: %s\n", path.c_str(), strerror(errno));
             exitCode = EXIT_UNREADABLE;
             continue;
         }
-        Result const result = options.prefixes ? RunPrefixes(verb, input, options) : verb.run(input, options);
-        printf("%s\t%s\t%s\n", path.c_str(), Hex(result.code).c_str(), result.text.c_str());
+        RunOne(verb, path.c_str(), input, options);
     }
     fflush(stdout);
     return ferror(stdout) != 0 ? EXIT_UNREADABLE : exitCode;
@@ -104,6 +107,7 @@ bool ReadOptions(int argc, char** argv, Options& options, int& exitCode) {
     for (int name; (name = getopt_long(argc, argv, "", OPTIONS, nullptr)) != -1;) {
         if (name == PREFIXES) options.prefixes = true;
         if (name == LOG) options.log = true;
+        if (name == TEXT) options.text = optarg;
         if (name == HELP) {
             exitCode = Help();
             return false;

@@ -18,6 +18,7 @@ struct Options {
     unsigned long split = 0; // bytes given at a time where a stream is read or written; 0 is all
     bool prefixes = false;
     bool log = false;
+    char const* text = nullptr;     // the input itself
     std::vector<std::string> words; // the arguments of the verb
 };
 

@@ -20,6 +20,7 @@ char const HEAD[] =
 
 char const TAIL[] =
     "\n"
+    "  --text T     give T itself in place of files\n"
     "  --split N    give N bytes at a time where the input is read from a stream\n"
     "  --prefixes   each prefix of the input: the code of the whole, and code:count for all codes\n"
     "  --log        print what the library logs ahead of the result\n"

@@ -22,6 +22,7 @@ Row const ROWS[] = {
      R"(00380064	{"a":[3ff:1,155:-5,400:0x1.8p+0,true,null,"x\x01\n\""]})"},
     {{"json", "any"}, "18446744073709551615", "00380064\t280:18446744073709551615"},
     {{"json", "any"}, "\"\xC3\xA4\"", R"(00380064	"\xc3\xa4")"},
+    {{"json", "any", "--prefixes"}, "[1]", "00380064\t00380064:1 80380073:1 80380077:1 8038007a:1"},
     {{"json", "container"}, "12", "80380078\t"},
     {{"json", "any"}, "", "80380077\t"},
     {{"json-print", "compact"}, "[1, {\"a\" : 2.5}]", R"(00380064	"[1,{\"a\":2.5}]")"},
@@ -104,13 +105,6 @@ TEST(ZebprobeTest, EachVerbTellsCodeAndResult) {
     }
 }
 
-TEST(ZebprobeTest, PrefixesAreCountedByCode) {
-    TempDir const dir;
-    std::string const path = dir.Write("file", "[1]");
-    EXPECT_EQ(Probe({"json", "any", "--prefixes"}, path).Output(),
-              path + "\t00380064\t00380064:1 80380073:1 80380077:1 8038007a:1\n");
-}
-
 TEST(ZebprobeTest, AFileThatCannotBeReadIsALineAndAnExitCode) {
     TempDir const dir;
     std::string const path = dir.Write("file", "1");
@@ -127,6 +121,7 @@ TEST(ZebprobeTest, LogShowsWhatTheLibraryHasToSay) {
     Child const child = Probe({"xml", "0", "--log"}, path);
     EXPECT_NE(child.Output().find("unexpected end of stream"), std::string::npos) << child;
     EXPECT_EQ(Probe({"xml", "0"}, path).Output(), path + "\t80370002\t\n");
+    EXPECT_EQ(Probe({"ip4", "--text", "1.2.3.4"}, path).Output(), "--text\t0fff0000\t1.2.3.4\n"); // no files
 }
 
 TEST(ZebprobeTest, AWrongCommandIsToldWithExitCode2) {
