@@ -39,27 +39,35 @@ unsigned long long Raw(unsigned long counter, long update) {
 
 class Ours {
 public:
-    Ours()
-        : db_("bench", "bench", Declarations_().data(), COUNTERS, Db::STEP_3S) {
-        for (unsigned long i = 0; i < COUNTERS; ++i)
+    explicit Ours(unsigned long counters = COUNTERS)
+        : db_("bench", "bench", Declarations_(counters).data(), counters, Db::STEP_3S) {
+        for (unsigned long i = 0; i < counters; ++i)
             (void)values_.PushBack(0);
     }
 
     bool Update() {
         ++update_;
-        for (unsigned long i = 0; i < COUNTERS; ++i)
+        for (unsigned long i = 0; i < values_.Size(); ++i)
             values_[i] = Raw(i, update_);
         return db_.Update(Time::Span(Time::Span::Value(update_ * STEP, 0)), values_).Succeeded();
     }
     bool Read(Array<Stats::Rrd::Sample>& samples, unsigned char level) const {
         return db_.GetData(samples, "c8", level, Db::Modifier::Empty()).Succeeded();
     }
+    // Of the attribute that is found last.
+    bool ReadLast(Stats::Rrd::Sample& sample) const {
+        return db_.GetDatum(sample, NAMES[(values_.Size() - 1) % COUNTERS], 0, Db::Modifier::Empty())
+            .Succeeded();
+    }
 
 private:
-    static std::vector<DeclarationT> Declarations_() {
+    // Beyond the names that there are, all but the last ones are called "other".
+    static std::vector<DeclarationT> Declarations_(unsigned long counters) {
         std::vector<DeclarationT> declarations;
-        for (unsigned long i = 0; i < COUNTERS; ++i)
-            declarations.push_back({NAMES[i], 1, TYPES[i % std::size(TYPES)], Db::RAISE_OFF});
+        for (unsigned long i = 0; i < counters; ++i) {
+            char const* const name = i + COUNTERS < counters ? "other" : NAMES[i % COUNTERS];
+            declarations.push_back({name, 1, TYPES[i % std::size(TYPES)], Db::RAISE_OFF});
+        }
         return declarations;
     }
 
@@ -87,6 +95,25 @@ void ReadOurs(benchmark::State& state) {
     }
 }
 BENCHMARK(ReadOurs)->Name("Rrd.Read64/ours");
+
+// An attribute of an update, and the search for one, by how many there are.
+void UpdateGrowth(benchmark::State& state) {
+    Ours ours(static_cast<unsigned long>(state.range(0)));
+    for (auto _ : state) {
+        if (!ours.Update()) state.SkipWithError("not updated");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(UpdateGrowth)->Name("Rrd.Update/Growth")->Arg(16)->Arg(256)->Arg(4096)->Arg(32768);
+
+void FindGrowth(benchmark::State& state) {
+    Ours ours(static_cast<unsigned long>(state.range(0)));
+    Stats::Rrd::Sample sample;
+    for (auto _ : state) {
+        if (!ours.ReadLast(sample)) state.SkipWithError("not found");
+    }
+}
+BENCHMARK(FindGrowth)->Name("Rrd.Find/Growth")->Arg(16)->Arg(256)->Arg(4096)->Arg(32768);
 
 #ifdef ZEB_PEER_BOOST
 

@@ -250,6 +250,21 @@ void AddPeers() {
 #endif
 }
 
+// A match of a walk, by how many the text holds.
+void WalkGrowth(benchmark::State& state) {
+    Util::Regex const regex("([a-z]+)=([0-9]+)", REG_EXTENDED);
+    std::string text;
+    for (long i = 0; i < state.range(0); ++i)
+        text += "name=12345 ";
+    for (auto _ : state) {
+        Util::Matcher matcher(View(text));
+        while (matcher.Find(regex, 0).Succeeded())
+            continue;
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(WalkGrowth)->Name("Regex.Walk/Growth")->Arg(16)->Arg(256)->Arg(4096)->Arg(32768);
+
 [[maybe_unused]] bool const added = (AddOurs(), AddRegexec(), AddPeers(), true);
 
 } // namespace

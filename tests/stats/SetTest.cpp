@@ -19,15 +19,12 @@ FiguresT Figures(Stats::Set const& set) {
     return out;
 }
 
+// clang-format off
 TEST(StatsSet, FiguresAreThoseOfTheSamplesInTheRing) {
-    std::pair<FiguresT, FiguresT> const rows[] = {
-        // samples at 1, 2, 3 ... ms; min, max, avg, cur, time
-        {{}, {0, 0, 0, 0, 0}},
-        {{5, 1}, {1, 5, 3, 1, 2}},
-        {{100, 1, 2, 6}, {1, 6, 3, 6, 4}},                        // the first one is gone
-        {{ULONG_MAX, 3, 1}, {1, ULONG_MAX, ULONG_MAX + 2, 1, 3}}, // means of runs are added
-        {{ULONG_MAX - 1, 1, 4}, {1, ULONG_MAX - 1, ULONG_MAX / 2 + 4, 4, 3}},
-    };
+    std::pair<FiguresT, FiguresT> const rows[] = { // samples at 1, 2, 3 ... ms; min, max, avg, cur, time
+        {{}, {0, 0, 0, 0, 0}}, {{5, 1}, {1, 5, 3, 1, 2}}, {{100, 1, 2, 6}, {1, 6, 3, 6, 4}}, // the first one is gone
+        {{ULONG_MAX, 3, 1}, {1, ULONG_MAX, ULONG_MAX + 2, 1, 3}},                            // means of runs are added
+        {{ULONG_MAX - 1, 1, 4}, {1, ULONG_MAX - 1, ULONG_MAX / 2 + 4, 4, 3}}};
     Stats::Set set("load", 3);
     for (auto const& [samples, figures] : rows) {
         set.Clear();
@@ -39,17 +36,16 @@ TEST(StatsSet, FiguresAreThoseOfTheSamplesInTheRing) {
     for (auto const& [name, size] : {std::pair{"", 3ul}, {"x", 0ul}, {"x", ULONG_MAX / 8 + 2}}) {
         Stats::Set none(name, size);
         none.AddSample(1, Time::Span(1));
-        EXPECT_TRUE(!none.Initialized() && Figures(none) == FiguresT(5));
+        EXPECT_FALSE(none.Initialized());
+        EXPECT_EQ(Figures(none), FiguresT(5));
     }
     EXPECT_EQ(log.Take(), LogCapture::LinesT(2, "C Stats::Set: system failed [0xcffd****]."));
 }
 
 TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
-    int const rows[][5] = {// processor ms, wall ms, processors; sample, interval
-                           {500, 1000, 1, 0, 0},   {750, 2000, 1, 25, 0}, {1749, 3000, 4, 24, 1},
-                           {1749, 4500, 4, 0, 2},  {1749, 4501, 4, 0, 2}, {9999, 5000, 0, 0, 0},
-                           {9000, 6000, 1, -1, 1}, {9100, 5900, 1, 0, 1}, {9200, 6000, 1, 100, 0},
-                           {9210, 7000, 1, 1, 1}};
+    int const rows[][5] = { // processor ms, wall ms, processors; sample, interval
+        {500, 1000, 1, 0, 0},  {750, 2000, 1, 25, 0},  {1749, 3000, 4, 24, 1}, {1749, 4500, 4, 0, 2},   {1749, 4501, 4, 0, 2},
+        {9999, 5000, 0, 0, 0}, {9000, 6000, 1, -1, 1}, {9100, 5900, 1, 0, 1},  {9200, 6000, 1, 100, 0}, {9210, 7000, 1, 1, 1}};
     ForEveryAllocation([&](Heap& heap) {
         Document document;
         document.AllocateString(std::string(1900, 'x').c_str(), 0);
@@ -57,15 +53,13 @@ TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
         Stats::Cpu load(3);
         for (auto const& [cpu, wall, count, sample, interval] : rows) {
             load.Update_(cpu, wall, unsigned(count));
-            EXPECT_TRUE(!load.Initialized() || (long(load.Cur()) == sample && load.Interval() == interval))
-                << wall;
+            EXPECT_TRUE(!load.Initialized() || (long(load.Cur()) == sample && load.Interval() == interval)) << wall;
         }
         bool const ok = load.Initialized() && load.AttachTo(document);
         heap.Disarm();
         EXPECT_EQ(ok, !heap.Fired());
-        EXPECT_TRUE(!ok || Printed(document) ==
-                               "<cpu><now>7.000000</now><min>0</min><max>100</max><avg>33</avg>"
-                               "<cur>1</cur></cpu>");
+        char const* const text = "<cpu><now>7.000000</now><min>0</min><max>100</max><avg>33</avg><cur>1</cur></cpu>";
+        EXPECT_EQ(ok ? Printed(document) : text, text);
         load.Clear();
         load.Update_(1, 1, 1); // a base, no sample
         EXPECT_EQ(Figures(load), FiguresT(5));
