@@ -27,10 +27,10 @@ TEST(StatsSet, FiguresAreThoseOfTheSamplesInTheRing) {
         {{ULONG_MAX - 1, 1, 4}, {1, ULONG_MAX - 1, ULONG_MAX / 2 + 4, 4, 3}}};
     Stats::Set set("load", 3);
     for (auto const& [samples, figures] : rows) {
-        set.Clear();
         for (unsigned long i = 0; i < samples.size(); ++i)
             set.AddSample(samples[i], Time::Span(static_cast<int>(i + 1)));
         EXPECT_EQ(Figures(set), figures) << testing::PrintToString(samples);
+        set.Clear();
     }
     LogCapture log;
     for (auto const& [name, size] : {std::pair{"", 3ul}, {"x", 0ul}, {"x", ULONG_MAX / 8 + 2}}) {
@@ -45,7 +45,7 @@ TEST(StatsSet, FiguresAreThoseOfTheSamplesInTheRing) {
 TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
     int const rows[][5] = { // processor ms, wall ms, processors; sample, interval
         {500, 1000, 1, 0, 0},  {750, 2000, 1, 25, 0},  {1749, 3000, 4, 24, 1}, {1749, 4500, 4, 0, 2},   {1749, 4501, 4, 0, 2},
-        {9999, 5000, 0, 0, 0}, {9000, 6000, 1, -1, 1}, {9100, 5900, 1, 0, 1},  {9200, 6000, 1, 100, 0}, {9210, 7000, 1, 1, 1}};
+        {9999, 5000, 0, 0, 0}, {9000, 6000, 1, -1, 1}, {9100, 5900, 1, 0, 1},  {10100, 6000, 1, 1000, 0}, {10110, 7000, 1, 1, 1}};
     ForEveryAllocation([&](Heap& heap) {
         Document document;
         document.AllocateString(std::string(1900, 'x').c_str(), 0);
@@ -58,7 +58,7 @@ TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
         bool const ok = load.Initialized() && load.AttachTo(document);
         heap.Disarm();
         EXPECT_EQ(ok, !heap.Fired());
-        char const* const text = "<cpu><now>7.000000</now><min>0</min><max>100</max><avg>33</avg><cur>1</cur></cpu>";
+        char const* const text = "<cpu><now>7.000000</now><min>0</min><max>1000</max><avg>333</avg><cur>1</cur></cpu>";
         EXPECT_EQ(ok ? Printed(document) : text, text);
         load.Clear();
         load.Update_(1, 1, 1); // a base, no sample

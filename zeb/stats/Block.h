@@ -1,7 +1,8 @@
 #pragma once
 
 // Stats::Block<T>: memory for a number of values that is fixed once, each built by T's constructor without
-// arguments, in one block of alignment 16.
+// arguments, in one block of alignment 16. For what grows take an Array. One thread at a time; an index is
+// not checked.
 
 #include <cstdlib>
 #include <new>
@@ -18,7 +19,7 @@ public:
     ~Block() { free(data_); }
 
     // Once in the life of the block. False when memory ran out. None at all is a block too.
-    bool Allocate(unsigned long size);
+    [[nodiscard]] bool Allocate(unsigned long size);
 
     unsigned long Size() const { return size_; }
     T* Ptr() { return data_; }

@@ -18,13 +18,11 @@ long Microseconds_(Time::Span const& span) {
     return span.Parts().Seconds() * PER_SECOND + span.Parts().Microseconds();
 }
 
-// The first of the moments a period apart that is later than now.
-Time::Span NextAfter_(Time::Span next, Time::Span const& period, Time::Span const& now) {
-    next += period;
-    if (next > now) return next;
+// The first of the moments a period apart, from one that is past, that is later than now.
+Time::Span NextAfter_(Time::Span const& past, Time::Span const& period, Time::Span const& now) {
     long const step = Microseconds_(period);
-    long const behind = Microseconds_(now - next) / step * step + step;
-    return next + Time::Span(Time::Span::Value(behind / PER_SECOND, behind % PER_SECOND));
+    long const ahead = Microseconds_(now - past) / step * step + step;
+    return past + Time::Span(Time::Span::Value(ahead / PER_SECOND, ahead % PER_SECOND));
 }
 
 } // namespace

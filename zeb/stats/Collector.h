@@ -1,19 +1,35 @@
 #pragma once
 
-// Stats::Collector: a periodic alarm. A client derives from it and reads its counters in OnStatsAlarm_(). All
-// collectors of a program share one thread, which starts with the first of them and ends with the last.
+// Stats::Collector: a periodic alarm. A client derives from it and reads its counters in OnStatsAlarm_(). For
+// work at a given moment, or once, take a Timer (zeb/timer/Timer.h); for work that takes long post a task
+// from the alarm: all collectors of a program share one thread.
 //
-// The alarm runs on that thread, under the lock given at construction, if any. The lock is only tried: while
-// it is busy the alarm is repeated each 50 milliseconds, with a warning each 30 seconds. A collector starts
-// inactive; its first alarm comes as soon as it is activated, then one each period; alarms that were missed
-// are skipped.
+//   class Traffic : public Stats::Collector {
+//   public:
+//       Traffic() : Collector(Time::Span(3000), &mutex_) {}
+//       ~Traffic() override { Deactivate(); }                 // ahead of all else
+//       char const* Name() const override { return "traffic"; }
+//   private:
+//       void OnStatsAlarm_() override { ... }                 // each 3 s, with mutex_ held
+//       Mutex mutex_{Mutex::INTERFACE};
+//   };
 //
-// Deactivate() returns when no alarm of the collector is running, unless it is called from that alarm. Its
-// caller may hold the lock. A derived class calls it in its destructor, ahead of all else. A collector is not
-// destroyed inside an alarm of its own, nor the last one inside any.
-//
-// A collector whose memory or thread could not be had, or whose period is not above 0, is not initialized and
-// does nothing.
+// Owns      its place in the schedule; the lock belongs to the client and outlives the collector
+// Threads   any. The alarm runs on the "Statistics collector thread", which starts with the first collector
+// of
+//           a program and ends with the last
+// Alarm     the first one comes as soon as the collector is activated, then one each period; those that were
+//           missed are skipped. It runs under the lock given at construction, if any, and holds no other. The
+//           lock is only tried: while it is busy the alarm is repeated each 50 milliseconds, with a warning
+//           each 30 seconds, and the alarms of all others wait
+// Waits     Deactivate(), and so the destructor, until no alarm of the collector runs, unless it is called
+// from
+//           that alarm; nothing interrupts that wait. Its caller may hold the lock of the collector
+// Locks     hold none around Deactivate() that the alarm takes itself, other than that one
+// Destroy   anywhere but in an alarm of its own, and the last one in no alarm. A derived class deactivates
+//           itself first: behind its destructor the alarm would find it gone
+// Memory    for the place and the thread at construction. Without them, or with a period that is not above 0,
+//           it is not initialized, which is logged, and does nothing
 
 #include "zeb/core/AutoPtr.h"
 #include "zeb/core/Export.h"

@@ -3,7 +3,11 @@
 // Stats::Cpu: the load of a thread or process in percent, from readings of its processor time. The first
 // reading is only the base of the next; each further one is a sample. The element is named "cpu".
 //
-// Owner, threads and failures are those of Stats::Set.
+//   Stats::Cpu load(60);
+//   load.Update_(processorTime, Time::Monotonic(), 1);      // each second; the first one gives no sample
+//
+// A Thread::Monitor (zeb/stats/ThreadMonitor.h) does that for all threads of a program. Owner, threads,
+// failures and memory are those of Stats::Set.
 
 #include "zeb/stats/Set.h"
 

@@ -37,6 +37,8 @@
 // Owns      copies of all texts and the memory of all samples; the array of declarations is not kept
 // Threads   one at a time: there is no lock inside, it is read and updated under that of the collector that
 //           feeds it
+// Cost      an update handles every attribute at level 0, and all of them again when a level is due; a query
+//           looks for its attribute name by name
 // Waits     nothing; events are put into the queue of the bus
 // Locks     Update() and Reset() take the lock of the bus when they raise: hold none that stands above it
 // Memory    is taken at construction, where a failure shows in Initialized(); such a database refuses values

@@ -1,10 +1,14 @@
 #pragma once
 
 // Stats::Set: the newest samples of one figure, in a ring whose size is fixed at construction, with their
-// least, greatest and average value.
+// least, greatest and average value. For hours of many counters take a Stats::Rrd::Db.
 //
-// Not initialized when the name is empty or the size 0, which is logged, or when memory ran out, which its
-// owner reports; such a set takes nothing and shows zeros. Nothing else allocates. The owner locks.
+// Owns      a copy of the name and the ring
+// Threads   one at a time: the owner locks
+// Failure   an empty name or a size of 0 is logged; such a set, and one without memory, is not initialized,
+//           takes nothing and shows zeros
+// Memory    at construction; that it ran out is for the owner to report. Later on nothing is allocated but
+//           what a document takes
 
 #include "zeb/core/Export.h"
 #include "zeb/core/String.h"

@@ -3,8 +3,12 @@
 // Thread::Monitor: measures, each second, the processor load of every thread and of the process, while it is
 // active. Abstract: the client gives it a Name(), and Activate()s it.
 //
-// The samples lie in the threads themselves, 31 for each: a program has one monitor, and its end clears them.
-// As a Collector it is deactivated by the destructor of the derived class.
+// Owns      the samples of the process; those of the threads lie in the threads themselves, 31 for each. So a
+//           program has one monitor, and its end clears the samples of all threads
+// Threads   any; the registry of threads guards the samples, and is held while AttachTo() prints
+// Destroy   as a Collector: it is deactivated by the destructor of the derived class
+// Failure   a clock of a thread that cannot be read is logged, and the thread is left out from then on
+// Memory    at construction, or it is not initialized; AttachTo() takes that of the document
 
 #include "zeb/core/Export.h"
 #include "zeb/core/ReturnT.h"

@@ -13,10 +13,16 @@
 //
 // A stage is expected to take its estimated amount at the pace of what is done of it; stages of which nothing
 // is done yet do not count. The value is the time since the start in percent of that sum, in steps. It never
-// goes back, and 100 comes only from Finished(). Events are raised asynchronously, to all who subscribed.
+// goes back, and 100 comes only from Finished(). The clock is looked at by WorkStopped() and IncEstimated():
+// call the latter with an amount of 0 whenever a piece is done.
 //
-// Nothing here allocates but the constructor and the raising of events, which logs when memory ran out. One
-// thread at a time uses an object.
+// Owns      a copy of the name, and the two events that are raised at the start and at the end
+// Threads   one at a time uses an object; events are delivered on the thread of the bus
+// Waits     nothing: events are raised asynchronously
+// Locks     the one of the bus is taken: hold none that stands above it
+// Destroy   anywhere; work that was not finished is not told as such
+// Memory    for the object at construction, or it is not Initialized() and raises nothing; later on for the
+//           events: one that finds none is logged by the bus and lost
 
 #include "zeb/core/Array.h"
 #include "zeb/core/String.h"
