@@ -75,7 +75,8 @@ TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {
     (void)Mutex::SetThreshold("100");
     alarm.Activate();
     int attempts = 0;
-    for (long const seconds : {0, 29, 2, 28, 1, 95, 20, 0, 29, 1}) { // it is 29, 31, 59, 60, 155, 175; 29, 30 then
+    for (long const seconds :
+         {0, 29, 2, 28, 1, 95, 20, 0, 29, 1}) { // it is 29, 31, 59, 60, 155, 175; 29, 30 then
         clock_.Advance(seconds * 1000);
         EXPECT_TRUE(lock.Refuses(clock_, ++attempts)) << attempts;
         if (seconds == 20) alarm.Deactivate(); // by the holder of the lock
