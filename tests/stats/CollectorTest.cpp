@@ -12,8 +12,8 @@ namespace {
 
 struct Alarm : Stats::Collector {
     using BodyT = std::function<void(Alarm&)>;
-    explicit Alarm(int periodMs, Mutex const* lock = nullptr, BodyT body = {})
-        : Collector(Time::Span(periodMs), lock)
+    explicit Alarm(Time::Span const& period, Mutex const* lock = nullptr, BodyT body = {})
+        : Collector(period, lock)
         , body_(std::move(body)) {}
     ~Alarm() override { Deactivate(); }
 
@@ -50,12 +50,13 @@ struct CollectorTest : WithMainThread {
 
 TEST_F(CollectorTest, AlarmsComeAtOnceAndThenEachPeriodWithoutCatchingUp) {
     std::string order;
-    Alarm alarm(1000, nullptr, [&](Alarm&) { order += 'a'; }),
-        other(400, nullptr, [&](Alarm&) { order += 'o'; });
-    other.Activate();
-    ASSERT_EQ(other.Await(clock_, 1), 1);
-    alarm.Activate();
-    ASSERT_EQ(alarm.Await(clock_, 1), 1);
+    Alarm alarm(1000, nullptr, [&](Alarm&) { order += 'a'; });
+    Alarm other(400, nullptr, [&](Alarm&) { order += 'o'; });
+    Alarm once(Time::Span::Max(), nullptr, [&](Alarm&) { order += '1'; });
+    for (Alarm* const activated : {&once, &other, &alarm}) {
+        activated->Activate();
+        ASSERT_EQ(activated->Await(clock_, 1), 1);
+    }
     alarm.Activate(); // stays at its place
     int const rows[][3] = {{399, 1, 1},   {1, 1, 2},   {599, 1, 3}, {1, 2, 3},
                            {10000, 3, 4}, {999, 3, 5}, {1, 4, 6},   {5000, 4, 7}};
@@ -65,7 +66,7 @@ TEST_F(CollectorTest, AlarmsComeAtOnceAndThenEachPeriodWithoutCatchingUp) {
         EXPECT_EQ(other.Await(clock_, others), others) << order;
         EXPECT_EQ(alarm.Await(clock_, alarms), alarms) << order;
     }
-    EXPECT_EQ(order, "oaooaoaoaoo"); // equal times in the order in which they were set
+    EXPECT_EQ(order, "1oaooaoaoaoo"); // equal times in the order in which they were set
 }
 
 TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {

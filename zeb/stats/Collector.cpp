@@ -18,8 +18,10 @@ long Microseconds_(Time::Span const& span) {
     return span.Parts().Seconds() * PER_SECOND + span.Parts().Microseconds();
 }
 
-// The first of the moments a period apart, from one that is past, that is later than now.
+// The first of the moments a period apart, from one that is past, that is later than now. A period may be too
+// long for a number of microseconds.
 Time::Span NextAfter_(Time::Span const& past, Time::Span const& period, Time::Span const& now) {
+    if (past + period > now) return past + period;
     long const step = Microseconds_(period);
     long const ahead = Microseconds_(now - past) / step * step + step;
     return past + Time::Span(Time::Span::Value(ahead / PER_SECOND, ahead % PER_SECOND));
