@@ -8,6 +8,7 @@ A changed header is compiled into the source of its name and into up to two test
 """
 
 import json
+import os
 import random
 import re
 import shlex
@@ -197,7 +198,8 @@ class Judge:
                   f"{shlex.quote(str(self.program))} --gtest_fail_fast --gtest_brief=1")
         return subprocess.run(["unshare", "--pid", "--mount", "--net", "--ipc", "--fork", "--kill-child", "--mount-proc",
                                "prlimit", "--as=16000000000", "--core=0", "sh", "-c", inside],
-                              stdin=subprocess.DEVNULL, capture_output=True)
+                              stdin=subprocess.DEVNULL, capture_output=True,
+                              env={**os.environ, "ZEB_TEST_PROGRAMS": str(BUILD / "bin")})
 
     def verdict(self, mutant):
         if mutant.name not in self.unchanged:

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <ostream>
 
 #include <fcntl.h>
@@ -44,6 +45,12 @@ Child Child::Fork(std::function<int()> const& body, long limitMs) {
     return child;
 }
 
+// The folder of the programs of this build: beside the test's own, unless the environment names one.
+static std::string Programs() {
+    if (char const* const named = getenv("ZEB_TEST_PROGRAMS"); named != nullptr) return named;
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
 // The head of a command that starts a program of this build: one for another processor needs its emulator.
 static std::vector<std::string> StartOf(std::string const& program) {
     std::vector<std::string> command;
@@ -59,7 +66,7 @@ static std::vector<std::string> StartOf(std::string const& program) {
 }
 
 std::vector<std::string> Child::Built(std::string const& name, std::vector<std::string> const& arguments) {
-    std::vector<std::string> command = StartOf(ZEB_PROGRAMS "/" + name);
+    std::vector<std::string> command = StartOf(Programs() + "/" + name);
     command.insert(command.end(), arguments.begin(), arguments.end());
     return command;
 }

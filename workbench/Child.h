@@ -37,7 +37,8 @@ public:
     static Child Program(std::vector<std::string> const& command, std::string const& input = {},
                          long limitMs = DEFAULT_LIMIT_MS);
 
-    // The command for Program() that runs a program of this build: a tool, or the sample daemon.
+    // The command for Program() that runs a program of this build: `name` beside the test's own program, or
+    // in the folder that ZEB_TEST_PROGRAMS names in the environment.
     static std::vector<std::string> Built(std::string const& name, std::vector<std::string> const& arguments);
 
     int ExitCode() const { return exitCode_; } // -1 if it did not exit

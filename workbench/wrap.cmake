@@ -1,4 +1,4 @@
-# The symbols that the workbench takes the place of in test programs: -Wl,--wrap=<symbol> for each of ZEB_WRAPPED_SYMBOLS.
+# The symbols that the workbench takes the place of, and the options of the linker that make it so: ZEB_WRAP_OPTIONS.
 
 set(ZEB_WRAPPED_SYMBOLS
     # Heap
@@ -17,3 +17,7 @@ foreach(zeb_call_row IN LISTS zeb_call_rows)
     list(APPEND ZEB_WRAPPED_SYMBOLS ${zeb_call_name})
 endforeach()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/Calls.inc)
+
+list(TRANSFORM ZEB_WRAPPED_SYMBOLS PREPEND "LINKER:--wrap=" OUTPUT_VARIABLE ZEB_WRAP_OPTIONS)
+# One symbol of each part, so that all are there before the library asks for the others.
+list(APPEND ZEB_WRAP_OPTIONS LINKER:--undefined=__wrap_malloc LINKER:--undefined=__wrap_read LINKER:--undefined=__wrap_syslog)

@@ -87,7 +87,7 @@ protected:
     // Starts the daemon in the background of a shell, which runs `until` and then sends the signal.
     Child RunUntil(std::string const& until, int signal, std::string const& status) {
         std::vector<std::string> words = {
-            "bash", "-c", "\"$@\" & " + until + "; kill -" + std::to_string(signal) + " $!; wait $!", "sh"};
+            "sh", "-c", "\"$@\" & " + until + "; kill -" + std::to_string(signal) + " $!; wait $!", "sh"};
         for (auto const& word :
              Child::Built("gateway", {"--console", status, "--root", dir_.Path(), dir_ / "config"}))
             words.push_back(word);
