@@ -1,4 +1,4 @@
-# What is installed: three packages, and the files by which CMake and pkg-config find the library.
+# What is installed: the packages, and the files by which CMake and pkg-config find the library and the workbench.
 
 include(CMakePackageConfigHelpers)
 
@@ -28,15 +28,43 @@ foreach(folder zeb libzeb)
     endif()
 endforeach()
 
+# The workbench, with archives of the libraries: what it puts in place does not reach into a shared one.
+if(ZEB_TESTS)
+    include(workbench/wrap.cmake)
+    set(archives zebCoreArchive)
+    if(TARGET zebArchive)
+        list(APPEND archives zebArchive)
+    endif()
+    foreach(archive IN LISTS archives)
+        target_include_directories(${archive} INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+        target_compile_features(${archive} INTERFACE cxx_std_20)
+        target_compile_options(${archive} INTERFACE $<INSTALL_INTERFACE:-fsigned-char>)
+    endforeach()
+    set_target_properties(zebWorkbench PROPERTIES EXPORT_NAME Workbench)
+    install(TARGETS zebWorkbench ${archives} EXPORT zebWorkbench
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT workbench)
+    install(EXPORT zebWorkbench NAMESPACE zeb:: DESTINATION ${zeb_package_dir} COMPONENT workbench)
+    install(DIRECTORY workbench DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zebWorkbench COMPONENT workbench
+        FILES_MATCHING PATTERN "*.h" PATTERN "Calls.inc" PATTERN "Workbench.h" EXCLUDE)
+    list(TRANSFORM ZEB_WRAP_OPTIONS REPLACE "LINKER:" "-Wl," OUTPUT_VARIABLE zeb_wrap_flags)
+    list(JOIN zeb_wrap_flags " " zeb_wrap_flags)
+endif()
+
 configure_package_config_file(cmake/zebCoreConfig.cmake.in ${CMAKE_BINARY_DIR}/package/zebCoreConfig.cmake
     INSTALL_DESTINATION ${zeb_package_dir} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/zebCoreConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/package/zebCoreConfig.cmake ${CMAKE_BINARY_DIR}/package/zebCoreConfigVersion.cmake
     DESTINATION ${zeb_package_dir} COMPONENT development)
 file(RELATIVE_PATH zeb_pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-configure_file(cmake/zebCore.pc.in ${CMAKE_BINARY_DIR}/package/zebCore.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/package/zebCore.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+set(zeb_pc_zebCore development)
+set(zeb_pc_zebWorkbench workbench)
+foreach(name zebCore zebWorkbench)
+    if(name STREQUAL "zebCore" OR ZEB_TESTS)
+        configure_file(cmake/${name}.pc.in ${CMAKE_BINARY_DIR}/package/${name}.pc @ONLY)
+        install(FILES ${CMAKE_BINARY_DIR}/package/${name}.pc
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${zeb_pc_${name}})
+    endif()
+endforeach()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "libzebCore developers <libzebcore@localhost>")
@@ -52,6 +80,12 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzebcore-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libzebcore${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+if(ZEB_TESTS)
+    list(APPEND CPACK_COMPONENTS_ALL workbench)
+    set(CPACK_DEBIAN_WORKBENCH_PACKAGE_NAME libzebcore-test-dev)
+    set(CPACK_DEBIAN_WORKBENCH_PACKAGE_SECTION libdevel)
+    set(CPACK_DEBIAN_WORKBENCH_PACKAGE_DEPENDS "libzebcore-dev (= ${PROJECT_VERSION}), libgtest-dev, libssl-dev")
+endif()
 
 get_property(tools DIRECTORY tools PROPERTY BUILDSYSTEM_TARGETS)
 set(programs)

@@ -1,13 +1,18 @@
 // Scripts the next results of system calls, and counts the calls.
 //
 //     Calls calls;
-//     calls.Script(SysCall::read, {Calls::Fail(EINTR), Calls::Short(3), Calls::Data("abc"),
-//     Calls::Return(0)});
-//     ... the next four read() of this thread take these results, then the real read() runs
-//     EXPECT_EQ(calls.Count(SysCall::read), 5u);
+//     calls.Script(SysCall::read, {Calls::Fail(EINTR), Calls::Short(3), Calls::Data("abc")});
+//     ... the next three read() of this thread take these results, then the real read() runs
+//     EXPECT_EQ(calls.Count(SysCall::read), 4u);
 //
-// Steps left over at the end of the scope fail the test. The calls known are the rows of Calls.inc; another
-// one is one more row.
+// Scope      THREAD scripts the calls of the thread that made it, PROCESS those of all threads
+// Order      a step of the thread's innermost Calls goes ahead of one of the process; without one the call is
+//            real. Each counts what it sees, scripted or not
+// Threads    any may script and read the counts; destroy on the thread that made it, innermost first
+// Destroy    steps left over fail the test, by name
+// Misuse     an action (Do) runs inside the call: it may call anything, a scripted call included
+//
+// The calls known are the rows of Calls.inc.
 #pragma once
 
 #include <functional>

@@ -3,8 +3,11 @@
 //     Child const child = Child::Run([] { abort(); });           // a fork of the test
 //     EXPECT_EQ(child.Signal(), SIGABRT) << child;
 //
-// Expectations that fail in a forked child fail the test. A child that runs for longer than its limit of real
-// time is killed.
+// Owns       nothing of the process: it has ended, and its output is here, when Run() and Program() return
+// Waits      for that end, at most for the limit of real time; then the child is killed, and TimedOut() says
+// so Threads    a forked child has the calling thread only: a lock that another thread held stays locked in
+// it Failure    expectations that fail in a forked child fail the test; a program that cannot be run ends
+// with 127
 #pragma once
 
 #include <functional>

@@ -4,6 +4,12 @@
 // std::this_thread::sleep_for calls), pthread_cond_timedwait, poll, sigtimedwait, and timer_settime with an
 // absolute time. It starts at the real time. CPU-time clocks stay real. One Clock at a time.
 //
+// Threads    any may read, wait and advance; one in a wait is counted by Waiters()
+// Destroy    when no thread waits on it any more: a wait that is left ends, as if its time were over
+// Order      a thread that has not gone to sleep yet computes its deadline from the moved clock:
+// AwaitWaiters()
+//            first, then Advance()
+//
 // A thread in a wait wakes within 2 real milliseconds when the clock has passed its deadline, or when what it
 // waits for happens. A wait that nobody ends within 20 real seconds ends the process with a message.
 #pragma once

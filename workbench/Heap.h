@@ -13,6 +13,11 @@
 //         heap.Disarm();
 //         EXPECT_EQ(ok, !heap.Fired());        // reported exactly when it happened
 //     });
+//
+// Scope      THREAD sees what the thread that made it allocates, PROCESS what all others without a Heap do
+// Nesting    the innermost one counts and fails; destroy in the reverse order, on the thread that made it
+// Threads    every operation may be called by any; a block may be released by any, and is known as released
+// Cost       a lock and a table for each allocation; none while no Heap exists
 #pragma once
 
 #include <cstddef>

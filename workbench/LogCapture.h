@@ -2,13 +2,15 @@
 //
 //     LogCapture log;
 //     file.Open(O_RDONLY);
-//     EXPECT_EQ(log.Take(), LogCapture::LinesT({"E Io::FileStream: unable to open \"x\": no such file or
-//     directory."}));
+//     EXPECT_EQ(log.Take(), LogCapture::LinesT({"E Io::File: \"x\": no such file or directory."}));
 //
 // A line is the level letter (I A W E C), ident, and text. Codes that carry a source line ([0xcffd0139]) read
-// as [0xcffd****]. Lines of all threads are kept; the innermost LogCapture gets them. Outside of any
-// LogCapture lines are dropped, or go to standard error when ZEB_TEST_LOG is in the environment. What console
-// mode prints is for OutputCapture.
+// as [0xcffd****]. Outside of any LogCapture lines are dropped, or go to standard error when ZEB_TEST_LOG is
+// in the environment. What console mode prints is for OutputCapture.
+//
+// Threads    lines of all threads are kept; any may read them
+// Nesting    the innermost one gets the lines; destroy in the reverse order
+// Waits      Await() alone, for 2 real seconds at most, whatever a Clock says
 #pragma once
 
 #include <string>

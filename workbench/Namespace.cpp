@@ -60,7 +60,7 @@ Namespace::Namespace(int kinds)
     folder_ = open(".", O_PATH | O_CLOEXEC);
     if ((kinds & MOUNT) != 0) {
         Step(unshare(CLONE_NEWNS) == 0, "unshare mounts", "");
-        Step(mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "make private", "/");
+        Step(mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) == 0, "make private", "/");
     }
     if ((kinds & NET) != 0) {
         Step(unshare(CLONE_NEWNET) == 0, "unshare network", "");
@@ -97,8 +97,7 @@ bool Namespace::SmallDisk(std::string const& path, unsigned long bytes) {
 
 bool Namespace::Bind(std::string const& source, std::string const& target) {
     Workbench::Own const own;
-    return Step(mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0, "bind",
-                target);
+    return Step(mount(source.c_str(), target.c_str(), "", MS_BIND | MS_REC, nullptr) == 0, "bind", target);
 }
 
 bool Namespace::PrivateDev() {
@@ -117,7 +116,7 @@ bool Namespace::PrivateDev() {
     }
     symlink("pts/ptmx", (fresh + "/ptmx").c_str());
     symlink("/proc/self/fd", (fresh + "/fd").c_str());
-    return Step(mount(fresh.c_str(), "/dev", nullptr, MS_MOVE, nullptr) == 0, "move to", "/dev");
+    return Step(mount(fresh.c_str(), "/dev", "", MS_MOVE, nullptr) == 0, "move to", "/dev");
 }
 
 DevLog::DevLog(Namespace& space)

@@ -5,6 +5,10 @@
 //     Namespace space(Namespace::MOUNT | Namespace::NET); // loopback is up
 //     space.SmallDisk(dir.Path(), 65536);                 // ENOSPC soon
 //     DevLog log(space);                                  // /dev/log of our own
+//
+// Threads    the calling one and those that it starts afterwards; make and destroy it on the same thread
+// Destroy    leaves the view; threads that were started inside stay in it, and keep what is mounted there
+// Failure    a step that fails also fails the test, in words; Good() tells
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
-// A folder for one test, empty at first, removed with all that is in it at the end.
+// A folder for one test, empty at first, removed with all that is in it at the end. It lies in TMPDIR, or in
+// /tmp. What cannot be written or removed fails the test; a folder that cannot be made ends the program.
 #pragma once
 
 #include <string>

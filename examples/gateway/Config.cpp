@@ -65,8 +65,10 @@ bool ReadText(CString const& path, Io::StringStream& text, StringAccumulator& er
     error << "unable to read: ";
     if (file.SysError() != 0) {
         error << ErrorString(file.SysError());
+    } else if (file.Ok() && text.CurrentState() == Io::Stateful::STATE_FAILED) {
+        error << "too large";
     } else {
-        error << (file.Ok() ? "too large" : file.ErrorString());
+        error << "out of memory";
     }
     return false;
 }

@@ -74,7 +74,7 @@ TEST(PoolReserve, GivesOneRegionWithinItsLimits) {
         {2048, 2048}, {2049, PoolBase::REGION_MIN}, {300000, 300000}, {3UL << 20, MAX}, {~0UL, MAX}};
     // clang-format on
     for (auto const& [asked, left] : rows)
-        OnFreshThread([&](Heap const&) {
+        OnFreshThread([asked = asked, left = left](Heap const&) {
             Calls const calls;
             Pool<2048> pool;
             EXPECT_TRUE(pool.Reserve(asked) && pool.Left() >= left && pool.Left() < left + 2 * PAGE) << asked;

@@ -308,7 +308,8 @@ TEST(EventCatalogue, KeepsWhatAnEventIsMadeOfAndCopiesIt) {
         EXPECT_EQ(Body(*clone), Body(*event));
         EXPECT_EQ(clone->RaiseTime(), event->RaiseTime());
         EXPECT_NE(clone->RaiseTime(), Time::Span());
-        EXPECT_EQ(typeid(*clone.get()), typeid(*event.get()));
+        Base const &made = *event, &copied = *clone;
+        EXPECT_EQ(typeid(copied), typeid(made));
     }
 }
 

@@ -242,7 +242,7 @@ TEST(RrdDb, AnswersAsDocuments) {
         EXPECT_TRUE(Db::ParseModifiers(modifier, hasTimes ? queryTs.c_str() : "", lastT, lastTs).Succeeded());
         EXPECT_EQ(modifier.IsSetTailing(), hasTimes);
         if (level == 4) modifier.SetIntegerTime();
-        ForEveryAllocation([&](Heap& heap) {
+        ForEveryAllocation([&, level = level, count = count, text = text](Heap& heap) {
             Document document;
             document.AllocateString(std::string(2000, 'x').c_str(), 0);
             heap.Arm();

@@ -18,19 +18,19 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <gmock/gmock.h>
+
 namespace {
 
 TEST(ChildTest, TellsHowAProcessEnded) {
     EXPECT_EQ(Child::Run([] { raise(SIGTERM); }).Signal(), SIGTERM);
     Child const plain = Child::Run([] {
-        printf("out");
-        fprintf(stderr, "err");
+        printf("out"), fprintf(stderr, "err");
         return 7;
     });
     EXPECT_EQ(plain.ExitCode(), 7);
     EXPECT_EQ(plain.Output() + plain.Errors(), "outerr");
-    Child const late = Child::Run([] { pause(); }, 20);
-    EXPECT_TRUE(late.TimedOut()) << late;
+    EXPECT_TRUE(Child::Run([] { pause(); }, 20).TimedOut());
     // Of another thread, since a failure of this one would not be seen in the child either.
     EXPECT_THAT_FAILS(Child::Run([] { std::thread([] { EXPECT_EQ(1, 2); }).join(); }), "failed in a child");
 }
@@ -62,10 +62,7 @@ TEST(NamespaceTest, LoopbackOfItsOwnIsUp) {
     ZEB_NEED_ROOT();
     Namespace space(Namespace::NET);
     int const fd = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(1);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address = {AF_INET, htons(1), {htonl(INADDR_LOOPBACK)}, {}};
     EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
     EXPECT_EQ(sendto(fd, "x", 1, 0, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 1);
     close(fd);
@@ -79,9 +76,7 @@ TEST(NamespaceTest, AnOwnSystemLogTakesRealLines) {
         RealSyslog const real;
         openlog("me", LOG_NDELAY, LOG_USER);
         syslog(LOG_ERR, "%s: %d", "A", 5);
-        std::string const line = log.Next();
-        EXPECT_EQ(line.rfind("<11>", 0), 0u) << line;
-        EXPECT_NE(line.find("me: A: 5"), std::string::npos) << line;
+        EXPECT_THAT(log.Next(), testing::AllOf(testing::StartsWith("<11>"), testing::HasSubstr("me: A: 5")));
         EXPECT_EQ(access("/dev/null", W_OK), 0);
     });
     EXPECT_EQ(child.ExitCode(), 0) << child;
@@ -90,7 +85,8 @@ TEST(NamespaceTest, AnOwnSystemLogTakesRealLines) {
 TEST(FeedTest, GivesManyCutsAndNamesTheOneThatFails) {
     std::set<std::size_t> counts;
     ForEveryFeed("The quick brown fox", [&](FeedT const& pieces) { counts.insert(pieces.size()); });
-    EXPECT_TRUE(counts.count(1) == 1 && counts.count(19) == 1 && counts.count(10) == 1);
+    for (std::size_t const pieces : {1, 10, 19})
+        EXPECT_EQ(counts.count(pieces), 1u) << pieces;
     EXPECT_THAT_FAILS(ForEveryFeed("ab", [](FeedT const& pieces) { EXPECT_EQ(pieces.size(), 1u); }),
                       "fed by 1");
 }

@@ -6,11 +6,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string>
 #include <thread>
-#include <vector>
+#include <tuple>
+#include <utility>
 
 #include <sys/mman.h>
 #include <syslog.h>
@@ -33,6 +33,7 @@ struct alignas(64) Aligned {
     char data[64];
 };
 
+// clang-format off
 struct {
     char const* name;
     void* (*take)();
@@ -41,25 +42,14 @@ struct {
     {"malloc", [] { return malloc(10); }, free},
     {"calloc", [] { return calloc(2, 5); }, free},
     {"realloc", [] { return realloc(nullptr, 10); }, free},
-    {"posix_memalign",
-     []() -> void* {
-         void* block = nullptr;
-         return posix_memalign(&block, 64, 100) == 0 ? block : nullptr;
-     },
-     free},
-    {"new", []() -> void* { return new (std::nothrow) int; },
-     [](void* block) { delete static_cast<int*>(block); }},
-    {"new[]", []() -> void* { return new (std::nothrow) char[9]; },
-     [](void* block) { delete[] static_cast<char*>(block); }},
-    {"aligned new", []() -> void* { return new (std::nothrow) Aligned; },
-     [](void* block) { delete static_cast<Aligned*>(block); }},
-    {"mmap",
-     []() -> void* {
-         void* const block = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-         return block == MAP_FAILED ? nullptr : block;
-     },
-     [](void* block) { munmap(block, 4096); }},
+    {"posix_memalign", [] { void* block = nullptr; return posix_memalign(&block, 64, 100) == 0 ? block : nullptr; }, free},
+    {"new", []() -> void* { return new (std::nothrow) int; }, [](void* block) { delete static_cast<int*>(block); }},
+    {"new[]", []() -> void* { return new (std::nothrow) char[9]; }, [](void* block) { delete[] static_cast<char*>(block); }},
+    {"aligned new", []() -> void* { return new (std::nothrow) Aligned; }, [](void* block) { delete static_cast<Aligned*>(block); }},
+    {"mmap", [] { void* const block = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+                  return block == MAP_FAILED ? nullptr : block; }, [](void* block) { munmap(block, 4096); }},
 };
+// clang-format on
 
 TEST(HeapTest, FailsCountsAndReleasesEveryKindOfAllocation) {
     for (auto const& row : ROWS) {
@@ -74,13 +64,10 @@ TEST(HeapTest, FailsCountsAndReleasesEveryKindOfAllocation) {
         void* const third = Kept(row.take());
         heap.Disarm();
         EXPECT_TRUE(unarmed != nullptr && first != nullptr && second == nullptr && third != nullptr);
-        EXPECT_EQ(heap.Calls(), 3u);
-        EXPECT_EQ(heap.Failures(), 1u);
-        EXPECT_EQ(heap.Live(), 3u);
+        EXPECT_EQ(std::tuple(heap.Calls(), heap.Failures(), heap.Live()), std::tuple(3u, 1u, 3u));
         for (void* const block : {unarmed, first, third})
             row.release(block);
-        EXPECT_EQ(heap.Live(), 0u) << heap.Describe();
-        EXPECT_EQ(heap.LiveBytes(), 0u);
+        EXPECT_EQ(heap.Live() + heap.LiveBytes(), 0u) << heap.Describe();
     }
     sink = nullptr;
 }
@@ -88,10 +75,8 @@ TEST(HeapTest, FailsCountsAndReleasesEveryKindOfAllocation) {
 TEST(HeapTest, FailsForeverAndForOtherThreadsOnRequest) {
     Heap heap(1, Heap::ModeT::FOREVER, Heap::ScopeT::PROCESS);
     heap.Arm();
-    bool failed = false;
-    std::thread([&] { failed = Kept(malloc(1)) == nullptr && Kept(malloc(1)) == nullptr; }).join();
+    std::thread([] { EXPECT_TRUE(Kept(malloc(1)) == nullptr && Kept(malloc(1)) == nullptr); }).join();
     heap.Disarm();
-    EXPECT_TRUE(failed);
     Heap mine(1);
     mine.Arm();
     void* theirs = nullptr;
@@ -116,14 +101,14 @@ TEST(HeapTest, ReallocMovesKeepsTheTextAndLeavesTheOldBlockOnFailure) {
     EXPECT_STREQ(moved, "abc");
     EXPECT_EQ(moved[5], static_cast<char>(0xA5));
     EXPECT_EQ(heap.Live(), 1u);
-    bool wiped = false;
+    std::string released;
     heap.OnRelease(
-        [&](void const* data, std::size_t size) { wiped = size == 6 && memcmp(data, "\0\0\0\0\0", 6) == 0; });
+        [&](void const* data, std::size_t size) { released.assign(static_cast<char const*>(data), size); });
     CRYPTO_clear_free(sink, 6, "", 0);
-    EXPECT_TRUE(wiped);
+    EXPECT_EQ(released, std::string(6, '\0')) << "is wiped";
 }
 
-std::vector<void*> leaked;
+void* leaked = nullptr;
 
 // Two blocks, the second of which may fail; `bug` says what is wrong with it.
 void Sweep(char bug) {
@@ -133,13 +118,10 @@ void Sweep(char bug) {
         void* const b = a == nullptr ? nullptr : malloc(1);
         heap.Disarm();
         EXPECT_EQ(b != nullptr || bug == 'r', !heap.Fired());
-        bool const leaks = bug == 'l' && b == nullptr;
-        leaks ? leaked.push_back(a) : free(a);
+        bug == 'l' && b == nullptr ? void(leaked = a) : free(a);
         free(b);
     });
-    for (void* const block : leaked)
-        free(block);
-    leaked.clear();
+    free(std::exchange(leaked, nullptr));
 }
 
 TEST(HeapTest, ASweepPassesWhenRightAndFailsOnLeaksOnWrongResultsAndOnNothing) {
@@ -155,8 +137,7 @@ TEST(HeapTest, AFootprintSeesWatchedAllocationsOnly) {
     EXPECT_EQ(footprint.Allocations() + footprint.SystemCalls(), 0u);
     free(Kept(malloc(1)));
     munmap(mmap(nullptr, 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0), 1);
-    EXPECT_EQ(footprint.Allocations(), 2u);
-    EXPECT_EQ(footprint.SystemCalls(), 2u);
+    EXPECT_EQ(std::pair(footprint.Allocations(), footprint.SystemCalls()), std::pair(2ul, 2ul));
 }
 
 TEST(LogCaptureTest, KeepsLinesOfAllThreadsWithLetterAndIdent) {
