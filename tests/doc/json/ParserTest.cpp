@@ -60,28 +60,23 @@ TEST(JsonParser, RefusesWithTheCodeOfTheFaultAndItsWords) {
 }
 
 TEST(JsonParser, SaysWhereAndWhyATextIsRefused) {
-    struct {
-        std::string_view text;
-        unsigned long offset, line, column;
-        CString words;
-        // clang-format off
-    } const rows[] = {
+    // clang-format off
+    std::tuple<std::string_view, unsigned long, unsigned long, unsigned long, CString> const rows[] = {
         {"", 0, 1, 1, "an empty text"}, {"\n\n  x", 4, 3, 3, "neither an object nor an array"},
         {"[1,\r\n 2,\r\n]", 10, 3, 1, "neither a comma nor the end of the array"},
         {"{\"n\xC3\xA9\xE2\x82\xAC\": 01}", 11, 1, 9, "a number with a leading zero"},
         {"{}\n,", 3, 2, 1, "text behind the end"}, {"[\"a\nb\"]", 3, 1, 4, "a control character in a string"},
     };
     // clang-format on
-    for (auto const& row : rows) {
+    for (auto const& [text, offset, line, column, words] : rows) {
         Document doc;
         Json::FaultT fault;
-        EXPECT_TRUE(doc.Parse(View(row.text), Document::PARSE_CONTAINER, &fault).Failed()) << row.text;
-        EXPECT_EQ((std::vector{fault.offset, fault.line, fault.column}),
-                  (std::vector{row.offset, row.line, row.column}))
-            << row.text;
-        EXPECT_EQ(fault.words, row.words) << fault.words.Cstr();
+        EXPECT_TRUE(doc.Parse(View(text), Document::PARSE_CONTAINER, &fault).Failed()) << text;
+        EXPECT_EQ((std::vector{fault.offset, fault.line, fault.column}), (std::vector{offset, line, column}))
+            << text;
+        EXPECT_EQ(fault.words, words) << fault.words.Cstr();
         EXPECT_TRUE(doc.Parse(CBuffer("[]", 2), Document::PARSE_ANY, &fault).Succeeded());
-        EXPECT_EQ(fault.offset, row.offset) << "left alone";
+        EXPECT_EQ(fault.offset, offset) << "left alone";
     }
 }
 

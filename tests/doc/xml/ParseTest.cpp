@@ -12,12 +12,8 @@ constexpr unsigned NO_DATA = 1, NO_VALUES = 2, NO_ENTITIES = 8, NO_UTF8 = 16, DE
 constexpr unsigned DOCTYPE = 128, PIS = 256, CLOSING = 512, TRIM = 1024, NORMALIZE = 2048;
 
 TEST(XmlParse, ReadsTexts) {
-    struct {
-        char const* text;
-        unsigned flags;
-        char const* tree;
-        // clang-format off
-    } const rows[] = {
+    // clang-format off
+    std::tuple<char const*, unsigned, char const*> const rows[] = {
         {" \r\n\t<a></a> ", 0, "DOC(E:a)"}, {"<a><b/>2<c/>3</a>", 0, "DOC(E:a=2(E:b D=2 E:c D=3))"},
         {"<a>1<b/>2</a>", NO_DATA, "DOC(E:a=1(E:b))"}, {"<a>1<b/>2</a>", NO_VALUES, "DOC(E:a(D=1 E:b D=2))"},
         {"<a >1</a\n>", CLOSING, "DOC(E:a=1(D=1))"}, {"<a>1</b>", 0, "DOC(E:a=1(D=1))"},
@@ -63,18 +59,18 @@ TEST(XmlParse, ReadsTexts) {
     };
     // clang-format on
     LogCapture log;
-    for (auto const& row : rows) {
+    for (auto const& [written, flags, tree] : rows) {
         // In front blanks that move the text against the blocks of the scan, behind it those that complete
         // them.
         for (unsigned lead = 0; lead < 17; ++lead) {
-            std::string const text = std::string(row.text[0] == '\xEF' ? 0 : lead, ' ') + row.text;
-            Parsed const parsed(text, row.flags);
-            Parsed const longer(text + std::string(40, '\n'), row.flags);
-            ASSERT_EQ(parsed.code == 0x00370001U, row.tree != nullptr) << text;
+            std::string const text = std::string(written[0] == '\xEF' ? 0 : lead, ' ') + written;
+            Parsed const parsed(text, flags);
+            Parsed const longer(text + std::string(40, '\n'), flags);
+            ASSERT_EQ(parsed.code == 0x00370001U, tree != nullptr) << text;
             ASSERT_EQ(longer.code.Code(), parsed.code.Code()) << text;
-            if (row.tree == nullptr) continue;
-            ASSERT_EQ(parsed.Tree(), row.tree) << text;
-            ASSERT_EQ(longer.Tree(), row.tree) << text;
+            if (tree == nullptr) continue;
+            ASSERT_EQ(parsed.Tree(), tree) << text;
+            ASSERT_EQ(longer.Tree(), tree) << text;
         }
     }
     EXPECT_EQ(Text(Parsed("<a>1&#0;2&#;</a>").First().Value()), std::string("1\0002\0", 4));
@@ -83,13 +79,8 @@ TEST(XmlParse, ReadsTexts) {
 }
 
 TEST(XmlParse, RefusesTextsWithACodeAndALine) {
-    struct {
-        unsigned code;
-        char const* message;
-        unsigned flags;
-        std::vector<std::string> texts;
-        // clang-format off
-    } const rows[] = {
+    // clang-format off
+    std::tuple<unsigned, char const*, unsigned, std::vector<std::string>> const rows[] = {
         {1, "invalid numeric character entity", NORMALIZE | TRIM, {"<a>&#x110000;</a>", "<a b='&#1114112;'/>"}},
         {2, "unexpected end of stream", 0, {"<a>", "<a>x", "<a><b></b>"}},
         {2, "unexpected end of a stream", COMMENTS, {"<a><!-- --", "<!-->", "<!DOCTYPE a [ >"}},
@@ -106,15 +97,15 @@ TEST(XmlParse, RefusesTextsWithACodeAndALine) {
         {14, "empty document", 0, {"", " \r\n\t"}},
     };
     // clang-format on
-    for (auto const& row : rows) {
-        for (std::string const& text : row.texts) {
+    for (auto const& [code, message, flags, texts] : rows) {
+        for (std::string const& text : texts) {
             LogCapture log;
             for (Log::VerboseT const verbose : {Log::VERBOSE_ON, Log::VERBOSE_OFF}) {
-                Parsed const parsed((row.code == 14 ? "" : "<z/> ") + text, row.flags, verbose);
-                EXPECT_EQ(parsed.code.Code(), 0x80370000U + row.code) << text;
-                EXPECT_EQ(parsed.Tree(), row.code == 14 ? "DOC" : "DOC(E:z)") << text;
+                Parsed const parsed((code == 14 ? "" : "<z/> ") + text, flags, verbose);
+                EXPECT_EQ(parsed.code.Code(), 0x80370000U + code) << text;
+                EXPECT_EQ(parsed.Tree(), code == 14 ? "DOC" : "DOC(E:z)") << text;
             }
-            EXPECT_EQ(log.Take(), LinesT{std::string("E Xml::Document: ") + row.message + "."}) << text;
+            EXPECT_EQ(log.Take(), LinesT{std::string("E Xml::Document: ") + message + "."}) << text;
         }
     }
 }

@@ -7,12 +7,8 @@ constexpr unsigned ALL_NODES = 32 | 64 | 128 | 256;
 constexpr unsigned FORMATTED = 0, COMPACT = 1, ASCII = 2, CRLF = 4, NO_EMPTY_TAG = 8;
 
 TEST(XmlPrint, LaysOutEveryKindOfNode) {
-    struct {
-        char const* text;
-        unsigned flags;
-        char const* printed;
-        // clang-format off
-    } const rows[] = {
+    // clang-format off
+    std::tuple<char const*, unsigned, char const*> const rows[] = {
         {"<x/>", FORMATTED, "<x/>\n\n"}, {"<x/>", NO_EMPTY_TAG, "<x></x>\n\n"}, {"<x/>", CRLF, "<x/>\r\n\r\n"},
         {"<x/>", COMPACT | CRLF | NO_EMPTY_TAG, "<x></x>"},
         {"<x>1<!--c--></x>", FORMATTED, "<x>\n    1\n    <!--c-->\n</x>\n\n"},
@@ -23,10 +19,10 @@ TEST(XmlPrint, LaysOutEveryKindOfNode) {
         {"<a><b><c>1</c></b></a>", CRLF, "<a>\r\n    <b>\r\n        <c>1</c>\r\n    </b>\r\n</a>\r\n\r\n"},
     };
     // clang-format on
-    for (auto const& row : rows) {
-        Parsed const parsed(row.text, ALL_NODES);
+    for (auto const& [text, flags, printed] : rows) {
+        Parsed const parsed(text, ALL_NODES);
         for (unsigned long const block : {1, 2, 7, 13, 128, 4096})
-            EXPECT_EQ(Printed(parsed.document, row.flags, 0, block), row.printed) << block;
+            EXPECT_EQ(Printed(parsed.document, flags, 0, block), printed) << block;
     }
     Parsed const parsed("<a><b/></a>");
     EXPECT_EQ(Printed(*parsed.document.FirstNode(), FORMATTED, 2),
@@ -47,12 +43,9 @@ TEST(XmlPrint, PrintsWhatATreeMayHoldBesides) {
 }
 
 TEST(XmlPrint, EscapesTextsAndChoosesQuotes) {
-    struct {
-        char const* value;
-        char const* text;      // in an element
-        char const* attribute; // behind "a="
-        // clang-format off
-    } const rows[] = {
+    // A value, its form in an element, and behind "a=".
+    // clang-format off
+    std::tuple<char const*, char const*, char const*> const rows[] = {
         {"plain", "plain", "\"plain\""}, {"a<b>c&d", "a&lt;b&gt;c&amp;d", "\"a&lt;b&gt;c&amp;d\""},
         {"it's", "it&apos;s", "\"it's\""}, {"say \"x\" & go", "say &quot;x&quot; &amp; go", "'say \"x\" &amp; go'"},
         {"'\"", "&apos;&quot;", "\"&apos;&quot;\""}, {"\t\n\r\x7F", "\t\n\r\x7F", "\"\t\n\r\x7F\""},
@@ -60,23 +53,20 @@ TEST(XmlPrint, EscapesTextsAndChoosesQuotes) {
          "\"0123456789abcde&lt;0123456789abcdef&gt;\""},
     };
     // clang-format on
-    for (auto const& row : rows) {
+    for (auto const& [value, text, attribute] : rows) {
         Document document;
-        document.AppendElement("e", row.value)->AppendAttribute("a", row.value);
+        document.AppendElement("e", value)->AppendAttribute("a", value);
         for (unsigned long const block : {1, 5, 128})
             EXPECT_EQ(Printed(document, COMPACT, 0, block),
-                      std::string("<e a=") + row.attribute + ">" + row.text + "</e>");
+                      std::string("<e a=") + attribute + ">" + text + "</e>");
     }
 }
 
 TEST(XmlPrint, RepairsCodePoints) {
+    // A value, its printed form, and that in ASCII.
     std::string const bad = "\xEF\xBF\xBD";
-    struct {
-        std::string value;
-        std::string printed;
-        char const* ascii;
-        // clang-format off
-    } const rows[] = {
+    // clang-format off
+    std::tuple<std::string, std::string, char const*> const rows[] = {
         {"\xC3\xA9", "\xC3\xA9", "&#xe9;"}, {"\xE2\x82\xAC", "\xE2\x82\xAC", "&#x20ac;"},
         {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80", "&#x01f600;"}, {"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF", "&#x10ffff;"},
         {"\xED\xA0\x80", "\xED\xA0\x80", "&#xd800;"}, // surrogates pass
@@ -90,14 +80,14 @@ TEST(XmlPrint, RepairsCodePoints) {
         {"\xF4\x90\x80\x80z", bad + "z", "&#xfffd;z"}, {"\xF1\x80\x80yz", bad + "yz", "&#xfffd;yz"},
     };
     // clang-format on
-    for (auto const& row : rows) {
+    for (auto const& [value, printed, ascii] : rows) {
         Document document;
-        document.AppendElement("e", View(row.value));
-        EXPECT_EQ(Printed(document), "<e>" + row.printed + "</e>");
-        EXPECT_EQ(Printed(document, COMPACT | ASCII), std::string("<e>") + row.ascii + "</e>");
+        document.AppendElement("e", View(value));
+        EXPECT_EQ(Printed(document), "<e>" + printed + "</e>");
+        EXPECT_EQ(Printed(document, COMPACT | ASCII), std::string("<e>") + ascii + "</e>");
         document.Clear();
-        document.AppendNode(document.AllocateNode(Node::COMMENT, CString(), View(row.value)));
-        EXPECT_EQ(Printed(document, COMPACT | ASCII), "<!--" + row.printed + "-->");
+        document.AppendNode(document.AllocateNode(Node::COMMENT, CString(), View(value)));
+        EXPECT_EQ(Printed(document, COMPACT | ASCII), "<!--" + printed + "-->");
     }
 }
 

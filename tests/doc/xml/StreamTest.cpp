@@ -87,12 +87,8 @@ TEST(XmlStream, GivesBackRandomTrees) {
 TEST(XmlStream, RefusesByState) {
     LogCapture log;
     std::string const root = "\0\0\0\0\0\0\0\0\0"_bytes;
-    struct {
-        std::string bytes;
-        unsigned long limit;
-        Stateful::StateT state;
-        // clang-format off
-    } const rows[] = {
+    // clang-format off
+    std::tuple<std::string, unsigned long, Stateful::StateT> const rows[] = {
         {SAMPLE, 0, Stateful::STATE_TRUNCATED},
         {"\1\0\0\0\1a\0\0\0\0\xC0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},      // another type
         {"\x40\0\0\0\0\0\0\0\0\xC0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},     // a root is a child
@@ -103,11 +99,11 @@ TEST(XmlStream, RefusesByState) {
         {root + "\1\0\0\0\x5Bz"_bytes, 104, Stateful::STATE_TRUNCATED}, {SAMPLE.substr(0, 12), NO_LIMIT, Stateful::STATE_EOS},
     };
     // clang-format on
-    for (auto const& row : rows) {
+    for (auto const& [bytes, limit, state] : rows) {
         Document document;
-        Input input(row.bytes);
-        EXPECT_FALSE(Xml::Stream::Read(input.stream, document, row.limit));
-        EXPECT_EQ(input.stream.CurrentState(), row.state) << testing::PrintToString(row.bytes);
+        Input input(bytes);
+        EXPECT_FALSE(Xml::Stream::Read(input.stream, document, limit));
+        EXPECT_EQ(input.stream.CurrentState(), state) << testing::PrintToString(bytes);
     }
     for (unsigned long size = 1; size < SAMPLE.size(); ++size) {
         Document document;
