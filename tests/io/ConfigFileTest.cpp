@@ -20,8 +20,11 @@ TEST_F(ConfigFileTest, ReplacesTheTargetOnCloseAlone) {
     }
     EXPECT_EQ(dir.List() + dir.Read("target"), "targetold");
     for (unsigned long const block : {16UL, 5000UL}) {
+        Calls const calls;
         Io::ConfigFile file(path.c_str(), Io::EOL_CRLF, block);
         file.Width(2000) << "new" << Io::Endl;
+        EXPECT_TRUE(block == 16 || file.OutBuffer().SysFlush()); // to the disk, when that is asked for
+        EXPECT_EQ(calls.Count(SysCall::fsync), block == 16 ? 0u : 1u);
         EXPECT_TRUE(file.Close() && dir.List() == "target" && dir.Read("target").size() == 2002);
         EXPECT_FALSE(file.Close() || file.Ok()); // runs once
     }
