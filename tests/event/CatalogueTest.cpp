@@ -59,14 +59,13 @@ std::string Shown(Network::TrafficSelector const& selector) {
            std::to_string(selector.PortStart()) + "-" + std::to_string(selector.PortEnd());
 }
 
-// A number for a parameter of any type. An unsigned one gets its top bit too, and is shown with the letter of its
-// width: what is narrower on the way loses it.
+// A number for a parameter of any type. An unsigned one gets its top bit too, and is shown with the letter of
+// its width: what is narrower on the way loses it.
 struct Number {
     unsigned long value;
 
     template<typename T>
-        requires(std::is_enum_v<T> || std::is_integral_v<T>)
-    operator T() const {
+    requires(std::is_enum_v<T> || std::is_integral_v<T>) operator T() const {
         return static_cast<T>(std::is_unsigned_v<T> ? value | 1ul << (8 * sizeof(T) - 1) : value);
     }
 };
@@ -173,9 +172,11 @@ void Of(char const* shown, ShowT show, ArgumentsT... arguments) {
 }
 template<class... EventsT, typename... ArgumentsT>
 void Bare(ArgumentsT... arguments) {
-    Of<EventsT...>("", [](auto&) { return std::string(); }, arguments...);
+    Of<EventsT...>(
+        "", [](auto&) { return std::string(); }, arguments...);
 }
 
+// clang-format off
 // What several rows of a class show.
 auto const dhcpLease = FIELDS(Action, HostName, DeviceName, ModeName, InterfaceId, Ip, Mac, Via, Expires);
 auto const ipSecure = FIELDS(Action, IkeProtocol, Mode, UniqueName, RemoteEndpointId, RemoteEndpoint, LocalEndpoint,
@@ -326,6 +327,7 @@ std::vector<Row> const& Catalogue() {
     Of<ZessNotify>("|||1", zessNotify, "h", nullptr, ZessNotify::HTTPS);
     return rows;
 }
+// clang-format on
 
 TEST(EventCatalogue, KeepsWhatAnEventIsMadeOfAndCopiesIt) {
     std::set<std::string> idents;
@@ -402,7 +404,8 @@ TEST(EventCatalogue, PrintsThePayloadOfPublicEvents) {
                           " known-host=h" + mac + " entry-id=7", Neighbour::ActionT(k), Neighbour::UpdateT(i),
                           Neighbour::AddressT(n), "h", Mac(1), 7ul);
         Prints<Schedule>(std::string("name=n action=") + points[i] + " elapsed=1.500000 type=" +
-                         (n == 1 ? "user-defined" : "built-in"), "n", Schedule::ActionT(i), Time::Span(1, 500), Schedule::TypeT(n));
+                         (n == 1 ? "user-defined" : "built-in"), "n", Schedule::ActionT(i), Time::Span(1, 500),
+                         Schedule::TypeT(n));
         Prints<CloudReady>(std::string("transport=") + transports[n], CloudReady::TransportT(n));
         Prints<IpWan>(std::string("id=i name=n system-name=s system-index=4000000000 state=") + (n == 1 ? "up" : "down") +
                       " order=5 current-id=ci current-name=cn current-system-name=cs current-system-index=6"
@@ -410,7 +413,7 @@ TEST(EventCatalogue, PrintsThePayloadOfPublicEvents) {
                       "i", "n", "s", 4000000000u, IpWan::StateT(n), 5ul, "ci", "cn", "cs", 6u, ~0ul, Ip(1), Ip(2));
         Prints<FailSafeState>(i % 2 ? "on=yes" : "on=no", i % 2 != 0);
     }
-    Prints<AuditLog>("action=AUTH_OPEN user=u agent=a address=1.1.1.1 session=s", AuditLog::ActionT(0), "u", "a", "1.1.1.1", "s", "");
+    Prints<AuditLog>("action=AUTH_OPEN user=u agent=a address=h session=s", AuditLog::ActionT(0), "u", "a", "h", "s", "");
     Prints<ConfigurationSaved>("");
     Prints<Heartbeat>("");
     Prints<UpdatesAvailable>("");

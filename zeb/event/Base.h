@@ -1,13 +1,14 @@
 #pragma once
 
 // Event::Base: what all events are: a typed message, raised once and then constant. The type is the text that
-// Ident() gives, "Event::Type::" and the name of the class; subscriptions go by it.
+// Ident() gives, "Event::Type::" and the name of the class; subscriptions go by it. Fields.h shows how a
+// class of one's own is written.
 //
-// An event holds its payload by value. A constructor that could not copy a part of it leaves Initialized()
-// false, and such an event is refused when it is raised. Once raised an event belongs to the bus, whose
-// thread destroys it.
-//
-// One thread at a time until it is raised; then the thread of the bus alone.
+// Owns       its payload, by value: it outlives the raise. Once raised an event belongs to the bus
+// Threads    one at a time until it is raised; then that of the bus alone, which destroys it too
+// Callback   a destructor does nothing with the bus, and takes no lock under which the bus is used
+// Memory     a constructor that could not copy a part of the payload leaves Initialized() false, and so does
+//            every copy of such an event: it is refused when it is raised
 
 #include "zeb/core/AutoPtr.h"
 #include "zeb/core/CString.h"
@@ -52,7 +53,8 @@ public:
     // On the monotonic clock; zero before the event was raised.
     Time::Span const& RaiseTime() const { return raiseTime_; }
 
-    // A copy with its raise time, not with its delegate or order. Null, logged, if memory ran out.
+    // A copy with its raise time, not with its delegate or order. Null, logged, if memory ran out, here or
+    // when this event was made.
     [[nodiscard]] Base* Clone() const;
 
     // Appends an element "event" with the class, the raise time and the payload. Public events only. False,

@@ -20,8 +20,10 @@
 //         Fields<String, String> fields_;
 //     };
 //
-// An event owns all of its payload, and clients do not change it once it is raised. The copy of a text, a map
-// or a list can fail; the event then says so by Initialized().
+// A text is taken as CString and kept as String; a map, a list or a document is copied by its Assign(); every
+// other value is kept as it is, and its parameter has the type of the field: nothing is converted on its way
+// in. The copy of a text, a map or a list can fail; the event then says so by Initialized(). At<N>() is the
+// field of that place.
 
 #include "zeb/event/Base.h"
 

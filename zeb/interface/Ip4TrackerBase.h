@@ -10,7 +10,7 @@
 //       ...
 //   };
 //
-// See Tracker.h for order, failure and threads.
+// See Tracker.h for order, owners, threads and failure, and for the events of both families.
 
 #include "zeb/interface/InterfaceRecord.h"
 #include "zeb/interface/Tracker.h"
@@ -46,9 +46,13 @@ public:
         : Tracker_(ident) {}
     ~Ip4TrackerBase() override;
 
-    // The interface "Loopback" with 127.0.0.1 and that level.
+    // The interface "Loopback" with 127.0.0.1 and that level, of which no event tells. True when it is new or
+    // something changed.
     bool AddLoopback(SecurityLevelT level);
 
+    // Sets the global priority and the name, and then by type and action: a PRIMARY that is SET is the
+    // primary address, and any other action clears it; an alias is added by SET and removed by REMOVED. Any
+    // other action gives false, although priority and name are set.
     bool OnIfIp4Changed(Event::IfIp4Changed const& event);
 
     // Zero, and none, for an unknown id.

@@ -39,9 +39,13 @@ public:
         : Tracker_(ident) {}
     ~Ip6TrackerBase() override;
 
-    // The interface "Loopback" with ::1 and that level.
+    // The interface "Loopback" with ::1 and that level, of which no event tells. True when it is new or the
+    // level changed.
     bool AddLoopback(SecurityLevelT level);
 
+    // Sets the global priority and the name, and then: a link-local address is stored whatever the action is;
+    // any other is added by ADDED and UPDATED, and removed by REMOVED. Any other action gives false, although
+    // priority and name are set.
     bool OnIfIp6Changed(Event::IfIp6Changed const& event);
 
     // Zero, and none, for an unknown id.

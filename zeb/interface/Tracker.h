@@ -4,12 +4,16 @@
 // which follows the events of the interface manager. Use Ip4TrackerBase or Ip6TrackerBase.
 //
 // Events may come late, after the interface was destroyed and created anew under its id. Each event carries
-// the time of creation of the incarnation that it speaks of; one that is older than what the tracker knows is
-// dropped.
+// the time of creation of the life that it speaks of. One of an earlier life than the tracker knows is
+// dropped, and so is one that was raised before that life began. An event for an id without a record makes
+// one, with the names of the event.
 //
-// Operations on events give true when the table changed. Memory that ran out is logged, and gives false. A
-// tracker has no thread, subscription or lock: the deriving class has them, and holds its lock around all
-// calls.
+// Owns       the records; what a query gives lives until the next event that the tracker takes
+// Threads    none, no subscription and no lock: the deriving class has them, and holds its lock around all
+//            calls
+// Waits      for nothing
+// Memory     taken for a new record, a longer name and further addresses. What ran out is logged and gives
+//            false; what the event had set before stays, and a record that it made. Later events mend it
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Export.h"
@@ -42,10 +46,20 @@ public:
     // Whether a query for an interface that is not known is logged. Off at first.
     void SetDebug(DebugT debug) { flags_ = debug == DEBUG_ON ? flags_ | DEBUG_ : flags_ & ~DEBUG_; }
 
+    // True when the record is new or a value in it is another one. False: nothing changed; the event was
+    // dropped; memory ran out. Of each interface that the event names:
+
+    // Removes the record, unless it is of a later life.
     bool OnIfDestroyed(Event::IfDestroyed const& event);
+    // Sets the global priority and the name.
     bool OnIfGlobalChanged(Event::IfGlobalChanged const& event);
+    // Sets the security level and the name.
     bool OnIfPrivateChanged(Event::IfPrivateChanged const& event);
+    // Sets the name.
     bool OnIfNameChanged(Event::IfNameChanged const& event);
+    // For KEEP and INHERIT only. Sets the names of the member and of its group; INCLUDED makes the member
+    // included, any other action not, and the group itself never is. A record of either may be made although
+    // the event is dropped for the other.
     bool OnIfGroup(Event::IfGroup const& event);
 
     // Queries by id. What they give lives until the table changes. For an unknown id: that of a new
