@@ -62,6 +62,24 @@ BENCHMARK(RaiseOurs)->Name("Event.Sync/ours")->Arg(1)->UseRealTime();
 // The difference of both, by 1000, is the cost of one acceptor.
 BENCHMARK(RaiseOurs)->Name("Event.SyncToMany/ours")->Arg(1)->Arg(1001)->UseRealTime();
 
+// One more subscriber to a type that has some already, and its end: every equal one is looked for.
+void SubscribeOurs(benchmark::State& state) {
+    MainThread();
+    std::vector<std::unique_ptr<Counter>> acceptors;
+    for (long i = 0; i < state.range(0); ++i)
+        acceptors.push_back(std::make_unique<Counter>());
+    for (auto _ : state)
+        Counter const another;
+}
+BENCHMARK(SubscribeOurs)->Name("Event.Subscribe/Growth")->Arg(16)->Arg(256)->Arg(4096)->Arg(32768);
+
+// One call of many: the cost of each acceptor.
+void DeliverOurs(benchmark::State& state) {
+    RaiseOurs(state);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(DeliverOurs)->Name("Event.Deliver/Growth")->Arg(16)->Arg(256)->Arg(4096)->Arg(32768)->UseRealTime();
+
 // The least that can be done: two condition variables, one round trip.
 class Loop {
 public:

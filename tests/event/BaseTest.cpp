@@ -10,6 +10,7 @@
 #include "zeb/doc/xml/Print.h"
 #include "zeb/stream/StringStream.h"
 
+// clang-format off
 namespace {
 
 using LinesT = LogCapture::LinesT;
@@ -29,8 +30,7 @@ TEST(EventBase, ACloneKeepsTheRaiseTime) {
     ASSERT_TRUE(clone);
     EXPECT_EQ(clone->RaiseTime(), note.RaiseTime());
     LogCapture log;
-    EXPECT_EQ(AutoPtr<Event::Base>(Note(1, Note::IDENT, false).Clone()).Ptr(), nullptr)
-        << "as broken as the source";
+    EXPECT_EQ(AutoPtr<Event::Base>(Note(1, Note::IDENT, false).Clone()).Ptr(), nullptr) << "as broken as the source";
     EXPECT_EQ(log.Take(), LinesT({"C Event::Base: \"Event::Type::Note\": out of memory [0xcffe****]."}));
 }
 
@@ -46,9 +46,8 @@ TEST(EventBase, PrintsPublicEventsWholeOrNotAtAll) {
             bool const ok = Note(value, "Event::Type::Sms").PrintXml(document);
             heap.Disarm();
             EXPECT_EQ(ok, !heap.Fired());
-            std::string const event =
-                std::string("<event class=\"Event::Type::Sms\" raise_time=\"0.000000\"") +
-                (value ? "><a>1</a><b>yes</b></event>" : "/>");
+            std::string const event = std::string("<event class=\"Event::Type::Sms\" raise_time=\"0.000000\"") +
+                                      (value ? "><a>1</a><b>yes</b></event>" : "/>");
             EXPECT_EQ(Text(document), "<before/>" + (ok ? event : ""));
             EXPECT_EQ(log.Has("C Event::Base: out of memory [0xcffe****]."), heap.Fired());
         });
@@ -63,13 +62,12 @@ TEST(EventBase, PrintsPublicEventsWholeOrNotAtAll) {
     early.MarkRaised();
     EXPECT_FALSE(early.PrintXml(document));
     EXPECT_EQ(document.FirstNode(), nullptr);
-    EXPECT_EQ(log.Take(),
-              LinesT({"E Event::Base: can not create an XML event: \"Event::Type::AuditLog\" event instance "
-                      "was not initialized.",
-                      "E Event::Base: can not create an XML event: \"Event::Type::Note\" event is not "
-                      "public.",
-                      "E Event::Base: can not create an XML event: \"Event::Type::AuditLog\" event has wrong "
-                      "raise time."}));
+    EXPECT_EQ(log.Take(), LinesT({"E Event::Base: can not create an XML event: \"Event::Type::AuditLog\" event instance "
+                                  "was not initialized.",
+                                  "E Event::Base: can not create an XML event: \"Event::Type::Note\" event is not "
+                                  "public.",
+                                  "E Event::Base: can not create an XML event: \"Event::Type::AuditLog\" event has wrong "
+                                  "raise time."}));
 }
 
 TEST(EventBase, ReadsYesAndNo) {
@@ -87,9 +85,7 @@ TEST(EventBase, ReadsYesAndNo) {
 TEST(EventBase, CopiesATreeWithItsTypes) {
     std::string text = "<?pi x?><a b='1'>t<c/><!--n--><d><e>u</e></d></a><f/>";
     Xml::Document source;
-    ASSERT_TRUE(source
-                    .Parse(text.data(), Xml::Document::PARSE_COMMENT_NODES | Xml::Document::PARSE_PI_NODES,
-                           Log::VERBOSE_ON)
+    ASSERT_TRUE(source.Parse(text.data(), Xml::Document::PARSE_COMMENT_NODES | Xml::Document::PARSE_PI_NODES, Log::VERBOSE_ON)
                     .Succeeded());
     Xml::Document copy;
     Note::CloneXml_(source.FirstNode("a"), &copy);
@@ -115,8 +111,7 @@ TEST(EventBase, ReadsCookies) {
         LogCapture log;
         StringMap map;
         heap.Arm();
-        bool const ok =
-            Note::Decode_("&a=1&b%3d=%26+&a=2&&c&d=e=f&%zz=1&g=%4&h=&=i", map) && Note::Decode_("", map);
+        bool const ok = Note::Decode_("&a=1&b%3d=%26+&a=2&&c&d=e=f&%zz=1&g=%4&h=&=i", map) && Note::Decode_("", map);
         heap.Disarm();
         EXPECT_EQ(ok, !heap.Fired());
         if (!ok) return;
@@ -132,3 +127,4 @@ TEST(EventBase, ReadsCookies) {
 }
 
 } // namespace
+// clang-format on

@@ -12,6 +12,7 @@
 #include <semaphore>
 #include <vector>
 
+// clang-format off
 namespace {
 
 using LinesT = LogCapture::LinesT;
@@ -25,8 +26,7 @@ protected:
         unsigned long count = 0;
         for (unsigned long i = 0; i < states.Size(); ++i) {
             Array<Thread::Lock> const& locks = states[i]->Locks();
-            bool const waits =
-                locks.Size() != 0 && &locks[locks.Size() - 1].State() == &Thread::Lock::WAITING;
+            bool const waits = locks.Size() != 0 && &locks[locks.Size() - 1].State() == &Thread::Lock::WAITING;
             if (states[i]->Name() == name && (waits || !waiting)) ++count;
         }
         return count;
@@ -115,20 +115,18 @@ TEST_F(EventBus, RefusesWithALine) {
     EXPECT_TRUE(Event::Raise(Impostor(), nullptr, Event::SYNC, Event::DIRECT));
     a.Unsubscribe();
     EXPECT_EQ(Senders(), 0u) << "one subscription";
-    EXPECT_EQ(
-        log_.Take(),
-        LinesT({"C Event::Raise: trying to send a broken \"Event::Type::Note\", ignored.",
-                "C Event::Raise: trying to raise a broken event.",
-                "C Event::Raise: trying to send a broken \"Event::Type::Note\", ignored.",
-                "C Event::Base: \"Event::Type::Note\": out of memory [0xcffe****].",
-                "C Event::Forwarder: system failed [0xcffd****], unable to subscribe \"acceptor\" to an "
-                "unknown event.",
-                "C Event::Forwarder: system failed [0xcffd****], \"acceptor\" already subscribed to "
-                "\"Event::Type::Note\".",
-                "C Event::Raise: trying to wait for \"Event::Type::Note\" in a handler, ignored.",
-                "C Event::Raise: trying to wait for \"Event::Type::Note\" in a handler, ignored.",
-                "C Event::Delegate: \"acceptor\" takes another class than that of \"Event::Type::Note\", "
-                "ignored."}));
+    EXPECT_EQ(log_.Take(), LinesT({"C Event::Raise: trying to send a broken \"Event::Type::Note\", ignored.",
+                                   "C Event::Raise: trying to raise a broken event.",
+                                   "C Event::Raise: trying to send a broken \"Event::Type::Note\", ignored.",
+                                   "C Event::Base: \"Event::Type::Note\": out of memory [0xcffe****].",
+                                   "C Event::Forwarder: system failed [0xcffd****], unable to subscribe \"acceptor\" to an "
+                                   "unknown event.",
+                                   "C Event::Forwarder: system failed [0xcffd****], \"acceptor\" already subscribed to "
+                                   "\"Event::Type::Note\".",
+                                   "C Event::Raise: trying to wait for \"Event::Type::Note\" in a handler, ignored.",
+                                   "C Event::Raise: trying to wait for \"Event::Type::Note\" in a handler, ignored.",
+                                   "C Event::Delegate: \"acceptor\" takes another class than that of \"Event::Type::Note\", "
+                                   "ignored."}));
 }
 
 TEST_F(EventBus, AHandlerMayUnsubscribeItselfAndComeBack) {
@@ -160,9 +158,8 @@ TEST_F(EventBus, AHandlerMayUnsubscribeItselfAndComeBack) {
     Event::Unsubscribe("", &a, "next");
     a.Unsubscribe();
     EXPECT_EQ(Senders(), 0u);
-    EXPECT_EQ(log_.Take(),
-              LinesT({"C Event::Forwarder: system failed [0xcffd****], unable to change a lock for a "
-                      "\"acceptor\" acceptor."}));
+    EXPECT_EQ(log_.Take(), LinesT({"C Event::Forwarder: system failed [0xcffd****], unable to change a lock for a "
+                                   "\"acceptor\" acceptor."}));
 }
 
 TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
@@ -204,9 +201,7 @@ public:
 
     void Hear(Note const& note) { heard += "h" + std::to_string(note.Value()); }
     virtual void Virtual(Event::Base const& event) { heard += event.Ident() == Note::IDENT ? "b" : "?"; }
-    void Constant(Note const& note) const {
-        const_cast<std::string&>(heard) += "c" + std::to_string(note.Value());
-    }
+    void Constant(Note const& note) const { const_cast<std::string&>(heard) += "c" + std::to_string(note.Value()); }
 };
 class Heir : public Acceptor, public Inherited {
 public:
@@ -216,8 +211,7 @@ public:
     void Other(Impostor const&) {}
 
     template<class E, class M>
-    static constexpr bool TAKES =
-        std::is_constructible_v<Event::Delegate<Heir, E>, char const*, Heir*, M, Mutex*>;
+    static constexpr bool TAKES = std::is_constructible_v<Event::Delegate<Heir, E>, char const*, Heir*, M, Mutex*>;
 };
 static_assert(Heir::TAKES<Note, decltype(&Heir::Hear)> && Heir::TAKES<Note, decltype(&Heir::Virtual)>);
 static_assert(!Heir::TAKES<Note, decltype(&Heir::Other)>, "a handler of another class");
@@ -225,9 +219,8 @@ static_assert(!Heir::TAKES<Note, decltype(&Note::MarkRaised)>, "of another objec
 
 TEST_F(EventBus, TakesTheTypeFromTheClassOfAHandler) {
     Heir heir;
-    Event::Delegate<Heir, Note> const hear("h", &heir, &Heir::Hear, nullptr),
-        same("s", &heir, &Heir::Hear, nullptr), any("v", &heir, &Heir::Virtual, nullptr),
-        constant("c", &heir, &Heir::Constant, nullptr);
+    Event::Delegate<Heir, Note> const hear("h", &heir, &Heir::Hear, nullptr), same("s", &heir, &Heir::Hear, nullptr),
+        any("v", &heir, &Heir::Virtual, nullptr), constant("c", &heir, &Heir::Constant, nullptr);
     EXPECT_EQ(hear, same);
     EXPECT_NE(hear, constant);
     for (auto const* const delegate : {&hear, &any, &constant})
@@ -299,8 +292,8 @@ TEST_F(EventBus, ReportsAcceptorsWhoseLockIsHeld) {
     Send(2, Event::SYNC, Event::DIRECT, "Event::Type::Other");
     EXPECT_EQ(calls_, "a1 a2 ");
     std::string const line = "W Event::Forwarder: unable to send \"Event::Type::Note\" to \"late";
-    EXPECT_EQ(log_.Take(), LinesT({line + "\" for 30 seconds.", line + "\" for 62 seconds.",
-                                   line + "\" for 90 seconds.", line + "r\" for 30 seconds."}));
+    EXPECT_EQ(log_.Take(), LinesT({line + "\" for 30 seconds.", line + "\" for 62 seconds.", line + "\" for 90 seconds.",
+                                   line + "r\" for 30 seconds."}));
     ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded());
     Acceptor slow([&](Note const&) { clock.Advance(150); }, &inner, "slow");
     ASSERT_TRUE(slow.Subscribe());
@@ -367,11 +360,11 @@ TEST_F(EventBus, SaysExactlyWhenMemoryRanOut) {
         bool const ok = a.Subscribe();
         heap.Disarm();
         EXPECT_EQ(ok, !heap.Fired());
-        EXPECT_EQ(log_.Has("out of memory") || log_.Has("unable to start the thread of the bus"),
-                  heap.Fired());
+        EXPECT_EQ(log_.Has("out of memory") || log_.Has("unable to start the thread of the bus"), heap.Fired());
         EXPECT_EQ(Senders(), ok ? 1u : 0u);
         log_.Clear();
     });
 }
 
 } // namespace
+// clang-format on

@@ -7,6 +7,7 @@
 
 #include <map>
 
+// clang-format off
 namespace {
 
 using namespace Network;
@@ -31,7 +32,6 @@ TEST(IpAddressTest, CountsInHostOrder) {
     EXPECT_STREQ(text, "192.168.1.1");
 }
 
-// clang-format off
 TEST(IpAddressTest, RangesAndClasses) {
     struct {
         char const* text;
@@ -55,7 +55,6 @@ TEST(IpAddressTest, RangesAndClasses) {
                   expected);
     }
 }
-// clang-format on
 
 TEST(IpMaskTest, IsARunOfOnes) {
     IpMask mask, same;
@@ -82,8 +81,8 @@ TEST(IpBlockTest, ReadsBothFormsOfItsMask) {
     EXPECT_EQ(Shown(Block("255.255.255.255/32")), "255.255.255.255/32");
     EXPECT_TRUE(Block("0.0.0.0/0") == IpBlock::Zero());
     IpBlock block = Block("1.2.3.4/16");
-    ExpectRefused(block, {"1.2.3.4", "1.2.3.4/33", "1.2.3.4/", "1.2.3.4/-1", "1.2.3/16", "1.2.3.4/16 ",
-                          "1.2.3.4/255.0.255.0", "0000000000000000/1", "/16", ""});
+    ExpectRefused(block, {"1.2.3.4", "1.2.3.4/33", "1.2.3.4/", "1.2.3.4/-1", "1.2.3/16", "1.2.3.4/16 ", "1.2.3.4/255.0.255.0",
+                          "0000000000000000/1", "/16", ""});
     EXPECT_EQ(Shown(block.Broadcast()) + " " + Shown(block.Subnet()), "1.2.255.255 1.2.0.0");
     EXPECT_TRUE(block.Has(Ip("1.2.9.9")) && !block.Has(Ip("1.3.0.0")));
     block.Normalize();
@@ -98,22 +97,18 @@ TEST(IpBlockTest, ReadsBothFormsOfItsMask) {
 TEST(MacAddressTest, TextAndKinds) {
     auto address = Value<MacAddress>("AA:bb:CC:00:11:22"), other = MacAddress();
     EXPECT_EQ(Shown(address), "aa:bb:cc:00:11:22");
-    ExpectRefused(address,
-                  {"aa-bb-cc-00-11-22", "aa:bb:cc:00:11:2", "aa:bb:cc:00:11:22:", "ga:bb:cc:00:11:22", ""});
+    ExpectRefused(address, {"aa-bb-cc-00-11-22", "aa:bb:cc:00:11:2", "aa:bb:cc:00:11:22:", "ga:bb:cc:00:11:22", ""});
     sockaddr raw = address.SockAddr();
     EXPECT_EQ(raw.sa_family, 1);
     EXPECT_TRUE(other.Assign(raw) && other == address);
     raw.sa_family = 772;
     EXPECT_FALSE(other.Assign(raw));
-    // clang-format off
     std::pair<char const*, char const*> const rows[] = { // u(nicast), m(ulticast), l(ocal)
         {"00:00:00:00:00:00", ""},  {"ff:ff:ff:ff:ff:ff", "l"},  {"01:00:5e:00:00:01", "m"},
         {"03:00:00:00:00:01", "m"}, {"02:00:00:00:00:01", "ul"}, {"00:11:22:33:44:55", "u"}};
-    // clang-format on
     for (auto const& [text, kinds] : rows) {
         address = Value<MacAddress>(text);
-        EXPECT_EQ(Letters("uml", {address.IsUnicast(), address.IsMulticast(), address.IsLocal()}), kinds)
-            << text;
+        EXPECT_EQ(Letters("uml", {address.IsUnicast(), address.IsMulticast(), address.IsLocal()}), kinds) << text;
     }
     for (bool const local : {true, false}) {
         address.SetLocal(local);
@@ -168,3 +163,4 @@ TEST(TrafficSelectorTest, ZeroMeansNothingIsSelected) {
 }
 
 } // namespace
+// clang-format on

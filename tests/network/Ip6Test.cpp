@@ -2,6 +2,7 @@
 #include "zeb/network/Ip6Prefix.h"
 #include "zeb/network/Ip6SocketAddress.h"
 
+// clang-format off
 namespace {
 
 using namespace Network::Ip6;
@@ -13,8 +14,8 @@ Prefix PrefixOf(char const* text) { return Value<Prefix>(text); }
 TEST(Ip6AddressTest, TextForms) {
     EXPECT_EQ(Shown(Ip("20010db8000000000000000000000001")), "2001:db8::1");
     EXPECT_EQ(Shown(Ip("::ffff:1.2.3.4")), "::ffff:1.2.3.4");
-    ExpectRefused(Ip("::1"), {"20010db800000000000000000000000g", "20010db80000000000000000000000012", "1:2",
-                              "", "0000:0000:0000:0000:0000:0000:0000:0000:000000"});
+    ExpectRefused(Ip("::1"), {"20010db800000000000000000000000g", "20010db80000000000000000000000012", "1:2", "",
+                              "0000:0000:0000:0000:0000:0000:0000:0000:000000"});
     in6_addr raw;
     char text[INET6_ADDRSTRLEN];
     EXPECT_EQ(Sscan6("fe80::1xyz", 8, &raw), 0);
@@ -24,7 +25,6 @@ TEST(Ip6AddressTest, TextForms) {
 }
 
 TEST(Ip6AddressTest, KindsAndLabels) {
-    // clang-format off
     struct {
         char const* text;
         // L(oopback), z(ero), l(ink-local), s(ite-local), m(ulticast), 4 for mapped, t(ranslated), d(iscard)
@@ -36,12 +36,11 @@ TEST(Ip6AddressTest, KindsAndLabels) {
         {"2001:1f::", "", 7}, {"2001:20::", "", 1}, {"fec0::1", "s", 11}, {"feff::1", "s", 11},
         {"3ffe::1", "", 12}, {"fe80::1", "l", 1}, {"febf::1", "l", 1}, {"ff02::1", "m", 1},
         {"64:ff9b::1", "t", 1}, {"64:ff9b::1:0:1", "", 1}, {"100::1", "d", 1}, {"100:0:0:1::", "", 1}};
-    // clang-format on
     for (auto const& row : rows) {
         Address const address = Ip(row.text);
-        EXPECT_EQ(Letters("Lzlsm4td", {address.IsLoopBack(), address.IsZero(), address.IsLinkLocal(),
-                                       address.IsSiteLocal(), address.IsMulticast(), address.IsIpv4Mapped(),
-                                       address.IsIpv4v6Translated(), address.IsDiscardOnly()}),
+        EXPECT_EQ(Letters("Lzlsm4td",
+                          {address.IsLoopBack(), address.IsZero(), address.IsLinkLocal(), address.IsSiteLocal(),
+                           address.IsMulticast(), address.IsIpv4Mapped(), address.IsIpv4v6Translated(), address.IsDiscardOnly()}),
                   row.kinds)
             << row.text;
         EXPECT_EQ(address.Label(), row.label) << row.text;
@@ -57,8 +56,7 @@ TEST(Ip6AddressTest, KindsAndLabels) {
 TEST(Ip6BlockTest, KeepsTheHostBits) {
     EXPECT_EQ(Shown(BlockOf("fe80::1/64")), "fe80::1/64");
     EXPECT_TRUE(BlockOf("1::/128").IsHost());
-    ExpectRefused(BlockOf("1::/128"),
-                  {"::/01", "::/+064", "::/129", "::/256", "::/", "::", "::/-1", "1:2/3", "/64"});
+    ExpectRefused(BlockOf("1::/128"), {"::/01", "::/+064", "::/129", "::/256", "::/", "::", "::/-1", "1:2/3", "/64"});
     EXPECT_EQ(Shown(BlockOf("::/00")), "::/0") << "00 is the length 0";
     EXPECT_EQ(Shown(BlockOf("2001:db8::1/33").Mask()), "ffff:ffff:8000::");
     EXPECT_TRUE(CBlock(Ip("::1"), 0).Mask().IsZero() && BlockOf("::/0").IsZero());
@@ -69,8 +67,7 @@ TEST(Ip6BlockTest, KeepsTheHostBits) {
 }
 
 TEST(Ip6PrefixTest, HasNoBitsBehindItsLength) {
-    EXPECT_EQ(Shown(Prefix(Ip("fe80::1"), 64)) + " " + Shown(Prefix(BlockOf("ffff::/13"))),
-              "fe80::/64 fff8::/13");
+    EXPECT_EQ(Shown(Prefix(Ip("fe80::1"), 64)) + " " + Shown(Prefix(BlockOf("ffff::/13"))), "fe80::/64 fff8::/13");
     Prefix prefix = PrefixOf("2001:db8::/62");
     ExpectRefused(prefix, {"fe80::1/64"});
     EXPECT_FALSE(prefix.Append(4, 2)) << "a further bit";
@@ -100,8 +97,7 @@ TEST(Ip6PrefixTest, OrderMatchesAndConflicts) {
 TEST(Ip6SuffixTest, CombinesWithAPrefix) {
     auto const suffix = Value<Suffix>("::1:0:0:1/64");
     ExpectRefused(suffix, {"1::1/64"}); // a bit ahead of the suffix
-    EXPECT_EQ(Shown(Suffix(Ip("ffff::ffff"), 12)) + " " + Shown(Suffix(Ip("ffff::ffff"), 0)),
-              "::fff/12 ::/0");
+    EXPECT_EQ(Shown(Suffix(Ip("ffff::ffff"), 12)) + " " + Shown(Suffix(Ip("ffff::ffff"), 0)), "::fff/12 ::/0");
     Address out = Ip("::7");
     EXPECT_TRUE(PrefixOf("2001:db8::/64").Combine(suffix, out));
     EXPECT_FALSE(PrefixOf("2001:db8::/64").Combine(Suffix(Ip("::1"), 65), out));
@@ -115,3 +111,4 @@ TEST(Ip6SocketAddressTest, KernelFormTextAndLogArgument) {
 }
 
 } // namespace
+// clang-format on

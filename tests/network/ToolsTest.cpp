@@ -8,6 +8,7 @@
 
 #include <string>
 
+// clang-format off
 namespace {
 
 using Network::Tools;
@@ -15,8 +16,7 @@ using Network::Tools;
 TEST(NetworkToolsTest, DomainNames) {
     std::string const label63(63, 'a');
     std::string const name253 = label63 + "." + label63 + "." + label63 + "." + std::string(61, 'b');
-    for (std::string const& name :
-         {std::string("a"), std::string("a.b-c.D9"), std::string("1.2"), label63, name253})
+    for (std::string const& name : {std::string("a"), std::string("a.b-c.D9"), std::string("1.2"), label63, name253})
         EXPECT_TRUE(Tools::IsDomainName(name.c_str())) << name;
     for (std::string const& name : {label63 + "a", name253 + "b", std::string("")})
         EXPECT_FALSE(Tools::IsDomainName(name.c_str())) << name;
@@ -29,7 +29,6 @@ TEST(NetworkToolsTest, DomainNames) {
         EXPECT_EQ(Tools::IfNameToIndex(name), 0u) << name.Cstr();
 }
 
-// clang-format off
 // The first rows are samples of RFC 3492, section 7.1.
 TEST(NetworkToolsTest, PunycodeDecodes) {
     struct {
@@ -50,7 +49,6 @@ TEST(NetworkToolsTest, PunycodeDecodes) {
         EXPECT_STREQ(out.Cstr(), row.utf8 ? row.utf8 : "old") << row.text;
     }
 }
-// clang-format on
 
 TEST(NetworkToolsTest, PunycodeReportsThatMemoryRanOut) {
     ForEveryAllocation([](Heap& heap) {
@@ -64,3 +62,4 @@ TEST(NetworkToolsTest, PunycodeReportsThatMemoryRanOut) {
 }
 
 } // namespace
+// clang-format on
