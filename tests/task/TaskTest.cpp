@@ -35,6 +35,9 @@ struct Apply : ApplyBase {
     Apply(Queue& queue, Mutex& lock, ApplyT apply, RunT run)
         : ApplyBase("apply", queue, lock, apply, run)
         , mutex(lock) {}
+    bool Initialized() const override {
+        return ++asked, ApplyBase::Initialized();
+    } // by a queue that takes it
     void Apply_() override {
         locked = Thread::OwnerId(mutex) == Thread::Id();
         if (again.exchange(false)) Enqueue(1);
@@ -46,6 +49,7 @@ struct Apply : ApplyBase {
     }
 
     Mutex& mutex;
+    mutable std::atomic<int> asked = 0;
     std::atomic<bool> locked = false;
     std::atomic<bool> again = false;
     std::atomic<int> runs = 0;
@@ -121,7 +125,7 @@ TEST_F(TaskTest, CancelledOnesNeverRunAndGiveNoEvent) {
     Enqueue({&blocker});
     apply.Request(0);
     EXPECT_TRUE(Await([&] { return blocker.runs == 1; }));
-    Clock::RealPause(20);
+    EXPECT_TRUE(Await([&] { return apply.asked != 0; }));
     mutex.Lock();
     gate.release();
     Clock::RealPause(5); // it waits for the mutex
@@ -227,6 +231,10 @@ struct ApplyTest : TaskTest {
         return Await([&] { return clock.Advance(10), apply.runs == runs; });
     }
 
+    bool AwaitQueued(Apply const& apply) {
+        return Await([&] { return clock.Advance(1), apply.asked != 0; });
+    }
+
     Clock clock;
 };
 
@@ -287,7 +295,7 @@ TEST_F(ApplyTest, AQueuedRunCoversRequestsAndARunningOneStartsAnew) {
     log_.Clear();
     Enqueue({&blocker}, &lazy);
     clock.Advance(1000);
-    Clock::RealPause(10);
+    EXPECT_TRUE(AwaitQueued(apply));
     apply.Request(1);
     gate.release();
     EXPECT_TRUE(AwaitRuns(apply, 1));
@@ -305,9 +313,7 @@ TEST_F(ApplyTest, OneThatIsNotCleanedUpIsCancelled) {
     for (long const milliseconds : {9000L, 1L}) { // its timer runs, it is listed
         Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_LOCKED);
         apply.Request(milliseconds);
-        Clock::RealPause(5);
-        clock.Advance(1);
-        Clock::RealPause(5);
+        EXPECT_TRUE(milliseconds != 1 || AwaitQueued(apply));
         Mutex::Guard const guard(mutex);
     }
     gate.release();
@@ -332,9 +338,7 @@ TEST_F(ApplyTest, AHeldLockIsLogged) {
     Apply apply(queue, mutex, ApplyBase::APPLY_LATEST, ApplyBase::RUN_UNLOCKED);
     Enqueue({&blocker});
     apply.Request(0);
-    for (int i = 0; i < 3;
-         ++i, Clock::RealPause(4)) // a queue that has read the clock ahead of a move waits on
-        clock.Advance(1);
+    EXPECT_TRUE(AwaitQueued(apply));
     mutex.Lock();
     gate.release();
     ExpectWaitLines(clock, log_, "W Task::Apply: acquiring \"apply\" handler ");
