@@ -16,49 +16,6 @@ constexpr long MAX_FILE_SIZE = 65536;
 constexpr long MIN_PERIOD = 100;
 constexpr long MAX_PERIOD = 60000;
 
-char const* JsonError(ReturnT const& code) {
-    switch (code.Code()) {
-    case Json::CODE_BAD_NULL:
-    case Json::CODE_BAD_FALSE:
-    case Json::CODE_BAD_TRUE:
-        return "a word that is not null, false or true";
-    case Json::CODE_BAD_HEX:
-    case Json::CODE_HIGH_SURROGATE_ALONE:
-    case Json::CODE_NO_LOW_SURROGATE:
-    case Json::CODE_BAD_ESCAPE:
-        return "a bad escape in a string";
-    case Json::CODE_UNTERMINATED:
-        return "a string without an end";
-    case Json::CODE_CONTROL:
-        return "a control character in a string";
-    case Json::CODE_LEADING_ZERO:
-    case Json::CODE_NO_DIGIT:
-    case Json::CODE_NO_FRACTION:
-    case Json::CODE_NO_EXPONENT:
-    case Json::CODE_NOT_A_DOUBLE:
-    case Json::CODE_NUMBER_TOO_LONG:
-        return "a bad number";
-    case Json::CODE_BAD_ARRAY:
-        return "a comma or bracket is missing in a list";
-    case Json::CODE_NO_NAME:
-        return "a setting without a name in quotes";
-    case Json::CODE_NO_COLON:
-        return "a colon is missing behind a name";
-    case Json::CODE_BAD_OBJECT:
-        return "a comma or brace is missing";
-    case Json::CODE_EMPTY:
-        return "the file is empty";
-    case Json::CODE_TRAILING:
-        return "text behind the last brace";
-    case Json::CODE_NO_VALUE:
-        return "a value is missing";
-    case Json::CODE_TOO_DEEP:
-        return "too many levels";
-    default:
-        return code.IsOom() ? "out of memory" : "not an object in braces";
-    }
-}
-
 bool ReadText(CString const& path, Io::StringStream& text, StringAccumulator& error) {
     Io::File file(path, O_RDONLY, Io::EOL_ANY_LF, Io::File::DEFAULT_BUFFER_SIZE, Log::VERBOSE_OFF);
     if (file.Ok() && text.Copy(file)) return true;
@@ -117,9 +74,9 @@ bool Config::Load(CString const& path, StringAccumulator& error) {
     Io::StringStream text(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_ANY_LF, 4096, MAX_FILE_SIZE);
     if (!ReadText(path, text, error)) return false;
     Json::Document document;
-    ReturnT const code = document.Parse(text.Str(), Json::Document::PARSE_CONTAINER);
-    if (code.Failed()) {
-        error << "no valid JSON: " << JsonError(code);
+    Json::FaultT fault;
+    if (document.Parse(text.Str(), Json::Document::PARSE_CONTAINER, &fault).Failed()) {
+        error << "no valid JSON at line " << fault.line << ", column " << fault.column << ": " << fault.words;
         return false;
     }
     if (!document.IsObject()) {

@@ -28,11 +28,10 @@ TEST(GatewayTest, SaysInOneLineWhatIsWrongWithItsConfiguration) {
         char const* text;
         char const* error;
     } const rows[] = {
-        {"", "no valid JSON: the file is empty"},
-        {"{\"state_file\" \"x\"}", "no valid JSON: a colon is missing behind a name"},
-        {"{\"state_file\": \"x}", "no valid JSON: a string without an end"},
-        {"{\"state_file\": \"x\"} {", "no valid JSON: text behind the last brace"},
-        {"17", "no valid JSON: not an object in braces"},
+        {"", "no valid JSON at line 1, column 1: an empty text"},
+        {"{\"state_file\" \"x\"}", "no valid JSON at line 1, column 15: no colon behind the name"},
+        {"{\n\"state_file\": \"x}", "no valid JSON at line 2, column 18: a string that does not end"},
+        {"17", "no valid JSON at line 1, column 1: neither an object nor an array"},
         {"[]", "no valid configuration: a list where settings in braces must stand"},
         {"{}", "\"state_file\" is missing"},
         {"{\"state_file\": 1}", "\"state_file\" must be a text"},
