@@ -34,6 +34,7 @@ ip link set lo up
 while read module; do insmod $module || echo "cannot load $module"; done </modules/order
 regex=$(cat /regex)
 failed=0
+ran=0
 for program in /programs/*_test; do
     folder=${program##*/}; folder=${folder%_test}
     filter=$($program --gtest_list_tests | awk -v folder="$folder" -v regex="$regex" '
@@ -41,10 +42,11 @@ for program in /programs/*_test; do
         /^ / && (folder "/" suite $1) ~ regex { printf "%s%s:", suite, $1 }')
     [ -n "$filter" ] || continue
     echo "-- $folder"
+    ran=1
     cd /tmp
     timeout -s KILL 300 $program --gtest_filter="$filter" </dev/null || { echo "$folder failed: $?"; failed=1; }
 done
-uptime
+[ $ran = 1 ] || { echo "no test has a name that matches '$regex'"; failed=1; }
 dmesg | grep -E "Oops|BUG|WARNING" && failed=1
 echo "WORD$failed"
 sync
@@ -52,19 +54,20 @@ poweroff -f
 """
 
 
-def fetch(packages, folder):
-    """Unpacks Debian packages, each one once; a package that only names others stands for the first that it names."""
-    for package in packages:
-        needs = subprocess.run(["apt-cache", "depends", package], check=True, capture_output=True, text=True).stdout
-        real = re.search(r"Depends: (linux-image-\S+)", needs)
-        real = real.group(1) if real else package
-        if (folder / f"{real}.unpacked").exists():
-            continue
-        print(f"fetching {real}", flush=True)
-        subprocess.run(["apt-get", "download", "-qq", "-o", "APT::Sandbox::User=root", real], check=True, cwd=folder)
-        found = max(folder.glob(f"{real.partition(':')[0]}_*.deb"), key=lambda path: path.stat().st_mtime)
-        subprocess.run(["dpkg-deb", "-x", found, folder / "system"], check=True)
-        (folder / f"{real}.unpacked").touch()
+def fetch(package, work):
+    """The folder of an unpacked Debian package; one that only names the newest kernel stands for that."""
+    needs = subprocess.run(["apt-cache", "depends", package], check=True, capture_output=True, text=True).stdout
+    named = re.search(r"Depends: (linux-image-\S+)", needs)
+    package = named.group(1) if named else package
+    folder = work / package.partition(":")[0]
+    if not (folder / "unpacked").exists():
+        print(f"fetching {package}", flush=True)
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir()
+        subprocess.run(["apt-get", "download", "-qq", "-o", "APT::Sandbox::User=root", package], check=True, cwd=folder)
+        subprocess.run(["dpkg-deb", "-x", next(folder.glob("*.deb")), folder], check=True)
+        (folder / "unpacked").touch()
+    return folder
 
 
 def field(module, name):
@@ -73,9 +76,9 @@ def field(module, name):
     return found.group(1).decode() if found else ""
 
 
-def modules(system, root):
+def modules(kernel, root):
     """Copies the modules and those they need, and the order in which they load."""
-    every = {path.stem.replace("-", "_"): path for path in (system / "lib/modules").rglob("*.ko")}
+    every = {path.stem.replace("-", "_"): path for path in (kernel / "lib/modules").rglob("*.ko")}
     order = []
 
     def visit(name):
@@ -116,13 +119,13 @@ def programs(build, root):
         wanted += needed(found)
 
 
-def lay_out(build, work, regex):
+def lay_out(build, work, kernel, busybox, regex):
     root = work / "root"
     shutil.rmtree(root, ignore_errors=True)
     for folder in ("bin", "dev", "etc", "lib", "modules", "proc", "programs", "root", "sys", "tmp", "var/run"):
         (root / folder).mkdir(parents=True)
-    shutil.copy(work / "system/bin/busybox", root / "bin/busybox")
-    modules(work / "system", root)
+    shutil.copy(busybox / "bin/busybox", root / "bin/busybox")
+    modules(kernel, root)
     programs(build, root)
     (root / "etc/passwd").write_text("root:x:0:0:root:/root:/bin/sh\nnobody:x:65534:65534:nobody:/:/bin/false\n")
     (root / "etc/group").write_text("root:x:0:\nnogroup:x:65534:\n")
@@ -155,10 +158,10 @@ def boot(kernel, archive):
 def main(build, work, regex=""):
     build, work = Path(build).resolve(), Path(work).resolve()
     work.mkdir(parents=True, exist_ok=True)
-    fetch(("linux-image-arm64:arm64", "busybox-static:arm64"), work)
-    archive = lay_out(build, work, regex)
+    kernel = fetch("linux-image-arm64:arm64", work)
+    archive = lay_out(build, work, kernel, fetch("busybox-static:arm64", work), regex)
     print(f"booting with {archive.stat().st_size >> 20} MiB in memory", flush=True)
-    sys.exit(boot(next((work / "system/boot").glob("vmlinuz-*")), archive))
+    sys.exit(boot(next((kernel / "boot").glob("vmlinuz-*")), archive))
 
 
 main(*sys.argv[1:])

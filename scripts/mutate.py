@@ -21,7 +21,6 @@ from pathlib import Path
 import tree
 
 BUILD = tree.ROOT / "build/dev"
-WORK = tree.ROOT / "build/mutate"
 
 SWAPS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&", "+": "-", "-": "+",
          "*": "+", "/": "*", "%": "/", "&": "|", "|": "&", "^": "|", "+=": "-=", "-=": "+=", "|=": "&=", "&=": "|=",
@@ -131,7 +130,9 @@ class Judge:
     """Compiles what a mutant changes, links that in place of or ahead of the unchanged objects, and runs the tests."""
 
     def __init__(self, program):
-        self.program = WORK / program
+        self.work = tree.ROOT / "build/mutate" / program
+        self.work.mkdir(parents=True, exist_ok=True)
+        self.program = self.work / program
         self.commands = {entry["file"]: shlex.split(entry["command"])
                          for entry in json.loads((BUILD / "compile_commands.json").read_text())}
         listed = subprocess.run(["ninja", "-C", BUILD, "-t", "commands", f"bin/{program}"], check=True, text=True,
@@ -160,17 +161,17 @@ class Judge:
 
     def compile(self, unit, name, text):
         """The object of `unit` as it is when `name` reads `text`; None if it does not compile."""
-        changed = WORK / "tree" / name
+        changed = self.work / "tree" / name
         changed.parent.mkdir(parents=True, exist_ok=True)
         changed.write_text(text)
         command = self.command_of(unit)
-        target = WORK / (unit.replace("/", "_") + ".o")
+        target = self.work / (unit.replace("/", "_") + ".o")
         command[command.index("-o") + 1] = str(target)
         command[command.index("-c") + 1] = str(changed if unit == name else tree.ROOT / unit)
         # The tests share a precompiled header, which wants its own flags.
         left_out = ("-Werror",) if unit.startswith("tests/") else ("-Werror", "-g")
         command = [word for word in command if word not in left_out]
-        command[1:1] = ["-w", f"-I{WORK / 'tree'}"]
+        command[1:1] = ["-w", f"-I{self.work / 'tree'}"]
         done = subprocess.run(command, cwd=BUILD, capture_output=True)
         changed.unlink()
         return target if done.returncode == 0 else None
@@ -214,7 +215,6 @@ class Judge:
 
 def main(home, program, count=50, seed=1):
     names = [name for name in tree.select((home.split("/")[0],), (".h", ".cpp", ".inc")) if name.rpartition("/")[0] == home]
-    WORK.mkdir(parents=True, exist_ok=True)
     judge = Judge(program)
     names = [name for name in names if judge.units(name)]
     started = time.monotonic()
