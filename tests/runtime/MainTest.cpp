@@ -164,13 +164,21 @@ TEST(Main, SaysWhyItFailed) {
     ExpectFailure<Daemon>(
         SysCall::sigaltstack, 0,
         failed + "setup the alternate signal stack" + why + "\n" + failed + "wrap the main thread", false);
-    ExpectFailure<Daemon>(SysCall::sigaction, 1, failed + "setup signal handlers" + why, false);
+    for (auto const& [call, before, what] :
+         {std::tuple(SysCall::pthread_condattr_setclock, 0, "trace object"),
+          {SysCall::sigaction, 1, "trace signal handler"}}) {
+        std::string const setUp = std::string("setup ") + (before ? "a " : "the ") + what;
+        ExpectFailure<Daemon>(call, static_cast<unsigned long>(before),
+                              failed + setUp + why + ".\n" + failed + "wrap the main thread", false);
+    }
+    for (unsigned long const before : {2UL, 7UL})
+        ExpectFailure<Daemon>(SysCall::sigaction, before, failed + "setup signal handlers" + why, false);
     ExpectFailure<Daemon>(SysCall::pthread_sigmask, 0, failed + "block signals" + why, false);
     ExpectFailure<Daemon>(SysCall::pthread_sigmask, 1, failed + "unblock signals" + why, true);
-    ExpectFailure<Daemon>(SysCall::sigaction, 2, failed + "restore signal handlers" + why, true);
+    ExpectFailure<Daemon>(SysCall::sigaction, 8, failed + "restore signal handlers" + why, true);
     for (auto const& [call, before] : {std::pair(SysCall::pthread_sigmask, 0),
-                                       {SysCall::sigaction, 1},
                                        {SysCall::sigaction, 2},
+                                       {SysCall::sigaction, 3},
                                        {SysCall::timer_create, 0}})
         ExpectFailure<Tool>(call, static_cast<unsigned long>(before), "C tool: system failed [0xcffd****]",
                             false);

@@ -122,7 +122,9 @@ TEST_F(ThreadMonitorTest, ThreadsArePrintedInTheOrderOfTheirTopLocks) {
     })) << names;
     std::string const tid = std::to_string(Thread::Id());
     EXPECT_NE(text.find("<thread><name>Main</name><tid>" + tid + "</tid><lock_list_complete>yes</lock_list_complete><locks/>"
-              "<backtrace><calls><![CDATA[]]></calls><error/></backtrace><load>" + tid + "</load></thread>"), text.npos) << text;
+              "<backtrace><calls><![CDATA[\nThread::State::GetBacktrace()+0x"), text.npos) << text;
+    EXPECT_NE(text.find("]]></calls><error/></backtrace><load>" + tid + "</load></thread>"), text.npos) << text;
+    EXPECT_NE(text.find("semaphore"), text.npos) << text; // what the others sit in
     leave.release(3);
     for (Worker* const worker : {&oldest, &blocked, &later})
         EXPECT_TRUE(worker->Stop());

@@ -15,6 +15,7 @@ namespace {
 
 constexpr int BLOCKED[] = {SIGALRM, SIGCHLD, SIGHUP, SIGINT, SIGSTOP, SIGTERM, SIGUSR2};
 constexpr int WAITED[] = {SIGINT, SIGTERM};
+constexpr int FATAL[] = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
 constexpr int RESTORED[] = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGPIPE, SIGSEGV};
 
 Time::Span const STEP(333); // between two looks at the flags
@@ -27,6 +28,17 @@ void Fill_(sigset_t& set, int const (&signals)[N]) {
     sigemptyset(&set);
     for (int const signal : signals)
         sigaddset(&set, signal);
+}
+
+// 0 or an error number.
+int SetCrashHandlers_() {
+    struct sigaction action = {};
+    action.sa_sigaction = UnexpectedSignal_;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    for (int const signal : FATAL) {
+        if (sigaction(signal, &action, nullptr) != 0) return errno;
+    }
+    return 0;
 }
 
 // 0 or an error number.
@@ -52,7 +64,8 @@ Main::Main(char const* ident)
         fprintf(stderr, "%s: failed to wrap the main thread.\n", ident);
         return;
     }
-    int error = SetAction_(SIGPIPE, SIG_IGN);
+    int error = SetCrashHandlers_();
+    if (!error) error = SetAction_(SIGPIPE, SIG_IGN);
     if (error) {
         fprintf(stderr, "%s: failed to setup signal handlers: %s.\n", ident, ErrorString(error));
         return;

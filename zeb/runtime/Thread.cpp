@@ -19,6 +19,7 @@ namespace {
 
 constexpr char const MAIN_NAME[] = "Main";
 constexpr timespec YIELD_TIME = {0, 50000000};
+constexpr unsigned long MAIN_STACK_GAP = 256; // pages
 
 } // namespace
 
@@ -109,6 +110,9 @@ int Thread::ReadStackInfo_() {
     error = pthread_attr_getstack(&attributes, &address, &stackSize_);
     if (!error) error = pthread_attr_getguardsize(&attributes, &stackGuardSize_);
     stackAddress_ = reinterpret_cast<unsigned long>(address);
+    // That of main has no guard of its own: it grows up to its limit, and the kernel keeps a gap free below.
+    if (!error && stackGuardSize_ == 0)
+        stackGuardSize_ = MAIN_STACK_GAP * static_cast<unsigned long>(getpagesize());
     pthread_attr_destroy(&attributes);
     return error;
 }

@@ -43,8 +43,11 @@
 #include "zeb/core/ReturnT.h"
 #include "zeb/core/String.h"
 #include "zeb/core/TimeSpan.h"
+#include "zeb/runtime/Backtrace.h"
 #include "zeb/runtime/Mutex.h"
 #include "zeb/runtime/Status.h"
+
+class Trace_;
 
 namespace Xml {
 class Node;
@@ -150,6 +153,14 @@ public:
     // The thread that holds the lock, or TID_UNKNOWN.
     static int OwnerId(Mutex const& mutex);
 
+    // The stack of a thread, kernel side first, which the thread itself takes as soon as it runs: a signal
+    // (SIGTRAP) interrupts it, also in a system call, which then goes on. `skip` counts for the calling
+    // thread alone, by its id or TID_SELF, whose kernel side is left out. 0, or an error number: ESRCH if
+    // there is no such thread of this library, or if it ends meanwhile. One request at a time goes on in a
+    // process, the others wait; so does this call while the thread is stopped or blocks SIGTRAP, without end
+    // and without regard to interruption. Not for signal handlers.
+    static int GetBacktrace(int tid, Backtrace& backtrace, Backtrace::Regs* regs, unsigned long skip);
+
     // A snapshot of every thread and its locks. 0x00220190, or an Oom code with the output empty.
     static ReturnT GetStates(AutoPVector<State, StdDeleter>& states);
 
@@ -200,6 +211,12 @@ private:
     void FreeCpuStats_();
     bool BindCpuStats_();
     void UnbindCpuStats_();
+
+    static Thread* FindTid_(int tid);
+    static bool IsThere_(int tid);
+    static int Request_(Trace_& trace, int tid, Backtrace& backtrace, Backtrace::Regs* regs);
+    static bool PostTo_(Trace_& trace, int tid, Backtrace& backtrace, Backtrace::Regs* regs, bool kernelTaken,
+                        int& error);
 
     void SetTid_(int tid);
     int Tid_() const;
@@ -301,6 +318,10 @@ public:
     Array<Lock> const& Locks() const { return locks_; }
     // False if an entry of the stack could not be stored when its lock was taken.
     bool LockListComplete() const { return complete_; }
+
+    // Fills in the calls of the thread by Thread::GetBacktrace, or the words of what failed there. False if
+    // memory ran out.
+    bool GetBacktrace();
 
     // Appends an element "thread" as an array member. False if the document ran out of memory, or if the
     // monitor failed to append its part.

@@ -1,29 +1,12 @@
 #include "zeb/runtime/ThreadMain.h"
 
 #include "zeb/core/ErrorString.h"
+#include "zeb/runtime/TraceImpl.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <new>
-
-namespace {
-
-void OnTraceSignal_(int, siginfo_t*, void*) {
-    int const error = errno;
-    Log(Log::INFO, Thread::IDENT, nullptr, "interrupted by a signal")
-        << Log::Backtrace(0, Thread::TID_SELF, Log::Backtrace::SIGNAL);
-    errno = error;
-}
-
-bool InstallTraceHandler_() {
-    struct sigaction action = {};
-    action.sa_sigaction = OnTraceSignal_;
-    action.sa_flags = SA_RESTART | SA_SIGINFO;
-    return sigaction(SIGUSR1, &action, nullptr) == 0;
-}
-
-} // namespace
 
 ThreadMain* ThreadMain::New(char const* ident) {
     ThreadMain* const thread = new (std::nothrow) ThreadMain(ident);
@@ -37,12 +20,12 @@ ThreadMain::ThreadMain(char const* ident) {
     int const error = stack_.Enable();
     if (error)
         fprintf(stderr, "%s: failed to setup the alternate signal stack: %s\n", ident, ErrorString(error));
-    traced_ = InstallTraceHandler_();
-    if (!traced_)
-        fprintf(stderr, "%s: failed to setup a trace signal handler: %s.\n", ident, ErrorString(errno));
+    traced_ = Trace_::Replace(ident);
 }
 
-ThreadMain::~ThreadMain() = default;
+ThreadMain::~ThreadMain() {
+    if (traced_) Trace_::Remove();
+}
 
 bool ThreadMain::Initialized() const { return Thread::Initialized() && stack_.IsEnabled() && traced_; }
 

@@ -59,7 +59,7 @@ ReturnT Thread::AttachThreadsTo(Monitor const& monitor, Xml::Node& node) {
     }
     done = threads != nullptr;
     for (unsigned long i = 0; done && i < states.Size(); ++i)
-        done = states[i]->AttachTo(monitor, *threads);
+        done = states[i]->GetBacktrace() && states[i]->AttachTo(monitor, *threads);
     if (done) return StatusLog(ATTACHED, Log::INFO, IDENT, nullptr, "").SetDone();
     return StatusLog(ReturnT::Oom(), Log::CRITICAL, IDENT, nullptr, "").SetOom();
 }
