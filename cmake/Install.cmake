@@ -84,7 +84,7 @@ if(ZEB_TESTS)
     list(APPEND CPACK_COMPONENTS_ALL workbench)
     set(CPACK_DEBIAN_WORKBENCH_PACKAGE_NAME libzebcore-test-dev)
     set(CPACK_DEBIAN_WORKBENCH_PACKAGE_SECTION libdevel)
-    set(CPACK_DEBIAN_WORKBENCH_PACKAGE_DEPENDS "libzebcore-dev (= ${PROJECT_VERSION}), libgtest-dev, libssl-dev")
+    set(CPACK_DEBIAN_WORKBENCH_PACKAGE_DEPENDS "libzebcore-dev (= ${PROJECT_VERSION}), libgtest-dev, libssl-dev, libunwind-dev")
 endif()
 
 get_property(tools DIRECTORY tools PROPERTY BUILDSYSTEM_TARGETS)
