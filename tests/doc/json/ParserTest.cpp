@@ -1,6 +1,7 @@
 #include "tests/doc/json/Text.h"
 #include "workbench/LogCapture.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <memory>
@@ -215,7 +216,8 @@ TEST(JsonParser, DuplicatesAreLoggedWhereTheyEndAndKept) {
 void AppendRandom(Array& array, std::mt19937_64& random, unsigned depth) {
     uint64_t const number = random() >> random() % 64;
     std::string text(random() % 150, 'x'); // with and without escapes, beyond what a stack block holds
-    if (random() % 2 != 0) std::ranges::generate(text, [&] { return static_cast<char>(random()); });
+    if (random() % 2 != 0)
+        std::generate(text.begin(), text.end(), [&] { return static_cast<char>(random()); });
     array.Append(random() % 2 != 0);
     array.Append(number);
     array.Append(-static_cast<long>(number >> 1));
