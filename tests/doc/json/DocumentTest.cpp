@@ -89,7 +89,7 @@ TEST(JsonDocument, ParsingWithoutMemoryFailsAndIsReported) {
     for (unsigned i = 0; i < 300; ++i)
         text += ",\"name " + std::to_string(i) + "\":[" + std::to_string(i) + ",true,\"\\n\"]";
     text += "},\"long\":\"" + std::string(20000, 'y') + "\",\"escaped\":\"\\t" + std::string(9000, 'z') +
-            "\",\"large\":\"" + std::string(PoolBase::REGION_MAX, 'l') + "\"}";
+            "\",\"large\":\"" + std::string(PoolBase::REGION_MAX / 4 + 1, 'l') + "\"}";
     ForEveryAllocation([&](Heap& heap) {
         LogCapture log;
         Document doc;
