@@ -100,8 +100,10 @@ TEST(Trackers, FollowNamesPrioritiesLevelsAndGroups) {
             << "another level, a name, the same, the name, a new one";
         EXPECT_EQ(Bits({t(Group(IN, G::PORT, "m", "g")), t(Group(IN, G::KEEP, "m", "g")),
                         t(Group(IN, G::INHERIT, "m", "g")), t(Group(IN, G::KEEP, "m", "h")),
-                        t(Group(OUT, G::KEEP, "m", "g", OLD)), t.IsIncluded("m"), t.IsIncluded("g")}),
-                  "0101010") << "a port, two new ones, again, a new group, an old one; never the group";
+                        t(Group(OUT, G::KEEP, "m", "g", OLD)), t.IsIncluded("m"), t.IsIncluded("g"),
+                        t(Group(OUT, G::KEEP, "m", "h", LATER)), t(Group(OUT, G::KEEP, "m", "h")), t.IsIncluded("m"),
+                        t(G(OUT, G::KEEP, "m", "m", "s", "h", "H", "gs", LINK_UP, CONN4_UP, CONN6_UP, IF_UP, NEW, NEW))}),
+                  "01010101001") << "a port, two new ones, again, a new group, an old one; never the group; left, again, a name";
         EXPECT_EQ(Bits({t(Group(IN, G::KEEP, "n", "m")), t.IsIncluded("m"), t(Group(OUT, G::KEEP, "n", "m")),
                         t.IsIncluded("n")}), "1010") << "a member becomes a group, which is left again";
         EXPECT_EQ(t.Facts("a") + "; " + t.Facts("g"), "C s 5 0 " + blocks + "; g gs 0 1 " + blocks);
