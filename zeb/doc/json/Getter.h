@@ -168,7 +168,8 @@ public:
     void Invalidate() override { *success_ = false; }
 
     // The way from this getter to what failed it first, as "wan.id" or "lan[2].name", cut to what fits; empty
-    // while nothing failed. Of a getter that hangs in another one it begins with its own name there.
+    // while nothing failed, and for a getter on a null container. Of a getter that hangs in another one it
+    // begins with its own name there. The view ends with the getter.
     CString FailedField() const { return hasFailed_ ? CString(path_) : CString(); }
 
     // Internal. Hangs the child below the parent, whose children are those of this container. A child that
