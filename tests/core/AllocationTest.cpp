@@ -25,19 +25,19 @@ struct Map : ArrayMap {
 template<class T>
 std::string Show(T const& item) {
     std::string text;
+    if constexpr (std::is_scalar_v<T>) return testing::PrintToString(item);
     if constexpr (requires { item.Cstr(); }) return {item.Cstr(), item.Size()};
     if constexpr (requires { item.Str(); }) return Show(item.Str());
-    if constexpr (requires { item.begin(); }) return testing::PrintToString(item);
-    if constexpr (requires { item.Ptr(); }) { // bytes, or pointers
-        unsigned long const unit = std::is_same_v<T, VoidPVector> ? sizeof(void*) : 1;
-        return {reinterpret_cast<char const*>(item.Ptr()), item.Size() * unit};
-    }
-    if constexpr (requires { item.Key(0UL); })
+    if constexpr (requires { item.key; }) return Show(item.key) + "=" + Show(item.value);
+    if constexpr (requires { item.begin(); })
+        for (auto const& element : item)
+            text += Show(element) + ",";
+    else if constexpr (requires { item.Ptr(); }) // bytes, or pointers
+        text.assign(reinterpret_cast<char const*>(item.Ptr()),
+                    item.Size() * (std::is_same_v<T, VoidPVector> ? sizeof(void*) : 1));
+    else if constexpr (requires { item.Key(0UL); })
         for (unsigned long i = 0; i < item.Size(); ++i)
-            text += Show(item.Key(i)) + testing::PrintToString(item.Get(i)) + ",";
-    if constexpr (requires { item.Front(); })
-        for (unsigned long i = 0; i < item.Size(); ++i)
-            text += Show(item[i]) + ",";
+            text += Show(item.Key(i)) + "=" + Show(item.Get(i)) + ",";
     return text;
 }
 

@@ -12,6 +12,7 @@ TEST(StringMap, FindsWithoutCaseOnRequestAndAnswersNilForWhatIsNotThere) {
     StringMap map;
     for (char const* const key : {"b", "a", "\xE4", "", "ab"})
         ASSERT_TRUE(map.Set(key, key));
+    ASSERT_TRUE(map.Set("ab", CString(map.Get("ab").Cstr() + 1)) && map.Get("ab") == CString("b"));
     ASSERT_TRUE(map.Set(CString::IgnoreCase("AB"), "4") && map.Get("ab") == CString("4"));
     EXPECT_TRUE(map.Find("b") == 3 && map.Find("d") == 5 && !map.Has("AB") && map.Key(4) == CString("\xE4"));
     for (CString const* const view : {&map.Get("d"), &map.Get(5UL), &map.Key(5)})
@@ -33,9 +34,11 @@ TEST(StringMap, RandomOperationsMatchAStandardMap) {
         if (action == 3 && map.Remove(at)) twin.erase(std::next(twin.begin(), static_cast<long>(at)));
         if (action == 4 && copy.Assign(map) && copy.Assign(copy)) map.Swap(copy);
         ASSERT_EQ(map.Size(), twin.size());
-        unsigned long index = 0;
-        for (auto const& [name, text] : twin)
-            ASSERT_TRUE(map.Key(index) == name.c_str() && map.Get(index++) == text.c_str());
+        auto expected = twin.begin();
+        for (auto const& [name, text] : map) {
+            ASSERT_TRUE(name == expected->first.c_str() && text == expected->second.c_str());
+            ++expected;
+        }
         ASSERT_EQ(map.Has(key.c_str()), twin.contains(key));
     }
 }

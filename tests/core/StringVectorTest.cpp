@@ -10,8 +10,8 @@ using ListT = std::vector<std::string>;
 
 ListT List(StringVector const& vector) {
     ListT list;
-    for (unsigned long i = 0; i < vector.Size(); ++i)
-        list.emplace_back(vector[i].Cstr(), vector[i].Size());
+    for (String const& text : vector)
+        list.emplace_back(text.begin(), text.end());
     return list;
 }
 
@@ -47,6 +47,8 @@ TEST(StringVector, ChangesKeepTheOrderOfWhatStays) {
     vector.Truncate(9), vector.PopFront(), vector.PopBack(), vector.Truncate(6);
     EXPECT_EQ(List(vector), (ListT{"d", "c", "e", "a", "b", "d"}));
     vector.Sort();
+    for (String& text : vector)
+        text.ToUpper().ToLower();
     EXPECT_EQ(List(vector), (ListT{"a", "b", "c", "d", "d", "e"}));
     vector.SetDifference(vector), vector.PopFront(), vector.PopBack();
     EXPECT_TRUE(vector.Empty());

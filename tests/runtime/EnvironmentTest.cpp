@@ -85,7 +85,7 @@ TEST(Environment, HidesWhatTheProcessStartedWithIfItMay) {
         for (Calls::Step const& step : script)
             calls.Script(SysCall::prctl, {step});
         bool const failed = script.back().value == EPERM;
-        EXPECT_EQ(Environment::ClearInitial() >> 16, failed ? 0xCFFDu : 0x001Cu);
+        EXPECT_EQ(Environment::ClearInitial().Code() >> 16, failed ? 0xCFFDu : 0x001Cu);
         EXPECT_EQ(
             log.Count("C Environment: system failed [0xcffd****], unable to erase: operation not permitted."),
             failed ? 1u : 0u);

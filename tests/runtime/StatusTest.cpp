@@ -31,7 +31,7 @@ Report Read(Status const& status) {
     RString<128> ident;
     RString<1024> message;
     status.Get(&code, &noMessage, &ident, &message);
-    return {code, ident.Cstr(), noMessage ? "(none)" : message.Cstr()};
+    return {code.Code(), ident.Cstr(), noMessage ? "(none)" : message.Cstr()};
 }
 
 std::string const LONG(1017, 'm');

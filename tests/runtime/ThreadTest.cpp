@@ -43,7 +43,7 @@ TEST_F(ThreadTest, LivesBetweenStartAndStopAndRefusesMisuse) {
     std::string transcript;
     for (char const operation : std::string("PIRKSSIKCPSESPSRP")) {
         transcript += operation;
-        if (operation == 'S') transcript += std::to_string(static_cast<uint32_t>(thread.Start()) & 0xF);
+        if (operation == 'S') transcript += std::to_string(thread.Start().Code() & 0xF);
         if (operation == 'P') transcript += std::to_string(thread.Stop());
         if (operation == 'K') transcript += std::to_string(thread.Kill(0));
         if (operation == 'I') thread.Interrupt();

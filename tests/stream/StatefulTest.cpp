@@ -22,7 +22,7 @@ TEST(Stateful, TheFirstFailureWinsUntilItIsClearedAndBrokenIsFinal) {
     struct {
         void (*record)(Stateful const&);
         Stateful::StateT state;
-        uint32_t code;
+        ReturnT code;
         int error;
     } const rows[] = {{[](Stateful const& s) { s.SetState(STATE_TIMEOUT); }, STATE_TIMEOUT, FAIL_CODE, 0},
                       {[](Stateful const& s) { s.SetSysError_(EIO); }, STATE_FAILED, FAIL_CODE, EIO},
@@ -37,7 +37,7 @@ TEST(Stateful, TheFirstFailureWinsUntilItIsClearedAndBrokenIsFinal) {
             EXPECT_TRUE(leaf.CurrentState() == first.state && leaf.SysError() == first.error);
             EXPECT_EQ(leaf.CurrentCode(), first.code);
             root.ClearState_();
-            EXPECT_EQ(leaf.CurrentCode(), first.state == STATE_BROKEN ? first.code : OK_CODE.Code());
+            EXPECT_EQ(leaf.CurrentCode(), first.state == STATE_BROKEN ? first.code : OK_CODE);
         }
     }
 }

@@ -16,7 +16,7 @@ std::string Groups(Matcher const& matcher) {
     for (unsigned long i = 0; i < 5; ++i) {
         String group;
         EXPECT_TRUE(group.Assign("old"));
-        uint32_t const code = matcher.GetGroup(i, group);
+        ReturnT const code = matcher.GetGroup(i, group);
         all += code == 0x00390001 ? group.Cstr() : code == 0x80390001 ? "-" : "?";
         all += "|";
     }
@@ -46,7 +46,7 @@ TEST(Regex, LogsWhatDoesNotCompileAndWhatCannotBeSearchedFor) {
     LogCapture log;
     Regex const regex("a(", REG_EXTENDED), basic("a(", 0);
     EXPECT_EQ(Matcher("a(").Find(regex, 0), 0x80390003);
-    EXPECT_EQ(Matcher("a(").Find(basic, 0), 0x00390001);
+    EXPECT_EQ(Matcher("a(").Find(basic, 0), 0x00390001u);
     EXPECT_EQ(ReturnT(Matcher("a(").Find(basic, 0x100)).Code() >> 16, 0xCFFDu); // there is no such flag
     EXPECT_EQ(
         log.Take(),

@@ -23,10 +23,10 @@ OutcomeT Encode(unsigned from, unsigned to, unsigned flags, std::string const& i
     unsigned long needed = 99;
     Transcoder const transcoder(static_cast<Charset::TypeT>(from), static_cast<Charset::TypeT>(to),
                                 static_cast<Transcoder::FlagT>(flags));
-    uint32_t const code = transcoder.Encode(&at, in.size(), room == 0 ? nullptr : &end, room, &needed);
+    ReturnT const code = transcoder.Encode(&at, in.size(), room == 0 ? nullptr : &end, room, &needed);
     auto const written = static_cast<unsigned long>(end - out.data());
     EXPECT_EQ(out.find_first_not_of('#', written), out.npos) << "written behind the end";
-    return {code, at - in.data(), out.substr(0, written), needed};
+    return {code.Code(), at - in.data(), out.substr(0, written), needed};
 }
 
 struct Row {

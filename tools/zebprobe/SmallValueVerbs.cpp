@@ -37,7 +37,7 @@ Result RunTranscode(std::string const& input, Options const& options) {
     char const* in = input.data();
     char* end = out.data();
     ReturnT const code = transcoder.Encode(&in, input.size(), &end, out.size(), &size);
-    return {code, std::to_string(in - input.data()) + " bytes " + Quoted({out.data(), size})};
+    return {code.Code(), std::to_string(in - input.data()) + " bytes " + Quoted({out.data(), size})};
 }
 
 Result RunVersion(std::string const& input, Options const&) {

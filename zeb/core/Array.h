@@ -44,8 +44,8 @@ public:
     T const* end() const { return data_ + size_; }
 
     // An index past the end is refused. The value may be an element of this array.
-    bool Insert(unsigned long index, T const& value);
-    bool PushBack(T const& value) { return Insert(size_, value); }
+    [[nodiscard]] bool Insert(unsigned long index, T const& value);
+    [[nodiscard]] bool PushBack(T const& value) { return Insert(size_, value); }
 
     // Nothing happens where there is nothing to remove.
     void Remove(unsigned long index);
@@ -54,10 +54,12 @@ public:
     }
     void Clear();
 
-    bool Assign(Array const& other) { return &other == this || Assign(other.data_, other.size_); }
+    [[nodiscard]] bool Assign(Array const& other) {
+        return &other == this || Assign(other.data_, other.size_);
+    }
 
     // The source must not lie in this array.
-    bool Assign(T const* data, unsigned long size);
+    [[nodiscard]] bool Assign(T const* data, unsigned long size);
 
     void Swap(Array& other) noexcept {
         std::swap(data_, other.data_);

@@ -18,7 +18,7 @@ public:
 
     // Room for `size` elements. What the buffer held is lost. On false there is no room at all: Ptr() is null
     // and Size() 0.
-    bool Resize(unsigned long size) {
+    [[nodiscard]] bool Resize(unsigned long size) {
         delete[] heap_;
         heap_ = size > inlineCapacity_ ? new (std::nothrow) T[size] : nullptr;
         current_ = size > inlineCapacity_ ? heap_ : inline_;

@@ -49,6 +49,6 @@ public:
 
     // From a stream to its end. False if either stream has failed; text in error gives the input stream the
     // state of data in error.
-    static bool Encode(Io::IStream& in, Io::OStream& out, FormatT format);
-    static bool Decode(Io::IStream& in, Io::OStream& out, FormatT format);
+    [[nodiscard]] static bool Encode(Io::IStream& in, Io::OStream& out, FormatT format);
+    [[nodiscard]] static bool Decode(Io::IStream& in, Io::OStream& out, FormatT format);
 };

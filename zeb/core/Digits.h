@@ -48,7 +48,7 @@ char* Print(char* out, T value) {
 
 // The whole range must be digits and the number must fit into 64 bits; leading zeros are free, a sign, a
 // blank or "0x" is not taken. An empty range is no number. On false `value` stays as it was.
-ZEB_PUBLIC bool ParseDecimal(char const* begin, char const* end, uint64_t& value);
-ZEB_PUBLIC bool ParseHex(char const* begin, char const* end, uint64_t& value);
+[[nodiscard]] ZEB_PUBLIC bool ParseDecimal(char const* begin, char const* end, uint64_t& value);
+[[nodiscard]] ZEB_PUBLIC bool ParseHex(char const* begin, char const* end, uint64_t& value);
 
 } // namespace Digits

@@ -36,10 +36,11 @@ public:
     // plus sign, and a minus sign for signed types. Hexadecimal takes no sign; its digits are the bit pattern
     // of the type. On false `value` stays as it was.
     template<std::integral T>
-    static bool Parse(char const* text, unsigned long size, T& value, ParseFormatT format = PARSE_DECIMAL);
+    [[nodiscard]] static bool Parse(char const* text, unsigned long size, T& value,
+                                    ParseFormatT format = PARSE_DECIMAL);
 
     template<std::integral T>
-    static bool Parse(CString const& text, T& value, ParseFormatT format = PARSE_DECIMAL) {
+    [[nodiscard]] static bool Parse(CString const& text, T& value, ParseFormatT format = PARSE_DECIMAL) {
         return Parse(text.Cstr(), text.Size(), value, format);
     }
 

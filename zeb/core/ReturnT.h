@@ -10,11 +10,19 @@
 // A code is a failure exactly when bit 31 is set: Failed() is a sign test, and a warning counts as success.
 // Three facilities belong to no class; their low 16 bits carry the source line of the statement that reports:
 // Fail (a system or library call failed), Oom (an allocation failed) and Done (success).
+//
+//   if (ReturnT const code = file.Open(O_RDONLY); code.Failed()) return code;
+//   if (map.Get("port", value) == ArrayMap::NOT_FOUND) ...
+//
+// A code is made of a 32-bit word, and of a literal that is not negative. It is no truth value and no number:
+// `!code`, `code < 0`, `return false` and `return errno` mean something else than they say, so they do not
+// compile. Code() gives the word, for a switch or a log line.
 
 #include "zeb/core/Export.h"
 #include "zeb/core/Facility.h"
 
 #include <cstdint>
+#include <type_traits>
 
 class [[nodiscard]] ReturnT {
 public:
@@ -33,6 +41,15 @@ public:
     constexpr ReturnT(uint32_t code)
         : code_(code) {}
 
+    // Of a literal such as 0x00800001. A negative one, and any other number, is refused.
+    consteval ReturnT(int code)
+        : code_(static_cast<uint32_t>(code)) {
+        if (code < 0) Refuse_();
+    }
+    template<class T>
+    requires std::is_arithmetic_v<T> ReturnT(T)
+    = delete;
+
     // The code that a class makes of its facility and a number of its own.
     static constexpr ReturnT Make(SeverityT severity, uint32_t facility, uint32_t number) {
         return static_cast<uint32_t>(severity) << 30 | (facility & 0xFFF) << 16 | (number & 0xFFFF);
@@ -50,7 +67,8 @@ public:
     }
 
     constexpr uint32_t Code() const { return code_; }
-    constexpr operator uint32_t() const { return code_; }
+
+    constexpr bool operator==(ReturnT const&) const = default;
 
     constexpr bool Failed() const { return static_cast<int32_t>(code_) < 0; }
     constexpr bool Succeeded() const { return !Failed(); }
@@ -61,6 +79,8 @@ public:
     constexpr bool IsOom() const { return Facility() == FACILITY_OOM; }
 
 private:
+    static void Refuse_(); // not constant: a code is never negative
+
     uint32_t code_ = UNDEFINED_CODE;
 };
 

@@ -3,14 +3,16 @@
 // StringVector: a list of owned strings.
 //
 // Operations that can fail give false when memory ran out, and leave the list as it was, unless said
-// otherwise. A text that is put in must not lie in a string of the list that the operation changes. One
-// thread at a time.
+// otherwise. A text that is put in may lie in a string of the list. One thread at a time.
 
 #include "zeb/core/PVector.h"
 #include "zeb/core/String.h"
 
 class ZEB_PUBLIC StringVector : private AutoPVector<String, StdDeleter> {
 public:
+    template<class U>
+    class Iterator;
+
     static StringVector const& Nil();
 
     using VoidPVector::Empty;
@@ -25,11 +27,20 @@ public:
     String& Back() { return *AutoPVector::Back(); }
     String const& Back() const { return *AutoPVector::Back(); }
 
+    // For loops over the strings: for (String const& name : names). Inside the loop nothing is put in or
+    // taken out.
+    Iterator<String> begin();
+    Iterator<String> end();
+    Iterator<String const> begin() const;
+    Iterator<String const> end() const;
+
     // An index past the end is refused.
-    bool Insert(CString const& text, unsigned long index) { return Insert(text.Cstr(), text.Size(), index); }
-    bool Insert(char const* data, unsigned long size, unsigned long index);
-    bool PushBack(CString const& text) { return Insert(text, Size()); }
-    bool PushBack(char const* data, unsigned long size) { return Insert(data, size, Size()); }
+    [[nodiscard]] bool Insert(CString const& text, unsigned long index) {
+        return Insert(text.Cstr(), text.Size(), index);
+    }
+    [[nodiscard]] bool Insert(char const* data, unsigned long size, unsigned long index);
+    [[nodiscard]] bool PushBack(CString const& text) { return Insert(text, Size()); }
+    [[nodiscard]] bool PushBack(char const* data, unsigned long size) { return Insert(data, size, Size()); }
 
     // Nothing happens where there is nothing to remove.
     void PopBack();
@@ -37,11 +48,11 @@ public:
     void Remove(unsigned long index);
     void Truncate(unsigned long size);
 
-    bool Assign(StringVector const& other);
+    [[nodiscard]] bool Assign(StringVector const& other);
 
     // A null-terminated list. On failure the vector is left empty.
-    bool Assign(char const* const* list);
-    bool Append(StringVector const& other);
+    [[nodiscard]] bool Assign(char const* const* list);
+    [[nodiscard]] bool Append(StringVector const& other);
     void Swap(StringVector& other) noexcept { AutoPVector::Swap(other); }
 
     // Index of the first equal text, in [first, last) if these are given, or Size(). Linear. The forms with a
@@ -67,3 +78,27 @@ public:
     static int Ascending(String const* a, String const* b) { return a->Compare(*b); }
     static int Descending(String const* a, String const* b) { return b->Compare(*a); }
 };
+
+template<class U>
+class StringVector::Iterator {
+public:
+    explicit Iterator(PVector<String>::Iterator<U> slot)
+        : slot_(slot) {}
+
+    U& operator*() const { return **slot_; }
+    U* operator->() const { return *slot_; }
+    Iterator& operator++() { return ++slot_, *this; }
+    bool operator==(Iterator const&) const = default;
+
+private:
+    PVector<String>::Iterator<U> slot_;
+};
+
+inline StringVector::Iterator<String> StringVector::begin() { return Iterator<String>(AutoPVector::begin()); }
+inline StringVector::Iterator<String> StringVector::end() { return Iterator<String>(AutoPVector::end()); }
+inline StringVector::Iterator<String const> StringVector::begin() const {
+    return Iterator<String const>(AutoPVector::begin());
+}
+inline StringVector::Iterator<String const> StringVector::end() const {
+    return Iterator<String const>(AutoPVector::end());
+}

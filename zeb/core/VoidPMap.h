@@ -15,12 +15,16 @@ public:
     void Clear() { entries_.Clear(); }
 
     // Changes the value of the key, or adds the pair.
-    bool Set(CString const& key, void* value);
-    bool Set(CString const& key, void const* value) { return Set(key, const_cast<void*>(value)); }
+    [[nodiscard]] bool Set(CString const& key, void* value);
+    [[nodiscard]] bool Set(CString const& key, void const* value) {
+        return Set(key, const_cast<void*>(value));
+    }
 
     // False when the index is past the end.
-    bool Set(unsigned long index, void* value);
-    bool Set(unsigned long index, void const* value) { return Set(index, const_cast<void*>(value)); }
+    [[nodiscard]] bool Set(unsigned long index, void* value);
+    [[nodiscard]] bool Set(unsigned long index, void const* value) {
+        return Set(index, const_cast<void*>(value));
+    }
 
     // Null when there is no such key or index.
     void* Get(CString const& key) { return Get(Find(key)); }

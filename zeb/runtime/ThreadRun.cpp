@@ -38,7 +38,7 @@ constexpr char const NO_RECORDS[] = "it was not made: no main thread, no name or
 
 // What a code of Start() says; the error number follows where there is one.
 char const* Text_(ReturnT const& code) {
-    switch (static_cast<uint32_t>(code)) {
+    switch (code.Code()) {
     case 0x80220001:
         return NO_RECORDS;
     case 0x80220002:
