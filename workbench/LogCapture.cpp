@@ -16,6 +16,8 @@
 #include <gtest/gtest.h>
 
 extern "C" void __real_vsyslog(int priority, char const* format, va_list arguments);
+extern "C" void __real_LogSyslog_Send(int priority, char const* time, char const* process, char const* ident,
+                                      char const* text);
 
 namespace {
 
@@ -160,6 +162,17 @@ void __wrap_vsyslog(int priority, char const* format, va_list arguments) {
     va_end(again);
     vsnprintf(line.data(), line.size() + 1, format, arguments);
     LogWatch::Keep(priority, line);
+}
+
+// The line of a signal handler, which may not call syslog().
+void __wrap_LogSyslog_Send(int priority, char const* time, char const* process, char const* ident,
+                           char const* text) {
+    if (realDepth != 0) {
+        __real_LogSyslog_Send(priority, time, process, ident, text);
+        return;
+    }
+    Workbench::Own const own;
+    LogWatch::Keep(priority, std::string(ident) + ": " + text);
 }
 
 void __wrap___vsyslog_chk(int priority, int, char const* format, va_list arguments) {

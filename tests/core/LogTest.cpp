@@ -1,5 +1,6 @@
 #include "zeb/core/Log.h"
 
+#include "workbench/Calls.h"
 #include "workbench/Child.h"
 #include "workbench/Clock.h"
 #include "workbench/Heap.h"
@@ -8,154 +9,142 @@
 #include "zeb/core/CString.h"
 #include "zeb/core/LogImpl.h"
 #include "zeb/core/StringAccumulator.h"
+#include "zeb/core/Time.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <climits>
-#include <cstdio>
+#include <csignal>
+#include <map>
+#include <memory>
+#include <regex>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
-
-std::string Cut(unsigned long kept, char c = 'x') { return std::string(kept, c) + " [...]"; }
-
-// The lines that a statement of these arguments logs.
-LogCapture::LinesT Lines(char const* name, char const* format, std::vector<std::string> const& arguments) {
-    LogCapture capture;
-    {
-        Log log(Log::ERROR, "T", name, format);
-        for (std::string const& argument : arguments)
-            log << argument.c_str();
-    }
-    return capture.Take();
-}
 
 struct Pair : Log::Combo {
     void Draw(Log& log) const override { log << "10.0.0.1" << Log::GLUE << ':' << Log::GLUE << 80; }
 };
 
-TEST(Log, ExpandsTheTemplateAndReportsFaultsOfTheStatement) {
-    struct Row {
-        char const* name;
-        char const* format;
+std::string X(unsigned long count) { return std::string(count, 'x'); }
+
+// A name of "n" stands for a statement whose arguments do not fit its template.
+TEST(Log, ExpandsTheTemplateCutsAndReportsFaultsOfTheStatement) {
+    std::string const bad = "invalid message format: ", misfit = " log arguments in a stream: ",
+                      cut = " [...]";
+    std::string const huge(2000, 'h'), most(1010, 'm');
+    struct {
+        std::string name, format;
         std::vector<std::string> arguments;
-        std::string line; // behind "E T: ", or behind "C Log: " if the arguments do not fit the format
+        std::string text;
     } const rows[] = {
         // clang-format off
-        {nullptr, "plain", {}, "plain."}, {"", "no name", {}, "no name."},
-        {"eth0", "link %1", {"up"}, "\"eth0\": link up."},
-        {nullptr, "%9%8%7%6%5%4%3%2%1", {"1", "2", "3", "4", "5", "6", "7", "8", "9"}, "987654321."},
-        {nullptr, "%%1 %1 %%", {"x"}, "%1 x %."}, {nullptr, "%1", {""}, ""}, {nullptr, "list:", {}, "list:"},
-        {nullptr, "%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%1%%", {"x"}, "%%%%%%%%%%%%%%%%x%."},
-        {nullptr, "well, %1", {"really?"}, "well, really?"},
-        {nullptr, "a. b; c! d* e,", {}, "a. b; c! d* e,"}, {nullptr, "%1", {"%2 stays"}, "%2 stays."},
-        {"n", "100%", {}, "invalid message format: 100%."}, {"n", "%x", {}, "invalid message format: %x."},
-        {"n", "%0", {"a"}, "invalid message format: %0."},
-        {"n", "%1 %1:", {"a"}, "invalid message format: %1 %1:"},
-        {"n", "%2", {"a", "b"}, "invalid message format: %2."},
-        {"n", "%1 %3", {"a", "b"}, "invalid message format: %1 %3."},
-        {"n", "a %1 b", {}, "too few log arguments in a stream: a %1 b."},
-        {"n", "%1", {"a", "b"}, "too many log arguments in a stream: %1."},
-        {"n", "", {"a"}, "too many log arguments in a stream: ."},
-        {"n", "%%", {"a"}, "too many log arguments in a stream: %%."},
+        {"", "plain", {}, "plain."}, {"eth0", "link %1", {"up"}, "\"eth0\": link up."}, {"", "%1", {""}, ""},
+        {"", "%9%8%7%6%5%4%3%2%1", {"1", "2", "3", "4", "5", "6", "7", "8", "9"}, "987654321."}, {"", "list:", {}, "list:"},
+        {"", "%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%%1%%", {"x"}, "%%%%%%%%%%%%%%%%x%."}, {"", "%%1 %1 %%", {"x"}, "%1 x %."},
+        {"", "a. b; c! d* e,", {}, "a. b; c! d* e,"}, {"", "%1", {"%2 stays"}, "%2 stays."}, {"", "%1", {"really?"}, "really?"},
+        {"n", "100%", {}, bad + "100%."}, {"n", "%x", {}, bad + "%x."}, {"n", "%0", {"a"}, bad + "%0."},
+        {"n", "%1 %1:", {"a"}, bad + "%1 %1:"}, {"n", "%2", {"a", "b"}, bad + "%2."}, {"n", "%1 %3", {"a", "b"}, bad + "%1 %3."},
+        {"n", "a %1 b", {}, "too few" + misfit + "a %1 b."}, {"n", "%1", {"a", "b"}, "too many" + misfit + "%1."},
+        {"n", "", {"a"}, "too many" + misfit + "."}, {"n", "%%", {"a"}, "too many" + misfit + "%%."},
+        {"", X(1021), {}, X(1021) + "."}, {"", X(1022), {}, X(1022) + "."}, {"", X(1023), {}, X(1017) + cut},
+        {"", X(5000), {}, X(1017) + cut}, {"", X(1100) + "%1", {"tail"}, X(1017) + cut}, {X(1100), "m", {}, "\"" + X(1016) + cut},
+        {"n", "%1" + X(1100), {}, "too few" + misfit + "%1" + X(980) + cut}, {"", "%1-%2-%3", {"a", huge, "c"}, "a-\?\?\?-c."},
+        {"", "%2 %3 %4%1", {most, "0123456789abc", "ok", "x"}, "\?\?\? ok x" + most + "."},
         // clang-format on
     };
-    for (Row const& row : rows) {
-        bool const isFault = row.name && *row.name == 'n';
-        LogCapture::LinesT expected = {(isFault ? "C Log: " : "E T: ") + row.line};
-        EXPECT_EQ(Lines(row.name, row.format, row.arguments), expected) << row.format;
+    for (auto const& row : rows) {
+        LogCapture capture;
+        {
+            Log log(Log::ERROR, "T", row.name.empty() ? nullptr : row.name.c_str(), row.format.c_str());
+            for (std::string const& argument : row.arguments)
+                log << argument.c_str();
+        }
+        EXPECT_EQ(capture.Take(), LogCapture::LinesT{(row.name == "n" ? "C Log: " : "E T: ") + row.text})
+            << row.format;
     }
-    EXPECT_TRUE(Lines("name", "", {}).empty() && Lines(nullptr, nullptr, {}).empty());
 }
 
-TEST(Log, TakesEveryTypeAndSteersTheNextOne) {
-    StringAccumulator accumulator;
-    accumulator << "acc" << 1;
-    LogCapture capture;
-    Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4 %5 %6")
-        << 'c' << static_cast<signed char>('s') << static_cast<unsigned char>('u') << accumulator
-        << Log::Slice("0123456", 2, 3) << Pair();
-    Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4")
-        << Log::HEX << 255 << 255 << Log::HEX << short{-1} << Log::HEX << ULONG_MAX;
-    Log(Log::INFO, "T", nullptr, "%1 %2") << Log::HEX << 'a' << 16; // a text uses the wish up
-    Log(Log::INFO, "T", nullptr, "%1|%2") << static_cast<char const*>(nullptr) << CString("ab\0cd", 5);
-    Log(Log::INFO, "T", nullptr, "no dot") << Log::LOUD << Log::NO_DOT;
-    Log(Log::INFO, "T", nullptr, "%1 %2 %3 %4 %5 %6 %7 %8")
-        << short{-1} << static_cast<unsigned short>(65535) << INT_MIN << UINT_MAX << LONG_MIN << ULONG_MAX
-        << LLONG_MIN << ULLONG_MAX;
-    Log(Log::INFO, "T", nullptr, "%1") << Log::GLUE << "glued to nothing is no argument";
-    LogCapture::LinesT const expected = {
+TEST(Log, TakesEveryTypeAndSteersTheNextOneAndLeadsWithTheCode) {
+    static std::string const huge(2000, 'h');
+    std::pair<void (*)(Log&), char const*> const rows[] = {
         // clang-format off
-        "I T: c s u acc1 234 10.0.0.1:80.", "I T: ff 255 ffff ffffffffffffffff.", "I T: a 16.", "I T: |ab.",
-        "I T: no dot",
-        "I T: -1 65535 -2147483648 4294967295 -9223372036854775808 18446744073709551615 "
-        "-9223372036854775808 18446744073709551615.",
-        "C Log: too few log arguments in a stream: %1.",
+        {[](Log& l) { l << 'c' << static_cast<signed char>('s') << static_cast<unsigned char>('u') << Log::Slice("0123", 1, 2); },
+         "c s u 12"},
+        {[](Log& l) { l << (StringAccumulator() << "acc" << 1) << Pair() << "" << static_cast<char const*>(nullptr); },
+         "acc1 10.0.0.1:80  "},
+        {[](Log& l) { l << Log::HEX << 255 << 255 << Log::HEX << short{-1} << Log::HEX << LLONG_MIN; }, "ff 255 ffff 8000000000000000"},
+        {[](Log& l) { l << Log::Slice("0123", 2, 9) << Log::Slice("0123", 9, 1) << Log::Slice("0123", ~0UL, ~0UL) << 7; }, "23   7"},
+        {[](Log& l) { l << Log::HEX << 'a' << 16 << CString("ab\0cd", 5) << '\0'; }, "a 16 ab "},
+        {[](Log& l) { l << short{-1} << static_cast<unsigned short>(65535) << INT_MIN << UINT_MAX; },
+         "-1 65535 -2147483648 4294967295"},
+        {[](Log& l) { l << LONG_MIN << ULONG_MAX << LLONG_MIN << ULLONG_MAX; },
+         "-9223372036854775808 18446744073709551615 -9223372036854775808 18446744073709551615"},
+        {[](Log& l) { l << "a" << Log::GLUE << huge.c_str() << Log::GLUE << "lost" << "b" << "c" << "d"; },
+         "\?\?\? b c d"},
+        {[](Log& l) { l.Done(0x0FFF0139) << 1 << 2 << 3 << 4; }, "I T: returned code [0x0fff0139], 1 2 3 4"},
+        {[](Log& l) { l.Fail(0xCFFD00BE) << 1 << 2 << 3 << 4; }, "C T: system failed [0xcffd00be], 1 2 3 4"},
+        {[](Log& l) { l.Oom(0xCFFE00B1) << 1 << 2 << 3 << 4; }, "C T: out of memory [0xcffe00b1], 1 2 3 4"},
+        {[](Log& l) { l.Fail(1).Oom(2).Done(3) << 1 << 2 << 3 << 4; }, "I T: returned code [0x00000003], 1 2 3 4"},
+        {[](Log& l) { l.Oom(2).Fail(0) << 1 << 2 << 3 << 4; }, "C T: system failed [0x00000000], 1 2 3 4"},
+        {[](Log& l) { l.Fail(5) << Log::GLUE << "glued to nothing"; }, "C Log: too few log arguments in a stream: %1 %2 %3 %4"},
         // clang-format on
     };
-    EXPECT_EQ(capture.Take(), expected);
-}
-
-TEST(Log, LeadsWithTheCode) {
     LogCapture capture;
-    ReturnT const code{0x0FFF0139};
-    Log(Log::ERROR, "T", nullptr, "").Done(code);
-    Log(Log::WARNING, "T", "n", "why: %1").Fail(0xCFFD00BE) << "x";
-    Log(Log::WARNING, "T", nullptr, "").Oom(0xCFFE00B1);
-    Log(Log::ERROR, "T", nullptr, "done").Fail(1).Oom(2).Done(3);
-    Log(Log::INFO, "T", nullptr, "failed").Oom(2).Fail(0);
-    Log(Log::INFO, "T", nullptr, "%1").Fail(code);
-    LogCapture::LinesT const expected = {
-        // clang-format off
-        "I T: returned code [0x0fff0139].", "C T: \"n\": system failed [0xcffd00be], why: x.",
-        "C T: out of memory [0xcffe00b1].", "I T: returned code [0x00000003], done.",
-        "C T: system failed [0x00000000], failed.", "C Log: too few log arguments in a stream: %1.",
-        // clang-format on
-    };
-    EXPECT_EQ(capture.RawLines(), expected);
-}
-
-TEST(Log, CutsALongMessageAndReplacesArgumentsThatDoNotFit) {
-    for (unsigned long const size : {1021, 1022, 1023, 1024, 5000}) {
-        std::string const format(size, 'x');
-        std::string const text = size < 1023 ? format + "." : Cut(1017);
-        EXPECT_EQ(Lines(nullptr, format.c_str(), {}), LogCapture::LinesT{"E T: " + text}) << size;
+    for (auto const& [fill, text] : rows) {
+        Log(Log::WARNING, "T", nullptr, "") << Log::LOUD; // without a message
+        {
+            Log log(Log::WARNING, "T", nullptr, "%1 %2 %3 %4");
+            fill(log << Log::NO_DOT);
+        }
+        std::string const line = strstr(text, ": ") ? text : "W T: " + std::string(text);
+        EXPECT_EQ(capture.RawLines(), LogCapture::LinesT{line});
+        capture.Clear();
     }
-    // Nothing is written behind what was cut.
-    EXPECT_EQ(Lines(nullptr, (std::string(1100, 'x') + "%1").c_str(), {"tail"}),
-              LogCapture::LinesT{"E T: " + Cut(1017)});
-    EXPECT_EQ(Lines(nullptr, ("%1" + std::string(1100, 'x')).c_str(), {}),
-              LogCapture::LinesT{"C Log: too few log arguments in a stream: %1" + Cut(1017 - 37)});
-    EXPECT_EQ(Lines(std::string(1100, 'x').c_str(), "m", {}), LogCapture::LinesT{"E T: \"" + Cut(1016)});
-    std::string const huge(2000, 'h');
-    std::string const most(1010, 'm');
-    EXPECT_EQ(Lines(nullptr, "%1-%2-%3", {"a", huge, "c"}), LogCapture::LinesT{"E T: a-\?\?\?-c."});
-    EXPECT_EQ(Lines(nullptr, "%2 %3 %4%1", {most, "0123456789abc", "ok", "x"}).front().substr(0, 17),
-              "E T: \?\?\? ok x" + std::string(4, 'm'));
-    LogCapture capture;
-    Log(Log::INFO, "T", nullptr, "%1|%2|%3") << "a" << Log::GLUE << huge.c_str() << Log::GLUE << "lost"
-                                             << "b" << Log::GLUE << "c"
-                                             << "d";
-    EXPECT_EQ(capture.Lines().front(), "I T: \?\?\?|bc|d.");
+    Log(Log::ERROR, "T", "n", "").Done(0x0FFF0139);
+    EXPECT_EQ(capture.RawLines(), LogCapture::LinesT{"I T: \"n\": returned code [0x0fff0139]."});
 }
 
-TEST(Log, TakesAStatementWithinAnother) {
+TEST(Log, StatementsOfOneThreadHavePlacesOfTheirOwnAndOneTooManyIsDropped) {
     LogCapture capture;
-    Log outer(Log::ERROR, "Outer", nullptr, "%1 %2");
-    outer << "a";
-    Log(Log::ERROR, "Inner", nullptr, "%1") << "b"; // as from a signal handler
-    outer << "c";
-    char const* const message = outer.MakeMessage_(nullptr);
-    Log(Log::ERROR, "Inner", nullptr, "%1") << "d"; // as from the monitor of a lock
-    EXPECT_STREQ(message, "a c.");
-    EXPECT_EQ(capture.Take(), (LogCapture::LinesT{"E Inner: b.", "E Inner: d."}));
+    auto const open = [](char const* text) {
+        auto log = std::make_unique<Log>(Log::ERROR, "T", nullptr, "%1 %2 %3");
+        *log << text;
+        return log;
+    };
+    std::unique_ptr<Log> logs[] = {open("0"), open("1"), open("2"), open("3"), nullptr};
+    for (int const i : {3, 0, 2, 1})
+        *logs[i] << i;
+    bool internal = true;
+    EXPECT_TRUE(!(*open("x") << 'y' << Log::HEX << 5 << Log::Backtrace(0)).Fail(5).MakeMessage_(&internal));
+    EXPECT_EQ(open("x")->Done(5).Code_(), ReturnT::UNDEFINED);
+    EXPECT_FALSE(internal);
+    *logs[1] << "last";
+    logs[1].reset(); // they end in any order
+    logs[4] = open("4");
+    *logs[4] << 4;
+    for (int const i : {3, 0, 4, 2}) {
+        *logs[i] << "last";
+        logs[i].reset();
+    }
+    EXPECT_EQ(capture.Take(), (LogCapture::LinesT{"E T: 1 1 last.", "E T: 3 3 last.", "E T: 0 0 last.",
+                                                  "E T: 4 4 last.", "E T: 2 2 last."}));
 }
 
 // What is printed in a process of its own: syslog and console mode are for its whole life.
 
-TEST(Log, ConsoleLinesHaveLetterTimeAndIdent) {
-    Child const child = Child::Run([] {
+std::string InChild(void (*body)()) {
+    Child const child = Child::Run(body);
+    EXPECT_EQ(child.ExitCode(), 0) << child;
+    return child.Output();
+}
+
+TEST(Log, ConsoleLinesHaveLetterTimeAndIdentAndAreOneLine) {
+    std::string const output = InChild([] {
         setenv("TZ", "UTC-3", 1);
         Clock clock;
         clock.SetWall(784111777);
@@ -163,58 +152,153 @@ TEST(Log, ConsoleLinesHaveLetterTimeAndIdent) {
         Heap heap(1, Heap::ModeT::FOREVER);
         heap.Arm();
         Log(Log::INFO, "A", nullptr, "i");
-        Log(Log::AUTH, "A", nullptr, "a");
+        Log(Log::AUTH, "A", nullptr, "%1") << "a\nx";
         clock.Advance(999);
-        Log(Log::WARNING, "A", nullptr, "w");
+        Log(Log::WARNING, "A", nullptr, "%1") << "forged\r\n[I] line \x1b[2K\x1f end\tof\x7fit \xC3\xA4~";
         clock.Advance(1);
         Log(Log::ERROR, "A", "n", "%1 %2").Oom(0xCFFE0001) << Log::Slice("abc", 1, 1) << Pair();
-        Log(Log::ERROR, "A::B", "n", "e: %1") << 5;
-        Log(Log::CRITICAL, "A", nullptr, "c");
         Log(Log::ERROR, "A", nullptr, "hidden, %1") << Log::QUIET;
         Log(Log::ERROR, "A", nullptr, "hidden") << Log::Control(Log::VERBOSE_OFF);
-        heap.Disarm();
-        EXPECT_EQ(heap.Calls(), 0u);
+        clock.Advance(1000);
+        (void)(Log::InHandler(), Log(Log::ERROR, "A::B", "n", "e: %1") << 5);
+        Log(Log::ERROR, "A::B", "n", "e: %1") << 5;
+        Calls calls;
+        calls.Script(SysCall::write, {Calls::Fail(EINTR), Calls::Short(5), Calls::Real(), Calls::Fail(EIO)});
+        Log(Log::CRITICAL, "A", nullptr, "c");
+        Log(Log::ERROR, "A", nullptr, "lost");
         Log(Log::ERROR, std::string(3000, 'i').c_str(), nullptr, "long");
+        heap.Disarm();
+        EXPECT_EQ(heap.Calls() + calls.Count(SysCall::write), 6u);
     });
-    EXPECT_EQ(child.ExitCode(), 0) << child;
     std::string const expected =
         // clang-format off
-        "[I] Nov  6 11:49:37 zeb: A: i.\n[A] Nov  6 11:49:37 zeb: A: a.\n[W] Nov  6 11:49:37 zeb: A: w.\n"
+        "[I] Nov  6 11:49:37 zeb: A: i.\n[A] Nov  6 11:49:37 zeb: A: a x.\n"
+        "[W] Nov  6 11:49:37 zeb: A: forged  [I] line  [2K  end\tof it \xC3\xA4~.\n"
         "[C] Nov  6 11:49:38 zeb: A: \"n\": out of memory [0xcffe0001], b 10.0.0.1:80.\n"
-        "[E] Nov  6 11:49:38 zeb: A::B: \"n\": e: 5.\n"
-        // clang-format on
-        "[C] Nov  6 11:49:38 zeb: A: c.\n[E] Nov  6 11:49:38 zeb: ";
-    EXPECT_EQ(child.Output(), expected + std::string(3000, 'i') + ": long.\n");
+        "[E] Nov  6 11:49:39 zeb: A::B: \"n\": e: 5.\n[E] Nov  6 11:49:39 zeb: A::B: \"n\": e: 5.\n"
+        "[C] Nov  6 11:49:39 zeb: A: c.\n[E] Nov  6 11:49:39 zeb: " + std::string(3000, 'i') + ": long.\n";
+    // clang-format on
+    EXPECT_EQ(output, expected);
+}
+
+// The lines of the output behind their times, counted.
+std::map<std::string, int> Counted(std::string const& output) {
+    std::map<std::string, int> lines;
+    std::istringstream stream(output);
+    for (std::string line; std::getline(stream, line);)
+        ++lines[line.substr(std::min(line.find(" zeb: "), line.size()))];
+    return lines;
+}
+
+TEST(Log, LinesOfThreadsNeverMix) {
+    auto const lines = Counted(InChild([] {
+        Log::ConsoleMode();
+        std::vector<std::thread> threads;
+        for (char const c : {'a', 'b', 'c', 'd'})
+            threads.emplace_back([c] {
+                std::string const ident(2000, c), text(900, c); // a line takes two calls
+                for (int i = 0; i < 50; ++i)
+                    Log(Log::INFO, ident.c_str(), nullptr, "%1") << text.c_str();
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+    }));
+    EXPECT_EQ(lines.size(), 4u);
+    for (auto const& [line, count] : lines) {
+        EXPECT_TRUE(line == " zeb: " + std::string(2000, line[6]) + ": " + std::string(900, line[6]) + ".");
+        EXPECT_EQ(count, 50);
+    }
 }
 
 TEST(Log, SyslogGetsPriorityAndIdent) {
     ZEB_NEED_ROOT();
-    Child const child = Child::Run([] {
+    InChild([] {
         Namespace space;
         DevLog log(space);
         RealSyslog real;
-        struct {
-            char const *path, *ident;
-        } const idents[] = {{"", ""}, {"/bin/", ""}, {"./a/b", "b"}, {"/usr/sbin/netd", "netd"}};
-        for (auto const& [path, ident] : idents) {
-            char* arguments[] = {const_cast<char*>(path), nullptr};
-            EXPECT_STREQ(Log::ProcessIdent(*path ? 1 : 0, *path ? arguments : arguments + 1), ident);
+        for (std::pair<std::string, char const*> row :
+             {std::pair{"", ""}, {"/bin/", ""}, {"./a/b", "b"}, {"/bin/netd", "netd"}}) {
+            char* arguments[] = {row.first.data(), nullptr};
+            EXPECT_STREQ(Log::ProcessIdent(!row.first.empty(), arguments + row.first.empty()), row.second);
         }
-        std::pair<Log::LevelT, char const*> const rows[] = {
-            // clang-format off
-            {Log::INFO, "<14>"}, {Log::AUTH, "<37>"}, {Log::WARNING, "<12>"}, {Log::ERROR, "<11>"},
-            {Log::CRITICAL, "<10>"},
-            // clang-format on
-        };
-        for (auto const& [level, priority] : rows) {
-            Log(level, "Io::File", "n", "100%% %1") << "%s";
-            std::string const line = log.Next();
-            EXPECT_EQ(line.substr(0, 4), priority);
-            EXPECT_NE(line.find(" netd: Io::File: \"n\": 100% %s."), std::string::npos) << line;
+        char const* const priorities[] = {"<14>", "<37>", "<12>", "<11>", "<10>"}; // of the levels
+        std::string const time = R"([A-Z][a-z]{2} [ 123]\d \d\d:\d\d:\d\d )";
+        for (std::string const& name : {std::string("netd"), std::string(program_invocation_short_name)}) {
+            for (unsigned level = Log::INFO; level <= Log::CRITICAL; ++level) {
+                std::regex const line(priorities[level] + time + name + R"(: Io::File: "n": 100% %s\.)");
+                Log(Log::LevelT(level), "Io::File", "n", "100%% %1") << "%s";
+                EXPECT_TRUE(std::regex_match(log.Next(), line)) << level << name;
+                Log::InHandler const handler;
+                Log(Log::LevelT(level), "Io::File", "n", "100%% %1") << "%s";
+                EXPECT_TRUE(std::regex_match(log.Next(), line)) << level << name << " from a handler";
+            }
+            Log::Close();
         }
-        Log::Close();
     });
-    EXPECT_EQ(child.ExitCode(), 0) << child;
+}
+
+std::atomic<int> handled;
+
+void OnSignal(int) {
+    Log::InHandler const handler;
+    Log(Log::INFO, "H", nullptr, "handled");
+    ++handled;
+}
+
+// A signal that lands in a function of libc finds its lock held, while another thread holds the log and waits
+// for that lock.
+template<class ReadT>
+void Flood(ReadT const& read) {
+    signal(SIGUSR1, OnSignal);
+    std::atomic<bool> done = false;
+    pthread_t const target = pthread_self();
+    std::thread other([&] {
+        while (!done)
+            Log(Log::INFO, "O", nullptr, "other");
+    });
+    std::thread flood([&] {
+        while (handled < 40)
+            pthread_kill(target, SIGUSR1), sched_yield();
+        done = true;
+    });
+    std::thread reader([&] { read(done); });
+    char text[Time::Stamp::TEXT_SIZE];
+    while (!done)
+        EXPECT_TRUE(Time::Now().AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, text).Succeeded());
+    flood.join(), other.join(), reader.join();
+}
+
+TEST(Log, AHandlerWaitsForNoLock) {
+    std::string const output = InChild([] {
+        Log::ConsoleMode();
+        signal(SIGUSR1, OnSignal);
+        Calls calls;
+        calls.Script(SysCall::write, {Calls::Do([] { raise(SIGUSR1); })}); // with the log held
+        Log(Log::INFO, "O", nullptr, "interrupted");
+        Flood([](auto&) {});
+        Log(Log::INFO, "N", nullptr, "%1") << handled.load();
+    });
+    auto lines = Counted(output);
+    EXPECT_LT(output.find("H: handled.\n"), output.find("O: interrupted.\n"));
+    EXPECT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[" zeb: N: " + std::to_string(lines[" zeb: H: handled."]) + "."], 1);
+}
+
+TEST(Log, AHandlerWaitsForNoLockOfSyslog) {
+    ZEB_NEED_ROOT();
+    InChild([] {
+        Namespace space;
+        DevLog log(space);
+        RealSyslog real;
+        int count = 0;
+        Flood([&](std::atomic<bool> const& done) {
+            for (std::string line = "-"; !done || !line.empty();) {
+                line = log.Next(20);
+                count += line.find("H: handled.") != std::string::npos;
+            }
+        });
+        EXPECT_EQ(count, handled);
+    });
 }
 
 TEST(LogStringBuffer, GrowsWhenAsked) {

@@ -220,9 +220,13 @@ void ExpectLogged(int number, std::string const& text) {
     std::string const output = InChild([number] {
         Log::ConsoleMode();
         FrameT frame;
-        errno = ERANGE;
-        raise(number);
-        EXPECT_EQ(errno, ERANGE);
+        Calls calls; // the signal comes while the lock of the log is held
+        calls.Script(SysCall::write, {Calls::Do([number] {
+                         errno = ERANGE;
+                         raise(number);
+                         EXPECT_EQ(errno, ERANGE);
+                     })});
+        Log(Log::INFO, "T", nullptr, "interrupted");
         EXPECT_FALSE(Thread::SelfInterrupted() || frame.StopRequested());
         frame.SetStop();
         EXPECT_TRUE(frame.StopRequested());

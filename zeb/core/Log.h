@@ -13,10 +13,25 @@
 // number of arguments) becomes a critical line of its own, under the ident "Log". Every message ends in a
 // full stop unless it ends in one of .,?!*;: and it is cut at 1023 characters, then ending in " [...]".
 //
-// A statement allocates nothing, so that an allocation failure can be logged. Its text is built on the
-// calling thread without a lock, in storage that each thread has once: statements of one thread are made one
-// at a time. Lines of different threads never mix. Logging is allowed under any lock and from any thread, and
-// reports no failure to its caller.
+// On the console a statement is one line whatever its arguments hold: line ends and other control characters
+// read as blanks there. A Status and syslog get the text as it is.
+//
+// To fill the status of the thread and return a code by the same statement take StatusLog
+// (zeb/runtime/StatusLog.h).
+//
+// Owns       nothing: ident, name and template must live until the end of the statement; arguments are copied
+// Threads    any. Text is built on the calling thread without a lock; lines of different threads never mix,
+//            and a statement keeps its backtrace together
+// Nesting    a thread has four places: for a statement, and for those made while it lives, by a function that
+//            is called for an argument, by the monitor of a lock, by a signal handler. A fifth statement is
+//            dropped: it prints nothing, and has no text for a StatusLog
+// Waits      the end of a statement waits for lines of other threads and for the console or syslog to take
+//            the line; nothing interrupts that. Building, and a QUIET statement, wait for nothing
+// Locks      may be used under any lock: that of the log is the last of all, and nothing is called under it
+// Signals    a handler that logs opens with a Log::InHandler, see there
+// Memory     none is taken: the places lie in 9 KiB of static thread storage. To load the library by dlopen()
+//            start the program with GLIBC_TUNABLES=glibc.rtld.optional_static_tls=16384
+// Failure    none is reported to the caller
 
 #include "zeb/core/Export.h"
 #include "zeb/core/ReturnT.h"
@@ -49,6 +64,7 @@ public:
     class Slice;
     class Combo;
     class Backtrace;
+    class InHandler;
     class Impl_;
 
     Log(LevelT level, char const* ident, char const* name, char const* message);
@@ -89,11 +105,12 @@ public:
     // Opens syslog under the part of argv[0] behind its last slash, which is the result.
     static char const* ProcessIdent(int argc, char** argv);
 
-    // From here on the statements of all threads print to standard output, which loses its buffering.
+    // From here on the statements of all threads print to standard output, which loses its buffering. Lines
+    // go to its descriptor.
     static void ConsoleMode();
     static bool IsConsole();
 
-    // Closes syslog.
+    // Closes syslog and forgets the ident. A statement that follows opens it again.
     static void Close();
 
     // The translation hook: every text that a user may read passes through it at the moment of its use. The
@@ -114,13 +131,15 @@ public:
     char const* MakeMessage_(bool* internal);
 
 private:
+    Log& Text_(char const* text, unsigned long size);
     template<class T>
     Log& Number_(T number);
+    Log& SetCode_(uint64_t kind, ReturnT const& code);
 
-    Impl_* impl_;
+    Impl_* impl_; // null when the statement is dropped
 };
 
-// A part of a text, streamed as one argument. The part must lie in the text, which must live on.
+// A part of a text, streamed as one argument, as far as it lies in the text, which must live on.
 class ZEB_PUBLIC Log::Slice {
 public:
     Slice(CString const& text, unsigned long pos, unsigned long size);
@@ -164,4 +183,28 @@ private:
     unsigned long skip_;
     int tid_;
     ContextT context_;
+};
+
+// Says, as long as it lives, that the calling thread runs a signal handler. Statements made meanwhile take no
+// lock at all, neither that of the log nor one of libc, any of which the interrupted thread may hold:
+//
+//   void OnSignal(int) {
+//       int const error = errno;
+//       {
+//           Log::InHandler const handler;
+//           Log(Log::INFO, IDENT, nullptr, "interrupted");
+//       }
+//       errno = error;
+//   }
+//
+// A line is one call to the system then, and mixes with no other. Its time has the zone that the last
+// statement outside of a handler found. Without this object the line of a handler is dropped if it
+// interrupted the printing of another one, and can wait for ever if it interrupted a function of libc such as
+// localtime_r() or syslog().
+class ZEB_PUBLIC Log::InHandler {
+public:
+    InHandler();
+    ~InHandler();
+    InHandler(InHandler const&) = delete;
+    InHandler& operator=(InHandler const&) = delete;
 };

@@ -2,140 +2,48 @@
 
 #include "zeb/core/CString.h"
 #include "zeb/core/Digits.h"
-#include "zeb/core/Time.h"
-#include "zeb/core/TimeStamp.h"
 
 #include <atomic>
-#include <cstdio>
 #include <cstring>
 #include <new>
-#include <pthread.h>
-#include <syslog.h>
 
 namespace {
-
-struct Level_ {
-    int priority;
-    char letter;
-};
-
-constexpr Level_ LEVELS[] = {
-    {LOG_INFO, 'I'}, {LOG_AUTH | LOG_NOTICE, 'A'}, {LOG_WARNING, 'W'}, {LOG_ERR, 'E'}, {LOG_CRIT, 'C'},
-};
 
 constexpr char const FULL_STOPS[] = ".,?!*;:";
 constexpr char const CUT_ARGUMENT[] = "???";
 
 std::atomic<uint64_t> defaultFlags_ = 0;
 
-// What one thread needs for its statements, without a destructor of its own, whose registration would
-// allocate.
+// A statement, the called function that reports, the monitor of a lock that reports about it, and a signal
+// handler that interrupts that.
+constexpr unsigned PLACES = 4;
+
+// The places of one thread. They own nothing, because their buffers never grow, and die with its memory.
 struct Storage_ {
     Log::Impl_* At(unsigned index) { return reinterpret_cast<Log::Impl_*>(bytes[index]); }
 
-    alignas(Log::Impl_) unsigned char bytes[2][sizeof(Log::Impl_)];
-    unsigned live; // statements
-    bool built;
-    bool printing;
+    alignas(Log::Impl_) unsigned char bytes[PLACES][sizeof(Log::Impl_)];
+    bool built[PLACES];
 };
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local Storage_ storage_ = {};
 
-pthread_once_t keyOnce_ = PTHREAD_ONCE_INIT;
-pthread_key_t key_;
-bool keyMade_;
-
-void Destroy_(void* storage) {
-    Storage_* const own = static_cast<Storage_*>(storage);
-    own->At(0)->~Impl_();
-    own->At(1)->~Impl_();
-    own->built = false;
-}
-
-void MakeKey_() { keyMade_ = pthread_key_create(&key_, Destroy_) == 0; }
-
-void Build_() {
-    new (storage_.At(0)) Log::Impl_;
-    new (storage_.At(1)) Log::Impl_;
-    storage_.built = true;
-    pthread_once(&keyOnce_, MakeKey_);
-    if (keyMade_)
-        pthread_setspecific(key_, &storage_); // without it nothing is lost: only a grown buffer owns memory
-}
-
-// Guards what follows, and keeps the lines of one statement together.
-pthread_mutex_t logLock_ = PTHREAD_MUTEX_INITIALIZER;
-
-// The text of the present second, so that it is made once.
-struct TimeText_ {
-    long second;
-    unsigned long size;
-    char text[33];
-};
-
-constinit TimeText_ timeText_ = {-1, 0, {}};
-
-void RefreshTime_() {
-    Time::Stamp const now = Time::Now();
-    long const second = static_cast<timespec>(now).tv_sec;
-    if (second == timeText_.second) return;
-    timeText_.text[0] = ' ';
-    bool const ok = now.AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, timeText_.text + 1).Succeeded();
-    timeText_.size = ok ? strlen(timeText_.text) : 0;
-    timeText_.text[timeText_.size] = '\0';
-    timeText_.second = second;
-}
-
-class Line_ {
-public:
-    void Add(char const* text, unsigned long size) {
-        if (size > sizeof(array_) - size_) {
-            fits_ = false;
-            return;
-        }
-        memcpy(array_ + size_, text, size);
-        size_ += size;
-    }
-    void Add(char const* text) { Add(text, strlen(text)); }
-
-    bool Fits() const { return fits_; }
-    void Write() const { fwrite(array_, 1, size_, stdout); }
-
-private:
-    unsigned long size_ = 0;
-    bool fits_ = true;
-    char array_[2048];
-};
-
-void PrintToConsole_(char letter, char const* ident, char const* text) {
-    RefreshTime_();
-    char const head[] = {'[', letter, ']'};
-    Line_ line;
-    line.Add(head, sizeof(head));
-    line.Add(timeText_.text, timeText_.size);
-    line.Add(" zeb: ");
-    line.Add(ident);
-    line.Add(": ");
-    line.Add(text);
-    line.Add("\n", 1);
-    if (line.Fits()) return line.Write();
-    printf("[%c]%s zeb: %s: %s\n", letter, timeText_.text, ident, text);
-}
-
-void PrintLine_(bool console, Log::LevelT level, char const* ident, char const* text) {
-    Level_ const& row = LEVELS[level];
-    if (console) return PrintToConsole_(row.letter, ident, text);
-    syslog(row.priority, "%s: %s", ident, text);
-}
-
 } // namespace
 
-Log::Impl_& Log::Impl_::Enter() {
-    if (!storage_.built) Build_();
-    return *storage_.At(storage_.live++ == 0 ? 0 : 1);
+// A handler that comes between two of these steps has given its place back when they go on.
+Log::Impl_* Log::Impl_::Enter() {
+    for (unsigned i = 0; i != PLACES; ++i) {
+        Impl_* const place = storage_.At(i);
+        if (!storage_.built[i]) new (place) Impl_;
+        storage_.built[i] = true;
+        if (place->taken_.load(std::memory_order_acquire)) continue;
+        place->taken_.store(true, std::memory_order_release);
+        return place;
+    }
+    return nullptr;
 }
 
-void Log::Impl_::Leave() { --storage_.live; }
+void Log::Impl_::Leave() { taken_.store(false, std::memory_order_release); }
 
 void Log::Impl_::SetConsole() { defaultFlags_.fetch_or(CONSOLE, std::memory_order_relaxed); }
 
@@ -246,7 +154,7 @@ void Log::Impl_::SetCode(uint64_t kind, ReturnT const& code) {
 
 ReturnT Log::Impl_::Code() const { return flags_ & OUT_OF_MEMORY ? OUT_OF_MEMORY_CODE : code_; }
 
-char const* Log::Impl_::MakeMessage() {
+char* Log::Impl_::MakeMessage() {
     if (!(flags_ & BUILT)) {
         flags_ |= BUILT;
         BuildMessage_();
@@ -311,16 +219,4 @@ void Log::Impl_::EndMessage_() {
     if (!message_.IsTruncated()) return;
     CString const& cut = Cut();
     memcpy(message_.Data() + message_.Size() - cut.Size() - 1, cut.Cstr(), cut.Size() + 1);
-}
-
-void Log::Impl_::Print() {
-    if (flags_ & SILENT) return;
-    char const* const message = MakeMessage();
-    // The line of a signal handler that interrupted this very function is dropped: the lock is held.
-    if (!message || storage_.printing) return;
-    storage_.printing = true;
-    pthread_mutex_lock(&logLock_);
-    PrintLine_((flags_ & CONSOLE) != 0, level_, ident_, message);
-    pthread_mutex_unlock(&logLock_);
-    storage_.printing = false;
 }

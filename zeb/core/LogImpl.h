@@ -5,6 +5,7 @@
 #include "zeb/core/Log.h"
 #include "zeb/core/ReturnT.h"
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 
@@ -118,14 +119,20 @@ public:
     Impl_(Impl_ const&) = delete;
     Impl_& operator=(Impl_ const&) = delete;
 
-    // That of the calling thread, built by its first statement and destroyed when the thread ends. A
-    // statement that is made while another one of the thread lives, by a signal handler or by the monitor of
-    // the lock of a status, gets a second one. Each Enter is ended by a Leave.
-    static Impl_& Enter();
-    static void Leave();
+    // A free place of the calling thread, for one statement. There are a few, because a statement can be made
+    // while others of the thread live: by a called function, by the monitor of a lock, by a signal handler.
+    // Null when all are taken: that statement is dropped. Leave gives this very place back.
+    static Impl_* Enter();
+    void Leave();
 
     static void SetConsole();
     static bool IsConsole();
+
+    // What syslog knows the process by; null for the name of the program.
+    static void SetIdent(char const* ident);
+
+    // Ahead of statements that must not allocate, and for handlers, which cannot read it.
+    static void ReadZone();
 
     void Reset(LevelT level, char const* ident, char const* name, char const* format);
     // The text ends at its first NUL.
@@ -135,7 +142,7 @@ public:
     void Request(Backtrace const& request);
     void SetCode(uint64_t kind, ReturnT const& code);
 
-    char const* MakeMessage();
+    char* MakeMessage();
     void Print();
 
     bool IsHex() const { return (flags_ & NEXT_HEX) != 0; }
@@ -155,11 +162,14 @@ private:
     void AppendCode_();
     void Expand_();
     void EndMessage_();
+    void PrintLine_(char* message);
+    void PrintFromHandler_(char* message);
     void Merge_(char const* text, unsigned long size) {
         message_.AppendMeasured(text, size, StringBuffer_::MERGE);
     }
     void Merge_(char const* text) { Merge_(text, strlen(text)); }
 
+    std::atomic<bool> taken_ = false; // also by a handler of the same thread
     LevelT level_ = INFO;
     char const* ident_ = "";
     char const* name_ = nullptr;

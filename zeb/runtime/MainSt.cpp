@@ -68,7 +68,10 @@ bool MainSt::CreateTimer_() {
 void MainSt::SignalHandler_(int signal, siginfo_t* info, void*) {
     if (signal == SIGTERM) {
         int const error = errno;
-        if (Thread* const self = Thread::Self()) self->Interrupt();
+        {
+            Log::InHandler const handler;
+            if (Thread* const self = Thread::Self()) self->Interrupt();
+        }
         errno = error;
     } else if (info->si_code == SI_TIMER) { // an alarm that somebody else sent carries no address
         std::atomic<bool>* const flag = flag_;

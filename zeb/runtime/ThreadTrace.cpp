@@ -22,8 +22,11 @@ int SetHandler_(int signal, void (*handler)(int, siginfo_t*, void*)) {
 
 void OnTrace_(int, siginfo_t*, void*) {
     int const error = errno;
-    Log(Log::INFO, Thread::IDENT, nullptr, "interrupted by a signal")
-        << Log::Backtrace(0, Thread::TID_SELF, Log::Backtrace::SIGNAL);
+    {
+        Log::InHandler const handler;
+        Log(Log::INFO, Thread::IDENT, nullptr, "interrupted by a signal")
+            << Log::Backtrace(0, Thread::TID_SELF, Log::Backtrace::SIGNAL);
+    }
     errno = error;
 }
 
