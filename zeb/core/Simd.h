@@ -20,10 +20,18 @@
 
 namespace Simd {
 
+// Everything stands in the namespace of its form, so that a program may hold more than one.
+#if defined(ZEB_SIMD_SSE2)
+inline namespace Sse2 {
+#elif defined(ZEB_SIMD_NEON)
+inline namespace Neon {
+#else
+inline namespace Plain {
+#endif
+
 inline constexpr unsigned COUNT = 16;
 
 #if defined(ZEB_SIMD_SSE2)
-inline namespace Sse2 {
 
 struct Block {
     __m128i v;
@@ -50,9 +58,7 @@ inline constexpr unsigned BITS = 1;
 inline Set Positions(Block compared) { return static_cast<Set>(_mm_movemask_epi8(compared.v)); }
 inline constexpr Set ALL = 0xFFFF;
 
-} // namespace Sse2
 #elif defined(ZEB_SIMD_NEON)
-inline namespace Neon {
 
 struct Block {
     uint8x16_t v;
@@ -78,9 +84,7 @@ inline Set Positions(Block compared) {
 }
 inline constexpr Set ALL = ~Set{0};
 
-} // namespace Neon
 #else
-inline namespace Plain {
 
 struct Block {
     uint8_t v[COUNT];
@@ -133,7 +137,6 @@ inline Set Positions(Block compared) {
 }
 inline constexpr Set ALL = 0xFFFF;
 
-} // namespace Plain
 #endif
 
 // The lowest position of a set that is not empty.
@@ -162,4 +165,5 @@ inline Block Gather(char const* text, unsigned long size) {
     return Pair(word, word);
 }
 
+} // namespace
 } // namespace Simd
