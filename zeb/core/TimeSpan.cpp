@@ -55,13 +55,10 @@ Span::Value Span::Value::operator-(Value const& other) const {
 }
 
 Span::Value Span::Value::Add_(long seconds, long microseconds) const {
-    long const fraction = microseconds_ + microseconds;
     long sum;
-    if (__builtin_add_overflow(seconds_, seconds, &sum) ||
-        __builtin_add_overflow(sum, fraction / PER_SECOND, &sum))
-        return seconds < 0 || microseconds < 0 ? Value(LONG_MIN, -(PER_SECOND - 1))
-                                               : Value(LONG_MAX, PER_SECOND - 1);
-    return Value(sum, fraction % PER_SECOND);
+    if (__builtin_add_overflow(seconds_, seconds, &sum))
+        return seconds < 0 ? Value(LONG_MIN, -(PER_SECOND - 1)) : Value(LONG_MAX, PER_SECOND - 1);
+    return Value(sum, microseconds_ + microseconds);
 }
 
 Span::Value::operator timeval() const {

@@ -3,11 +3,12 @@
 // Time::Span: a signed length of time to the microsecond, and the reading of the monotonic clock.
 //
 // A plain value of seconds and microseconds. The microseconds are below 1000000 in magnitude, and the two
-// never have opposite signs. Sums that pass the range of seconds stay at its ends, so that now + Span::Max()
-// is a deadline that never comes.
+// never have opposite signs, whatever a span is made of. Sums that pass the range of seconds stay at its
+// ends, so that now + Span::Max() is a deadline that never comes.
 
 #include "zeb/core/Export.h"
 
+#include <climits>
 #include <ctime>
 #include <sys/time.h>
 
@@ -24,10 +25,11 @@ public:
     public:
         constexpr Value() = default;
 
-        // Microseconds of magnitude below 1000000; opposite signs are evened out.
+        // Microseconds beyond a second are carried, opposite signs evened out.
         constexpr Value(long seconds, long microseconds)
             : seconds_(seconds)
             , microseconds_(microseconds) {
+            if (microseconds >= PER_SECOND || microseconds <= -PER_SECOND) Carry_();
             Settle_();
         }
         Value(timeval const& time)
@@ -61,6 +63,14 @@ public:
         operator timespec() const;
 
     private:
+        constexpr void Carry_() {
+            bool const isUp = microseconds_ > 0;
+            if (__builtin_add_overflow(seconds_, microseconds_ / PER_SECOND, &seconds_)) {
+                seconds_ = isUp ? LONG_MAX : LONG_MIN;
+                microseconds_ = isUp ? PER_SECOND - 1 : 1 - PER_SECOND;
+            }
+            microseconds_ %= PER_SECOND;
+        }
         constexpr void Settle_() {
             if (seconds_ < 0 && microseconds_ > 0) {
                 ++seconds_;
@@ -101,7 +111,9 @@ public:
     void Set(long seconds) { value_.Set(seconds); }
 
     // The sign of the span stays. False, without a change, for anything but 0 to 999999.
-    bool AdjustMicroseconds(long microseconds) { return value_.AdjustMicroseconds(microseconds); }
+    [[nodiscard]] bool AdjustMicroseconds(long microseconds) {
+        return value_.AdjustMicroseconds(microseconds);
+    }
 
     // Seconds and half a second up; milliseconds cut towards zero. At the ends of the range of `long` they
     // stay there.
@@ -142,8 +154,8 @@ public:
 
     // Whole seconds in decimal with an optional sign, then an optional point with at most six digits. The
     // whole text must be a span. On false `span` stays as it was.
-    static bool Parse(CString const& text, Span& span);
-    static bool Parse(char const* text, unsigned long size, Span& span);
+    [[nodiscard]] static bool Parse(CString const& text, Span& span);
+    [[nodiscard]] static bool Parse(char const* text, unsigned long size, Span& span);
 
 private:
     char text_[44];

@@ -57,14 +57,17 @@ public:
     long long AsMicroseconds() const;
 
     void Set(long posixSeconds) { value_.Set(posixSeconds); }
-    bool AdjustMicroseconds(long microseconds) { return value_.AdjustMicroseconds(microseconds); }
+    [[nodiscard]] bool AdjustMicroseconds(long microseconds) {
+        return value_.AdjustMicroseconds(microseconds);
+    }
 
     // Months count from 1, years have all their digits. A moment that does not exist, the 31st of February or
-    // an hour that the change to summer time skips, is refused.
+    // an hour that the change to summer time skips, is refused, and so is a year that a `tm` cannot hold.
     ReturnT Set(unsigned int day, unsigned int month, unsigned int year, unsigned int hour,
                 unsigned int minute, unsigned int second, unsigned int millisecond, ModeT mode);
 
-    // The weekday is 0 for Sunday.
+    // The weekday is 0 for Sunday. Years from 0 to 2147485547 can be told. GMT takes no lock, not even of
+    // libc.
     ReturnT Get(unsigned int& weekday, unsigned int& day, unsigned int& month, unsigned int& year,
                 unsigned int& hour, unsigned int& minute, unsigned int& second, unsigned int& millisecond,
                 bool& dst, ModeT mode) const;
