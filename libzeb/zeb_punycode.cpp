@@ -49,12 +49,13 @@ public:
         , p_(text)
         , end_(text + size) {}
 
-    // What stands ahead of the last delimiter is taken as it is; the rest tells what to insert where.
+    // What stands ahead of the last delimiter is taken as it is; the rest tells what to insert where. A
+    // delimiter with nothing ahead of it is none, and then a bad digit (section 6.2).
     bool Run() {
         char const* delimiter = end_;
         while (delimiter != p_ && delimiter[-1] != DELIMITER)
             --delimiter;
-        if (delimiter != p_) {
+        if (delimiter - p_ > 1) {
             for (; p_ != delimiter - 1; ++p_) {
                 if (static_cast<unsigned char>(*p_) >= INITIAL_N) return false;
                 codes_[count_++] = static_cast<unsigned char>(*p_);

@@ -40,7 +40,7 @@ TEST(NetworkToolsTest, PunycodeDecodes) {
         {"3B-ww4c5e180e575a65lsy2b", "3年B組金八先生"},
         {"-> $1.00 <--", "-> $1.00 <-"}, {"bcher-kva", "bücher"}, {"", ""}, {"abc-", "abc"}, {"n3h", "☃"},
         {"bcher-kv", nullptr}, {"bcher-kv!", nullptr}, {"b\xC3\xBC-kva", nullptr}, {"99999999", nullptr},
-        {"a-zzzzzzzzzzzzzzzzzzzz", nullptr},
+        {"a-zzzzzzzzzzzzzzzzzzzz", nullptr}, {"-n3h", nullptr}, {"-", nullptr}, {"--", "-"},
     };
     for (auto const& row : rows) {
         String out;
