@@ -51,8 +51,16 @@ TEST(Intrusive, AnObjectIsInOneListForEachHookAndListsUnlinkAtTheirEnd) {
         names.Remove(a), names.Remove(a); // in no list any more
         EXPECT_EQ(Numbers(names), (std::deque{2}));
         EXPECT_EQ(Numbers(ages), (std::deque{1, 2}));
-        { Item(3).byName.Insert(&b.byName); } // leaves its neighbours joined
-        EXPECT_EQ(names.Front(), &b);
+        {
+            Item c(3);
+            names.PushFront(c), ages.PushBack(c);
+            AgeListT().PushBack(c); // leaves the other list; its own one ends
+            EXPECT_EQ(Numbers(ages), (std::deque{1, 2}));
+            ages.PushFront(c), ages.PushBack(c);
+            EXPECT_EQ(Numbers(ages), (std::deque{1, 2, 3}));
+        } // leaves by itself
+        EXPECT_EQ(Numbers(ages), (std::deque{1, 2}));
+        EXPECT_EQ(Numbers(names), (std::deque{2}));
     }
     EXPECT_FALSE(a.byAge.IsLinked() || b.byAge.IsLinked() || b.byName.IsLinked());
 }

@@ -31,7 +31,8 @@ TEST(VoidPVector, AsksTheHeapOnceForEachGroupOfEightAndGivesGroupsBack) {
     unsigned long const before = heap.Calls();
     EXPECT_TRUE(vector.PushBack(P(0)) && heap.Calls() == before);
     EXPECT_TRUE(vector.Insert(P(5), 5) && vector.Ptr()[5] == P(5)) << "past the end, but within the block";
-    EXPECT_FALSE(vector.Insert(P(6), 8));
+    EXPECT_TRUE(!vector.Insert(P(6), 8) && !vector.Ptr()[1])
+        << "what an index past the end leaves out is null";
     vector.Clear();
     EXPECT_EQ(heap.Live(), 0u);
 }
@@ -85,8 +86,11 @@ TEST(PVector, SortsByTypedFunctionsAndBubbleSortKeepsTheOrderOfEquals) {
     for (unsigned long i = 1; i < items.Size(); ++i)
         ASSERT_LT(items[i - 1]->key * 1000 + items[i - 1]->order, items[i]->key * 1000 + items[i]->order);
     items.Sort<&Item::ByOrder>();
-    for (unsigned long i = 0; i < items.Size(); ++i)
-        ASSERT_EQ(items[i]->order, static_cast<int>(i));
+    int order = 0;
+    for (Item* const item : items)
+        ASSERT_EQ(item->order, order++);
+    for (Item const* const item : std::as_const(items))
+        ASSERT_EQ(item->order, 100 - order--);
 }
 
 TEST(AutoPVector, FreesWhatItHoldsAndMovesIt) {
@@ -94,7 +98,10 @@ TEST(AutoPVector, FreesWhatItHoldsAndMovesIt) {
     for (int i = 0; i < 4; ++i)
         ASSERT_TRUE(items.PushBack(new Item{i, i}));
     ASSERT_TRUE(items.PushBack(static_cast<Item*>(nullptr)) && target.PushBack(new Item{9, 9}));
-    items.Free(0);
+    AutoPtr<Item> own(new Item{5, 5});
+    EXPECT_TRUE(!items.Insert(own, 6) && own && !items.Insert(own.Ptr(), 7));
+    own.Reset();
+    items.Free(0), items.Free(4), items.Free(~0UL);
     AutoPtr<Item> const taken(items[0]);
     items.Remove(0);
     target = std::move(items);

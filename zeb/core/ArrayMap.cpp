@@ -36,9 +36,11 @@ ArrayMap::ArrayMap(unsigned long maxSize, char separator, char const* data, unsi
 ArrayMap::~ArrayMap() { free(data_); }
 
 // Goes on to the entry behind this one; the first one is behind an entry without size. False at the end of
-// the list, which is anything but a whole entry.
+// the list, which is anything but an entry. The last value of a block may lack its NUL, which is counted
+// then.
 bool ArrayMap::NextEntry_(char const* data, unsigned long size, char separator, Entry_& entry) {
     unsigned long const pos = entry.End();
+    if (pos >= size) return false;
     char const* const begin = data + pos;
     char const* const end = data + size;
     char const* mark = begin;
@@ -46,9 +48,7 @@ bool ArrayMap::NextEntry_(char const* data, unsigned long size, char separator, 
         ++mark;
     if (mark == end || mark == begin || *mark != separator) return false;
     char const* const value = mark + 1;
-    auto const* const stop =
-        static_cast<char const*>(memchr(value, '\0', static_cast<unsigned long>(end - value)));
-    if (!stop) return false;
+    char const* const stop = value + strnlen(value, static_cast<unsigned long>(end - value));
     entry.pos = pos;
     entry.size = static_cast<unsigned long>(stop + 1 - begin);
     entry.key = CString(begin, static_cast<unsigned long>(mark - begin));
@@ -104,8 +104,9 @@ ReturnT ArrayMap::Assign(char const* data, unsigned long size) {
         return ASSIGNED;
     }
     if (!Resize_(length + 1)) return ReturnT::Oom();
-    memcpy(data_, data, length);
-    data_[length] = '\0';
+    unsigned long const given = length < size ? length : size;
+    memcpy(data_, data, given);
+    memset(data_ + given, 0, length + 1 - given);
     return ASSIGNED;
 }
 
@@ -122,7 +123,8 @@ ReturnT ArrayMap::Get(CString const& key, String& value) const {
     Entry_ entry;
     ReturnT const found = Find_(key, entry);
     if (found.Failed()) return found;
-    return value.Assign(entry.value) ? GOT : ReturnT::Oom();
+    if (!value.Assign(entry.value)) return ReturnT::Oom();
+    return GOT;
 }
 
 ReturnT ArrayMap::Get(StringMap& map) const {
@@ -141,8 +143,8 @@ ReturnT ArrayMap::Set(CString const& key, CString const& value, bool overwrite) 
     Entry_ entry;
     ReturnT const found = Find_(key, entry);
     if (found.Failed() && found != NOT_FOUND) return found;
-    CString const text(value.Cstr(), strnlen(value.Cstr(), value.Size()));
-    unsigned long const size = key.Size() + text.Size() + Entry_::EXTRA;
+    if (value.Find('\0') != value.Size()) return VALUE_HAS_NUL;
+    unsigned long const size = key.Size() + value.Size() + Entry_::EXTRA;
     unsigned long const room = Size() < maxSize_ ? maxSize_ - Size() : 0;
     if (found == NOT_FOUND) {
         if (size > room) return TOO_LARGE;
@@ -152,16 +154,14 @@ ReturnT ArrayMap::Set(CString const& key, CString const& value, bool overwrite) 
         if (!overwrite) return KEY_EXISTS;
         if (size > entry.size && size - entry.size > room) return TOO_LARGE;
         bool const isSame =
-            text.Size() == entry.value.Size() && memcmp(text.Cstr(), entry.value.Cstr(), text.Size()) == 0;
+            value.Size() == entry.value.Size() && memcmp(value.Cstr(), entry.value.Cstr(), value.Size()) == 0;
         if (isSame) return UNCHANGED;
     }
     if (!Replace_(entry, size)) return ReturnT::Oom();
-    char* const begin = data_ + entry.pos;
-    char* const behindKey = begin + key.Size();
-    memcpy(begin, key.Cstr(), key.Size());
-    *behindKey = separator_;
-    memcpy(behindKey + 1, text.Cstr(), text.Size());
-    behindKey[1 + text.Size()] = '\0';
+    char* p = static_cast<char*>(mempcpy(data_ + entry.pos, key.Cstr(), key.Size()));
+    *p++ = separator_;
+    p = static_cast<char*>(mempcpy(p, value.Cstr(), value.Size()));
+    *p = '\0';
     return SET;
 }
 

@@ -31,6 +31,7 @@ public:
     static constexpr ReturnT NOT_FOUND = 0x80800003;
     static constexpr ReturnT TOO_LARGE = 0x80800004;
     static constexpr ReturnT KEY_EXISTS = 0x80800005;
+    static constexpr ReturnT VALUE_HAS_NUL = 0x80800006;
 
     // The block of a map without entries.
     static char const* NilPtr();
@@ -44,8 +45,8 @@ public:
     bool Initialized() const { return state_.Succeeded(); }
 
     // The first form takes over state, limit and separator too. In the second what stands behind the last
-    // whole entry is dropped, and a missing NUL at the end of the block is added. The source must not lie in
-    // this map.
+    // entry is dropped, and a NUL that is missing at the end of the block, or behind the last value, is
+    // added. The source must not lie in this map.
     ReturnT Assign(ArrayMap const& other);
     ReturnT Assign(char const* data, unsigned long size);
 
@@ -55,13 +56,14 @@ public:
     ReturnT Get(StringMap& map) const;
 
     // UNCHANGED, which is a success, when the key has that value already; KEY_EXISTS when it exists and is
-    // not to be overwritten. A changed entry keeps its place, a new one comes last.
+    // not to be overwritten. A changed entry keeps its place, a new one comes last. A key with a separator or
+    // a NUL in it is refused, a value with a NUL too. The texts must not lie in this map.
     ReturnT Set(CString const& key, CString const& value, bool overwrite);
     ReturnT Unset(CString const& key);
 
     bool Has(CString const& key) const;
 
-    // There is no whole entry.
+    // There is no entry.
     bool Empty() const;
 
     // The block: never null, and NilPtr() and NilSize() when there is none.

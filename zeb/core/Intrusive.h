@@ -8,9 +8,13 @@
 //       using ListT = Intrusive::List<Timer, &Timer::hook_>;
 //   };
 //
-// A list owns nothing: at its end it unlinks what is left in it. An object is in at most one list for each of
-// its hooks. It leaves its list through the list, which counts, or at its own end. The owner of the list
-// locks.
+// For objects that are linked and unlinked often, or where memory may have run out; take a PVector for a list
+// that is read by index.
+//
+// Owns       nothing: at its end a list unlinks what is left in it, and an object at its end leaves its list
+// Lists      an object is in at most one list for each of its hooks, and may change over at any time
+// Threads    one at a time: the owner of the list locks, around the end of an object that may be linked too
+// Memory     none is taken; nothing can fail
 
 #include <bit>
 #include <cstddef>
@@ -27,8 +31,9 @@ public:
     Hook& operator=(Hook const&) = delete;
     ~Hook() { Remove(); }
 
-    // Links this hook, which must be unlinked, in front of the other.
+    // Links this hook in front of another one. It leaves the place that it has.
     void Insert(Hook* before) {
+        Remove();
         next_ = before;
         prev_ = before->prev_;
         prev_->next_ = this;
@@ -62,7 +67,13 @@ public:
     List& operator=(List const&) = delete;
     ~List() { Clear(); }
 
-    unsigned long Size() const { return size_; }
+    // Counts, in linear time: objects may have left by themselves.
+    unsigned long Size() const {
+        unsigned long size = 0;
+        for (Hook const* link = head_.Next(); link != &head_; link = link->Next())
+            ++size;
+        return size;
+    }
     bool Empty() const { return !head_.IsLinked(); }
 
     // Null where there is none.
@@ -71,20 +82,14 @@ public:
     T* Next(T const& item) const { return Object_((item.*hook).Next()); }
     T* Prev(T const& item) const { return Object_((item.*hook).Prev()); }
 
-    // In front of `before`, or at the end when that is null. The item must not be in a list by this hook.
-    void Insert(T& item, T* before) {
-        (item.*hook).Insert(before ? &(before->*hook) : &head_);
-        ++size_;
-    }
+    // In front of `before`, which is another item, or at the end when that is null. An item that is in a list
+    // by this hook leaves that place.
+    void Insert(T& item, T* before) { (item.*hook).Insert(before ? &(before->*hook) : &head_); }
     void PushBack(T& item) { Insert(item, nullptr); }
     void PushFront(T& item) { Insert(item, Front()); }
 
-    // Nothing happens to an item that is in no list; it must not be in another one.
-    void Remove(T& item) {
-        if (!(item.*hook).IsLinked()) return;
-        (item.*hook).Remove();
-        --size_;
-    }
+    // Nothing happens to an item that is in no list.
+    void Remove(T& item) { (item.*hook).Remove(); }
     T* PopFront() {
         T* const item = Front();
         if (item) Remove(*item);
@@ -93,7 +98,6 @@ public:
     void Clear() {
         while (head_.IsLinked())
             head_.Next()->Remove();
-        size_ = 0;
     }
 
     // For loops over the objects. The present object must not leave the list inside the loop.
@@ -110,7 +114,6 @@ private:
     }
 
     Hook head_;
-    unsigned long size_ = 0;
 };
 
 template<class T, Hook T::*hook>

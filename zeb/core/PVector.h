@@ -3,8 +3,11 @@
 // PVector<T>: VoidPVector with a type; it owns nothing. AutoPVector<T, D> owns what its pointers aim at and
 // frees each one that is not null through D<T>::Free, when it is cleared and at its end.
 //
-// All other operations of AutoPVector are those of PVector and free nothing: Set() and Remove() drop the
-// pointer, which has another owner then. Free(index) is Remove() and frees.
+// AutoPVector takes objects over by Insert() and PushBack(), from an AutoPtr or by pointer, on success only.
+// Free(index) removes one and frees it. Set() and Remove() free nothing: the pointer that was there has
+// another owner then. Sort(), Find(), Rotate() and loops are those of PVector.
+//
+// Operations that can fail give false when memory ran out, and change nothing. One thread at a time.
 
 #include "zeb/core/AutoPtr.h"
 #include "zeb/core/VoidPVector.h"
@@ -12,6 +15,9 @@
 template<class T>
 class PVector : public VoidPVector {
 public:
+    template<class U>
+    class Iterator;
+
     // Not bounded.
     T* operator[](unsigned long index) { return static_cast<T*>(VoidPVector::operator[](index)); }
     T const* operator[](unsigned long index) const {
@@ -23,10 +29,17 @@ public:
     T const* Back() const { return (*this)[Size() - 1]; }
 
     void Set(unsigned long index, T* value) { VoidPVector::Set(index, value); }
-    bool Insert(T* value, unsigned long index) {
+    [[nodiscard]] bool Insert(T* value, unsigned long index) {
         return VoidPVector::Insert(static_cast<void const*>(value), index);
     }
-    bool PushBack(T* value) { return Insert(value, Size()); }
+    [[nodiscard]] bool PushBack(T* value) { return Insert(value, Size()); }
+
+    // For loops over the pointers: for (Route* route : routes). Inside the loop nothing is put in or taken
+    // out.
+    Iterator<T> begin() { return Iterator<T>(Ptr()); }
+    Iterator<T> end() { return Iterator<T>(Ptr() + Size()); }
+    Iterator<T const> begin() const { return Iterator<T const>(Ptr()); }
+    Iterator<T const> end() const { return Iterator<T const>(Ptr() + Size()); }
 
     unsigned long Find(T const* value) const { return VoidPVector::Find(value); }
 
@@ -40,7 +53,7 @@ public:
         VoidPVector::BubbleSort(&Comparator_<F>);
     }
 
-    bool Assign(PVector const& other) { return VoidPVector::Assign(other); }
+    [[nodiscard]] bool Assign(PVector const& other) { return VoidPVector::Assign(other); }
     void Swap(PVector& other) noexcept { VoidPVector::Swap(other); }
 
 private:
@@ -48,6 +61,21 @@ private:
     static int Comparator_(void const* a, void const* b) {
         return F(*static_cast<T const* const*>(a), *static_cast<T const* const*>(b));
     }
+};
+
+template<class T>
+template<class U>
+class PVector<T>::Iterator {
+public:
+    explicit Iterator(void* const* slot)
+        : slot_(slot) {}
+
+    U* operator*() const { return static_cast<U*>(*slot_); }
+    Iterator& operator++() { return ++slot_, *this; }
+    bool operator==(Iterator const&) const = default;
+
+private:
+    void* const* slot_;
 };
 
 template<class T, template<class> class D = StdDeleter>
@@ -68,24 +96,28 @@ public:
         PVector<T>::Clear();
     }
 
+    // Nothing happens when the index is past the end.
     void Free(unsigned long index) {
+        if (index >= this->Size()) return;
         T* const object = (*this)[index];
         this->Remove(index);
         Free_(object);
     }
 
-    using PVector<T>::Insert;
-    using PVector<T>::PushBack;
-
-    // Takes the object over when there is room for it; otherwise it stays with its owner.
+    // Take the object over when there is room for it; otherwise, and when the index is past the end, it stays
+    // with its owner.
+    [[nodiscard]] bool Insert(T* object, unsigned long index) {
+        return index <= this->Size() && PVector<T>::Insert(object, index);
+    }
+    [[nodiscard]] bool PushBack(T* object) { return Insert(object, this->Size()); }
     template<class U>
-    bool Insert(AutoPtr<U, D>& owner, unsigned long index) {
+    [[nodiscard]] bool Insert(AutoPtr<U, D>& owner, unsigned long index) {
         if (!Insert(owner.Ptr(), index)) return false;
         (void)owner.Release(); // owned by the vector now
         return true;
     }
     template<class U>
-    bool PushBack(AutoPtr<U, D>& owner) {
+    [[nodiscard]] bool PushBack(AutoPtr<U, D>& owner) {
         return Insert(owner, this->Size());
     }
 

@@ -20,6 +20,7 @@ bool VoidPVector::Grow_() {
     void* const block = realloc(data_, (size_ + GROUP) * sizeof(void*));
     if (!block) return false;
     data_ = static_cast<void**>(block);
+    memset(data_ + size_, 0, GROUP * sizeof(void*)); // an index past the end can leave some unset
     return true;
 }
 
@@ -82,6 +83,7 @@ bool VoidPVector::Assign(VoidPVector const& other) {
     data_ = static_cast<void**>(block);
     size_ = other.size_;
     memcpy(data_, other.data_, size_ * sizeof(void*));
+    memset(data_ + size_, 0, (groups * GROUP - size_) * sizeof(void*));
     return true;
 }
 

@@ -39,10 +39,13 @@ public:
     void Set(unsigned long index, void const* value) { data_[index] = const_cast<void*>(value); }
 
     // Pointers at and behind the index move up; the size is the index to append. An index past the end moves
-    // nothing and stores there, in a slot that the size does not cover yet; past the block it is refused.
-    bool Insert(void* value, unsigned long index);
-    bool Insert(void const* value, unsigned long index) { return Insert(const_cast<void*>(value), index); }
-    bool PushBack(void* value) { return Insert(value, size_); }
+    // nothing and stores there, in a slot that the size does not cover yet, while the last one that it covers
+    // is null; past the block it is refused.
+    [[nodiscard]] bool Insert(void* value, unsigned long index);
+    [[nodiscard]] bool Insert(void const* value, unsigned long index) {
+        return Insert(const_cast<void*>(value), index);
+    }
+    [[nodiscard]] bool PushBack(void* value) { return Insert(value, size_); }
 
     // Nothing happens when the index is past the end. The block shrinks with each group that falls free.
     void Remove(unsigned long index);
@@ -55,7 +58,7 @@ public:
     void Sort(CompareT compare);
     void BubbleSort(CompareT compare);
 
-    bool Assign(VoidPVector const& other);
+    [[nodiscard]] bool Assign(VoidPVector const& other);
     void Swap(VoidPVector& other) noexcept {
         std::swap(data_, other.data_);
         std::swap(size_, other.size_);
