@@ -25,6 +25,11 @@ TEST(Buffer, GrowsToExactlyWhatIsAskedAndKeepsItWhenTruncated) {
     EXPECT_EQ(buffer.Capacity(), 3u);
     ASSERT_TRUE(buffer.Assign(buffer) && buffer.Append(buffer));
     EXPECT_EQ(Text(buffer), "herher");
+    ASSERT_TRUE(buffer.Append(CBuffer(buffer.Bytes() + 1, 2)) && buffer.Append(CBuffer(buffer.Bytes(), 4)));
+    EXPECT_EQ(Text(buffer), "herhererherh");
+    ASSERT_TRUE(buffer.Assign(CBuffer(buffer.Bytes() + 5, 6)));
+    EXPECT_EQ(Text(buffer), "rerher");
+    ASSERT_TRUE(buffer.Assign(View("herher")));
     EXPECT_FALSE(buffer.Append(CBuffer("", ~0UL)));
     EXPECT_TRUE(buffer == View("herher") && !(buffer == View("herhex")) && !(buffer == View("her")));
     CryptoBuffer secure;

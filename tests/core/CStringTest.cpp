@@ -73,7 +73,8 @@ TEST(CStringTest, ClassesHoldForAllBytesUpToANul) {
                       {"\xC3\xA4", false, false, false}, {std::string("12\0x\n", 5), true, true, true}};
     // clang-format on
     for (auto const& row : rows) {
-        CString const view = View(row.text);
+        std::vector<char> const bytes(row.text.begin(), row.text.end()); // without a NUL behind them
+        CString const view(bytes.data(), bytes.size());
         EXPECT_EQ(view.IsPrintable(), row.printable) << row.text;
         EXPECT_TRUE(view.IsPrintableNonSpace() == row.graphic && view.IsNumeric() == row.numeric) << row.text;
     }
@@ -93,11 +94,13 @@ TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpaceAndJoinsAgain) {
         StringVector fields;
         ASSERT_TRUE(fields.PushBack("left from before") && CString(row.text).Split(fields, row.separator));
         std::vector<std::string> found;
-        for (unsigned long i = 0; i < fields.Size(); ++i)
-            found.emplace_back(fields[i].Cstr());
+        for (String const& field : fields)
+            found.emplace_back(field.Cstr());
         EXPECT_EQ(found, row.fields) << row.text;
         String joined;
         EXPECT_TRUE(joined.Assign("old") && joined.Join(fields, CString(&row.separator, 1)));
         EXPECT_TRUE(row.separator == '\0' || joined == row.text) << joined.Cstr();
+        ASSERT_TRUE(fields.Assign(StringVector::Nil()) && fields.PushBack(row.text));
+        EXPECT_TRUE(fields[0].Split(fields, row.separator) && fields.Size() == found.size()); // of itself
     }
 }

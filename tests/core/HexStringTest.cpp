@@ -35,5 +35,7 @@ TEST(HexStringTest, TakesPairsOfDigitsInEitherCaseAndShowsLower) {
         EXPECT_TRUE(!text.Assign(bad, valid) && !valid && !HexString::IsValid(bad, &size) && size == 77);
     EXPECT_TRUE(HexString::IsValid("00fFaB", &size) && size == 3 && HexString::IsValid(""));
     EXPECT_TRUE(text.ToUpper().Get(data) && data == CBuffer("\xAB\xCD\x09") && other.Assign(data));
+    HexString copy;
+    EXPECT_TRUE(copy.Assign(text) && copy.Str() == "abcd09" && text.Str() == "ABCD09");
     EXPECT_TRUE(other.Swap(text).Str() == "ABCD09" && text.Str() == "abcd09" && other.Clear().Empty());
 }

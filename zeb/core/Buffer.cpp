@@ -14,9 +14,9 @@ bool Buffer::Resize(unsigned long size) {
 }
 
 bool Buffer::Assign(CBuffer const& data) {
-    if (&data == this) return true;
+    void const* const source = data.Ptr(); // a part of this buffer is not longer, so it does not move
     if (!Resize(data.Size())) return false;
-    if (size_ != 0) memcpy(Ptr(), data.Ptr(), size_);
+    if (size_ != 0) memmove(Ptr(), source, size_);
     return true;
 }
 
@@ -24,8 +24,10 @@ bool Buffer::Append(CBuffer const& data) {
     unsigned long const added = data.Size();
     unsigned long longer;
     if (added == 0) return true;
+    bool const isOwn = data.Bytes() >= Bytes() && data.Bytes() < Bytes() + size_;
+    long const offset = isOwn ? data.Bytes() - Bytes() : 0; // where it is when the block has moved
     if (__builtin_add_overflow(size_, added, &longer) || !Grow_(longer)) return false;
-    memcpy(Bytes() + size_, data.Ptr(), added); // the pointer is read now: the data may be this buffer
+    memcpy(Bytes() + size_, isOwn ? Bytes() + offset : data.Bytes(), added);
     size_ = longer;
     return true;
 }

@@ -18,12 +18,12 @@ public:
     ~Buffer() override;
 
     // New bytes are undefined. A smaller size keeps the block.
-    bool Resize(unsigned long size);
+    [[nodiscard]] bool Resize(unsigned long size);
     bool Reserve(unsigned long capacity) { return Grow_(capacity); }
 
-    // The source must not lie in this buffer, but may be the buffer itself.
-    bool Assign(CBuffer const& data);
-    bool Append(CBuffer const& data);
+    // The source may lie in this buffer.
+    [[nodiscard]] bool Assign(CBuffer const& data);
+    [[nodiscard]] bool Append(CBuffer const& data);
 
     // The part must lie in the buffer.
     void Erase(unsigned long pos, unsigned long count);

@@ -158,10 +158,11 @@ bool CString::Substr(String& out, unsigned long pos, unsigned long count) const 
 }
 
 bool CString::Split(StringVector& out, char separator) const {
-    out.Clear();
-    bool const ok = size_ == 0          ? out.PushBack(data_, 0)
-                    : separator == '\0' ? SplitWords_(*this, out)
-                                        : SplitFields_(*this, out, separator);
-    if (!ok) out.Clear();
+    StringVector fields; // the text may be one of those in `out`
+    bool const ok = size_ == 0          ? fields.PushBack(data_, 0)
+                    : separator == '\0' ? SplitWords_(*this, fields)
+                                        : SplitFields_(*this, fields, separator);
+    if (!ok) fields.Clear();
+    out.Swap(fields);
     return ok;
 }

@@ -5,8 +5,8 @@
 //
 // A view owns nothing: its bytes must live as long as it is used. The pointer is never null; the view of
 // nothing aims at a static empty text. Text is bytes, without an encoding, and is normally terminated by a
-// NUL behind its last byte, which the size does not count. Views never fail; one object is used by one thread
-// at a time.
+// NUL behind its last byte, which the size does not count; what passes Cstr() on to the system needs that
+// NUL. Views never fail; one object is used by one thread at a time.
 //
 // CString::IgnoreCase is the same view with the wish that case be ignored: a comparison or search ignores
 // case if either side says so.
@@ -14,6 +14,9 @@
 #include "zeb/core/Export.h"
 
 #include <cstring>
+#include <type_traits>
+
+static_assert(std::is_signed_v<char>, "programs that use this library are compiled with -fsigned-char");
 
 class String;
 class StringVector;
@@ -43,6 +46,10 @@ public:
     unsigned long Size() const { return size_; }
     bool Empty() const { return size_ == 0; }
     char operator[](unsigned long index) const { return data_[index]; }
+
+    // For loops over the bytes: for (char c : text).
+    char const* begin() const { return data_; }
+    char const* end() const { return data_ + size_; }
 
     // Order of this text, or of its part of `count` bytes at `pos`, against the other: negative, 0 or
     // positive. Bytes are compared up to a NUL that both have; a text that is a beginning of the other comes
@@ -78,14 +85,14 @@ public:
     bool IsNumeric() const;
 
     // Copies a part, which must lie in the text. The result is that of String::Assign.
-    bool Substr(String& out, unsigned long pos) const;
-    bool Substr(String& out, unsigned long pos, unsigned long count) const;
+    [[nodiscard]] bool Substr(String& out, unsigned long pos) const;
+    [[nodiscard]] bool Substr(String& out, unsigned long pos, unsigned long count) const;
 
     // Fields of the text. At a separator other than NUL every field counts, empty ones too: "a,,b" has three,
     // "a," two, "" one. With a NUL as separator the fields stand between runs of white space and none is
-    // empty, but "" still has one empty field. False when memory ran out; `out` is empty then. The text must
-    // not be one of those in `out`.
-    bool Split(StringVector& out, char separator) const;
+    // empty, but "" still has one empty field. False when memory ran out; `out` is empty then. The text may
+    // be one of those in `out`.
+    [[nodiscard]] bool Split(StringVector& out, char separator) const;
 
 protected:
     static char const NIL_[1];

@@ -89,6 +89,12 @@ bool HexString::Assign(CBuffer const& data) {
     return Assign(static_cast<unsigned char const*>(data.Ptr()), data.Size());
 }
 
+bool HexString::Assign(HexString const& other) {
+    if (!text_.Assign(other.text_)) return false;
+    ToLower();
+    return true;
+}
+
 bool HexString::Assign(CString const& text, bool& valid) {
     valid = IsValid(text);
     if (!valid || !text_.Assign(text)) return false;

@@ -1,7 +1,8 @@
 #pragma once
 
-// HexString: bytes written as hexadecimal digits, two a byte, in lower case after each assignment. Operations
-// that can fail give false and leave the object as it was. One thread at a time uses an object.
+// HexString: bytes written as hexadecimal digits, two a byte, in lower case after each assignment and in the
+// case that ToUpper() or ToLower() chose last. Operations that can fail give false and leave the object as it
+// was. One thread at a time uses an object.
 
 #include "zeb/core/String.h"
 
@@ -25,13 +26,13 @@ public:
     // bytes.
     static bool IsValid(CString const& text, unsigned long* dataSize = nullptr);
 
-    bool Assign(unsigned char const* data, unsigned long size);
-    bool Assign(CBuffer const& data);
-    bool Assign(HexString const& other) { return text_.Assign(other.text_); }
+    [[nodiscard]] bool Assign(unsigned char const* data, unsigned long size);
+    [[nodiscard]] bool Assign(CBuffer const& data);
+    [[nodiscard]] bool Assign(HexString const& other);
 
     // Takes digits as they stand, made lower case. `valid` says whether they are; false with `valid` true
     // means that memory ran out.
-    bool Assign(CString const& text, bool& valid);
+    [[nodiscard]] bool Assign(CString const& text, bool& valid);
 
     HexString& Clear();
     HexString& Swap(HexString& other);
@@ -47,10 +48,10 @@ public:
     unsigned long DataSize() const { return Size() / 2; }
 
     // The bytes. `size` always gets DataSize(); false, with nothing written, if that is more than `capacity`.
-    bool Get(unsigned char* out, unsigned long capacity, unsigned long& size) const;
+    [[nodiscard]] bool Get(unsigned char* out, unsigned long capacity, unsigned long& size) const;
 
     // False when memory ran out.
-    bool Get(Buffer& out) const;
+    [[nodiscard]] bool Get(Buffer& out) const;
 
 private:
     String text_;

@@ -52,8 +52,8 @@ public:
     bool Assign(CString const& text) { return Assign_(text.Cstr(), text.Size(), N); }
     bool Assign(char const* data, unsigned long size) { return Assign_(data, size, N); }
 
-    // By the rules of printf. False if the format is in error (the size stays as it was), or the text was
-    // cut.
+    // By the rules of printf; no argument may lie in this string. False if the format is in error (the size
+    // stays as it was), or the text was cut.
     __attribute__((format(printf, 2, 3))) bool Assignf(char const* format, ...) {
         va_list arguments;
         va_start(arguments, format);

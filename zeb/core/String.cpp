@@ -67,7 +67,12 @@ bool String::Resize(unsigned long size) {
     return Resize_(size_, 0, size - size_, data_, size_);
 }
 
+// A text that lies in the string is not longer than it: it moves to the front, and nothing can fail.
 bool String::Assign(char const* data, unsigned long size) {
+    if (IsOwn_(data)) {
+        memmove(data_, data, size);
+        return Truncate(size), true;
+    }
     if (!Resize_(0, size_, size, data_, size_)) return false;
     if (size != 0) memcpy(data_, data, size);
     return true;
@@ -80,6 +85,10 @@ bool String::Assign(char c, unsigned long count) {
 }
 
 bool String::Replace(unsigned long pos, unsigned long count, char const* data, unsigned long size) {
+    if (IsOwn_(data)) {
+        String copy;
+        return copy.Assign(data, size) && Replace(pos, count, copy.Cstr(), size);
+    }
     if (!Resize_(pos, count, size, data_, size_)) return false;
     if (size != 0) memcpy(data_ + pos, data, size);
     return true;
@@ -94,8 +103,10 @@ bool String::Replace(unsigned long pos, unsigned long count, char c, unsigned lo
 bool String::Append_(char const* data, unsigned long size) {
     unsigned long longer;
     if (size == 0) return true;
+    bool const isOwn = IsOwn_(data);
+    long const offset = isOwn ? data - data_ : 0; // where it is when the block has moved
     if (!Grow_(data_, size_, size, longer)) return false;
-    memcpy(data_ + size_, data, size);
+    memcpy(data_ + size_, isOwn ? data_ + offset : data, size);
     data_[longer] = '\0';
     size_ = longer;
     return true;

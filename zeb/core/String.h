@@ -30,19 +30,20 @@ public:
         if (data_ != NIL_) free(data_);
     }
 
-    // A source must not lie in the string itself, except that a string may be assigned to itself.
-    bool Assign(char const* data, unsigned long size);
-    bool Assign(char c, unsigned long count);
-    bool Assign(CString const& text) { return &text == this || Assign(text.Cstr(), text.Size()); }
+    // A source may lie in the string itself, here and below.
+    [[nodiscard]] bool Assign(char const* data, unsigned long size);
+    [[nodiscard]] bool Assign(char c, unsigned long count);
+    [[nodiscard]] bool Assign(CString const& text) {
+        return &text == this || Assign(text.Cstr(), text.Size());
+    }
 
-    // Puts new bytes in the place of `count` bytes at `pos`; the part must lie in the string, the source must
-    // not.
-    bool Replace(unsigned long pos, unsigned long count, char const* data, unsigned long size);
-    bool Replace(unsigned long pos, unsigned long count, char c, unsigned long n);
-    bool Append(CString const& text) { return Append_(text.Cstr(), text.Size()); }
+    // Puts new bytes in the place of `count` bytes at `pos`; the part must lie in the string.
+    [[nodiscard]] bool Replace(unsigned long pos, unsigned long count, char const* data, unsigned long size);
+    [[nodiscard]] bool Replace(unsigned long pos, unsigned long count, char c, unsigned long n);
+    [[nodiscard]] bool Append(CString const& text) { return Append_(text.Cstr(), text.Size()); }
 
     // The new size; bytes that come in behind the old end are undefined.
-    bool Resize(unsigned long size);
+    [[nodiscard]] bool Resize(unsigned long size);
 
     // These cannot fail. Erase needs a part that lies in the string; Truncate does nothing to a shorter
     // string; Strip takes white space off both ends.
@@ -60,7 +61,7 @@ public:
     }
 
     // The parts with the separator between them.
-    bool Join(StringVector const& parts, CString const& separator);
+    [[nodiscard]] bool Join(StringVector const& parts, CString const& separator);
 
     // The bytes, to be changed in place; Size() of them. Not to be written to when the string is empty.
     char* Ptr() { return data_; }
@@ -70,9 +71,10 @@ public:
     void Reset(CString const&) = delete;
 
 protected:
-    bool Append_(char const* data, unsigned long size);
+    [[nodiscard]] bool Append_(char const* data, unsigned long size);
 
 private:
+    bool IsOwn_(char const* data) const { return data >= data_ && data < data_ + size_; }
     void Forget_() {
         data_ = const_cast<char*>(NIL_);
         size_ = 0;
