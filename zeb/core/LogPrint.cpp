@@ -90,7 +90,7 @@ public:
         while (size_ != 0) {
             ssize_t const done = write(STDOUT_FILENO, next, size_);
             if (done < 0 && errno == EINTR) continue;
-            if (done < 0) break; // nobody is left to be told
+            if (done <= 0) break; // nobody is left to be told
             next += done;
             size_ -= static_cast<unsigned long>(done);
         }
