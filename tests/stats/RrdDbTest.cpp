@@ -186,7 +186,7 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
     Array<Sample> out;
     Sample one;
     Document document;
-    std::vector<uint32_t> codes = {db.AttachTo(document, "n", 0, Tailing(false)), db.GetData(out, "a", 4, Tailing(false)), db.GetDatum(one, "a", 254, Tailing(true)),
+    std::vector<ReturnT> codes = {db.AttachTo(document, "n", 0, Tailing(false)), db.GetData(out, "a", 4, Tailing(false)), db.GetDatum(one, "a", 254, Tailing(true)),
                                    db.GetData(out, "n", 0, Tailing(false)), db.GetDatum(one, "n", 0, Tailing(false))};
     for (Type const& attribute : alike) {
         Type const declarations[] = {attribute, own[&attribute == &alike[3] ? 0 : 1]};
@@ -198,7 +198,7 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
     char const* const times[][3] = {{"1.5", "7", "1"}, {"9", "", "1"}, {"9", "1", "1s"}, {"9", "1", "9"}};
     for (auto const& [queryTs, lastT, lastTs] : times)
         codes.push_back(Db::ParseModifiers(modifier, queryTs, lastT, lastTs));
-    EXPECT_EQ(codes, (std::vector<uint32_t>{0x83E300C8, 0x83E30064, 0x83E30064, 0x83E300C8, 0x83E300C8, 0x83E3044C, 0x83E3044C, 0x83E3044C,
+    EXPECT_EQ(codes, (std::vector<ReturnT>{0x83E300C8, 0x83E30064, 0x83E30064, 0x83E300C8, 0x83E300C8, 0x83E3044C, 0x83E3044C, 0x83E3044C,
               0x83E3044C, 0x83E303E8, 0x83E304B0, 0xCFFD, 0x83E3012C, 0x83E3012C, 0x83E3012C, 0x83E3012C}));
     EXPECT_TRUE(db.HasData() && document.FirstNode() == nullptr);
     EXPECT_EQ(Read(less, "a", 1)[63].time, Time::Monotonic() - Time::Span(63 * 60, 0)); // never updated
