@@ -52,19 +52,26 @@ struct TimeText_ {
     char text[Time::Stamp::TEXT_SIZE] = {};
 };
 
-// The text of the present second, so that it is made once.
+// The text and the zone of the present second, so that they are made once.
 struct SharedTime_ : TimeText_ {
     void Refresh() {
         Time::Stamp const now = Time::Now();
         time_t const present = static_cast<timespec>(now).tv_sec;
         if (present == second) return;
-        tm fields;
-        if (localtime_r(&present, &fields)) zoneOffset_.store(fields.tm_gmtoff, std::memory_order_relaxed);
+        RefreshZone(present);
         Print(now);
         second = present;
     }
 
-    long second = -1;
+    void RefreshZone(time_t present) {
+        tm fields;
+        if (present == zoneSecond || !localtime_r(&present, &fields)) return;
+        zoneOffset_.store(fields.tm_gmtoff, std::memory_order_relaxed);
+        zoneSecond = present;
+    }
+
+    time_t second = -1;
+    time_t zoneSecond = -1;
 };
 
 constinit SharedTime_ shared_;
@@ -142,7 +149,7 @@ void Log::Impl_::SetIdent(char const* ident) { processIdent_ = ident; }
 void Log::Impl_::ReadZone() {
     tzset();
     pthread_mutex_lock(&logLock_);
-    shared_.second = -1;
+    shared_.second = shared_.zoneSecond = -1;
     shared_.Refresh();
     pthread_mutex_unlock(&logLock_);
 }
@@ -164,8 +171,11 @@ void Log::Impl_::Print() {
 
 void Log::Impl_::PrintLine_(char* message) {
     Level_ const& row = LEVELS[level_];
-    shared_.Refresh();
-    if (flags_ & CONSOLE) return PrintToConsole_(row.letter, shared_.text, ident_, message);
+    if (flags_ & CONSOLE) {
+        shared_.Refresh();
+        return PrintToConsole_(row.letter, shared_.text, ident_, message);
+    }
+    shared_.RefreshZone(time(nullptr)); // for handlers: syslog() finds its own time
     syslog(row.priority, "%s: %s", ident_, message);
 }
 
