@@ -8,8 +8,8 @@
 
 #include "zeb/core/Export.h"
 
-#include <climits>
 #include <ctime>
+#include <limits>
 #include <sys/time.h>
 
 class CString;
@@ -66,7 +66,7 @@ public:
         constexpr void Carry_() {
             bool const isUp = microseconds_ > 0;
             if (__builtin_add_overflow(seconds_, microseconds_ / PER_SECOND, &seconds_)) {
-                seconds_ = isUp ? LONG_MAX : LONG_MIN;
+                seconds_ = isUp ? std::numeric_limits<long>::max() : std::numeric_limits<long>::min();
                 microseconds_ = isUp ? PER_SECOND - 1 : 1 - PER_SECOND;
             }
             microseconds_ %= PER_SECOND;
