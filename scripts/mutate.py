@@ -130,7 +130,7 @@ class Judge:
     """Compiles what a mutant changes, links that in place of or ahead of the unchanged objects, and runs the tests."""
 
     def __init__(self, program):
-        self.work = tree.ROOT / "build/mutate" / program
+        self.work = tree.ROOT / "build/mutate" / program.removesuffix("_test")
         self.work.mkdir(parents=True, exist_ok=True)
         self.program = self.work / program
         self.commands = {entry["file"]: shlex.split(entry["command"])

@@ -143,7 +143,8 @@ TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
         for (unsigned long const size : {PoolBase::WARM_MAX - PAGE, 4UL << 20, 4UL << 20})
             EXPECT_TRUE(pool.Reserve(size - 16) && memset(pool.Alloc(size - 16), 0xFF, size - 16));
         pool.Clear();
-        EXPECT_EQ(LazyBytes() - before, 8UL << 20);
+        EXPECT_NEAR(static_cast<double>(LazyBytes() - before), 8 << 20,
+                    64 * PAGE); // pages wait in batches of the kernel
         EXPECT_TRUE(pool.Reserve(3UL << 20) && memset(pool.Alloc(3UL << 20), 1, 3UL << 20));
     });
 }
