@@ -7,6 +7,7 @@
 
 #include <cctype>
 #include <cerrno>
+#include <cstring>
 
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -16,6 +17,9 @@ namespace {
 constinit Mutex const lock_(Mutex::ULTIMATE);
 
 constexpr char const CLEARED[] = "cleared=true";
+
+// What the kernel shows then. It reads pages that were written only, none of a file.
+char shown_[sizeof CLEARED];
 
 // The value in an entry "name=value" of that name, else null.
 char const* ValueOf_(CString const& entry, CString const& name) {
@@ -65,7 +69,8 @@ ReturnT Environment::GetAll(StringMap& map) {
 
 ReturnT Environment::ClearInitial() {
     Mutex::Guard const guard(lock_);
-    if (SetArea_(PR_SET_MM_ENV_START, CLEARED) && SetArea_(PR_SET_MM_ENV_END, CLEARED + sizeof CLEARED - 1))
+    memcpy(shown_, CLEARED, sizeof CLEARED);
+    if (SetArea_(PR_SET_MM_ENV_START, shown_) && SetArea_(PR_SET_MM_ENV_END, shown_ + sizeof CLEARED - 1))
         return DONE;
     int const error = errno;
     return (StatusLog(ReturnT::Fail(), Log::CRITICAL, IDENT, nullptr, "unable to erase: %1")
