@@ -119,6 +119,13 @@ def programs(build, root):
         wanted += needed(found)
 
 
+def conversions(root):
+    """The tables of iconv that tests compare with: the C library finds them by this path."""
+    tables = LIBRARIES[0] / "gconv"
+    shutil.copytree(tables, root / str(tables)[1:], ignore=lambda _, names: [
+        name for name in names if name.endswith(".so") and not name.startswith(("UTF-", "UNICODE", "ISO8859-"))])
+
+
 def lay_out(build, work, kernel, busybox, regex):
     root = work / "root"
     shutil.rmtree(root, ignore_errors=True)
@@ -127,6 +134,7 @@ def lay_out(build, work, kernel, busybox, regex):
     shutil.copy(busybox / "bin/busybox", root / "bin/busybox")
     modules(kernel, root)
     programs(build, root)
+    conversions(root)
     (root / "etc/passwd").write_text("root:x:0:0:root:/root:/bin/sh\nnobody:x:65534:65534:nobody:/:/bin/false\n")
     (root / "etc/group").write_text("root:x:0:\nnogroup:x:65534:\n")
     (root / "etc/hosts").write_text("127.0.0.1 localhost\n::1 localhost\n")
