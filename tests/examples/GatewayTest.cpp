@@ -171,7 +171,9 @@ INSTANTIATE_TEST_SUITE_P(Signals, RunTest, testing::Values(SIGINT, SIGTERM));
 TEST_F(RunTest, UnreadableCountersAreLoggedAndCounted) {
     dir_.Write("proc/net/dev", "one line\n");
     dir_.Write("proc/stat", "cpu x\n");
-    Child const child = RunUntil("sleep 0.2", SIGTERM, "--status");
+    Child const child = RunUntil("for i in $(seq 500); do grep -qs sample= " + (dir_ / "state") +
+                                     " && break; sleep 0.01; done; sleep 0.2",
+                                 SIGTERM, "--status");
     EXPECT_EQ(child.ExitCode(), 0) << child;
     EXPECT_NE(child.Output().find(": unexpected content: invalid input."), std::string::npos) << child;
     EXPECT_NE(child.Output().find("<samples>0</samples>"), std::string::npos);
