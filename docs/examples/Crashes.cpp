@@ -47,6 +47,7 @@ int main(int argc, char** argv) {
     if (argc < 2 || strcmp(argv[1], "crash") != 0) return program.Run();
     Crasher crasher;
     if (crasher.Start().Failed()) return 1;
-    while (!program.WaitForStop(1000)) {}
+    while (!program.WaitForStop(1000)) {
+    }
     return crasher.Stop() ? 0 : 1;
 }

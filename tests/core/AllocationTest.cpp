@@ -30,14 +30,12 @@ std::string Show(T const& item) {
     if constexpr (requires { item.Str(); }) return Show(item.Str());
     if constexpr (requires { item.key; }) return Show(item.key) + "=" + Show(item.value);
     if constexpr (requires { item.begin(); })
-        for (auto const& element : item)
-            text += Show(element) + ",";
+        for (auto const& element : item) text += Show(element) + ",";
     else if constexpr (requires { item.Ptr(); }) // bytes, or pointers
         text.assign(reinterpret_cast<char const*>(item.Ptr()),
                     item.Size() * (std::is_same_v<T, VoidPVector> ? sizeof(void*) : 1));
     else if constexpr (requires { item.Key(0UL); })
-        for (unsigned long i = 0; i < item.Size(); ++i)
-            text += Show(item.Key(i)) + "=" + Show(item.Get(i)) + ",";
+        for (unsigned long i = 0; i < item.Size(); ++i) text += Show(item.Key(i)) + "=" + Show(item.Get(i)) + ",";
     return text;
 }
 
@@ -67,8 +65,7 @@ Array<int> numbers;
 HexString hex;
 
 TEST(Allocation, FailureLeavesAllAsItWas) {
-    for (int i = 0; i < 9; ++i)
-        ASSERT_TRUE(strings.PushBack(text) && numbers.PushBack(i) && pointers.PushBack(&numbers));
+    for (int i = 0; i < 9; ++i) ASSERT_TRUE(strings.PushBack(text) && numbers.PushBack(i) && pointers.PushBack(&numbers));
     ASSERT_TRUE(pairs.Set("a", "1") && pairs.Set("b", text) && hex.Assign(data));
     // clang-format off
     Sweep<String>([](auto& s) { return s.Assign("old"); }, {
@@ -123,16 +120,14 @@ TEST(Allocation, SomeAreLeftEmptyWithTheirCodes) {
         long* const inner = room.Ptr();
         ASSERT_TRUE(listed.PushBack("old") && fields.PushBack("old") && all.Set("old", "value"));
         heap.Arm();
-        ReturnT const codes[] = {other.Get("d", value), other.Get(all),
-                                 Base64::EncodeToString(data, base64, Base64::URL),
+        ReturnT const codes[] = {other.Get("d", value), other.Get(all), Base64::EncodeToString(data, base64, Base64::URL),
                                  Base64::DecodeString(text, bytes, Base64::URL)};
         bool const ok = listed.Assign(list), split = CString("a,b,c,d,e,f,g,h,i").Split(fields, ',');
         EXPECT_TRUE(room.Resize(3) && room.Ptr() == inner);
         bool const roomy = room.Resize(9), owned = owners.PushBack(owner);
         heap.Disarm();
         bool failed = !ok || !split || !roomy || !owned;
-        for (ReturnT const code : codes)
-            EXPECT_TRUE((failed |= code.Failed(), code.Failed() == code.IsOom()));
+        for (ReturnT const code : codes) EXPECT_TRUE((failed |= code.Failed(), code.Failed() == code.IsOom()));
         EXPECT_EQ(failed, heap.Fired());
         EXPECT_TRUE(value.Empty() == codes[0].Failed() && all.Size() == (codes[1].Failed() ? 0 : 3));
         EXPECT_TRUE(base64.Empty() == codes[2].Failed() && bytes.Empty() == codes[3].Failed());
@@ -151,8 +146,7 @@ TEST(Allocation, ShrinkingNeverFails) {
         Array<int> array;
         Map map;
         ASSERT_TRUE(string.Assign('x', 1000) && buffer.Assign(CBuffer("abc")) && buffer.Reserve(10));
-        for (int i = 0; i < 9; ++i)
-            ASSERT_TRUE(vector.PushBack(&pointers) && array.PushBack(i));
+        for (int i = 0; i < 9; ++i) ASSERT_TRUE(vector.PushBack(&pointers) && array.PushBack(i));
         heap.Arm();
         string.Truncate(500).Erase(100, 300).Erase(0).Strip();
         buffer.ShrinkToFit();

@@ -42,8 +42,8 @@ TEST(ArrayMap, ABlockThatIsTooLargeIsAStateThatEverythingReturns) {
     String value;
     StringMap all;
     ASSERT_TRUE(!map.Initialized() && all.Set("old", "value"));
-    for (ReturnT const code : {map.Assign("", 0), map.Get("a", value), map.Get(all), map.Set("", "1", true),
-                               map.Unset("a"), good.Assign(map), good.Assign("", 0)})
+    for (ReturnT const code : {map.Assign("", 0), map.Get("a", value), map.Get(all), map.Set("", "1", true), map.Unset("a"),
+                               good.Assign(map), good.Assign("", 0)})
         EXPECT_EQ(code, 0x80800004u);
     EXPECT_TRUE(all.Empty() && !map.Has("a") && map.Empty() && !good.Initialized());
 }

@@ -33,8 +33,7 @@ TEST(Array, RandomOperationsMatchAStandardVector) {
             auto const action = random() % 6;
             Array<Tracked> copy;
             if (action < 2) array.Remove(at / 2), place == twin.end() ? place : twin.erase(place);
-            if (action == 2 && copy.PushBack(1) && copy.Assign(array) && copy.Assign(copy))
-                array = std::move(copy);
+            if (action == 2 && copy.PushBack(1) && copy.Assign(array) && copy.Assign(copy)) array = std::move(copy);
             if (action > 2) {
                 ASSERT_TRUE(own ? array.Insert(at / 2, array[at]) : array.Insert(at / 2, step));
                 twin.insert(place, own ? int{twin[at]} : step);

@@ -49,11 +49,9 @@ TEST(Base64Test, TextOfEverySizeMatchesAnotherLibraryAndDecodes) {
             EXPECT_EQ(Family(Base64::EncodeToString(View(data), text, format)), DONE);
             EXPECT_TRUE(text == expected.c_str() && text.Size() == expected.size()) << text.Cstr();
             std::string out(expected.size() + 1, '.');
-            EXPECT_EQ(Family(Base64::EncodeToString(View(data), Raw(out), expected.size() - 1, format)),
-                      size == 0 ? DONE : FAIL);
+            EXPECT_EQ(Family(Base64::EncodeToString(View(data), Raw(out), expected.size() - 1, format)), size == 0 ? DONE : FAIL);
             EXPECT_TRUE(size == 0 || out.find_first_not_of('.') == out.npos);
-            EXPECT_EQ(Family(Base64::EncodeToString(View(data), Raw(out), expected.size(), format)),
-                      size == 0 ? FAIL : DONE);
+            EXPECT_EQ(Family(Base64::EncodeToString(View(data), Raw(out), expected.size(), format)), size == 0 ? FAIL : DONE);
             EXPECT_STREQ(out.c_str(), expected.c_str());
             EXPECT_EQ(Decoded(text, format, size), data) << "the room is exactly enough";
             EXPECT_TRUE(size == 0 || Decoded(text, format, size - 1) == "OOM");
@@ -62,8 +60,7 @@ TEST(Base64Test, TextOfEverySizeMatchesAnotherLibraryAndDecodes) {
         }
     }
     unsigned long const most[] = {0, 3, 1, 2, 3, 6};
-    for (unsigned long size = 0; size < 6; ++size)
-        EXPECT_EQ(Base64::DecodedSizeMax(size, Base64::URL), most[size]) << size;
+    for (unsigned long size = 0; size < 6; ++size) EXPECT_EQ(Base64::DecodedSizeMax(size, Base64::URL), most[size]) << size;
 }
 
 TEST(Base64Test, DecodesLeniently) {

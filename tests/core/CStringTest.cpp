@@ -34,8 +34,7 @@ TEST(CStringTest, ComparesAndFindsAsTheRulesSay) {
     std::mt19937 random(20);
     auto const text = [&](unsigned long size) {
         std::string result(size, ' ');
-        for (char& c : result)
-            c = "aAb"[random() % 3];
+        for (char& c : result) c = "aAb"[random() % 3];
         return result;
     };
     for (int round = 0; round < 8000; ++round) {
@@ -44,14 +43,12 @@ TEST(CStringTest, ComparesAndFindsAsTheRulesSay) {
         CString const plain = View(given), what = View(sought);
         CString const& view = round % 2 == 0 ? folded : plain;
         for (std::string* const part : {&twin, &other})
-            for (char& c : *part)
-                c = static_cast<char>(round % 2 == 0 ? tolower(c) : c);
+            for (char& c : *part) c = static_cast<char>(round % 2 == 0 ? tolower(c) : c);
         unsigned long const size = twin.size(), pos = random() % (size + 1), count = random() % 9;
         SCOPED_TRACE(given + " " + sought);
         ASSERT_EQ(Sign(view.Compare(what)), Sign(twin.compare(other)));
         ASSERT_EQ(Sign(view.Compare(pos, count, what)), Sign(twin.compare(pos, count, other)));
-        ASSERT_EQ(Sign(view.Compare(pos, ~0UL, sought.data(), sought.size())),
-                  Sign(twin.compare(pos, 99, other)));
+        ASSERT_EQ(Sign(view.Compare(pos, ~0UL, sought.data(), sought.size())), Sign(twin.compare(pos, 99, other)));
         ASSERT_EQ(view.Find(what, pos), other.empty() ? size : std::min(twin.find(other, pos), size));
         ASSERT_EQ(view.FindLast(what), other.empty() ? size : std::min(twin.rfind(other), size));
         ASSERT_EQ(view.Find('a', pos), std::min(twin.find('a', pos), size));
@@ -94,8 +91,7 @@ TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpaceAndJoinsAgain) {
         StringVector fields;
         ASSERT_TRUE(fields.PushBack("left from before") && CString(row.text).Split(fields, row.separator));
         std::vector<std::string> found;
-        for (String const& field : fields)
-            found.emplace_back(field.Cstr());
+        for (String const& field : fields) found.emplace_back(field.Cstr());
         EXPECT_EQ(found, row.fields) << row.text;
         String joined;
         EXPECT_TRUE(joined.Assign("old") && joined.Join(fields, CString(&row.separator, 1)));

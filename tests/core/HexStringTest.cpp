@@ -20,8 +20,7 @@ TEST(HexStringTest, WritesAndReadsBytesOfEverySize) {
         EXPECT_TRUE(back == untouched && (size == 0 || count == size)) << "nothing is written";
         EXPECT_TRUE(text.Get(back.data(), size, count) && back == data && count == size);
         data.push_back(static_cast<unsigned char>(size * 37 + 11));
-        for (int const digit : {data.back() / 16, data.back() % 16})
-            expected += "0123456789abcdef"[digit];
+        for (int const digit : {data.back() / 16, data.back() % 16}) expected += "0123456789abcdef"[digit];
     }
 }
 

@@ -36,8 +36,8 @@ std::string Beyond(std::string digits) {
 template<class T>
 class IntegerTest : public testing::Test {};
 
-using TypesT = testing::Types<char, unsigned char, short, unsigned short, int, unsigned, long, unsigned long,
-                              long long, unsigned long long>;
+using TypesT =
+    testing::Types<char, unsigned char, short, unsigned short, int, unsigned, long, unsigned long, long long, unsigned long long>;
 TYPED_TEST_SUITE(IntegerTest, TypesT);
 
 } // namespace
@@ -45,8 +45,7 @@ TYPED_TEST_SUITE(IntegerTest, TypesT);
 TYPED_TEST(IntegerTest, PrintsAndParsesTheWholeRange) {
     using LimitsT = std::numeric_limits<TypeParam>;
     std::mt19937_64 random(3);
-    for (int round = 0; round < 2000; ++round)
-        ExpectRoundTrip(static_cast<TypeParam>(random() >> (random() % 64)));
+    for (int round = 0; round < 2000; ++round) ExpectRoundTrip(static_cast<TypeParam>(random() >> (random() % 64)));
     ExpectRoundTrip(LimitsT::min()), ExpectRoundTrip(LimitsT::max());
     for (uint64_t power = 1; power < 10000000000000000000U; power *= 10)
         ExpectRoundTrip(static_cast<TypeParam>(power)), ExpectRoundTrip(static_cast<TypeParam>(power - 1));
@@ -57,15 +56,14 @@ TYPED_TEST(IntegerTest, RefusesWhatIsNoNumberOfTheType) {
     std::string const highest = std::to_string(LimitsT::max()), hex(2 * sizeof(TypeParam), 'f');
     std::string const below = LimitsT::is_signed ? Beyond(std::to_string(LimitsT::min())) : "-1";
     std::string const nul("1\0", 2);
-    std::vector<std::string> const rows[] = {
-        {nul, Beyond(highest), below, highest + "0", "", "+", "-", "++1", "+-1", " 1", "1 ", "0x1", "1a",
-         "12345678:", "/2345678", "99999999999999999999", "18446744073709551616", "1844674407370955161/"},
-        {nul, "", "+1", "-1", "0x1", "g", "1" + hex, std::string(17, '1')}};
+    std::vector<std::string> const rows[] = {{nul, Beyond(highest), below, highest + "0", "", "+", "-", "++1", "+-1", " 1", "1 ",
+                                              "0x1", "1a", "12345678:", "/2345678", "99999999999999999999",
+                                              "18446744073709551616", "1844674407370955161/"},
+                                             {nul, "", "+1", "-1", "0x1", "g", "1" + hex, std::string(17, '1')}};
     TypeParam value = 42;
     for (int form = 0; form < 2; ++form)
         for (std::string const& text : rows[form])
-            EXPECT_FALSE(Integer::Parse(text.data(), text.size(), value, Integer::ParseFormatT(form)))
-                << text;
+            EXPECT_FALSE(Integer::Parse(text.data(), text.size(), value, Integer::ParseFormatT(form))) << text;
     EXPECT_EQ(value, TypeParam(42)) << "a failure leaves the output alone";
 }
 

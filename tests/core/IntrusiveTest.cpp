@@ -21,10 +21,8 @@ using NameListT = Intrusive::List<Item, &Item::byName>;
 template<class List>
 std::deque<int> Numbers(List const& list) {
     std::deque<int> numbers, backwards;
-    for (Item const& item : list)
-        numbers.push_back(item.number);
-    for (Item const* item = list.Back(); item; item = list.Prev(*item))
-        backwards.push_front(item->number);
+    for (Item const& item : list) numbers.push_back(item.number);
+    for (Item const* item = list.Back(); item; item = list.Prev(*item)) backwards.push_front(item->number);
     EXPECT_EQ(numbers, backwards);
     EXPECT_TRUE(numbers.size() == list.Size() && numbers.empty() == list.Empty());
     return numbers;
@@ -37,8 +35,7 @@ TEST(Intrusive, LinksAtBothEndsAndBetween) {
     EXPECT_EQ(Numbers(list), (std::deque{3, 1, 4, 2}));
     list.Remove(a), list.Remove(b), list.Insert(b, list.Front());
     EXPECT_EQ(Numbers(list), (std::deque{2, 3, 4}));
-    for (Item* const item : {&b, &c, &d, static_cast<Item*>(nullptr)})
-        EXPECT_EQ(list.PopFront(), item);
+    for (Item* const item : {&b, &c, &d, static_cast<Item*>(nullptr)}) EXPECT_EQ(list.PopFront(), item);
     EXPECT_TRUE(Numbers(list).empty() && !list.Front() && !b.byAge.IsLinked());
 }
 

@@ -34,8 +34,7 @@ std::string X(unsigned long count) { return std::string(count, 'x'); }
 
 // A name of "n" stands for a statement whose arguments do not fit its template.
 TEST(Log, ExpandsTheTemplateCutsAndReportsFaultsOfTheStatement) {
-    std::string const bad = "invalid message format: ", misfit = " log arguments in a stream: ",
-                      cut = " [...]";
+    std::string const bad = "invalid message format: ", misfit = " log arguments in a stream: ", cut = " [...]";
     std::string const huge(2000, 'h'), most(1010, 'm');
     struct {
         std::string name, format;
@@ -61,11 +60,9 @@ TEST(Log, ExpandsTheTemplateCutsAndReportsFaultsOfTheStatement) {
         LogCapture capture;
         {
             Log log(Log::ERROR, "T", row.name.empty() ? nullptr : row.name.c_str(), row.format.c_str());
-            for (std::string const& argument : row.arguments)
-                log << argument.c_str();
+            for (std::string const& argument : row.arguments) log << argument.c_str();
         }
-        EXPECT_EQ(capture.Take(), LogCapture::LinesT{(row.name == "n" ? "C Log: " : "E T: ") + row.text})
-            << row.format;
+        EXPECT_EQ(capture.Take(), LogCapture::LinesT{(row.name == "n" ? "C Log: " : "E T: ") + row.text}) << row.format;
     }
 }
 
@@ -117,8 +114,7 @@ TEST(Log, StatementsOfOneThreadHavePlacesOfTheirOwnAndOneTooManyIsDropped) {
         return log;
     };
     std::unique_ptr<Log> logs[] = {open("0"), open("1"), open("2"), open("3"), nullptr};
-    for (int const i : {3, 0, 2, 1})
-        *logs[i] << i;
+    for (int const i : {3, 0, 2, 1}) *logs[i] << i;
     bool internal = true;
     EXPECT_TRUE(!(*open("x") << 'y' << Log::HEX << 5 << Log::Backtrace(0)).Fail(5).MakeMessage_(&internal));
     EXPECT_EQ(open("x")->Done(5).Code_(), ReturnT::UNDEFINED);
@@ -131,8 +127,8 @@ TEST(Log, StatementsOfOneThreadHavePlacesOfTheirOwnAndOneTooManyIsDropped) {
         *logs[i] << "last";
         logs[i].reset();
     }
-    EXPECT_EQ(capture.Take(), (LogCapture::LinesT{"E T: 1 1 last.", "E T: 3 3 last.", "E T: 0 0 last.",
-                                                  "E T: 4 4 last.", "E T: 2 2 last."}));
+    EXPECT_EQ(capture.Take(),
+              (LogCapture::LinesT{"E T: 1 1 last.", "E T: 3 3 last.", "E T: 0 0 last.", "E T: 4 4 last.", "E T: 2 2 last."}));
 }
 
 // What is printed in a process of its own: syslog and console mode are for its whole life.
@@ -185,8 +181,7 @@ TEST(Log, ConsoleLinesHaveLetterTimeAndIdentAndAreOneLine) {
 std::map<std::string, int> Counted(std::string const& output) {
     std::map<std::string, int> lines;
     std::istringstream stream(output);
-    for (std::string line; std::getline(stream, line);)
-        ++lines[line.substr(std::min(line.find(" zeb: "), line.size()))];
+    for (std::string line; std::getline(stream, line);) ++lines[line.substr(std::min(line.find(" zeb: "), line.size()))];
     return lines;
 }
 
@@ -197,11 +192,9 @@ TEST(Log, LinesOfThreadsNeverMix) {
         for (char const c : {'a', 'b', 'c', 'd'})
             threads.emplace_back([c] {
                 std::string const ident(2000, c), text(900, c); // a line takes two calls
-                for (int i = 0; i < 50; ++i)
-                    Log(Log::INFO, ident.c_str(), nullptr, "%1") << text.c_str();
+                for (int i = 0; i < 50; ++i) Log(Log::INFO, ident.c_str(), nullptr, "%1") << text.c_str();
             });
-        for (std::thread& thread : threads)
-            thread.join();
+        for (std::thread& thread : threads) thread.join();
     }));
     EXPECT_EQ(lines.size(), 4u);
     for (auto const& [line, count] : lines) {
@@ -253,18 +246,15 @@ void Flood(ReadT const& read) {
     std::atomic<bool> done = false;
     pthread_t const target = pthread_self();
     std::thread other([&] {
-        while (!done)
-            Log(Log::INFO, "O", nullptr, "other");
+        while (!done) Log(Log::INFO, "O", nullptr, "other");
     });
     std::thread flood([&] {
-        while (handled < 40)
-            pthread_kill(target, SIGUSR1), sched_yield();
+        while (handled < 40) pthread_kill(target, SIGUSR1), sched_yield();
         done = true;
     });
     std::thread reader([&] { read(done); });
     char text[Time::Stamp::TEXT_SIZE];
-    while (!done)
-        EXPECT_TRUE(Time::Now().AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, text).Succeeded());
+    while (!done) EXPECT_TRUE(Time::Now().AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, text).Succeeded());
     flood.join(), other.join(), reader.join();
 }
 

@@ -10,9 +10,7 @@ namespace {
 
 int numbers[64];
 void* P(unsigned long i) { return numbers + i; }
-int ByAddress(void const* a, void const* b) {
-    return *static_cast<int* const*>(a) > *static_cast<int* const*>(b) ? 1 : -1;
-}
+int ByAddress(void const* a, void const* b) { return *static_cast<int* const*>(a) > *static_cast<int* const*>(b) ? 1 : -1; }
 std::vector<void*> List(VoidPVector const& vector) { return {vector.Ptr(), vector.Ptr() + vector.Size()}; }
 
 TEST(VoidPVector, AsksTheHeapOnceForEachGroupOfEightAndGivesGroupsBack) {
@@ -31,8 +29,7 @@ TEST(VoidPVector, AsksTheHeapOnceForEachGroupOfEightAndGivesGroupsBack) {
     unsigned long const before = heap.Calls();
     EXPECT_TRUE(vector.PushBack(P(0)) && heap.Calls() == before);
     EXPECT_TRUE(vector.Insert(P(5), 5) && vector.Ptr()[5] == P(5)) << "past the end, but within the block";
-    EXPECT_TRUE(!vector.Insert(P(6), 8) && !vector.Ptr()[1])
-        << "what an index past the end leaves out is null";
+    EXPECT_TRUE(!vector.Insert(P(6), 8) && !vector.Ptr()[1]) << "what an index past the end leaves out is null";
     vector.Clear();
     EXPECT_EQ(heap.Live(), 0u);
 }
@@ -80,23 +77,19 @@ TEST(PVector, SortsByTypedFunctionsAndBubbleSortKeepsTheOrderOfEquals) {
     std::mt19937 random(3);
     AutoPVector<Item> items;
     items.Sort<&Item::ByKey>(), items.BubbleSort<&Item::ByKey>(); // there is no block yet
-    for (int i = 0; i < 100; ++i)
-        ASSERT_TRUE(items.PushBack(new Item{static_cast<int>(random() % 10), i}));
+    for (int i = 0; i < 100; ++i) ASSERT_TRUE(items.PushBack(new Item{static_cast<int>(random() % 10), i}));
     items.BubbleSort<&Item::ByKey>();
     for (unsigned long i = 1; i < items.Size(); ++i)
         ASSERT_LT(items[i - 1]->key * 1000 + items[i - 1]->order, items[i]->key * 1000 + items[i]->order);
     items.Sort<&Item::ByOrder>();
     int order = 0;
-    for (Item* const item : items)
-        ASSERT_EQ(item->order, order++);
-    for (Item const* const item : std::as_const(items))
-        ASSERT_EQ(item->order, 100 - order--);
+    for (Item* const item : items) ASSERT_EQ(item->order, order++);
+    for (Item const* const item : std::as_const(items)) ASSERT_EQ(item->order, 100 - order--);
 }
 
 TEST(AutoPVector, FreesWhatItHoldsAndMovesIt) {
     AutoPVector<Item> items, target;
-    for (int i = 0; i < 4; ++i)
-        ASSERT_TRUE(items.PushBack(new Item{i, i}));
+    for (int i = 0; i < 4; ++i) ASSERT_TRUE(items.PushBack(new Item{i, i}));
     ASSERT_TRUE(items.PushBack(static_cast<Item*>(nullptr)) && target.PushBack(new Item{9, 9}));
     AutoPtr<Item> own(new Item{5, 5});
     EXPECT_TRUE(!items.Insert(own, 6) && own && !items.Insert(own.Ptr(), 7));

@@ -58,8 +58,7 @@ TEST(Pool, AFailedAllocOrReserveLeavesThePresentBlockInUse) {
             EXPECT_TRUE(small || large || pool.Alloc(16) == first + 16);
         });
         Pool<64> pool;
-        for (unsigned long const back : {0UL, 15UL, 16UL, 32UL, 5000UL})
-            EXPECT_EQ(pool.Alloc(~0UL - back), nullptr);
+        for (unsigned long const back : {0UL, 15UL, 16UL, 32UL, 5000UL}) EXPECT_EQ(pool.Alloc(~0UL - back), nullptr);
         Calls calls;
         calls.Script(SysCall::mmap, {Calls::Fail(ENOMEM), Calls::Fail(ENOMEM)});
         EXPECT_FALSE(pool.Reserve(100000) || pool.Reserve(3UL << 20));
@@ -107,8 +106,7 @@ TEST(PoolReserve, AThreadKeepsWhatFitsBestUpToItsLimit) {
                 EXPECT_TRUE(pool.Reserve(size - 16) && memset(pool.Alloc(pool.Left()), 0xFF, size - 16));
             pool.Clear();
             unsigned long bytes = 0;
-            for (unsigned long const size : row.kept)
-                bytes += (size + 16 + PAGE - 1) / PAGE * PAGE;
+            for (unsigned long const size : row.kept) bytes += (size + 16 + PAGE - 1) / PAGE * PAGE;
             EXPECT_TRUE(heap.LiveBytes() >= bytes - bytes % LARGE && heap.LiveBytes() <= bytes + LARGE);
             Calls const calls;
             for (unsigned long const size : row.kept) {
@@ -153,8 +151,8 @@ TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
 struct MemoryGroup {
     explicit MemoryGroup(unsigned long limit) {
         std::ofstream("/sys/fs/cgroup/cgroup.subtree_control") << "+memory";
-        for (auto const& [parent, file] : {std::pair{"/sys/fs/cgroup/memory", "/memory.limit_in_bytes"},
-                                           {"/sys/fs/cgroup", "/memory.max"}}) {
+        for (auto const& [parent, file] :
+             {std::pair{"/sys/fs/cgroup/memory", "/memory.limit_in_bytes"}, {"/sys/fs/cgroup", "/memory.max"}}) {
             std::string const made = parent + ("/zeb-pool-test-" + std::to_string(getpid()));
             if (mkdir(made.c_str(), 0755) != 0) continue;
             if (std::ofstream(made + file) << limit << std::flush) {
@@ -192,8 +190,7 @@ TEST(Pool, WhatIsApartLeavesThePresentBlockAsItIs) {
     OnFreshThread([](Heap const& heap) {
         Pool<2048> pool;
         auto* const first = static_cast<char*>(pool.Alloc(16));
-        for (unsigned long const size : {1UL, PAGE - 16, 5UL << 20})
-            EXPECT_TRUE(memset(pool.AllocApart(size), 0xFF, size));
+        for (unsigned long const size : {1UL, PAGE - 16, 5UL << 20}) EXPECT_TRUE(memset(pool.AllocApart(size), 0xFF, size));
         EXPECT_TRUE(pool.Alloc(16) == first + 16 && !pool.IsFresh());
         EXPECT_EQ(heap.LiveBytes(), 2 * PAGE + (5UL << 20) + PAGE);
         Calls calls;

@@ -30,12 +30,10 @@ TEST(ReturnTTest, FailureIsTheSignOfTheCode) {
     struct {
         uint32_t code, severity, facility;
         bool failed;
-    } const rows[] = {
-        {0, 0, 0, false}, {0x80C90064, 2, 201, true}, {0x40090001, 1, 9, false}, {0xCFFE00B1, 3, 4094, true}};
+    } const rows[] = {{0, 0, 0, false}, {0x80C90064, 2, 201, true}, {0x40090001, 1, 9, false}, {0xCFFE00B1, 3, 4094, true}};
     for (auto const& row : rows) {
         ReturnT const code = row.code;
-        EXPECT_TRUE(code.Failed() == row.failed && code.Severity() == row.severity &&
-                    code.Facility() == row.facility);
+        EXPECT_TRUE(code.Failed() == row.failed && code.Severity() == row.severity && code.Facility() == row.facility);
         EXPECT_EQ(ReturnT::Make(ReturnT::SeverityT(row.severity), row.facility, row.code), code);
     }
     uint32_t const line = __LINE__;
@@ -52,8 +50,7 @@ TEST(ToolsTest, TheFirstRowDecidesAndGenericCodesPass) {
     uint32_t const rows[][2] = {{0x80370001, 0x80380001}, {0x00370001, 99}, {0x80370009, 99},
                                 {0xCFFD0005, 0xCFFD0005}, {0x0FFF0001, 0x0FFF0001}, {0, 7}};
     // clang-format on
-    for (auto const& row : rows)
-        EXPECT_EQ(Tools::TranslateCode(row[0], pairs, 99), row[1]) << row[0];
+    for (auto const& row : rows) EXPECT_EQ(Tools::TranslateCode(row[0], pairs, 99), row[1]) << row[0];
 }
 
 TEST(CwmpTest, FaultsComeFromTheTableOrFromTheKindOfFailure) {
@@ -69,23 +66,18 @@ TEST(CwmpTest, FaultsComeFromTheTableOrFromTheKindOfFailure) {
     for (auto const& row : rows) {
         auto found = Cwmp::DefaultT(77);
         bool ok = row.plain != 0;
-        EXPECT_TRUE(Cwmp::ErrorMap(row.code, table, 3, found) == row.fault && found == (row.hit ? def : 0))
-            << row.code;
+        EXPECT_TRUE(Cwmp::ErrorMap(row.code, table, 3, found) == row.fault && found == (row.hit ? def : 0)) << row.code;
         EXPECT_TRUE(Cwmp::ErrorMap(row.code, ok) == row.plain && ok == (row.plain == 0)) << row.code;
         EXPECT_TRUE(Cwmp::ErrorMap(row.code, found) == row.plain && found == 0) << row.code;
     }
 }
 
 TEST(ErrorStringTest, NumbersHaveWords) {
-    std::pair<int, char const*> const rows[] = {{0, "no error"},
-                                                {-1, "unknown error"},
-                                                {41, "unknown error"},
-                                                {EAGAIN, "resource temporarily unavailable"}};
-    for (auto const& [error, words] : rows)
-        EXPECT_STREQ(ErrorString(error), words) << error;
+    std::pair<int, char const*> const rows[] = {
+        {0, "no error"}, {-1, "unknown error"}, {41, "unknown error"}, {EAGAIN, "resource temporarily unavailable"}};
+    for (auto const& [error, words] : rows) EXPECT_STREQ(ErrorString(error), words) << error;
     uint64_t sum = 0xCBF29CE484222325; // of all words, in the order of the numbers
     for (int error = 0; error < 200; ++error)
-        for (char const c : CString(ErrorString(error)))
-            sum = (sum ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+        for (char const c : CString(ErrorString(error))) sum = (sum ^ static_cast<unsigned char>(c)) * 0x100000001B3;
     EXPECT_EQ(sum, 1628823287002439264u);
 }

@@ -16,15 +16,13 @@ TEST(StringAccumulatorTest, EveryTypeIsPrintedInBothBases) {
     StringAccumulator text;
     for (bool const hex : {false, true}) {
         auto const put = [&](auto value) { (hex ? text.Hex() : text.Dec()) << value << Comma; };
-        put(short{-32768}), put(static_cast<unsigned short>(65535)), put(INT_MIN), put(UINT_MAX),
-            put(LONG_MIN);
+        put(short{-32768}), put(static_cast<unsigned short>(65535)), put(INT_MIN), put(UINT_MAX), put(LONG_MIN);
         put(ULONG_MAX), put(LLONG_MIN), put(ULLONG_MAX), put(static_cast<void const*>(nullptr));
         put(reinterpret_cast<void const*>(0xBEEFUL)), put(0);
     }
-    EXPECT_EQ(text,
-              "-32768, 65535, -2147483648, 4294967295, -9223372036854775808, 18446744073709551615, "
-              "-9223372036854775808, 18446744073709551615, (nil), 0xbeef, 0, 8000, ffff, 80000000, ffffffff, "
-              "8000000000000000, ffffffffffffffff, 8000000000000000, ffffffffffffffff, (nil), 0xbeef, 0, ");
+    EXPECT_EQ(text, "-32768, 65535, -2147483648, 4294967295, -9223372036854775808, 18446744073709551615, "
+                    "-9223372036854775808, 18446744073709551615, (nil), 0xbeef, 0, 8000, ffff, 80000000, ffffffff, "
+                    "8000000000000000, ffffffffffffffff, 8000000000000000, ffffffffffffffff, (nil), 0xbeef, 0, ");
 }
 
 TEST(StringAccumulatorTest, EachSettingLastsForOneItem) {

@@ -10,13 +10,11 @@ namespace {
 
 TEST(StringMap, FindsWithoutCaseOnRequestAndAnswersNilForWhatIsNotThere) {
     StringMap map;
-    for (char const* const key : {"b", "a", "\xE4", "", "ab"})
-        ASSERT_TRUE(map.Set(key, key));
+    for (char const* const key : {"b", "a", "\xE4", "", "ab"}) ASSERT_TRUE(map.Set(key, key));
     ASSERT_TRUE(map.Set("ab", CString(map.Get("ab").Cstr() + 1)) && map.Get("ab") == CString("b"));
     ASSERT_TRUE(map.Set(CString::IgnoreCase("AB"), "4") && map.Get("ab") == CString("4"));
     EXPECT_TRUE(map.Find("b") == 3 && map.Find("d") == 5 && !map.Has("AB") && map.Key(4) == CString("\xE4"));
-    for (CString const* const view : {&map.Get("d"), &map.Get(5UL), &map.Key(5)})
-        EXPECT_EQ(view, &CString::Nil());
+    for (CString const* const view : {&map.Get("d"), &map.Get(5UL), &map.Key(5)}) EXPECT_EQ(view, &CString::Nil());
 }
 
 TEST(StringMap, RandomOperationsMatchAStandardMap) {

@@ -16,8 +16,7 @@ TEST(StringTest, AnyRowOfChangesMatchesTheTwin) {
     for (int step = 0; step < 12000; ++step) {
         unsigned long const pos = random() % (twin.size() + 1), count = random() % (twin.size() - pos + 1);
         // A fourth of the sources lie in the string itself.
-        std::string const from =
-            random() % 4 == 0 && !twin.empty() ? twin.substr(random() % twin.size()) : source;
+        std::string const from = random() % 4 == 0 && !twin.empty() ? twin.substr(random() % twin.size()) : source;
         unsigned long const size = random() % 3 == 0 ? 0 : random() % (from.size() + 1);
         CString const piece(from == source ? source.data() : text.Cstr() + (twin.size() - from.size()), size);
         bool ok = true;

@@ -10,15 +10,13 @@ using ListT = std::vector<std::string>;
 
 ListT List(StringVector const& vector) {
     ListT list;
-    for (String const& text : vector)
-        list.emplace_back(text.begin(), text.end());
+    for (String const& text : vector) list.emplace_back(text.begin(), text.end());
     return list;
 }
 
 struct Filled : StringVector {
     Filled(ListT const& list) {
-        for (auto const& text : list)
-            EXPECT_TRUE(PushBack(text.data(), text.size()));
+        for (auto const& text : list) EXPECT_TRUE(PushBack(text.data(), text.size()));
     }
 };
 
@@ -41,14 +39,12 @@ TEST(StringVector, ChangesKeepTheOrderOfWhatStays) {
     vector.SetDifference(Filled({"a", "x"}));
     EXPECT_TRUE(vector.Insert("dx", 1, 1UL) && vector.Insert("e", 4UL) && !vector.Insert("f", 6UL));
     EXPECT_EQ(List(vector), (ListT{"b", "d", "", "c", "e"}));
-    for (unsigned long const index : {5UL, 2UL, ~0UL})
-        vector.Remove(index);
+    for (unsigned long const index : {5UL, 2UL, ~0UL}) vector.Remove(index);
     ASSERT_TRUE(vector.PushBack("a") && vector.Append(vector) && vector.Assign(vector));
     vector.Truncate(9), vector.PopFront(), vector.PopBack(), vector.Truncate(6);
     EXPECT_EQ(List(vector), (ListT{"d", "c", "e", "a", "b", "d"}));
     vector.Sort();
-    for (String& text : vector)
-        text.ToUpper().ToLower();
+    for (String& text : vector) text.ToUpper().ToLower();
     EXPECT_EQ(List(vector), (ListT{"a", "b", "c", "d", "d", "e"}));
     vector.SetDifference(vector), vector.PopFront(), vector.PopBack();
     EXPECT_TRUE(vector.Empty());

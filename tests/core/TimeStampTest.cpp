@@ -11,8 +11,8 @@ using Time::Stamp;
 
 namespace {
 
-Stamp Make(unsigned day, unsigned month, unsigned year, unsigned hour = 0, unsigned minute = 0,
-           unsigned second = 0, unsigned millisecond = 0) {
+Stamp Make(unsigned day, unsigned month, unsigned year, unsigned hour = 0, unsigned minute = 0, unsigned second = 0,
+           unsigned millisecond = 0) {
     Stamp stamp(77);
     ReturnT const code = stamp.Set(day, month, year, hour, minute, second, millisecond, Stamp::GMT);
     EXPECT_EQ(code, stamp == Stamp(77) ? 0x80FB000Eu : 0x00FB0001u);
@@ -53,8 +53,7 @@ TEST(TimeStamp, SetRefusesDatesThatDoNotExist) {
 TEST(TimeStamp, BreaksAnySecondDownAsTheSystemDoes) {
     std::mt19937_64 random(4);
     std::vector<long> seconds = {0, -1, 951782399, 951782400, -62167219200, 67767976233532799};
-    for (int i = 0; i < 20000; ++i)
-        seconds.push_back(static_cast<long>(random() % 130000000000) - 62167219200);
+    for (int i = 0; i < 20000; ++i) seconds.push_back(static_cast<long>(random() % 130000000000) - 62167219200);
     for (long const second : seconds) {
         tm time;
         char text[64];
@@ -92,16 +91,14 @@ TEST(TimeStamp, PrintsEveryFormatWithoutTheHeap) {
     };
     Stamp const stamp = Make(6, 11, 1994, 8, 49, 7, 45);
     Footprint const footprint;
-    for (unsigned i = 0; i < 23; ++i)
-        EXPECT_EQ(Print(stamp, i, 0x00FB0003), texts[i]);
+    for (unsigned i = 0; i < 23; ++i) EXPECT_EQ(Print(stamp, i, 0x00FB0003), texts[i]);
     EXPECT_EQ(footprint.Allocations(), 0u);
     Stamp const late = Make(1, 1, 2147483647);
     EXPECT_EQ(Print(late, Stamp::ASCTIME, 0x00FB0003), "Tue Jan  1 00:00:00 2147483647");
-    for (auto const& text :
-         {Print(late, Stamp::HTTP, 0x80FB0018), Print(Make(1, 1, 1969), Stamp::YEAR_SHORT, 0x80FB0019),
-          Print(Make(1, 1, 2070), Stamp::COOKIE, 0x80FB0019), Print(LONG_MAX, Stamp::YEAR, 0x80FB000F),
-          Print(0, Stamp::HTTP, 0x80FB001A, Stamp::LOCAL), Print(0, Stamp::COOKIE, 0x80FB001A, Stamp::LOCAL),
-          Print(0, 23, 0x00FB0003)})
+    for (auto const& text : {Print(late, Stamp::HTTP, 0x80FB0018), Print(Make(1, 1, 1969), Stamp::YEAR_SHORT, 0x80FB0019),
+                             Print(Make(1, 1, 2070), Stamp::COOKIE, 0x80FB0019), Print(LONG_MAX, Stamp::YEAR, 0x80FB000F),
+                             Print(0, Stamp::HTTP, 0x80FB001A, Stamp::LOCAL), Print(0, Stamp::COOKIE, 0x80FB001A, Stamp::LOCAL),
+                             Print(0, 23, 0x00FB0003)})
         EXPECT_EQ(text, "untouched");
 }
 
@@ -140,8 +137,7 @@ TEST(TimeStamp, ParsesTextsOfPeersAndNamesTheFieldThatFails) {
         std::string text = row.text;
         text.erase(text.find('|'), 1);
         bool const isCode = row.result[8] == '\0';
-        ReturnT const code =
-            stamp.Parse(static_cast<Stamp::FormatT>(row.format), Stamp::GMT, text.c_str(), &consumed);
+        ReturnT const code = stamp.Parse(static_cast<Stamp::FormatT>(row.format), Stamp::GMT, text.c_str(), &consumed);
         EXPECT_EQ(code.Code(), isCode ? strtoul(row.result, nullptr, 16) : 0x00FB0002) << row.text;
         EXPECT_EQ(consumed, row.text.find('|')) << row.text;
         std::string const read = Print(stamp, Stamp::ISO_MILLISECOND, 0x00FB0003);

@@ -18,9 +18,7 @@
 
 namespace {
 
-Child Gateway(std::vector<std::string> const& arguments) {
-    return Child::Program(Child::Built("gateway", arguments));
-}
+Child Gateway(std::vector<std::string> const& arguments) { return Child::Program(Child::Built("gateway", arguments)); }
 
 TEST(GatewayTest, SaysInOneLineWhatIsWrongWithItsConfiguration) {
     TempDir const dir;
@@ -36,12 +34,9 @@ TEST(GatewayTest, SaysInOneLineWhatIsWrongWithItsConfiguration) {
         {"{}", "\"state_file\" is missing"},
         {"{\"state_file\": 1}", "\"state_file\" must be a text"},
         {"{\"colour\": 1}", "there is no setting \"colour\""},
-        {"{\"sample_period\": 99}",
-         "\"sample_period\" must be a whole number of milliseconds from 100 to 60000"},
-        {"{\"state_period\": 1e3}",
-         "\"state_period\" must be a whole number of milliseconds from 100 to 60000"},
-        {"{\"heartbeat_period\": \"1\"}",
-         "\"heartbeat_period\" must be a whole number of milliseconds from 100 to 60000"},
+        {"{\"sample_period\": 99}", "\"sample_period\" must be a whole number of milliseconds from 100 to 60000"},
+        {"{\"state_period\": 1e3}", "\"state_period\" must be a whole number of milliseconds from 100 to 60000"},
+        {"{\"heartbeat_period\": \"1\"}", "\"heartbeat_period\" must be a whole number of milliseconds from 100 to 60000"},
         {"{\"interfaces\": [\"lo\", 1]}", "\"interfaces\" must be a list of names"},
         {"{\"interfaces\": \"lo\"}", "\"interfaces\" must be a list of names"},
     };
@@ -53,10 +48,8 @@ TEST(GatewayTest, SaysInOneLineWhatIsWrongWithItsConfiguration) {
     }
     Child const absent = Gateway({"--console", dir / "absent"});
     EXPECT_EQ(absent.ExitCode(), 2);
-    EXPECT_EQ(absent.Errors(),
-              "gateway: " + (dir / "absent") + ": unable to read: no such file or directory\n");
-    EXPECT_EQ(Gateway({"--console", dir.Path()}).Errors(),
-              "gateway: " + dir.Path() + ": unable to read: is a directory\n");
+    EXPECT_EQ(absent.Errors(), "gateway: " + (dir / "absent") + ": unable to read: no such file or directory\n");
+    EXPECT_EQ(Gateway({"--console", dir.Path()}).Errors(), "gateway: " + dir.Path() + ": unable to read: is a directory\n");
     std::string const large = dir.Write("large", std::string(70000, ' '));
     EXPECT_EQ(Gateway({"--console", large}).Errors(), "gateway: " + large + ": unable to read: too large\n");
     EXPECT_EQ(Gateway({}).ExitCode(), 2);
@@ -71,8 +64,7 @@ protected:
         EXPECT_EQ(system(("mkdir -p " + root + "/net " + (dir_ / "sys/class/net/lo")).c_str()), 0);
         dir_.Write("sys/class/net/lo/speed", "1000\n");
         dir_.Write("proc/stat", "cpu  11 12 13 14 15 16 17 0 0 0\ncpu0 1 2 3 4 5 6 7 0 0 0\n");
-        dir_.Write("proc/meminfo",
-                   "MemTotal:       2048 kB\nMemFree:  9 kB\nMemAvailable:   1024 kB\nCached: 0 kB\n");
+        dir_.Write("proc/meminfo", "MemTotal:       2048 kB\nMemFree:  9 kB\nMemAvailable:   1024 kB\nCached: 0 kB\n");
         dir_.Write("proc/net/dev", "Inter-| Receive\n face |bytes\n"
                                    "  eth0: 1 2 0 0 0 0 0 0 3 4 0 0 0 0 0 0\n"
                                    "    lo:5000000000 6 0 0 0 0 0 0 7 8 0 0 0 0 0 0\n");
@@ -85,10 +77,9 @@ protected:
 
     // Starts the daemon in the background of a shell, which runs `until` and then sends the signal.
     Child RunUntil(std::string const& until, int signal, std::string const& status) {
-        std::vector<std::string> words = {
-            "sh", "-c", "\"$@\" & " + until + "; kill -" + std::to_string(signal) + " $!; wait $!", "sh"};
-        for (auto const& word :
-             Child::Built("gateway", {"--console", status, "--root", dir_.Path(), dir_ / "config"}))
+        std::vector<std::string> words = {"sh", "-c", "\"$@\" & " + until + "; kill -" + std::to_string(signal) + " $!; wait $!",
+                                          "sh"};
+        for (auto const& word : Child::Built("gateway", {"--console", status, "--root", dir_.Path(), dir_ / "config"}))
             words.push_back(word);
         return Child::Program(words);
     }
@@ -100,38 +91,31 @@ TEST_P(RunTest, SamplesKeepsItsStateFileAndStopsCleanly) {
     ZEB_NEED_ROOT();
     Namespace const space(Namespace::NET);
     std::thread remover([this] {
-        for (int i = 0; i < 500 && !dir_.Exists("changed"); ++i)
-            usleep(10000);
+        for (int i = 0; i < 500 && !dir_.Exists("changed"); ++i) usleep(10000);
         ifreq lo{.ifr_ifrn = {"lo"}, .ifr_ifru = {.ifru_addr = {AF_INET, {}}}}; // 0.0.0.0 removes the address
         int const fd = socket(AF_INET, SOCK_DGRAM, 0);
         EXPECT_EQ(ioctl(fd, SIOCSIFADDR, &lo), 0);
         close(fd);
     });
     Child const child =
-        RunUntil("for i in $(seq 500); do grep -qs sample=[1-9] " + (dir_ / "state") +
-                     " && break; sleep 0.01; done; echo 10 > " + (dir_ / "sys/class/net/lo/speed") +
-                     "; touch " + (dir_ / "changed") + "; sleep 0.35",
+        RunUntil("for i in $(seq 500); do grep -qs sample=[1-9] " + (dir_ / "state") + " && break; sleep 0.01; done; echo 10 > " +
+                     (dir_ / "sys/class/net/lo/speed") + "; touch " + (dir_ / "changed") + "; sleep 0.35",
                  GetParam(), "--full");
     remover.join();
     ASSERT_EQ(child.ExitCode(), 0) << child;
     EXPECT_EQ(child.Errors(), "");
     std::string const& output = child.Output();
     for (char const* const part :
-         {"zeb: Gateway: \"box\": started.\n", "zeb: Main: stopping...\n",
-          "zeb: Gateway: \"box\": stopped.\n", "zeb: Interfaces: \"lo\": address is 127.0.0.1/8.\n",
-          "zeb: Interfaces: \"lo\": speed is 1000000000 bits a second.\n",
+         {"zeb: Gateway: \"box\": started.\n", "zeb: Main: stopping...\n", "zeb: Gateway: \"box\": stopped.\n",
+          "zeb: Interfaces: \"lo\": address is 127.0.0.1/8.\n", "zeb: Interfaces: \"lo\": speed is 1000000000 bits a second.\n",
           "zeb: Interfaces: \"lo\": speed is 10000000 bits a second.\n",
-          "zeb: Interfaces: \"lo\": address 127.0.0.1/8 is gone.\n",
-          "state~\", which an earlier writer left.\n",
-          "<event class=\"Event::Type::SystemReady\" raise_time=\"",
-          "<event class=\"Event::Type::Heartbeat\" raise_time=\""})
+          "zeb: Interfaces: \"lo\": address 127.0.0.1/8 is gone.\n", "state~\", which an earlier writer left.\n",
+          "<event class=\"Event::Type::SystemReady\" raise_time=\"", "<event class=\"Event::Type::Heartbeat\" raise_time=\""})
         EXPECT_NE(output.find(part), std::string::npos) << part << " in " << output;
 
-    std::string xmlText =
-        output.substr(output.find("<status>"), output.find("{\n") - output.find("<status>"));
+    std::string xmlText = output.substr(output.find("<status>"), output.find("{\n") - output.find("<status>"));
     Xml::Document xml;
-    ASSERT_TRUE(xml.Parse(xmlText.data(), Xml::Document::PARSE_DEFAULT, Log::VERBOSE_ON).Succeeded())
-        << xmlText;
+    ASSERT_TRUE(xml.Parse(xmlText.data(), Xml::Document::PARSE_DEFAULT, Log::VERBOSE_ON).Succeeded()) << xmlText;
     Xml::Node const* const status = xml.FirstNode("status");
     ASSERT_NE(status, nullptr);
     EXPECT_STREQ(status->FirstNode("memory")->FirstNode("available")->Value().Cstr(), "1024");
@@ -151,8 +135,7 @@ TEST_P(RunTest, SamplesKeepsItsStateFileAndStopsCleanly) {
     Json::Document json;
     unsigned long const begin = output.find("{\n");
     std::string const jsonText = output.substr(begin, output.find("\n}\n", begin) + 3 - begin);
-    ASSERT_TRUE(json.Parse(CString(jsonText.c_str()), Json::Document::PARSE_CONTAINER).Succeeded())
-        << jsonText;
+    ASSERT_TRUE(json.Parse(CString(jsonText.c_str()), Json::Document::PARSE_CONTAINER).Succeeded()) << jsonText;
     Json::Array const* interfaces = nullptr;
     ASSERT_TRUE(json.Object()->Get("interfaces", interfaces));
     unsigned long bytes = 0;
@@ -160,8 +143,7 @@ TEST_P(RunTest, SamplesKeepsItsStateFileAndStopsCleanly) {
     EXPECT_EQ(bytes, 5000000000ul);
     EXPECT_EQ(interfaces->First(), interfaces->Last()) << "the other was not asked for";
 
-    EXPECT_NE(dir_.Read("state").find("\nmemory_available=1024\ninterface.lo=5000000000 7\n"),
-              std::string::npos)
+    EXPECT_NE(dir_.Read("state").find("\nmemory_available=1024\ninterface.lo=5000000000 7\n"), std::string::npos)
         << dir_.Read("state");
     EXPECT_FALSE(dir_.Exists("state~"));
 }
@@ -171,9 +153,9 @@ INSTANTIATE_TEST_SUITE_P(Signals, RunTest, testing::Values(SIGINT, SIGTERM));
 TEST_F(RunTest, UnreadableCountersAreLoggedAndCounted) {
     dir_.Write("proc/net/dev", "one line\n");
     dir_.Write("proc/stat", "cpu x\n");
-    Child const child = RunUntil("for i in $(seq 500); do grep -qs sample= " + (dir_ / "state") +
-                                     " && break; sleep 0.01; done; sleep 0.2",
-                                 SIGTERM, "--status");
+    Child const child =
+        RunUntil("for i in $(seq 500); do grep -qs sample= " + (dir_ / "state") + " && break; sleep 0.01; done; sleep 0.2",
+                 SIGTERM, "--status");
     EXPECT_EQ(child.ExitCode(), 0) << child;
     EXPECT_NE(child.Output().find(": unexpected content: invalid input."), std::string::npos) << child;
     EXPECT_NE(child.Output().find("<samples>0</samples>"), std::string::npos);

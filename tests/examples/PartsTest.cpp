@@ -50,9 +50,8 @@ TEST_F(PartsTest, AStateFileThatTheDiskRefusesIsToldAndTheOldOneStays) {
     dir_.Write("state", "old");
     Task::Queue queue("State", 100, nullptr);
     StateFile file(config_, telemetry_, queue);
-    std::pair<SysCall, Calls::Step> const rows[] = {{SysCall::write, Calls::Fail(ENOSPC)},
-                                                    {SysCall::open, Calls::Fail(EROFS)},
-                                                    {SysCall::rename, Calls::Fail(EIO)}};
+    std::pair<SysCall, Calls::Step> const rows[] = {
+        {SysCall::write, Calls::Fail(ENOSPC)}, {SysCall::open, Calls::Fail(EROFS)}, {SysCall::rename, Calls::Fail(EIO)}};
     for (auto const& [call, step] : rows) {
         Calls calls;
         calls.Script(call, {step});
@@ -80,8 +79,7 @@ TEST_F(PartsTest, ASampleIsTakenEachSecondOfItsClock) {
         clock.Advance(999);
         Clock::RealPause(5);
         clock.Advance(1);
-        for (int i = 0; i < 2000 && telemetry_.Get(sample, counts) && counts.samples == second; ++i)
-            Clock::RealPause(1);
+        for (int i = 0; i < 2000 && telemetry_.Get(sample, counts) && counts.samples == second; ++i) Clock::RealPause(1);
     }
     sampler.Stop();
     file.Stop();

@@ -16,8 +16,7 @@ using Usb::PortId;
 std::string Print(Path const& path) {
     std::string out = std::to_string(path.Bus()) + "-";
     for (unsigned long i = 0; i < Path::PORTS_MAX; ++i)
-        if (i < path.PortCount() || path.Ports()[i] != 0)
-            out += (i == 0 ? "" : ".") + std::to_string(path.Ports()[i]);
+        if (i < path.PortCount() || path.Ports()[i] != 0) out += (i == 0 ? "" : ".") + std::to_string(path.Ports()[i]);
     return out + ":" + std::to_string(path.Configuration()) + "." + std::to_string(path.Interface());
 }
 
@@ -34,26 +33,23 @@ Path Make(std::string const& tail) {
 }
 
 TEST(UsbPath, TakesThePathsOfTheKernelAndNoOthers) {
-    std::string const seven =
-        "/a/b/c/usb1/1-1/1-1.2/1-1.2.3/1-1.2.3.4/1-1.2.3.4.5/1-1.2.3.4.5.6/1-1.2.3.4.5.6.7";
-    std::istringstream taken(
-        "/a/b/c/usb1 1-:0.0 /a/b/c/d/usbx/usb/usb2 2-:0.0 /sys/devices/x/usb255/255-255 255-255:0.0 "
-        "/a/b/c/usb1/1-1/1-1.2 1-1.2:0.0 /a/b/c/usb1/1-1/1-1.2:1.0 1-1.2:1.0 "
-        "/a/b/c/usb2/2-4/2-4:0.0/x 2-4:0.0 /a/b/c/usb1/1-1/1-1.2/1-1.2:1.3/host0/t:0 1-1.2:1.3 "
-        "/a/b/c/usb2/2-4:255.7 2-4:255.7 " +
-        seven + " 1-1.2.3.4.5.6.7:0.0 " + seven + "/1-1.2.3.4.5.6.7:1.2 1-1.2.3.4.5.6.7:1.2");
+    std::string const seven = "/a/b/c/usb1/1-1/1-1.2/1-1.2.3/1-1.2.3.4/1-1.2.3.4.5/1-1.2.3.4.5.6/1-1.2.3.4.5.6.7";
+    std::istringstream taken("/a/b/c/usb1 1-:0.0 /a/b/c/d/usbx/usb/usb2 2-:0.0 /sys/devices/x/usb255/255-255 255-255:0.0 "
+                             "/a/b/c/usb1/1-1/1-1.2 1-1.2:0.0 /a/b/c/usb1/1-1/1-1.2:1.0 1-1.2:1.0 "
+                             "/a/b/c/usb2/2-4/2-4:0.0/x 2-4:0.0 /a/b/c/usb1/1-1/1-1.2/1-1.2:1.3/host0/t:0 1-1.2:1.3 "
+                             "/a/b/c/usb2/2-4:255.7 2-4:255.7 " +
+                             seven + " 1-1.2.3.4.5.6.7:0.0 " + seven + "/1-1.2.3.4.5.6.7:1.2 1-1.2.3.4.5.6.7:1.2");
     Path path;
     for (std::string text, expected; taken >> text >> expected;) {
         EXPECT_TRUE(path.Assign(CString(text.c_str()))) << text;
         EXPECT_EQ(Print(path), expected) << text;
     }
-    std::istringstream refused(
-        "sys/a/b/c/usb1 / /a/b/c/d /a/b/usb1 /usb3/a/b/c/usb1 /a//b/c/usb1 /a/b/c/usb0 /a/b/c/usb256 "
-        "/a/b/c/usb 1/ 1/2-1 1/-1 1/1 1/1- 1/1-:1.0 1/1-0 1/1-0:1.0 1/1-256 1/1-1x 1/1-1.2 1/1-1/1-1 "
-        "1/1-1/1-1. 1/1-1/1-1.0 1/1-1/1-2.2 1/1-1/1-2:1.0 1/1-1:1.0/ 1/1-1/1-1.2.3 "
-        "1/1-1/1-1.2/1-1.3.4 1/1-1/1-1.2/1-1:1.0 1/1-1:1 1/1-1:1. 1/1-1:.0 1/1-1:1.256 1/1-1:1.0x "
-        "1/1-1:1.0/x//y " +
-        seven + "/1-1.2.3.4.5.6.7.8");
+    std::istringstream refused("sys/a/b/c/usb1 / /a/b/c/d /a/b/usb1 /usb3/a/b/c/usb1 /a//b/c/usb1 /a/b/c/usb0 /a/b/c/usb256 "
+                               "/a/b/c/usb 1/ 1/2-1 1/-1 1/1 1/1- 1/1-:1.0 1/1-0 1/1-0:1.0 1/1-256 1/1-1x 1/1-1.2 1/1-1/1-1 "
+                               "1/1-1/1-1. 1/1-1/1-1.0 1/1-1/1-2.2 1/1-1/1-2:1.0 1/1-1:1.0/ 1/1-1/1-1.2.3 "
+                               "1/1-1/1-1.2/1-1.3.4 1/1-1/1-1.2/1-1:1.0 1/1-1:1 1/1-1:1. 1/1-1:.0 1/1-1:1.256 1/1-1:1.0x "
+                               "1/1-1:1.0/x//y " +
+                               seven + "/1-1.2.3.4.5.6.7.8");
     for (std::string text; refused >> text;) {
         if (text[0] == '1') text.insert(0, "/a/b/c/usb");
         EXPECT_FALSE(path.Assign(CString(text.c_str()))) << text;
@@ -65,9 +61,8 @@ TEST(UsbPath, TakesThePathsOfTheKernelAndNoOthers) {
 TEST(UsbPath, ComparesByPartsAndWhole) {
     Path const base = Make("1/1-1/1-1.2:3.4");
     // Up to which length the ports are the same, and whether the configuration is.
-    std::istringstream rows(
-        "1/1-1/1-1.2:3.4 8 1 1/1-1/1-1.2:3.5 8 1 1/1-1/1-1.2 8 0 1/1-1/1-1.3:3.4 2 1 1/1-1 2 0 "
-        "1/1-2:3.4 1 1 2/2-1/2-1.2:3.4 0 1");
+    std::istringstream rows("1/1-1/1-1.2:3.4 8 1 1/1-1/1-1.2:3.5 8 1 1/1-1/1-1.2 8 0 1/1-1/1-1.3:3.4 2 1 1/1-1 2 0 "
+                            "1/1-2:3.4 1 1 2/2-1/2-1.2:3.4 0 1");
     bool isSame;
     std::string tail;
     for (unsigned lengths; rows >> tail >> lengths >> isSame;) {
@@ -82,10 +77,9 @@ TEST(UsbPath, ComparesByPartsAndWhole) {
 }
 
 TEST(UsbPortId, NamesThePortOfTheCase) {
-    std::istringstream rows(
-        "1/1-1 1 1/1-1/1-1.2 1 1/1-1/1-1.2/1-1.2.3 1/3 1/1-1/1-1.2/1-1.2.3:1.0/x 1/3 "
-        "1/1-1/1-1.1/1-1.1.7/1-1.1.7.9 2/7/9 1/1-1/1-1.3 1/3 1/1-2/1-2.1 2/1 2/2-1 2 2/2-2 2 "
-        "2/2-1/2-1.2 2/2 3/3-1/3-1.200 1/200");
+    std::istringstream rows("1/1-1 1 1/1-1/1-1.2 1 1/1-1/1-1.2/1-1.2.3 1/3 1/1-1/1-1.2/1-1.2.3:1.0/x 1/3 "
+                            "1/1-1/1-1.1/1-1.1.7/1-1.1.7.9 2/7/9 1/1-1/1-1.3 1/3 1/1-2/1-2.1 2/1 2/2-1 2 2/2-2 2 "
+                            "2/2-1/2-1.2 2/2 3/3-1/3-1.200 1/200");
     for (std::string tail, expected; rows >> tail >> expected;) {
         PortId id(Make(tail));
         EXPECT_EQ(Print(id), expected) << tail;
@@ -98,9 +92,8 @@ TEST(UsbPortId, NamesThePortOfTheCase) {
 TEST(UsbPortId, TakesWhatItsPatternTakes) {
     EXPECT_STREQ(PortId::Pattern(), R"(^[1-3](\/[1-7]){0,6}$)");
     Util::Regex const regex(PortId::Pattern(), REG_EXTENDED | REG_NOSUB);
-    std::istringstream rows(
-        "1 3 1/7 2/1 3/7/6/5/4/3/2 1/1/1/1/1/1/1 0 4 4/1 1/8 1/0 1/ /1 1//2 12 1/12 1.2 1/2/ "
-        "1/1/1/1/1/1/1/1 1/2x a 1/a");
+    std::istringstream rows("1 3 1/7 2/1 3/7/6/5/4/3/2 1/1/1/1/1/1/1 0 4 4/1 1/8 1/0 1/ /1 1//2 12 1/12 1.2 1/2/ "
+                            "1/1/1/1/1/1/1/1 1/2x a 1/a");
     PortId id;
     std::string before;
     for (std::string text; rows >> text; before = Print(id)) {

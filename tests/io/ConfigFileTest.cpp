@@ -36,19 +36,16 @@ TEST_F(ConfigFileTest, FailuresOnTheWayLeaveTheTarget) {
         int error;
         std::string left, line; // in the folder when Close has returned, and in the log
     } const rows[] = {
-        {SysCall::write, ENOSPC, "target target~",
-         "E Io::ConfigFile: \"@~\": unable to write data: no space left on device.\n"},
+        {SysCall::write, ENOSPC, "target target~", "E Io::ConfigFile: \"@~\": unable to write data: no space left on device.\n"},
         {SysCall::close, EIO, "target", "C Io::ConfigFile: unable to close \"@~\": input/output error.\n"},
-        {SysCall::rename, EPERM, "target",
-         "C Io::ConfigFile: unable to replace \"@\": operation not permitted.\n"},
+        {SysCall::rename, EPERM, "target", "C Io::ConfigFile: unable to replace \"@\": operation not permitted.\n"},
         {SysCall::rename, EIO, "target target~",
          "C Io::ConfigFile: unable to replace \"@\": input/output error.\n"
          "C Io::ConfigFile: unable to remove \"@~\": operation not permitted.\n"}};
     for (auto const& row : rows) {
         Calls calls;
         calls.Script(row.call, {Calls::Fail(row.error)});
-        if (row.error == EIO && row.call == SysCall::rename)
-            calls.Script(SysCall::unlink, {Calls::Fail(EPERM)});
+        if (row.error == EIO && row.call == SysCall::rename) calls.Script(SysCall::unlink, {Calls::Fail(EPERM)});
         Io::ConfigFile file(path.c_str());
         file << "new";
         EXPECT_FALSE(file.Close());
@@ -72,8 +69,8 @@ TEST_F(ConfigFileTest, TheTemporaryFileOfAnotherWriterStandsInTheWayUntilItIsRem
     }
     EXPECT_TRUE(Io::ConfigFile::RemoveStale(path.c_str()) && Io::ConfigFile::RemoveStale(path.c_str()));
     EXPECT_EQ(dir.List() + dir.Read("target"), "targetold");
-    EXPECT_EQ(Logged(log, path), "C " + head + "unable to remove \"@~\": operation not permitted.\nW " +
-                                     head + "removed \"@~\", which an earlier writer left.\n");
+    EXPECT_EQ(Logged(log, path), "C " + head + "unable to remove \"@~\": operation not permitted.\nW " + head +
+                                     "removed \"@~\", which an earlier writer left.\n");
 }
 
 TEST_F(ConfigFileTest, WithoutMemoryNothingIsMadeOrRemoved) {

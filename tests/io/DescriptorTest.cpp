@@ -37,8 +37,8 @@ TEST(Descriptor, OpensInTheModeThatIsAskedAndCloses) {
 TEST(Descriptor, FailuresGiveTheErrnoAndOneLineWhenLoud) {
     Calls calls;
     LogCapture log;
-    for (SysCall const call : {SysCall::open, SysCall::socket, SysCall::socketpair, SysCall::pipe2,
-                               SysCall::shutdown, SysCall::fcntl, SysCall::close})
+    for (SysCall const call :
+         {SysCall::open, SysCall::socket, SysCall::socketpair, SysCall::pipe2, SysCall::shutdown, SysCall::fcntl, SysCall::close})
         calls.Script(call, {Calls::Fail(EIO)}, 2);
     int pair[4], fd = 12345;
     for (V const loud : {LOUD, Log::VERBOSE_OFF}) {
@@ -53,16 +53,15 @@ TEST(Descriptor, FailuresGiveTheErrnoAndOneLineWhenLoud) {
         EXPECT_EQ(std::count(e, e + 7, EIO), 7);
         EXPECT_EQ(pair[0] + pair[1] + pair[2] + pair[3] + fd, -5);
     }
-    EXPECT_EQ(log.Take(), (Lines{"E T: unable to open \"/x\": input/output error.",
-                                 "E T: unable to create a socket: input/output error.",
-                                 "E T: unable to create a socket pair: input/output error.",
-                                 "E T: \"name\": unable to create a pipe: input/output error.",
-                                 "E T: \"name\": unable to change I/O mode: input/output error.",
-                                 "C T: unable to get descriptor flags: input/output error.",
-                                 "E T: \"name\": unable to close descriptor -1: input/output error."}));
+    EXPECT_EQ(log.Take(),
+              (Lines{"E T: unable to open \"/x\": input/output error.", "E T: unable to create a socket: input/output error.",
+                     "E T: unable to create a socket pair: input/output error.",
+                     "E T: \"name\": unable to create a pipe: input/output error.",
+                     "E T: \"name\": unable to change I/O mode: input/output error.",
+                     "C T: unable to get descriptor flags: input/output error.",
+                     "E T: \"name\": unable to close descriptor -1: input/output error."}));
     unsigned long const closed = calls.Count(SysCall::close); // what cannot be made nonblocking is closed
-    calls.Script(SysCall::fcntl,
-                 {Calls::Fail(EPERM), Calls::Real(), Calls::Real(), Calls::Real(), Calls::Fail(EPERM)});
+    calls.Script(SysCall::fcntl, {Calls::Fail(EPERM), Calls::Real(), Calls::Real(), Calls::Real(), Calls::Fail(EPERM)});
     EXPECT_LT(D::Open("/", 0, 0, "T", D::NONBLOCKING, LOUD, nullptr), 0);
     EXPECT_FALSE(D::CreatePair(pair, "T", SOCK_STREAM, D::NONBLOCKING, LOUD, nullptr));
     EXPECT_EQ(log.Take(), (Lines{"C T: \"/\": unable to get descriptor flags: operation not permitted.",

@@ -65,8 +65,7 @@ template<class S, class... A>
 void ExpectNoHang(Fifo const& fifo, A const&... arguments) {
     std::string all(65536, 0);
     int arrived = 0;
-    while (ioctl(fifo.fd, FIONREAD, &arrived) == 0 && arrived > 0)
-        EXPECT_GT(read(fifo.fd, all.data(), all.size()), 0);
+    while (ioctl(fifo.fd, FIONREAD, &arrived) == 0 && arrived > 0) EXPECT_GT(read(fifo.fd, all.data(), all.size()), 0);
     EXPECT_EQ(EndInterrupted<S>(arguments...), "");
     EXPECT_TRUE(ioctl(fifo.fd, FIONREAD, &arrived) == 0 && arrived == 7); // what goes at once does
     std::string const large(200000, 'x');
@@ -80,11 +79,9 @@ void ExpectNoHang(Fifo const& fifo, A const&... arguments) {
             EXPECT_EQ(stream.CurrentState(), limit == 500 ? Stateful::STATE_TIMEOUT : Stateful::STATE_OK);
         }
         EXPECT_NEAR(clock.Moved(), limit < 0 ? 1000e6 : limit * 1e6, 2e6);
-        EXPECT_EQ(log.Count(": 7 bytes of pending output are lost: operation timeout."),
-                  limit == 500 ? 0u : 1u);
+        EXPECT_EQ(log.Count(": 7 bytes of pending output are lost: operation timeout."), limit == 500 ? 0u : 1u);
     }
-    EXPECT_TRUE(EndInterrupted<S>(arguments...)
-                    .ends_with("7 bytes of pending output are lost: operation interrupted.\n"));
+    EXPECT_TRUE(EndInterrupted<S>(arguments...).ends_with("7 bytes of pending output are lost: operation interrupted.\n"));
 }
 
 TEST(Pollables, AStuckReaderHangsNeitherAWriteNorTheEnd) {

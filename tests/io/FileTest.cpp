@@ -29,7 +29,7 @@ TYPED_TEST(OpenedTest, OpensAndClosesAgainOnOneObject) {
             EXPECT_TRUE(stream->Open(flags) && alias.IsOpened() && file.IsOpened());
             EXPECT_FALSE(stream->Open(O_RDONLY) || stream->Eos());
             EXPECT_EQ(uint32_t{stream->Mode()}, static_cast<uint32_t>(flags) + 1); // read 1, write 2, both 3
-            if (flags == O_WRONLY) *stream << "next"; // goes out when it is closed
+            if (flags == O_WRONLY) *stream << "next";                              // goes out when it is closed
             EXPECT_TRUE((flags != O_RDONLY || Rest(file) == "next") && stream->Close() && !alias.IsOpened());
             EXPECT_EQ(heap.Live(), 0u) << heap.Describe(); // a closed file costs no memory
         }
@@ -55,8 +55,8 @@ TYPED_TEST(OpenedTest, SurvivesLackOfMemory) {
         EXPECT_TRUE(opened == !heap.Fired() && file.IsOpened() == opened && file.Ok() == opened);
         EXPECT_EQ(file.Initialized(), file.PathName().Size() > 0);
         bool const early = !file.Initialized() || this->ident == "Io::Device"; // else the block is missing
-        std::string const line = early ? ": \"@\": out of memory [0xcffe****].\n"
-                                       : "Stream: \"@\": no memory to allocate a buffer.\n";
+        std::string const line =
+            early ? ": \"@\": out of memory [0xcffe****].\n" : "Stream: \"@\": no memory to allocate a buffer.\n";
         EXPECT_EQ(Logged(this->log, this->path), opened ? "" : (early ? "C " : "E ") + this->ident + line);
     });
 }
@@ -97,11 +97,9 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
         {SysCall::lseek, [](F& f) { return f.GetChar() == 't' && f.Truncate(1); }, "unable to truncate"},
         {SysCall::stat, [](F& f) { return SizeOf(f) >= 0; }, "unable to get a stream size for"},
         {SysCall::ioctl, [](F& f) { return f.Ioctl(0, nullptr, Log::VERBOSE_ON); }, "ioctl error for"},
-        {SysCall::close, [](F& f) { return f.Close() || f.IsOpened(); },
-         ": \"@\": unable to close descriptor -1"},
+        {SysCall::close, [](F& f) { return f.Close() || f.IsOpened(); }, ": \"@\": unable to close descriptor -1"},
         {SysCall::read, [](F& f) { return f.GetChar() != 256; }, ": \"@\": unable to read data"},
-        {SysCall::write, [](F& f) { return f.PutChar('x') && (f.Close() || f.IsOpened()); },
-         ": \"@\": unable to write data"}};
+        {SysCall::write, [](F& f) { return f.PutChar('x') && (f.Close() || f.IsOpened()); }, ": \"@\": unable to write data"}};
     for (auto const& row : rows) {
         for (Log::VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
             F file(this->path.c_str(), O_RDWR, Io::EOL_LF, 16, verbose);

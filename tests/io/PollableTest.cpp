@@ -117,9 +117,8 @@ TEST_F(PollableTest, KernelBufferSizes) {
     EXPECT_EQ(getsockopt(pair_[0], SOL_SOCKET, SO_SNDBUF, &real, &length) + real, 65536) << "doubled";
     end_.fd = -1;
     EXPECT_FALSE(writer.GetSysOBufferSize(size) || end_.SetSysIBufferSize(1) || writer.SetSysIBufferSize(1));
-    EXPECT_EQ(log_.Take(),
-              (Lines{"E Object: unable to get a system buffer size for output: invalid argument.",
-                     "C Object: unable to set an input buffer size of Object: bad file descriptor."}));
+    EXPECT_EQ(log_.Take(), (Lines{"E Object: unable to get a system buffer size for output: invalid argument.",
+                                  "C Object: unable to set an input buffer size of Object: bad file descriptor."}));
 }
 
 TEST_F(PollableTest, DatagramTellsItsSizeAheadOfReading) {

@@ -51,8 +51,7 @@ TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
                        1,
                        Stateful::STATE_FAILED,
                        EPERM,
-                       {"unable to read data: operation not permitted.",
-                        "unable to write data: operation not permitted."}}};
+                       {"unable to read data: operation not permitted.", "unable to write data: operation not permitted."}}};
     SysCall const names[] = {SysCall::read, SysCall::write, SysCall::recv, SysCall::send};
     for (auto const& row : rows) {
         for (int way = 0; way < 4; ++way) {
@@ -62,9 +61,7 @@ TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
             calls.Script(names[way], {Calls::Fail(row.error)}, row.times);
             End end(pair_[0]);
             Io::Base& base = way < 2 ? static_cast<Io::Base&>(end.file) : end.socket;
-            auto const move = [&] {
-                return way % 2 == 0 ? base.SysRead(data_, 1, done_) : base.SysWrite("x", 1, done_);
-            };
+            auto const move = [&] { return way % 2 == 0 ? base.SysRead(data_, 1, done_) : base.SysWrite("x", 1, done_); };
             EXPECT_EQ(move(), row.state == Stateful::STATE_OK) << strerror(row.error) << " on way " << way;
             EXPECT_TRUE(end.CurrentState() == row.state && end.SysError() == row.sysError);
             EXPECT_EQ(clock.Moved(), row.times > 1 ? 4 * 50000000L : 0);
@@ -84,9 +81,9 @@ TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
     EXPECT_FALSE(end_.file.SysWrite("1234", 4, done_) || end_.file.SysFlush()); // a socket has no disk
     end_.ClearState_();
     EXPECT_FALSE(end_.waiting.SysRead(data_, 1, done_) || end_.waiting.SysFlush());
-    EXPECT_EQ(log_.Take(), (Lines{"E Object: wrote zero out of 4 bytes.",
-                                  "E Object: unable to flush buffered data: invalid argument.",
-                                  "E Object: unable to read data: input/output error."}));
+    EXPECT_EQ(log_.Take(),
+              (Lines{"E Object: wrote zero out of 4 bytes.", "E Object: unable to flush buffered data: invalid argument.",
+                     "E Object: unable to read data: input/output error."}));
 }
 
 // A TLS server on the other end of the pair.
@@ -94,8 +91,7 @@ class TlsTest : public TransferTest {
 protected:
     TlsTest() {
         for (SSL* const ssl : {server_, client_}) { // without certificates
-            EXPECT_TRUE(SSL_set_max_proto_version(ssl, TLS1_2_VERSION) &&
-                        SSL_set_cipher_list(ssl, "aNULL:@SECLEVEL=0"));
+            EXPECT_TRUE(SSL_set_max_proto_version(ssl, TLS1_2_VERSION) && SSL_set_cipher_list(ssl, "aNULL:@SECLEVEL=0"));
             SSL_set_fd(ssl, pair_[ssl == server_]);
         }
         end_.socket.SslSet(client_, true);

@@ -85,8 +85,7 @@ inline long SizeOf(Io::SeekableStream const& stream) {
 // What is left of a stream, to its end.
 inline std::string Rest(Io::IStream& stream) {
     std::string rest;
-    for (int c; (c = stream.GetChar()) != Io::IStreamBuffer::CHAR_END;)
-        rest += static_cast<char>(c);
+    for (int c; (c = stream.GetChar()) != Io::IStreamBuffer::CHAR_END;) rest += static_cast<char>(c);
     return rest;
 }
 

@@ -59,8 +59,7 @@ TEST(AddressTextTest, AgreesWithTheSystemOnRandomAddressesAndBrokenTexts) {
         in_addr v4{static_cast<in_addr_t>(random())};
         ExpectAlike(Printed<AF_INET>(v4, Network::PrintIp4));
         in6_addr v6;
-        for (auto& byte : v6.s6_addr)
-            byte = random() % 3 == 0 ? static_cast<uint8_t>(random()) : 0;
+        for (auto& byte : v6.s6_addr) byte = random() % 3 == 0 ? static_cast<uint8_t>(random()) : 0;
         if (round % 7 == 0) v6 = {{{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 1, 2, 3, v6.s6_addr[15]}}};
         std::string broken = Printed<AF_INET6>(v6, Network::PrintIp6);
         ExpectAlike(broken);

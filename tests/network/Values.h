@@ -25,8 +25,7 @@ std::string Shown(T const& value) {
 // Those of the letters whose test holds.
 inline std::string Letters(char const* letters, std::initializer_list<bool> tests) {
     std::string text;
-    for (bool const holds : tests)
-        text.append(holds ? 1 : 0, *letters++);
+    for (bool const holds : tests) text.append(holds ? 1 : 0, *letters++);
     return text;
 }
 
@@ -34,8 +33,7 @@ inline std::string Letters(char const* letters, std::initializer_list<bool> test
 template<class T>
 void ExpectRefused(T value, std::initializer_list<char const*> texts) {
     T const old = value;
-    for (char const* const text : texts)
-        EXPECT_TRUE(!value.Assign(CString(text)) && value == old) << text;
+    for (char const* const text : texts) EXPECT_TRUE(!value.Assign(CString(text)) && value == old) << text;
 }
 
 // The order of the values is that of their texts.

@@ -19,8 +19,7 @@ namespace {
 
 std::vector<std::string> Names(Backtrace const& backtrace) {
     std::vector<std::string> names;
-    for (Backtrace::Frame const frame : backtrace)
-        names.emplace_back(frame.Name());
+    for (Backtrace::Frame const frame : backtrace) names.emplace_back(frame.Name());
     return names;
 }
 
@@ -65,10 +64,9 @@ TEST(Backtrace, NamesTheFramesBehindTheSkippedOnes) {
                 auto const names = Names(backtrace);
                 ASSERT_GE(names.size(), 3u);
                 bool const raw = unwind == Backtrace::RAW_NAMES;
-                char const* const first[] = {
-                    raw ? "5Inner" : "::Inner<7>(Backtrace&, unsigned long, Backtrace::Regs*)",
-                    raw ? "5Outer" : "::Outer(Backtrace&, unsigned long, Backtrace::Regs*)",
-                    "NamesTheFrames"};
+                char const* const first[] = {raw ? "5Inner" : "::Inner<7>(Backtrace&, unsigned long, Backtrace::Regs*)",
+                                             raw ? "5Outer" : "::Outer(Backtrace&, unsigned long, Backtrace::Regs*)",
+                                             "NamesTheFrames"};
                 EXPECT_NE(names[0].find(first[skip]), std::string::npos) << names[0];
                 EXPECT_EQ(names[0].compare(0, 2, "_Z") == 0, raw);
                 EXPECT_TRUE(Has(names, "main")) << skip;
@@ -76,8 +74,7 @@ TEST(Backtrace, NamesTheFramesBehindTheSkippedOnes) {
                 ASSERT_GT(readlink("/proc/self/exe", self, sizeof(self) - 1), 0);
                 Backtrace::Frame const frame = *backtrace.begin();
                 EXPECT_STREQ(frame.Location(), unwind == Backtrace::LOCATIONS ? self : "");
-                EXPECT_EQ(frame.LocationOffset() % 4096,
-                          unwind == Backtrace::LOCATIONS ? frame.Ip() % 4096 : 0);
+                EXPECT_EQ(frame.LocationOffset() % 4096, unwind == Backtrace::LOCATIONS ? frame.Ip() % 4096 : 0);
                 EXPECT_LT(frame.NameOffset(), 3000u);
                 EXPECT_STREQ(backtrace.Error(), "");
                 EXPECT_STREQ(backtrace.ThreadName(), "<unknown>");
@@ -99,8 +96,7 @@ TEST(Backtrace, TakesEachSideOnceAndOfOneThread) {
     EXPECT_EQ(Names(backtrace), names);
 
     Calls calls;
-    calls.Script(SysCall::read,
-                 {Calls::Data("[<1>] wait+0x1/0x2\n[<2>] _ZN1a1bEv+0x1/0x2 [mod]\n[<3>] bad\n")});
+    calls.Script(SysCall::read, {Calls::Data("[<1>] wait+0x1/0x2\n[<2>] _ZN1a1bEv+0x1/0x2 [mod]\n[<3>] bad\n")});
     EXPECT_TRUE(backtrace.GetKernel(gettid()));
     EXPECT_STREQ(backtrace.Error(), "unable to get a stack frame: illegal byte sequence");
     EXPECT_FALSE(backtrace.GetKernel(gettid()));
@@ -118,8 +114,7 @@ TEST(Backtrace, TakesEachSideOnceAndOfOneThread) {
     other.GetUser(0, nullptr);
     EXPECT_EQ(other.Error(), "user thread ID mismatch; kernel: 1, user: " + std::to_string(gettid()));
     for (auto const& [steps, good, words] : std::initializer_list<std::tuple<Calls::Step, bool, char const*>>{
-             {Calls::Fail(EACCES), true, "permission denied"},
-             {Calls::Fail(ESRCH), false, "no such process"}}) {
+             {Calls::Fail(EACCES), true, "permission denied"}, {Calls::Fail(ESRCH), false, "no such process"}}) {
         other.Clear();
         calls.Script(SysCall::read, {steps});
         EXPECT_EQ(other.GetKernel(gettid()), good);
@@ -153,8 +148,7 @@ TEST(Backtrace, ShowsTheRegistersOfTheFirstFrame) {
 #if defined(__aarch64__)
     EXPECT_EQ(std::string(regs.Cstr()).find("   x0: "), 0u);
     EXPECT_NE(strstr(regs.Cstr(), ("\n\n   sp: 0000" + std::string()).c_str()), nullptr);
-    EXPECT_NE(strstr(regs.Cstr(), ("      pc: " + std::string(ip) + "\npstate: ").c_str()), nullptr)
-        << regs.Cstr();
+    EXPECT_NE(strstr(regs.Cstr(), ("      pc: " + std::string(ip) + "\npstate: ").c_str()), nullptr) << regs.Cstr();
     EXPECT_EQ(std::count(regs.Cstr(), strchr(regs.Cstr(), 0), '\n'), 20);
 #else
     EXPECT_EQ(std::string(regs.Cstr()).find("  rax: "), 0u);
@@ -203,8 +197,7 @@ TEST_F(ThreadBacktrace, NamesTheFunctionThatAnotherThreadSitsIn) {
                 Backtrace backtrace(Backtrace::NAMES);
                 ASSERT_EQ(Thread::GetBacktrace(tids[index], backtrace, nullptr, 0), 0) << tid;
                 backtrace.Demangle();
-                EXPECT_TRUE(Has(Names(backtrace), function))
-                    << name << ' ' << testing::PrintToString(Names(backtrace));
+                EXPECT_TRUE(Has(Names(backtrace), function)) << name << ' ' << testing::PrintToString(Names(backtrace));
                 EXPECT_STREQ(backtrace.ThreadName(), name);
             }
         }
@@ -219,8 +212,7 @@ TEST_F(ThreadBacktrace, NamesTheFunctionThatAnotherThreadSitsIn) {
     ASSERT_EQ(write(pair[1], "x", 1), 1);
     EXPECT_TRUE(waiting.Stop() && busy.Stop());
     Backtrace backtrace(Backtrace::NAMES);
-    for (int const tid : {0, 1, tids[1]})
-        EXPECT_EQ(Thread::GetBacktrace(tid, backtrace, nullptr, 0), ESRCH);
+    for (int const tid : {0, 1, tids[1]}) EXPECT_EQ(Thread::GetBacktrace(tid, backtrace, nullptr, 0), ESRCH);
     EXPECT_EQ(Thread::GetBacktrace(Thread::TID_SELF, backtrace, nullptr, 0), 0);
     backtrace.Demangle();
     EXPECT_TRUE(Has({Names(backtrace)[0]}, "NamesTheFunctionThatAnotherThreadSitsIn"));
@@ -229,19 +221,18 @@ TEST_F(ThreadBacktrace, NamesTheFunctionThatAnotherThreadSitsIn) {
 }
 
 TEST(SignalName, HasWordsForEachNumber) {
-    for (auto const& [number, words] :
-         std::initializer_list<std::pair<int, char const*>>{{0, "unknown signal"},
-                                                            {1, "hangup"},
-                                                            {6, "aborted"},
-                                                            {11, "segmentation fault"},
-                                                            {16, "stack fault"},
-                                                            {17, "child process status"},
-                                                            {31, "bad system call"},
-                                                            {32, "unknown signal"},
-                                                            {34, "real-time signal 34"},
-                                                            {64, "real-time signal 64"},
-                                                            {65, "unknown signal"},
-                                                            {-1, "unknown signal"}})
+    for (auto const& [number, words] : std::initializer_list<std::pair<int, char const*>>{{0, "unknown signal"},
+                                                                                          {1, "hangup"},
+                                                                                          {6, "aborted"},
+                                                                                          {11, "segmentation fault"},
+                                                                                          {16, "stack fault"},
+                                                                                          {17, "child process status"},
+                                                                                          {31, "bad system call"},
+                                                                                          {32, "unknown signal"},
+                                                                                          {34, "real-time signal 34"},
+                                                                                          {64, "real-time signal 64"},
+                                                                                          {65, "unknown signal"},
+                                                                                          {-1, "unknown signal"}})
         EXPECT_STREQ(SignalName(number).Cstr(), words);
 }
 

@@ -61,8 +61,7 @@ char* volatile nowhere = nullptr;
     constexpr unsigned long SIZE = 8UL << 20;
     mallopt(M_MMAP_THRESHOLD, 1 << 25);
     void* volatile block = malloc(SIZE);
-    for (int i = 0; i < 32; ++i)
-        static_cast<char volatile*>(block)[SIZE + i] = 0x7f;
+    for (int i = 0; i < 32; ++i) static_cast<char volatile*>(block)[SIZE + i] = 0x7f;
     block = malloc(2 * SIZE);
 }
 
@@ -132,8 +131,7 @@ std::string Squeezed(std::string const& line) {
 void ExpectReport(std::string const& report, Crashing const& row, std::string const& last) {
     std::vector<std::string> lines;
     std::istringstream in(std::regex_replace(report, std::regex("\\b(0x)?[0-9a-f]{16}\\b"), "$1H"));
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
     std::vector<std::string> head = {"",
                                      "Program crashed!",
                                      "",
@@ -149,8 +147,7 @@ void ExpectReport(std::string const& report, Crashing const& row, std::string co
     head.push_back("");
     ASSERT_GT(lines.size(), head.size() + 2) << report;
     unsigned long at = 0;
-    for (; at < head.size(); ++at)
-        ASSERT_EQ(at < first ? lines[at] : Squeezed(lines[at]), head[at]) << report;
+    for (; at < head.size(); ++at) ASSERT_EQ(at < first ? lines[at] : Squeezed(lines[at]), head[at]) << report;
     bool found = false;
     if (!row.indirect) {
         EXPECT_NE(lines[at].find(row.first), std::string::npos) << report;
@@ -204,12 +201,9 @@ TEST(Crash, IsReportedLineByLineAndEndsTheGroup) {
              {[] { Recurse(0); }, "stack overflow", "Recurse"},
              {[] { InAnotherThread([] { Recurse(0); }); }, "stack overflow", "Recurse", "worker"},
              {[] { std::thread(WriteNowhere).join(); }, "segmentation fault", "WriteNowhere", "Unknown"},
-             {[] { CrashAtUnlock([] { Thread::HasEnvironment("a"); }); }, "segmentation fault",
-              "WriteNowhere"},
-             {[] { CrashAtUnlock([] { Thread::OwnerId(Mutex(Mutex::CACHE)); }); }, "segmentation fault",
-              "WriteNowhere"},
-             {[] { CrashAtUnlock([] { Log(Log::INFO, "a", nullptr, "b"); }); }, "segmentation fault",
-              "WriteNowhere"},
+             {[] { CrashAtUnlock([] { Thread::HasEnvironment("a"); }); }, "segmentation fault", "WriteNowhere"},
+             {[] { CrashAtUnlock([] { Thread::OwnerId(Mutex(Mutex::CACHE)); }); }, "segmentation fault", "WriteNowhere"},
+             {[] { CrashAtUnlock([] { Log(Log::INFO, "a", nullptr, "b"); }); }, "segmentation fault", "WriteNowhere"},
              {HoldTimeZone, "segmentation fault", "WriteNowhere"},
              {CrashTwice, "segmentation fault", "WriteNowhere", "Unknown"}}) {
         Child const child = Crash(row.body);
@@ -243,9 +237,7 @@ TEST(Oops, KeepsTheReportOnTheDevice) {
     EXPECT_FALSE(Oops().Dump()); // nothing to keep
     EXPECT_EQ(ReadWholeFile(Oops::DEVICE), kept);
 
-    auto const fail = [](SysCall call, int error) {
-        return [=](Calls& calls) { calls.Script(call, {Calls::Fail(error)}); };
-    };
+    auto const fail = [](SysCall call, int error) { return [=](Calls& calls) { calls.Script(call, {Calls::Fail(error)}); }; };
     auto const retries = [](unsigned long count, Calls::Step const& then) {
         return [=](Calls& calls) {
             calls.Script(SysCall::write, {Calls::Fail(EAGAIN), Calls::Fail(EINTR)}, count / 2);
@@ -269,8 +261,8 @@ TEST(Oops, KeepsTheReportOnTheDevice) {
         {fail(SysCall::write, EIO), false, "Unable to write a dump: input/output error.\n"},
         {retries(10, Calls::Short(3)), true, ""},
         {retries(10, Calls::Fail(EAGAIN)), false, "Too many write retries.\n"},
-        {[&](Calls& calls) { fail(SysCall::write, EAGAIN)(calls), fail(SysCall::poll, ENOMEM)(calls); },
-         false, "Unable to poll storage state: not enough space.\n"},
+        {[&](Calls& calls) { fail(SysCall::write, EAGAIN)(calls), fail(SysCall::poll, ENOMEM)(calls); }, false,
+         "Unable to poll storage state: not enough space.\n"},
     };
     for (auto const& row : rows) {
         EXPECT_EQ(Dump(row.good, row.script), row.words);
@@ -296,8 +288,7 @@ TEST(Oops, LosesWhatDoesNotFitAndShowsThreads) {
     AutoPtr<ThreadMain> const main(ThreadMain::New("test"));
     OutputCapture errors(2);
     Oops oops;
-    for (int i = 0; i < 8; ++i)
-        oops.Printf("%2000s", "x");
+    for (int i = 0; i < 8; ++i) oops.Printf("%2000s", "x");
     oops.Printf("%384s", "y"); // one too many
     oops.Printf("%383s", "z");
     EXPECT_EQ(strlen(oops.Cstr()), Oops::SIZE - 1);
@@ -305,12 +296,10 @@ TEST(Oops, LosesWhatDoesNotFitAndShowsThreads) {
     oops.PrintThreadBacktrace(Thread::TID_SELF);
     oops.PrintThreadBacktrace(1);
     std::string const shown = errors.Finish().substr(16000 + 384 + 383);
-    std::string const self =
-        "\"Main\" (" + std::to_string(gettid()) + ") backtrace:\n  Oops::PrintThreadBacktrace(int)+0x";
+    std::string const self = "\"Main\" (" + std::to_string(gettid()) + ") backtrace:\n  Oops::PrintThreadBacktrace(int)+0x";
     EXPECT_EQ(shown.compare(0, self.size(), self), 0) << shown;
     EXPECT_NE(shown.find("LosesWhatDoesNotFit"), std::string::npos);
-    EXPECT_NE(shown.find("\n\n\nunable to get a backtrace (1): no such process.\n\n\n"), std::string::npos)
-        << shown;
+    EXPECT_NE(shown.find("\n\n\nunable to get a backtrace (1): no such process.\n\n\n"), std::string::npos) << shown;
 }
 
 } // namespace

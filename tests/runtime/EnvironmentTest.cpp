@@ -14,14 +14,12 @@ namespace {
 // Another environment for the time of a test.
 class EnvironmentTest : public testing::Test {
 protected:
-    char* entries_[7] = {strdup("AB=1"),  strdup("A=x=y"), strdup("BARE"), strdup("E="),
-                         strdup("A=x=y"), strdup("=z"),    nullptr};
+    char* entries_[7] = {strdup("AB=1"), strdup("A=x=y"), strdup("BARE"), strdup("E="), strdup("A=x=y"), strdup("=z"), nullptr};
     char** const saved_ = std::exchange(environ, entries_);
 
     void TearDown() override {
         environ = saved_;
-        for (char* const entry : entries_)
-            free(entry);
+        for (char* const entry : entries_) free(entry);
     }
 };
 
@@ -62,9 +60,7 @@ TEST_F(EnvironmentTest, GetsAllVariablesIntoTheMap) {
         EXPECT_EQ(map.Size(), all.Failed() ? 0u : 5u);
         EXPECT_STREQ((std::string(map.Get("AB").Cstr()) + map.Get("A").Cstr() + map.Get("").Cstr()).c_str(),
                      all.Failed() ? "" : "1x=yz");
-        EXPECT_TRUE(heap.Fired() ||
-                    log.Lines() ==
-                        LogCapture::LinesT({"C Environment: invalid environment value \"BARE\"."}));
+        EXPECT_TRUE(heap.Fired() || log.Lines() == LogCapture::LinesT({"C Environment: invalid environment value \"BARE\"."}));
     });
 }
 
@@ -77,18 +73,15 @@ TEST(Environment, HidesWhatTheProcessStartedWithIfItMay) {
         EXPECT_TRUE(log.Lines().empty() == done && getenv("PATH") != nullptr);
     });
     EXPECT_EQ(child.ExitCode(), 0) << child;
-    for (auto const& script : {std::vector{Calls::Fail(EPERM)},
-                               {Calls::Return(0), Calls::Fail(EPERM)},
-                               {Calls::Return(0), Calls::Return(0)}}) {
+    for (auto const& script :
+         {std::vector{Calls::Fail(EPERM)}, {Calls::Return(0), Calls::Fail(EPERM)}, {Calls::Return(0), Calls::Return(0)}}) {
         LogCapture log;
         Calls calls;
-        for (Calls::Step const& step : script)
-            calls.Script(SysCall::prctl, {step});
+        for (Calls::Step const& step : script) calls.Script(SysCall::prctl, {step});
         bool const failed = script.back().value == EPERM;
         EXPECT_EQ(Environment::ClearInitial().Code() >> 16, failed ? 0xCFFDu : 0x001Cu);
-        EXPECT_EQ(
-            log.Count("C Environment: system failed [0xcffd****], unable to erase: operation not permitted."),
-            failed ? 1u : 0u);
+        EXPECT_EQ(log.Count("C Environment: system failed [0xcffd****], unable to erase: operation not permitted."),
+                  failed ? 1u : 0u);
     }
 }
 

@@ -66,12 +66,11 @@ TEST(Main, TakesSignalsBetweenUnitsOfWork) {
             ASSERT_TRUE(daemon.Initialized());
             EXPECT_STREQ(MainIdent_(), "daemon");
             EXPECT_EQ(MainGroup_(), getpid());
-            calls.Script(SysCall::sigtimedwait, {Calls::Return(SIGHUP), Calls::Fail(EINVAL),
-                                                 Calls::Fail(EAGAIN), Calls::Fail(EINTR)});
-            for (int i = 0; i < 4; ++i)
-                EXPECT_FALSE(daemon.StopRequested());
-            EXPECT_EQ(log.Take(), (LogCapture::LinesT{"W Main: caught signal 1, ignored.",
-                                                      "E Main: signal wait error: invalid argument."}));
+            calls.Script(SysCall::sigtimedwait,
+                         {Calls::Return(SIGHUP), Calls::Fail(EINVAL), Calls::Fail(EAGAIN), Calls::Fail(EINTR)});
+            for (int i = 0; i < 4; ++i) EXPECT_FALSE(daemon.StopRequested());
+            EXPECT_EQ(log.Take(),
+                      (LogCapture::LinesT{"W Main: caught signal 1, ignored.", "E Main: signal wait error: invalid argument."}));
             kill(getpid(), SIGHUP);
             kill(getpid(), SIGPIPE);
             EXPECT_EQ(daemon.Run(), 0);
@@ -80,8 +79,7 @@ TEST(Main, TakesSignalsBetweenUnitsOfWork) {
                 EXPECT_EQ(daemon.Run(), 1);
             }
             EXPECT_EQ(log.Take(), LogCapture::LinesT{"I Main: stopping..."});
-            for (int const late : {SIGALRM, SIGHUP, SIGTERM, SIGINT, SIGUSR2, SIGCHLD})
-                kill(getpid(), late);
+            for (int const late : {SIGALRM, SIGHUP, SIGTERM, SIGINT, SIGUSR2, SIGCHLD}) kill(getpid(), late);
             calls.Script(SysCall::sigtimedwait, {Calls::Real(), Calls::Fail(EINTR)});
         }); // none of them ends the program with the frame
     }
@@ -153,20 +151,17 @@ void ExpectFailure(SysCall call, unsigned long before, std::string const& text, 
         if (before) calls.Script(call, {Calls::Real()}, before);
         calls.Script(call, {Calls::Fail(EPERM)});
         EXPECT_EQ(FrameT().Initialized(), initialized);
-        for (std::string const& line : log.Take())
-            fprintf(stderr, "%s\n", line.c_str());
+        for (std::string const& line : log.Take()) fprintf(stderr, "%s\n", line.c_str());
     });
     EXPECT_EQ(said, text + ".\n");
 }
 
 TEST(Main, SaysWhyItFailed) {
     std::string const why = ": operation not permitted", failed = "daemon: failed to ";
-    ExpectFailure<Daemon>(
-        SysCall::sigaltstack, 0,
-        failed + "setup the alternate signal stack" + why + "\n" + failed + "wrap the main thread", false);
+    ExpectFailure<Daemon>(SysCall::sigaltstack, 0,
+                          failed + "setup the alternate signal stack" + why + "\n" + failed + "wrap the main thread", false);
     for (auto const& [call, before, what] :
-         {std::tuple(SysCall::pthread_condattr_setclock, 0, "trace object"),
-          {SysCall::sigaction, 1, "trace signal handler"}}) {
+         {std::tuple(SysCall::pthread_condattr_setclock, 0, "trace object"), {SysCall::sigaction, 1, "trace signal handler"}}) {
         std::string const setUp = std::string("setup ") + (before ? "a " : "the ") + what;
         ExpectFailure<Daemon>(call, static_cast<unsigned long>(before),
                               failed + setUp + why + ".\n" + failed + "wrap the main thread", false);
@@ -176,12 +171,9 @@ TEST(Main, SaysWhyItFailed) {
     ExpectFailure<Daemon>(SysCall::pthread_sigmask, 0, failed + "block signals" + why, false);
     ExpectFailure<Daemon>(SysCall::pthread_sigmask, 1, failed + "unblock signals" + why, true);
     ExpectFailure<Daemon>(SysCall::sigaction, 8, failed + "restore signal handlers" + why, true);
-    for (auto const& [call, before] : {std::pair(SysCall::pthread_sigmask, 0),
-                                       {SysCall::sigaction, 2},
-                                       {SysCall::sigaction, 3},
-                                       {SysCall::timer_create, 0}})
-        ExpectFailure<Tool>(call, static_cast<unsigned long>(before), "C tool: system failed [0xcffd****]",
-                            false);
+    for (auto const& [call, before] :
+         {std::pair(SysCall::pthread_sigmask, 0), {SysCall::sigaction, 2}, {SysCall::sigaction, 3}, {SysCall::timer_create, 0}})
+        ExpectFailure<Tool>(call, static_cast<unsigned long>(before), "C tool: system failed [0xcffd****]", false);
 }
 
 TEST(MainSt, RaisesAnAlarm) {

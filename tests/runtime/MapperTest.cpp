@@ -21,14 +21,11 @@ std::string Ask(Mapper& mapper, unsigned long address, unsigned long room = 200)
     int const result = mapper.Get(reinterpret_cast<void*>(address), base, file.data(), &size);
     int const error = errno;
     EXPECT_EQ(file[room], '#') << "written behind the room";
-    return result != 0 ? std::to_string(error)
-                       : std::to_string(base) + " " + file.c_str() + " " + std::to_string(size);
+    return result != 0 ? std::to_string(error) : std::to_string(base) + " " + file.c_str() + " " + std::to_string(size);
 }
 
-std::string const FIRST = "1000-2000 r-xp 00000000 08:01 131 /usr/bin/x\n", IN_FIRST = "4096 /usr/bin/x 11",
-                  NONE = "0  1";
-std::string const LAST = "ffffffffff600000-ffffffffffffffff --xp 00000000 00:00 0  [vsyscall]\n",
-                  BAD = std::to_string(EILSEQ);
+std::string const FIRST = "1000-2000 r-xp 00000000 08:01 131 /usr/bin/x\n", IN_FIRST = "4096 /usr/bin/x 11", NONE = "0  1";
+std::string const LAST = "ffffffffff600000-ffffffffffffffff --xp 00000000 00:00 0  [vsyscall]\n", BAD = std::to_string(EILSEQ);
 
 TEST(Mapper, FindsTheMappingOfAnAddress) {
     std::string const deep = "/" + std::string(150, 'd') + "/e f";
@@ -49,8 +46,7 @@ TEST(Mapper, FindsTheMappingOfAnAddress) {
         Mapper mapper(dir.Write("maps", text).c_str());
         EXPECT_EQ(Ask(mapper, address), expected) << text;
         Calls calls; // byte by byte, and interrupted
-        calls.Script(SysCall::read, {Calls::Fail(EINTR), Calls::Short(1), Calls::Fail(EAGAIN)},
-                     text.size() + 1);
+        calls.Script(SysCall::read, {Calls::Fail(EINTR), Calls::Short(1), Calls::Fail(EAGAIN)}, text.size() + 1);
         EXPECT_EQ(Ask(mapper, address), expected) << text;
         calls.Clear();
     }
@@ -58,17 +54,14 @@ TEST(Mapper, FindsTheMappingOfAnAddress) {
 
 TEST(Mapper, RefusesAnotherForm) {
     std::string const good = "1000-2000 r-xp 00000000 08:01 131 /usr/bin/x";
-    std::string texts =
-        "1-10000000000000000 r--p 0 0:0 0|1-2 r--p 10000000000000000 0:0 0|1-2 r--p 0 1000:0 0|\n|"
-        "1-2 r--p 0 0:100000 0|1-2 r--p 0 0:0 18446744073709551616|1-2 r--p 0 0:0 a|-2 r--p 0 0:0 0|"
-        "1- r--p 0 0:0 0|1-2 r--p  0:0 0|1-2 r--p 0 :0 0|1-2 r--p 0 0: 0|1-2 r--p 0 0:0 |1-2 w--p 0 0:0 0|"
-        "1-2 rr-p 0 0:0 0|1-2 r-rp 0 0:0 0|1-2 r--- 0 0:0 0|1-2 r--pp 0 0:0 0|1 2 r--p 0 0:0 0|1-2-r--p 0 "
-        "0:0 0";
-    for (unsigned long size = 1; size <= good.find("131");
-         ++size) { // cut, and a wrong character in each place
+    std::string texts = "1-10000000000000000 r--p 0 0:0 0|1-2 r--p 10000000000000000 0:0 0|1-2 r--p 0 1000:0 0|\n|"
+                        "1-2 r--p 0 0:100000 0|1-2 r--p 0 0:0 18446744073709551616|1-2 r--p 0 0:0 a|-2 r--p 0 0:0 0|"
+                        "1- r--p 0 0:0 0|1-2 r--p  0:0 0|1-2 r--p 0 :0 0|1-2 r--p 0 0: 0|1-2 r--p 0 0:0 |1-2 w--p 0 0:0 0|"
+                        "1-2 rr-p 0 0:0 0|1-2 r-rp 0 0:0 0|1-2 r--- 0 0:0 0|1-2 r--pp 0 0:0 0|1 2 r--p 0 0:0 0|1-2-r--p 0 "
+                        "0:0 0";
+    for (unsigned long size = 1; size <= good.find("131"); ++size) { // cut, and a wrong character in each place
         std::string const part = good.substr(0, size);
-        texts += "|" + part + "|" + FIRST + part + "|" + part + "\n|" + part.substr(0, size - 1) + "~" +
-                 good.substr(size);
+        texts += "|" + part + "|" + FIRST + part + "|" + part + "\n|" + part.substr(0, size - 1) + "~" + good.substr(size);
     }
     Mapper mapper;
     std::istringstream rows(texts);
@@ -120,8 +113,7 @@ TEST(Mapper, WorksInASignalHandlerWithoutMemoryAsTheKernelBacktrace) {
     signal(SIGUSR2, before);
     EXPECT_EQ(heap.Calls(), 0u);
     EXPECT_TRUE(results[0] == 0 && std::string(file).ends_with("/runtime_test")) << file;
-    EXPECT_TRUE(results[1] == 0 || results[1] == -ENOENT || results[1] == -EPERM)
-        << results[1]; // as the kernel is built
+    EXPECT_TRUE(results[1] == 0 || results[1] == -ENOENT || results[1] == -EPERM) << results[1]; // as the kernel is built
 }
 
 } // namespace

@@ -54,8 +54,7 @@ private:
         }
     }
 
-    Condition locks_[4] = {Condition(Mutex::CACHE), Condition(Mutex::CORE), Condition(Mutex::CORE),
-                           Condition(Mutex::MODE)};
+    Condition locks_[4] = {Condition(Mutex::CACHE), Condition(Mutex::CORE), Condition(Mutex::CORE), Condition(Mutex::MODE)};
 };
 
 std::string Violation(std::string const& text, std::string const& thread = "Main") {
@@ -116,8 +115,7 @@ TEST_F(MutexMonitor, ReportsEachViolationAndGoesOn) {
     Worker careless([&] { script.Run("La Lm Ua Um"); });
     for (int round = 0; round < 2; ++round) { // a new run knows nothing of the old one
         EXPECT_TRUE(careless.Start() == Thread::STARTED && careless.Stop());
-        EXPECT_EQ(log_.Take(),
-                  LinesT{Violation("CACHE lock: unexpected pop operation, MODE lock expected", "worker")});
+        EXPECT_EQ(log_.Take(), LinesT{Violation("CACHE lock: unexpected pop operation, MODE lock expected", "worker")});
     }
 }
 
@@ -158,8 +156,8 @@ TEST_F(MutexMonitor, ReportsFailuresOfTheSystem) {
     Mutex::Guard const guard(deaf);
     EXPECT_FALSE(deaf.Wait(-1L));
     std::string const invalid = Failure("Mutex", "invalid argument");
-    EXPECT_EQ(log_.Take(), (LinesT{Failure("Mutex"), Failure("Mutex"), invalid, invalid, invalid,
-                                   Failure("Condition"), Failure("Condition", "invalid argument")}));
+    EXPECT_EQ(log_.Take(), (LinesT{Failure("Mutex"), Failure("Mutex"), invalid, invalid, invalid, Failure("Condition"),
+                                   Failure("Condition", "invalid argument")}));
 }
 
 TEST_F(MutexMonitor, ShowsHoldersAndWaiters) {
@@ -169,12 +167,9 @@ TEST_F(MutexMonitor, ShowsHoldersAndWaiters) {
         bool turn = false;
         Worker waiter([&] {
             Mutex::Guard const guard(lock);
-            while (!turn)
-                EXPECT_TRUE(lock.Wait(all ? 20000L : -1L));
+            while (!turn) EXPECT_TRUE(lock.Wait(all ? 20000L : -1L));
         });
-        auto const await = [](char const* locks) {
-            EXPECT_TRUE(Await([&] { return LocksOf("worker") == locks; }));
-        };
+        auto const await = [](char const* locks) { EXPECT_TRUE(Await([&] { return LocksOf("worker") == locks; })); };
         ASSERT_TRUE(lock.Lock());
         ASSERT_EQ(waiter.Start(), Thread::STARTED);
         await("CORE RELEASED"); // blocked
@@ -214,14 +209,12 @@ TEST_F(MutexMonitor, ReadsTheWallClockOnceASecond) {
 
 TEST_F(MutexMonitor, SurvivesWithoutMemoryForItsStack) {
     std::vector<std::unique_ptr<Mutex>> locks;
-    for (unsigned i = 0; i < 9; ++i)
-        locks.push_back(std::make_unique<Mutex>(static_cast<Mutex::PrecedenceT>(i)));
+    for (unsigned i = 0; i < 9; ++i) locks.push_back(std::make_unique<Mutex>(static_cast<Mutex::PrecedenceT>(i)));
     ForEveryAllocation(
         [&](Heap& heap) {
             RunInWorker([&] { // with a stack of its own
                 heap.Arm();
-                for (auto const& lock : locks)
-                    EXPECT_TRUE(lock->Lock());
+                for (auto const& lock : locks) EXPECT_TRUE(lock->Lock());
                 heap.Disarm();
                 bool complete;
                 EXPECT_NE(LocksOf("worker", &complete), "");
@@ -229,8 +222,7 @@ TEST_F(MutexMonitor, SurvivesWithoutMemoryForItsStack) {
                 // Without the list all checks are off, and the answer is the safe one.
                 EXPECT_EQ(constantMutex.Lock(), complete);
                 if (complete) constantMutex.Unlock();
-                for (unsigned i = 9; i-- != 0;)
-                    locks[i]->Unlock();
+                for (unsigned i = 9; i-- != 0;) locks[i]->Unlock();
                 EXPECT_TRUE(constantMutex.Lock()) << "the list is complete again";
                 constantMutex.Unlock();
                 EXPECT_EQ(log_.Take().size(), complete ? 0u : 2u);
@@ -269,17 +261,16 @@ TEST_F(MutexMonitor, StatesAndXmlReportExhaustedMemory) {
             EXPECT_EQ(document.FirstNode()->DataType(), Xml::Base::DATA_ARRAY);
             Io::StringStream text;
             EXPECT_TRUE(Xml::Print(text, document, Xml::PRINT_COMPACT) && text.Flush());
-            EXPECT_STREQ(text.Str().Cstr(),
-                         "<lock><precedence><name>ULTIMATE</name><order>157</order></precedence>"
-                         "<state>ACQUIRED</state><since>Nov  6 08:49:37</since>"
-                         "<duration>1.500000</duration></lock>");
+            EXPECT_STREQ(text.Str().Cstr(), "<lock><precedence><name>ULTIMATE</name><order>157</order></precedence>"
+                                            "<state>ACQUIRED</state><since>Nov  6 08:49:37</since>"
+                                            "<duration>1.500000</duration></lock>");
         });
     });
 }
 
 TEST_F(MutexMonitor, ThresholdHasARange) {
-    std::pair<char const*, unsigned long> const rows[] = {
-        {"100", 100}, {"99", 0}, {"100000001", 0}, {"1s", 0}, {"", 0}, {"-100", 0}, {"100000000", 100000000}};
+    std::pair<char const*, unsigned long> const rows[] = {{"100", 100}, {"99", 0},   {"100000001", 0},        {"1s", 0},
+                                                          {"", 0},      {"-100", 0}, {"100000000", 100000000}};
     unsigned long threshold = Mutex::THRESHOLD_OFF;
     for (auto const& [text, value] : rows) {
         uint32_t const code = value ? 0x000903E8 : 0x800903E8;
@@ -314,10 +305,8 @@ TEST_F(MutexMonitor, ThresholdWarnsOfALongHoldAndWaitsEndAtTheirTime) {
     EXPECT_EQ(LocksOf("Main"), "CORE ACQUIRED");
     EXPECT_EQ(lock.Unlock(), 0u);
     (void)Mutex::RstThreshold();
-    EXPECT_EQ(
-        log_.Take(),
-        (LinesT{"I Mutex: set threshold to 100 ms.", "W Mutex: \"Main\" acquired \"CORE\" lock for 150 ms.",
-                "W Condition: \"Main\" acquired \"CORE\" lock for 200 ms.", "I Mutex: reset threshold."}));
+    EXPECT_EQ(log_.Take(), (LinesT{"I Mutex: set threshold to 100 ms.", "W Mutex: \"Main\" acquired \"CORE\" lock for 150 ms.",
+                                   "W Condition: \"Main\" acquired \"CORE\" lock for 200 ms.", "I Mutex: reset threshold."}));
 }
 
 } // namespace

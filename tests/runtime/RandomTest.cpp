@@ -14,8 +14,7 @@ namespace {
 class Kernel : public Calls {
 public:
     explicit Kernel(std::vector<std::string> const& texts) {
-        for (std::string const& text : texts)
-            Script(SysCall::getrandom, {Calls::Data(text)});
+        for (std::string const& text : texts) Script(SysCall::getrandom, {Calls::Data(text)});
     }
 };
 
@@ -33,8 +32,7 @@ TEST(Random, AsksForAtMost256BytesAtATime) {
     std::string const a(256, 'a'), b(256, 'b');
     for (auto const& texts : {std::vector<std::string>{}, {"x"}, {a}, {a, "x"}, {a, b, "xyz"}}) {
         std::string all;
-        for (std::string const& text : texts)
-            all += text;
+        for (std::string const& text : texts) all += text;
         std::string filled(all.size() + 1, '#');
         Kernel const first(texts);
         Random::Get(filled.data(), all.size());
@@ -82,8 +80,7 @@ TEST(Random, WaitsForAllOfItsBytes) {
     LogCapture log;
     Calls calls;
     char data[4];
-    calls.Script(SysCall::getrandom,
-                 {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
+    calls.Script(SysCall::getrandom, {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
     Random::Get(data, sizeof data);
     EXPECT_EQ(std::string(data, 4), "abcd");
     EXPECT_EQ(clock.Moved(), 3 * 333000000);

@@ -90,8 +90,7 @@ TEST(Status, IsSharedByThreads) {
         ASSERT_EQ(ident, std::string(code % 100, message[0]));
     }
     ended = true;
-    for (std::thread& writer : writers)
-        writer.join();
+    for (std::thread& writer : writers) writer.join();
 }
 
 TEST(Status, HasAnXmlAndAJsonFormWhichReportExhaustedMemory) {

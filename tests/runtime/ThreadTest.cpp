@@ -26,17 +26,15 @@ std::string Failed(char const* name, std::string const& text, char const* code =
 
 // Stopped, stop Requested, Interrupted, of another Context, how many threads run.
 std::string Flags(Thread const& thread) {
-    return std::string(thread.Stopped() ? "S" : "") + (thread.StopRequested() ? "R" : "") +
-           (thread.IsInterrupted() ? "I" : "") + (thread.DifferentContext() ? "C" : "") +
-           std::to_string(CountTids());
+    return std::string(thread.Stopped() ? "S" : "") + (thread.StopRequested() ? "R" : "") + (thread.IsInterrupted() ? "I" : "") +
+           (thread.DifferentContext() ? "C" : "") + std::to_string(CountTids());
 }
 
 TEST_F(ThreadTest, LivesBetweenStartAndStopAndRefusesMisuse) {
     std::binary_semaphore end(0);
     Worker thread([&] {
         EXPECT_FALSE(Thread::Self()->DifferentContext());
-        while (!Thread::Self()->StopRequested() && !end.try_acquire())
-            Clock::RealPause(1);
+        while (!Thread::Self()->StopRequested() && !end.try_acquire()) Clock::RealPause(1);
     });
     // Start, Stop, Interrupt, Clear that, Request the stop, Kill, let it End by itself; codes by their last
     // digit.
@@ -67,8 +65,7 @@ TEST_F(ThreadTest, LivesBetweenStartAndStopAndRefusesMisuse) {
     char const* const self = "a thread cannot start itself";
     EXPECT_EQ(log_.Take(),
               (LinesT{Failed("Main", self, "[0x80220003]"), Failed("worker", self, "[0x80220003]"),
-                      Failed("worker", "a thread cannot interrupt itself"),
-                      Failed("worker", "a thread cannot stop itself"),
+                      Failed("worker", "a thread cannot interrupt itself"), Failed("worker", "a thread cannot stop itself"),
                       Failed("Main", "the main thread cannot be stopped")}));
 }
 
@@ -86,8 +83,7 @@ struct Recorder : Thread {
     }
     ReturnT Run() override {
         calls += Self() == this && SelfStatus()->Code() == initialized ? "R" : "?";
-        for (++runs; endless && !SelfInterrupted();)
-            Clock::RealPause(1);
+        for (++runs; endless && !SelfInterrupted();) Clock::RealPause(1);
         if (endless) calls += "I";
         SetStatus(report);
         SetInterruptMask(INTERRUPT_MASK);
@@ -131,8 +127,7 @@ TEST_F(ThreadTest, BeginsEachRunAfreshAndIsJoinedByItsDestructor) {
     EXPECT_TRUE(log_.Await("own"));
     std::string const unstopped = Failed("name of 18 letters", "destroyed unstopped"),
                       failed = Failed("name of 18 letters", "it failed to initialize", "[0x80220006]");
-    EXPECT_EQ(log_.Take(),
-              (LinesT{unstopped, unstopped, failed, failed, Failed("own", "destroyed by its own thread")}));
+    EXPECT_EQ(log_.Take(), (LinesT{unstopped, unstopped, failed, failed, Failed("own", "destroyed by its own thread")}));
 }
 
 TEST_F(ThreadTest, StartReportsFailuresOfTheSystem) {
@@ -176,8 +171,7 @@ TEST_F(ThreadTest, ReportsExhaustedMemory) {
         Worker thread([] {});
         heap.Disarm();
         EXPECT_EQ(thread.Initialized(), !heap.Fired());
-        EXPECT_EQ(log_.Take(),
-                  heap.Fired() ? LinesT{"C Thread: \"worker\": out of memory [0xcffe****]."} : LinesT{});
+        EXPECT_EQ(log_.Take(), heap.Fired() ? LinesT{"C Thread: \"worker\": out of memory [0xcffe****]."} : LinesT{});
         if (thread.Initialized()) return;
         thread.SetStop(); // nothing that is called later does harm
         thread.Interrupt();
@@ -233,8 +227,7 @@ TEST_F(ThreadTest, NeedsANameAndAMainThreadWhichReportsOnStandardError) {
 TEST_F(ThreadTest, InterruptionCanBeMaskedAndStatusReplaced) {
     std::string seen;
     RunInWorker([&] { main_->Interrupt(); });
-    for (auto const mask : {Thread::INTERRUPT_MASK, Thread::INTERRUPT_MASK, Thread::INTERRUPT_UNMASK,
-                            Thread::INTERRUPT_UNMASK}) {
+    for (auto const mask : {Thread::INTERRUPT_MASK, Thread::INTERRUPT_MASK, Thread::INTERRUPT_UNMASK, Thread::INTERRUPT_UNMASK}) {
         Thread::SetInterruptMask(mask);
         seen += std::to_string(Thread::SelfInterrupted()) + Flags(*main_) + " ";
     }
@@ -259,8 +252,7 @@ std::string Environment(char const* key) {
     std::string said = Thread::HasEnvironment(key) ? "has " : "";
     if (Thread::GetEnvironment(key, value)) said += value.Cstr();
     if (Thread::SetEnvironment(key, "new")) said += " set";
-    while (Thread::DelEnvironment(key))
-        said += " del";
+    while (Thread::DelEnvironment(key)) said += " del";
     return said;
 }
 
@@ -342,8 +334,7 @@ TEST_F(ThreadTest, LifeOfManyThreadsMayRaceAndBeReadMeanwhile) {
         EXPECT_NE(LocksOf("worker").substr(0, 4), "CORE");
         Thread::OwnerId(core);
     }
-    for (std::thread& owner : owners)
-        owner.join();
+    for (std::thread& owner : owners) owner.join();
     EXPECT_EQ(runs, starts);
     EXPECT_GE(runs, 31);
 }

@@ -50,8 +50,7 @@ inline void RunInWorker(std::function<void()> body, char const* name = "worker")
 
 // Waits for what other threads do; false after 10 real seconds.
 inline bool Await(std::function<bool()> const& happened) {
-    for (int i = 0; i < 10000 && !happened(); ++i)
-        Clock::RealPause(1);
+    for (int i = 0; i < 10000 && !happened(); ++i) Clock::RealPause(1);
     return happened();
 }
 
@@ -64,8 +63,8 @@ inline std::string LocksOf(CString const& name, bool* complete = nullptr) {
         if (!(states[i]->Name() == name)) continue;
         if (complete) *complete = states[i]->LockListComplete();
         for (Thread::Lock const& lock : states[i]->Locks()) {
-            locks += std::string(locks.empty() ? "" : ", ") + Mutex::PrecedenceName(lock.Precedence()) + " " +
-                     lock.State().Cstr();
+            locks +=
+                std::string(locks.empty() ? "" : ", ") + Mutex::PrecedenceName(lock.Precedence()) + " " + lock.State().Cstr();
             EXPECT_EQ(lock.Since().Cstr()[0] == '\0', &lock.State() == &Thread::Lock::RELEASED);
         }
     }

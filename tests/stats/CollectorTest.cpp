@@ -58,8 +58,7 @@ TEST_F(CollectorTest, AlarmsComeAtOnceAndThenEachPeriodWithoutCatchingUp) {
         ASSERT_EQ(activated->Await(clock_, 1), 1);
     }
     alarm.Activate(); // stays at its place
-    int const rows[][3] = {{399, 1, 1},   {1, 1, 2},   {599, 1, 3}, {1, 2, 3},
-                           {10000, 3, 4}, {999, 3, 5}, {1, 4, 6},   {5000, 4, 7}};
+    int const rows[][3] = {{399, 1, 1}, {1, 1, 2}, {599, 1, 3}, {1, 2, 3}, {10000, 3, 4}, {999, 3, 5}, {1, 4, 6}, {5000, 4, 7}};
     for (auto const& [milliseconds, alarms, others] : rows) {
         if (milliseconds == 5000) alarm.Deactivate();
         clock_.Advance(milliseconds);
@@ -76,8 +75,7 @@ TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {
     (void)Mutex::SetThreshold("100");
     alarm.Activate();
     int attempts = 0;
-    for (long const seconds :
-         {0, 29, 2, 28, 1, 95, 20, 0, 29, 1}) { // it is 29, 31, 59, 60, 155, 175; 29, 30 then
+    for (long const seconds : {0, 29, 2, 28, 1, 95, 20, 0, 29, 1}) { // it is 29, 31, 59, 60, 155, 175; 29, 30 then
         clock_.Advance(seconds * 1000);
         EXPECT_TRUE(lock.Refuses(clock_, ++attempts)) << attempts;
         if (seconds == 20) alarm.Deactivate(); // by the holder of the lock
@@ -89,8 +87,7 @@ TEST_F(CollectorTest, ABusyLockIsTriedAgainAndAgainWithWarnings) {
     EXPECT_EQ(alarm.Await(clock_, 1), 1);
     (void)Mutex::RstThreshold();
     std::string lines;
-    for (std::string const& line : log_.Take())
-        lines += line.find("Collector: ") == 9 ? line.substr(20) + "\n" : "";
+    for (std::string const& line : log_.Take()) lines += line.find("Collector: ") == 9 ? line.substr(20) + "\n" : "";
     EXPECT_EQ(lines, "unable to send a statistics alarm to \"alarm\" for 31 seconds.\n"
                      "unable to send a statistics alarm to \"alarm\" for 60 seconds.\n"
                      "unable to send a statistics alarm to \"alarm\" for 155 seconds.\n"
@@ -137,8 +134,7 @@ TEST_F(CollectorTest, WhatCannotStartIsNotInitialized) {
     calls.Script(SysCall::pthread_create, {Calls::Fail(EAGAIN)});
     Alarm failed(1000), bad(0), good(1000); // the last one has the thread
     failed.Activate();
-    EXPECT_EQ((std::vector{failed.Initialized(), bad.Initialized(), good.Initialized()}),
-              (std::vector{false, false, true}));
+    EXPECT_EQ((std::vector{failed.Initialized(), bad.Initialized(), good.Initialized()}), (std::vector{false, false, true}));
     EXPECT_EQ(log_.Count(line), 2u);
 }
 

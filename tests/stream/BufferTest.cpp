@@ -21,8 +21,8 @@ TEST(Buffer, ReadAllGivesExactlyWhatIsAsked) {
 TEST(Buffer, ReadAheadAndPendingOutputNeverCoexist) {
     PieceStream stream("abcdefgh", Io::EOL_LF, 16, 6);
     EXPECT_EQ(stream.GetChar(), 'a');
-    EXPECT_EQ(stream.buffer.PFree() + stream.buffer.PCount(), 0u); // no place to write while input is unread
-    EXPECT_TRUE(stream.buffer.PSkip(0) && stream.PutChar('1'));    // drops the input
+    EXPECT_EQ(stream.buffer.PFree() + stream.buffer.PCount(), 0u);           // no place to write while input is unread
+    EXPECT_TRUE(stream.buffer.PSkip(0) && stream.PutChar('1'));              // drops the input
     EXPECT_TRUE(stream.GetChar() == 'g' && stream.transport.written == "1"); // writes the output
     EXPECT_TRUE(stream.PutChar('2') && stream.PutBack('x') && stream.transport.written == "12");
     EXPECT_TRUE(stream.PutChar('3') && stream.buffer.Fill() && stream.transport.written == "123");

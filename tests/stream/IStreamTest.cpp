@@ -12,8 +12,7 @@ struct Row {
 };
 
 void ExpectRead(std::initializer_list<Row> rows) {
-    for (Row const& row : rows)
-        ForEveryStream(row.text, row.eol, [&](IStream& s) { EXPECT_EQ(row.read(s), row.expected); });
+    for (Row const& row : rows) ForEveryStream(row.text, row.eol, [&](IStream& s) { EXPECT_EQ(row.read(s), row.expected); });
 }
 
 // All lines in brackets, what a failed read left in its target, and the state.
@@ -21,8 +20,7 @@ template<unsigned long LIMIT, auto NEXT = &IStream::ReadLine>
 std::string Lines(IStream& stream) {
     std::string out;
     String line;
-    while ((stream.*NEXT)(line, LIMIT))
-        out += "[" + Text(line) + "]";
+    while ((stream.*NEXT)(line, LIMIT)) out += "[" + Text(line) + "]";
     return out + "<" + Text(line) + "> " + stream.ErrorString();
 }
 constexpr auto TrueLines = Lines<3, &IStream::NextLine>;

@@ -35,9 +35,7 @@ struct Apply : ApplyBase {
     Apply(Queue& queue, Mutex& lock, ApplyT apply, RunT run)
         : ApplyBase("apply", queue, lock, apply, run)
         , mutex(lock) {}
-    bool Initialized() const override {
-        return ++asked, ApplyBase::Initialized();
-    } // by a queue that takes it
+    bool Initialized() const override { return ++asked, ApplyBase::Initialized(); } // by a queue that takes it
     void Apply_() override {
         locked = Thread::OwnerId(mutex) == Thread::Id();
         if (again.exchange(false)) Enqueue(1);
@@ -60,8 +58,7 @@ struct TaskTest : WithMainThread {
     ~TaskTest() override { Event::Unsubscribe("", this, onDone.Ident()); }
     void OnDone(Event::TaskDone const& event) { sum += event.TaskId(), ++done; }
     void Enqueue(std::initializer_list<Job*> jobs, Queue* into = nullptr) {
-        for (Job* job : jobs)
-            EXPECT_EQ((into ? *into : queue).EnqueueTask(onDone, job), 0x00300064u);
+        for (Job* job : jobs) EXPECT_EQ((into ? *into : queue).EnqueueTask(onDone, job), 0x00300064u);
     }
 
     std::atomic<unsigned long> done = 0; // events, and the sum of their ids
@@ -85,8 +82,7 @@ TEST_F(TaskTest, RunWithTheirOwnStatusAndAnEventBehind) {
     EXPECT_EQ(queue.EnqueueTask(onDone, &broken), 0x8030012Cu);
     EXPECT_EQ(queue.EnqueueTask(onDone, nullptr), 0x8030012Cu);
     EXPECT_EQ(log_.Take(), (LinesT{"E Task::Queue: \"q\": \"job\" task is already in a queue.",
-                                   "E Task::Queue: \"q\": \"job\" is broken.",
-                                   "E Task::Queue: \"q\": \"(null)\" is broken."}));
+                                   "E Task::Queue: \"q\": \"job\" is broken.", "E Task::Queue: \"q\": \"(null)\" is broken."}));
     gate.release(2);
     EXPECT_TRUE(Await([&] { return done == 3; }));
     EXPECT_EQ(sum, 2 * blocker.Id() + reporter.Id());
@@ -140,8 +136,7 @@ struct Counter : Queue::Destructor {
 
 TEST_F(TaskTest, AQueueDestroyedByItsOwnTaskEndsWithIt) {
     Counter counter;
-    auto* const own =
-        new Queue("own", -5, &counter); // a negative time: the thread lives as long as the queue
+    auto* const own = new Queue("own", -5, &counter); // a negative time: the thread lives as long as the queue
     Job last([&] { gate.acquire(), delete own, gate.release(); });
     Enqueue({&last, &idle}, own);
     Clock::RealPause(5);
@@ -150,9 +145,8 @@ TEST_F(TaskTest, AQueueDestroyedByItsOwnTaskEndsWithIt) {
     EXPECT_TRUE(log_.Await("C Thread: \"own\""));
     gate.acquire();
     EXPECT_EQ(counter.count + idle.runs + done, 1u);
-    EXPECT_EQ(log_.Take(),
-              (LinesT{"C Task::Queue: \"own\": system failed [0xcffd****], destroyed by its own task.",
-                      "C Thread: \"own\": system failed [0xcffd****], destroyed by its own thread."}));
+    EXPECT_EQ(log_.Take(), (LinesT{"C Task::Queue: \"own\": system failed [0xcffd****], destroyed by its own task.",
+                                   "C Thread: \"own\": system failed [0xcffd****], destroyed by its own thread."}));
 }
 
 TEST_F(TaskTest, AnIdleQueueHasNoThread) {
@@ -214,14 +208,12 @@ TEST_F(TaskTest, ThousandsOfSeveralThreadsRunInTheirOrder) {
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back([&, next = 0]() mutable {
             std::deque<Job> jobs;
-            for (int i = 0; i < 1000; ++i)
-                Enqueue({&jobs.emplace_back([&, i] { wrong += next++ != i; })});
+            for (int i = 0; i < 1000; ++i) Enqueue({&jobs.emplace_back([&, i] { wrong += next++ != i; })});
             EXPECT_TRUE(Await([&] { return jobs.back().runs == 1; }));
             queue.CancelTask(onDone, &jobs.back()); // not ended before that
         });
     }
-    for (std::thread& thread : threads)
-        thread.join();
+    for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(log_.Take(), LinesT{});
 }
@@ -319,9 +311,8 @@ TEST_F(ApplyTest, OneThatIsNotCleanedUpIsCancelled) {
     gate.release();
     Enqueue({&idle});
     EXPECT_TRUE(Await([&] { return idle.runs == 1; }));
-    EXPECT_EQ(log_.Take(),
-              LinesT(2, "C Task::Apply: \"apply\": system failed [0xcffd****], destroyed before it "
-                        "was cleaned up."));
+    EXPECT_EQ(log_.Take(), LinesT(2, "C Task::Apply: \"apply\": system failed [0xcffd****], destroyed before it "
+                                     "was cleaned up."));
 }
 
 TEST_F(ApplyTest, AHeldLockIsLogged) {

@@ -26,9 +26,8 @@ std::string Groups(Matcher const& matcher) {
 TEST(Matcher, WalksThroughTheTextWithAnyExpression) {
     Regex const pair("([a-z]+)=(x(y)?)?", REG_EXTENDED), start("^;", REG_EXTENDED);
     Regex const test("BC(=)", REG_EXTENDED | REG_ICASE | REG_NOSUB);
-    Matcher matcher(CString("a=x;bc=,d=xy\0e=", 15)); // to the NUL
-    std::tuple<Regex const&, int, uint32_t, char const*> const rows[] = {
-        // clang-format off
+    Matcher matcher(CString("a=x;bc=,d=xy\0e=", 15));                    // to the NUL
+    std::tuple<Regex const&, int, uint32_t, char const*> const rows[] = {// clang-format off
         {start, 0, 0x80390002, "-|-|-|-|-|"},           {pair, 0, 0x00390001, "a=x|a|x||-|"},
         {start, REG_NOTBOL, 0x80390002, "a=x|a|x||-|"}, {start, 0, 0x00390001, ";|-|-|-|-|"},
         {test, 0, 0x00390001, "||-|-|-|"},              {pair, 0, 0x00390001, "bc=|bc|||-|"},
@@ -48,11 +47,9 @@ TEST(Regex, LogsWhatDoesNotCompileAndWhatCannotBeSearchedFor) {
     EXPECT_EQ(Matcher("a(").Find(regex, 0), 0x80390003);
     EXPECT_EQ(Matcher("a(").Find(basic, 0), 0x00390001u);
     EXPECT_EQ(ReturnT(Matcher("a(").Find(basic, 0x100)).Code() >> 16, 0xCFFDu); // there is no such flag
-    EXPECT_EQ(
-        log.Take(),
-        LogCapture::LinesT({"E Util::Regex: unable to compile a regular expression: Unmatched ( or \\(.",
-                            "C Util::Matcher: system failed [0xcffd****], unable to search: Invalid regular "
-                            "expression."}));
+    EXPECT_EQ(log.Take(), LogCapture::LinesT({"E Util::Regex: unable to compile a regular expression: Unmatched ( or \\(.",
+                                              "C Util::Matcher: system failed [0xcffd****], unable to search: Invalid regular "
+                                              "expression."}));
 }
 
 TEST(Matcher, TellsThatMemoryRanOut) {

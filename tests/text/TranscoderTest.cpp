@@ -9,8 +9,8 @@ namespace {
 using namespace std::string_literals;
 using Charset::Transcoder;
 
-constexpr unsigned A = Charset::ISO_8859_1, U8 = Charset::UTF_8, L16 = Charset::UTF_16LE,
-                   B16 = Charset::UTF_16BE, L32 = Charset::UTF_32LE, B32 = Charset::UTF_32BE;
+constexpr unsigned A = Charset::ISO_8859_1, U8 = Charset::UTF_8, L16 = Charset::UTF_16LE, B16 = Charset::UTF_16BE,
+                   L32 = Charset::UTF_32LE, B32 = Charset::UTF_32BE;
 constexpr uint32_t DONE = 0x005A0064, CUT = 0x805A0064, BAD = 0x805A00C8, SHOW = 0x805A012C;
 
 // Code, bytes used of the input, text, bytes needed.
@@ -72,8 +72,7 @@ struct Row {
 
 TEST(Transcoder, GivesCodePlaceAndTextInEveryRoomAndCut) {
     for (auto const& [from, to, flags, in, code, used, out] : ROWS) {
-        SCOPED_TRACE(testing::PrintToString(in) + std::to_string(from) + std::to_string(to) +
-                     std::to_string(flags));
+        SCOPED_TRACE(testing::PrintToString(in) + std::to_string(from) + std::to_string(to) + std::to_string(flags));
         OutcomeT const whole(code, used, out, out.size());
         EXPECT_EQ(Encode(from, to, flags, in, out.size() + 9), whole);
         for (unsigned long room = 0; room <= out.size(); ++room) { // whole characters, and none behind a gap
@@ -81,18 +80,15 @@ TEST(Transcoder, GivesCodePlaceAndTextInEveryRoomAndCut) {
             EXPECT_TRUE(out.starts_with(written) && written.size() + 4 > room) << room;
             EXPECT_EQ(Encode(from, to, flags, in, room), OutcomeT(code, used, written, out.size())) << room;
         }
-        for (unsigned long cut = 0; (flags & 3) == 0 && cut <= in.size();
-             ++cut) { // what is left goes to the next piece
+        for (unsigned long cut = 0; (flags & 3) == 0 && cut <= in.size(); ++cut) { // what is left goes to the next piece
             auto const [firstCode, firstUsed, first, one] = Encode(from, to, flags, in.substr(0, cut), 100);
             if (firstCode != DONE && firstCode != CUT) continue;
-            auto const [secondCode, secondUsed, second, two] =
-                Encode(from, to, flags, in.substr(firstUsed), 100);
+            auto const [secondCode, secondUsed, second, two] = Encode(from, to, flags, in.substr(firstUsed), 100);
             EXPECT_EQ(OutcomeT(secondCode, firstUsed + secondUsed, first + second, one + two), whole) << cut;
         }
     }
     char const* in = "\x80\xC3";
-    EXPECT_EQ(Transcoder(Charset::UTF_8, Charset::UTF_8,
-                         Transcoder::REPLACE_INVALID | Transcoder::REPLACE_TRUNCATED)
+    EXPECT_EQ(Transcoder(Charset::UTF_8, Charset::UTF_8, Transcoder::REPLACE_INVALID | Transcoder::REPLACE_TRUNCATED)
                   .Encode(&in, 2, nullptr, 4, nullptr),
               DONE);
 }
@@ -116,9 +112,7 @@ TEST(Transcoder, AgreesWithTheSystemOnRandomText) {
     for (unsigned round = 0; round < 1500; ++round) {
         std::string points;
         for (unsigned i = random() % 40; i != 0; --i) {
-            uint32_t const point = random() & (random() % 4 == 0   ? 0x7F
-                                               : random() % 3 == 0 ? 0x7FF
-                                                                   : 0xFFFFF);
+            uint32_t const point = random() & (random() % 4 == 0 ? 0x7F : random() % 3 == 0 ? 0x7FF : 0xFFFFF);
             if (point >> 11 != 0xD800 >> 11) points.append(reinterpret_cast<char const*>(&point), 4);
         }
         unsigned const from = random() % 6, to = random() % 6;

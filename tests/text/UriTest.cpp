@@ -16,9 +16,7 @@ std::string Joined(T const&... parts) {
 }
 CString View(std::string const& text) { return {text.data(), text.size()}; }
 
-std::string Parts(URI const& uri) {
-    return Joined(uri.Scheme(), uri.Authority(), uri.Path(), uri.Query(), uri.Fragment());
-}
+std::string Parts(URI const& uri) { return Joined(uri.Scheme(), uri.Authority(), uri.Path(), uri.Query(), uri.Fragment()); }
 
 std::string Parse(std::string const& text) {
     URI uri("old", "o", "l", "d", "!");
@@ -73,8 +71,7 @@ TEST(Uri, TakesAuthoritiesApartAndComposesThem) {
         {"", "||||", ""},
         {"fe80::1:x", "||fe80::1:x||", "fe80%3A%3A1%3Ax"},
         {"fe80%3a%3a1", "||fe80::1||", "[fe80::1]"},
-        {"u:@20010db8000000000000000000000001", "u||20010db8000000000000000000000001||",
-         "u@20010db8000000000000000000000001"},
+        {"u:@20010db8000000000000000000000001", "u||20010db8000000000000000000000001||", "u@20010db8000000000000000000000001"},
         {"a:b:%zz", "||a:b:%zz||", "a%3Ab%3A%25zz"}, // no known form: as it stands
         // clang-format off
         {":80", "old|old|old|old|", nullptr},   {"%4:x@h", "old|old|old|old|", nullptr},
@@ -83,8 +80,7 @@ TEST(Uri, TakesAuthoritiesApartAndComposesThem) {
     for (auto const& row : rows) {
         URI uri("s", row.text, "p", "q", "f");
         String part[4], text;
-        for (String& old : part)
-            ASSERT_TRUE(old.Assign("old"));
+        for (String& old : part) ASSERT_TRUE(old.Assign("old"));
         bool valid = false;
         ASSERT_TRUE(uri.ParseAuthority(part[0], part[1], part[2], part[3], valid));
         EXPECT_EQ(Joined(part[0], part[1], part[2], part[3]), row.parts);
@@ -130,8 +126,7 @@ TEST(Uri, EncodesAndDecodes) {
         }
         for (unsigned i = 0; i < 2000; ++i) {
             std::string const plain = Mutation(random);
-            ASSERT_TRUE(URI::Encode(mode, View(plain), text) && URI::Decode(mode, text, text, valid) &&
-                        valid);
+            ASSERT_TRUE(URI::Encode(mode, View(plain), text) && URI::Decode(mode, text, text, valid) && valid);
             ASSERT_EQ(Joined(text), plain + "|");
         }
     }
@@ -165,8 +160,7 @@ TEST(Uri, StaysAsItIsWithoutMemory) {
         heap.Disarm();
         built.Swap(swapped);
         EXPECT_TRUE(swapped.Valid() && swapped == URI());
-        EXPECT_EQ(heap.Fired(),
-                  !(built.Valid() && std::all_of(ok, std::end(ok), [](bool done) { return done; })));
+        EXPECT_EQ(heap.Fired(), !(built.Valid() && std::all_of(ok, std::end(ok), [](bool done) { return done; })));
         EXPECT_EQ(Parts(uri), ok[0] ? Parts(source) : "a|b|c|d|e|");
         EXPECT_EQ(Parts(split), ok[1] ? "s|a|/p|q|f|" : "a|b|c|d|e|");
         EXPECT_EQ(made.Ptr() != nullptr, ok[2]);

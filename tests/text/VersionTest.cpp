@@ -29,31 +29,24 @@ TEST(Version, ReadsTheFourForms) {
         EXPECT_EQ(used.Parse(text), !expected.empty()) << line;
         EXPECT_TRUE(version.Print(out) && used.Print(old));
         EXPECT_EQ(out.Cstr(), "<" + (expected.empty() ? "0.0.0.0.0-0" : expected)) << line;
-        EXPECT_EQ(old.Cstr(), expected.empty() ? "1.2.E.4.0-6" : expected)
-            << "nothing of the old one is left";
+        EXPECT_EQ(old.Cstr(), expected.empty() ? "1.2.E.4.0-6" : expected) << "nothing of the old one is left";
     }
 }
 
 TEST(Version, ComparesTheFieldsOfTheLeftSide) {
     std::tuple<char const*, char const*, int, int> const rows[] = {
         // by the left, by the right
-        {"4.2.C.1.0-3", "4.2.C.1.0-3", 0, 0},
-        {"4.2.C.1.0-3", "4.2.C.1.0-4", -1, 1},
-        {"4.2.C.1.0-3", "4.10.A.0.0-0", -1, 1},
-        {"4.2.1.C.1;", "4.2.C.1.0-3", 0, 1}, // four fields against five
-        {"4.2.1.C.1;", "4.2.C.2.0-0", -1, 1},
-        {"5.0.A.0.0-0", "4.9.E.9.0-9", 1, -1},
-        {"4.2.C.1", "4.2.1.C.1;", 0, 0},
-        {"", "4.2.C.1.0-3", 0, 1}, // no field in use
+        {"4.2.C.1.0-3", "4.2.C.1.0-3", 0, 0},   {"4.2.C.1.0-3", "4.2.C.1.0-4", -1, 1},
+        {"4.2.C.1.0-3", "4.10.A.0.0-0", -1, 1}, {"4.2.1.C.1;", "4.2.C.1.0-3", 0, 1}, // four fields against five
+        {"4.2.1.C.1;", "4.2.C.2.0-0", -1, 1},   {"5.0.A.0.0-0", "4.9.E.9.0-9", 1, -1},
+        {"4.2.C.1", "4.2.1.C.1;", 0, 0},        {"", "4.2.C.1.0-3", 0, 1}, // no field in use
     };
     for (auto const& [leftText, rightText, order, reverse] : rows) {
         Version left, right;
         EXPECT_TRUE(left.Parse(leftText) == (*leftText != '\0') && right.Parse(rightText));
-        for (auto const& [a, b, expected] :
-             {std::tuple(left, right, order), std::tuple(right, left, reverse)})
+        for (auto const& [a, b, expected] : {std::tuple(left, right, order), std::tuple(right, left, reverse)})
             EXPECT_EQ(std::vector<bool>({a == b, a != b, a<b, a <= b, a> b, a >= b}),
-                      std::vector<bool>({expected == 0, expected != 0, expected<0, expected <= 0, expected> 0,
-                                         expected >= 0}))
+                      std::vector<bool>({expected == 0, expected != 0, expected<0, expected <= 0, expected> 0, expected >= 0}))
                 << leftText << " " << rightText;
     }
     Version some;

@@ -63,8 +63,7 @@ TEST_F(TimerTest, FireOnceByDeadlineAndThenByOrderOfSet) {
             return fired >= size;
         })) << operations;
         Clock::RealPause(3); // for what must not come
-        for (Owner const& owner : owners)
-            owner.timer.Cancel();
+        for (Owner const& owner : owners) owner.timer.Cancel();
         EXPECT_EQ(order, expected) << operations;
     }
 }
@@ -79,8 +78,7 @@ TEST_F(TimerTest, CancelWaitsForACallbackButNeitherInsideItNorForTheOwnersLock) 
     });
     for (bool const cancel : {false, true}) {
         slow.timer.Set(0L);
-        EXPECT_TRUE(
-            Await([&, before = begun.load()] { return begun >= before + 2; })); // it calls again and again
+        EXPECT_TRUE(Await([&, before = begun.load()] { return begun >= before + 2; })); // it calls again and again
         cancel ? slow.timer.Cancel() : slow.timer.Set(9000L);
         EXPECT_EQ(slow.fired, begun) << "nothing runs";
     }
@@ -133,8 +131,7 @@ TEST_F(TimerTest, AQueueEndsWithTheLastTimerOfItsName) {
         Timer<Own> const timer{"own", this, &Own::Fire, nullptr};
     };
     (new Own)->timer.Set(0L);
-    EXPECT_TRUE(log_.Await(
-        "C Timer: \"Timer\": system failed [0xcffd****], the last timer was destroyed by a callback."));
+    EXPECT_TRUE(log_.Await("C Timer: \"Timer\": system failed [0xcffd****], the last timer was destroyed by a callback."));
     EXPECT_EQ(CountTids(), 2u); // the thread cannot end itself, and stays for the next one
     EXPECT_TRUE(Owner([] {}).timer.Initialized());
     EXPECT_EQ(CountTids(), 1u);
@@ -172,19 +169,16 @@ TEST_F(TimerTest, ThousandsOfTimersOfSeveralThreadsFireOnceForEachSet) {
     for (char const* const queue : {"odd", "even", "odd", "even"}) {
         threads.emplace_back([queue] {
             std::deque<Owner> owners;
-            for (int i = 0; i < 500; ++i)
-                owners.emplace_back([] {}, nullptr, queue).timer.Set(i * 7L % 20);
+            for (int i = 0; i < 500; ++i) owners.emplace_back([] {}, nullptr, queue).timer.Set(i * 7L % 20);
             for (Owner& owner : owners) {
                 owner.timer.Cancel();
                 EXPECT_LE(owner.fired.exchange(0), 1);
                 owner.timer.Set(5L);
             }
-            for (Owner const& owner : owners)
-                EXPECT_TRUE(Await([&] { return owner.fired == 1; }));
+            for (Owner const& owner : owners) EXPECT_TRUE(Await([&] { return owner.fired == 1; }));
         });
     }
-    for (std::thread& thread : threads)
-        thread.join();
+    for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(log_.Take(), LinesT{});
 }
 

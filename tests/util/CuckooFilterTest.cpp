@@ -24,9 +24,7 @@ std::string Empty(unsigned count, unsigned size, unsigned kicks, unsigned seed, 
     return Words({count, size, mask, kicks, seed, 0}) + std::string(count * size * 2 + 2, '\0');
 }
 
-uint16_t& Slot(std::string& bytes, unsigned index) {
-    return *reinterpret_cast<uint16_t*>(bytes.data() + 24 + 2 * index);
-}
+uint16_t& Slot(std::string& bytes, unsigned index) { return *reinterpret_cast<uint16_t*>(bytes.data() + 24 + 2 * index); }
 
 // Where an item belongs, by the definition.
 struct Place {
@@ -59,20 +57,16 @@ TEST(CuckooFilter, IsMadeInItsForm) {
 }
 
 TEST(CuckooFilter, NeverForgetsWhatItTookIn) {
-    std::pair<unsigned, unsigned> const rows[] = {
-        {4, 10000}, {30, 10000}, {1000, 700}, {60000, 60}}; // strangers of 10000
+    std::pair<unsigned, unsigned> const rows[] = {{4, 10000}, {30, 10000}, {1000, 700}, {60000, 60}}; // strangers of 10000
     for (auto const& [capacity, most] : rows) {
         CuckooFilter filter(capacity, 500);
         unsigned const count = capacity * 9 / 10;
-        for (unsigned i = 0; i < count; ++i)
-            EXPECT_TRUE(filter.Add(View(Item(i)))) << i;
+        for (unsigned i = 0; i < count; ++i) EXPECT_TRUE(filter.Add(View(Item(i)))) << i;
         std::string const before = Bytes(filter);
         Footprint const footprint;
         unsigned strangers = 0;
-        for (unsigned i = 0; i < count; ++i)
-            EXPECT_TRUE(filter.Contains(View(Item(i))) && filter.Add(View(Item(i)))) << i;
-        for (unsigned i = 1000000; i < 1010000; ++i)
-            strangers += filter.Contains(View(Item(i))) ? 1 : 0;
+        for (unsigned i = 0; i < count; ++i) EXPECT_TRUE(filter.Contains(View(Item(i))) && filter.Add(View(Item(i)))) << i;
+        for (unsigned i = 1000000; i < 1010000; ++i) strangers += filter.Contains(View(Item(i))) ? 1 : 0;
         EXPECT_LE(strangers, most);
         EXPECT_EQ(footprint.Allocations(), 0u);
         EXPECT_EQ(Bytes(filter), before) << "nothing is added twice";
@@ -92,8 +86,7 @@ TEST(CuckooFilter, PutsAnItemWhereItBelongs) {
                     std::string found = bytes;
                     Slot(found, slot) = static_cast<uint16_t>(place.fingerprint);
                     CuckooFilter filter{View(bytes)};
-                    EXPECT_TRUE(!filter.Contains(View(item)) && filter.Add(View(item)) &&
-                                filter.Contains(View(item)));
+                    EXPECT_TRUE(!filter.Contains(View(item)) && filter.Add(View(item)) && filter.Contains(View(item)));
                     EXPECT_EQ(Bytes(filter), found);
                     Slot(bytes, slot) = static_cast<uint16_t>(place.fingerprint ^ 0x8000 ^ slot % size << 12);
                 }
@@ -113,9 +106,8 @@ TEST(CuckooFilter, KicksAnotherOutOfAFullBucket) {
     for (unsigned const i : {0u, 3u, 4u, 6u}) { // bucket and slot by the kernel's randomness
         unsigned const bucket = i < 4 ? place.first : place.second;
         Calls calls;
-        calls.Script(SysCall::getrandom,
-                     {Calls::Data(i < 4 ? "\2aaaaaaa" : "\1aaaaaaa"),
-                      Calls::Data(std::string(1, static_cast<char>(0xF8 | i % 4)) + "zzzzzz\xFF")});
+        calls.Script(SysCall::getrandom, {Calls::Data(i < 4 ? "\2aaaaaaa" : "\1aaaaaaa"),
+                                          Calls::Data(std::string(1, static_cast<char>(0xF8 | i % 4)) + "zzzzzz\xFF")});
         std::string expected = bytes;
         Slot(expected, bucket * 4 + i % 4) = static_cast<uint16_t>(place.fingerprint);
         unsigned const next = Place::Alternate(100 + i, bucket, 64, 5);
@@ -127,11 +119,9 @@ TEST(CuckooFilter, KicksAnotherOutOfAFullBucket) {
     }
     CuckooFilter crowded(1000, 3);
     unsigned taken = 0;
-    for (unsigned i = 0; i < 5000; ++i)
-        taken += !crowded.Contains(View(Item(i))) && crowded.Add(View(Item(i))) ? 1 : 0;
+    for (unsigned i = 0; i < 5000; ++i) taken += !crowded.Contains(View(Item(i))) && crowded.Add(View(Item(i))) ? 1 : 0;
     std::string filled = Bytes(crowded);
-    for (unsigned i = 0; i < 2048; ++i)
-        taken -= Slot(filled, i) != 0 ? 1 : 0;
+    for (unsigned i = 0; i < 2048; ++i) taken -= Slot(filled, i) != 0 ? 1 : 0;
     EXPECT_EQ(taken, 0u) << "one more slot for each success";
 }
 
@@ -142,8 +132,7 @@ TEST(CuckooFilter, RefusesWhatItsHeaderDoesNotFit) {
           Empty(4, 0, 1, 2) + "12345678", Words({~0U, ~0U, 0xFFFF, ~0U, 0, 0}) + "12345678",
           Words({0x80000000, 2, 0xFFFF, 1, 0, 0}) + "12345678"}) {
         CuckooFilter filter{View(bytes)};
-        EXPECT_FALSE(!filter.Initialized() || filter.Contains(View("a")) || filter.Add(View("a")))
-            << bytes.size();
+        EXPECT_FALSE(!filter.Initialized() || filter.Contains(View("a")) || filter.Add(View("a"))) << bytes.size();
         EXPECT_EQ(Bytes(filter), bytes);
     }
     CuckooFilter exact{View(good.substr(0, 56))}; // the last two bytes are not asked for
@@ -162,8 +151,7 @@ TEST(CuckooFilter, GoesThroughAFileAndTellsWhatFailed) {
     EXPECT_FALSE(CuckooFilter(CString(empty.c_str())).Initialized());
     EXPECT_TRUE(log.Take().empty());
     EXPECT_FALSE(filter.Export("/dev/full") || filter.Export("/nowhere/x"));
-    EXPECT_FALSE(CuckooFilter(CString("/etc")).Initialized() ||
-                 CuckooFilter(CString("/nowhere/y")).Initialized());
+    EXPECT_FALSE(CuckooFilter(CString("/etc")).Initialized() || CuckooFilter(CString("/nowhere/y")).Initialized());
     EXPECT_EQ(log.Count("no such file or directory."), 2u);
     EXPECT_TRUE(log.Has("is a directory.") && log.Has("no space left on device."));
     Calls calls;

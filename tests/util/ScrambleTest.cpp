@@ -32,8 +32,7 @@ TEST(Scramble, HasOneFormForEachTextAndDecodesAnyBytesOfARightSize) {
         {std::string(69, '\xFF'), "dK4bwuahgCqz5nOScQyGiwqeoTjiIw4qMWSe+5KWIbDak3YCcXz2a1rO"
                                  "IegSNgMeGjFUjttiRqHginMGcnHsZkuq/qGYQuPR"}};
     // clang-format on
-    for (auto const& [text, form] : rows)
-        EXPECT_EQ(Encode(text), form);
+    for (auto const& [text, form] : rows) EXPECT_EQ(Encode(text), form);
     std::string text;
     for (unsigned size = 0; size < 80; ++size, text += static_cast<char>(255 - size)) {
         String bytes;

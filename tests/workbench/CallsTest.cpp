@@ -28,8 +28,7 @@ TEST(CallsTest, TakesStepsInOrderThenTheRealCall) {
         char block[4];
         ssize_t const got = read(fd, block, room);
         EXPECT_EQ(got < 0, text == nullptr && errno == EINTR);
-        EXPECT_EQ(std::string(block, got < 0 ? 0 : static_cast<std::size_t>(got)),
-                  text == nullptr ? "" : text);
+        EXPECT_EQ(std::string(block, got < 0 ? 0 : static_cast<std::size_t>(got)), text == nullptr ? "" : text);
         EXPECT_EQ(log, calls.Left(SysCall::read) < 2 ? "seen" : "");
     }
     EXPECT_EQ(calls.Count(SysCall::read), 7u);
@@ -55,9 +54,7 @@ TEST(CallsTest, IsOfThisThreadUnlessAskedForTheProcess) {
     Calls all(Calls::ScopeT::PROCESS);
     mine.Script(SysCall::rmdir, {Calls::Fail(EIO)});
     all.Script(SysCall::rmdir, {Calls::Fail(EROFS)});
-    auto const refused = [](int error) {
-        EXPECT_TRUE(rmdir("/nowhere") == -1 && errno == error) << strerror(errno);
-    };
+    auto const refused = [](int error) { EXPECT_TRUE(rmdir("/nowhere") == -1 && errno == error) << strerror(errno); };
     std::thread(refused, EROFS).join();
     refused(EIO);
     EXPECT_EQ(std::pair(mine.Count(SysCall::rmdir), all.Count(SysCall::rmdir)), std::pair(1ul, 1ul));

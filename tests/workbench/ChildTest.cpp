@@ -85,10 +85,8 @@ TEST(NamespaceTest, AnOwnSystemLogTakesRealLines) {
 TEST(FeedTest, GivesManyCutsAndNamesTheOneThatFails) {
     std::set<std::size_t> counts;
     ForEveryFeed("The quick brown fox", [&](FeedT const& pieces) { counts.insert(pieces.size()); });
-    for (std::size_t const pieces : {1, 10, 19})
-        EXPECT_EQ(counts.count(pieces), 1u) << pieces;
-    EXPECT_THAT_FAILS(ForEveryFeed("ab", [](FeedT const& pieces) { EXPECT_EQ(pieces.size(), 1u); }),
-                      "fed by 1");
+    for (std::size_t const pieces : {1, 10, 19}) EXPECT_EQ(counts.count(pieces), 1u) << pieces;
+    EXPECT_THAT_FAILS(ForEveryFeed("ab", [](FeedT const& pieces) { EXPECT_EQ(pieces.size(), 1u); }), "fed by 1");
 }
 
 } // namespace

@@ -41,8 +41,7 @@ struct Gate {
         clock_gettime(CLOCK_MONOTONIC, &deadline), deadline.tv_sec += HOUR_MS / 1000;
         pthread_mutex_lock(&mutex);
         int error = 0;
-        while (!open && error == 0)
-            error = pthread_cond_timedwait(&condition, &mutex, &deadline);
+        while (!open && error == 0) error = pthread_cond_timedwait(&condition, &mutex, &deadline);
         pthread_mutex_unlock(&mutex);
         return error;
     }

@@ -65,8 +65,7 @@ TEST(HeapTest, FailsCountsAndReleasesEveryKindOfAllocation) {
         heap.Disarm();
         EXPECT_TRUE(unarmed != nullptr && first != nullptr && second == nullptr && third != nullptr);
         EXPECT_EQ(std::tuple(heap.Calls(), heap.Failures(), heap.Live()), std::tuple(3u, 1u, 3u));
-        for (void* const block : {unarmed, first, third})
-            row.release(block);
+        for (void* const block : {unarmed, first, third}) row.release(block);
         EXPECT_EQ(heap.Live() + heap.LiveBytes(), 0u) << heap.Describe();
     }
     sink = nullptr;
@@ -102,8 +101,7 @@ TEST(HeapTest, ReallocMovesKeepsTheTextAndLeavesTheOldBlockOnFailure) {
     EXPECT_EQ(moved[5], static_cast<char>(0xA5));
     EXPECT_EQ(heap.Live(), 1u);
     std::string released;
-    heap.OnRelease(
-        [&](void const* data, std::size_t size) { released.assign(static_cast<char const*>(data), size); });
+    heap.OnRelease([&](void const* data, std::size_t size) { released.assign(static_cast<char const*>(data), size); });
     CRYPTO_clear_free(sink, 6, "", 0);
     EXPECT_EQ(released, std::string(6, '\0')) << "is wiped";
 }
@@ -143,9 +141,7 @@ TEST(HeapTest, AFootprintSeesWatchedAllocationsOnly) {
 TEST(LogCaptureTest, KeepsLinesOfAllThreadsWithLetterAndIdent) {
     LogCapture log;
     syslog(LOG_ERR, "%s: %s", "Io::File", "\"etc\": unable: no.");
-    std::thread([] {
-        syslog(LOG_CRIT, "%s: %s", "Task", "out of memory [0xcffe0139], x [0x8022cffd].");
-    }).join();
+    std::thread([] { syslog(LOG_CRIT, "%s: %s", "Task", "out of memory [0xcffe0139], x [0x8022cffd]."); }).join();
     {
         LogCapture inner;
         syslog(LOG_AUTH | LOG_NOTICE, "%s: %s", "A", "b");
@@ -153,8 +149,8 @@ TEST(LogCaptureTest, KeepsLinesOfAllThreadsWithLetterAndIdent) {
         EXPECT_TRUE(inner.Lines().empty());
     }
     EXPECT_EQ(log.RawLines()[1], "C Task: out of memory [0xcffe0139], x [0x8022cffd].");
-    EXPECT_EQ(log.Lines(), LogCapture::LinesT({"E Io::File: \"etc\": unable: no.",
-                                               "C Task: out of memory [0xcffe****], x [0x8022cffd]."}));
+    EXPECT_EQ(log.Lines(),
+              LogCapture::LinesT({"E Io::File: \"etc\": unable: no.", "C Task: out of memory [0xcffe****], x [0x8022cffd]."}));
     EXPECT_TRUE(log.Has("unable") && log.Await("Task") && !log.Has("W "));
 }
 

@@ -16,10 +16,9 @@ std::string FailuresOf(BodyT const& body) {
         body();
     }
     std::string text;
-    for (int i = 0; i < failures.size(); ++i)
-        text += std::string(failures.GetTestPartResult(i).message()) + "\n";
+    for (int i = 0; i < failures.size(); ++i) text += std::string(failures.GetTestPartResult(i).message()) + "\n";
     return text;
 }
 
-#define EXPECT_THAT_FAILS(statement, words)                                                                  \
+#define EXPECT_THAT_FAILS(statement, words)                                                                                      \
     EXPECT_NE(FailuresOf([&] { statement; }).find(words), std::string::npos) << FailuresOf([&] { statement; })

@@ -36,9 +36,9 @@ TEST(JsonContainers, KeepWhatIsAppendedInOrder) {
     };
     auto const appendAll = [&](auto const&... items) { (append(items), ...); };
     appendAll(Json::Null, true, "text", CString("view"), static_cast<char const*>(nullptr), '\x05',
-              static_cast<unsigned char>(200), static_cast<short>(-300), static_cast<unsigned short>(40000),
-              -70000, 3000000000U, -5000000000L, 5000000000UL, -1LL, 18446744073709551615ULL, 2.5,
-              Json::KIND_INT, static_cast<signed char>(-2), false);
+              static_cast<unsigned char>(200), static_cast<short>(-300), static_cast<unsigned short>(40000), -70000, 3000000000U,
+              -5000000000L, 5000000000UL, -1LL, 18446744073709551615ULL, 2.5, Json::KIND_INT, static_cast<signed char>(-2),
+              false);
     EXPECT_EQ(Text(made), Text(doc));
     EXPECT_EQ(array.AppendArray()->Value()->Parent(), array.Value());
     EXPECT_TRUE(array.AppendObject() != nullptr && array.Last()->Value()->IsObject());
@@ -153,25 +153,22 @@ TEST(JsonContainers, AppendCopyTakesAnyValueOfAnyDocument) {
     EXPECT_EQ(array.AppendCopy(&from)->Parent(), array.Value());
     EXPECT_TRUE(object.AppendObject("c")->Clone_(*from.Object()) && array.Clone_(array));
     from.InitArray();
-    EXPECT_EQ(Text(doc),
-              R"({"x":[1,{"m":"t"}],"none":null,"self":{"x":[1,{"m":"t"}],"none":null},)"
-              R"("l":[null,{"k":[1,{"m":"t"}]},null,{"k":[1,{"m":"t"}]}],"c":{"k":[1,{"m":"t"}]}})");
+    EXPECT_EQ(Text(doc), R"({"x":[1,{"m":"t"}],"none":null,"self":{"x":[1,{"m":"t"}],"none":null},)"
+                         R"("l":[null,{"k":[1,{"m":"t"}]},null,{"k":[1,{"m":"t"}]}],"c":{"k":[1,{"m":"t"}]}})");
 }
 
 TEST(JsonContainers, ATreeOfAnyDepthIsPrintedCopiedAndExportedOnAnyStack) {
     constexpr unsigned LEVELS = 100000;
     Document doc, copy;
     Object* object = doc.Object();
-    for (unsigned i = 0; i < LEVELS; ++i)
-        object = object->AppendArray("a")->AppendObject();
+    for (unsigned i = 0; i < LEVELS; ++i) object = object->AppendArray("a")->AppendObject();
     EXPECT_EQ(Text(doc).size(), 2 + 8 * LEVELS);
     ASSERT_NE(copy.Object()->AppendCopy("c", &doc), nullptr);
     EXPECT_EQ(Text(copy).size(), 2 + 8 * LEVELS + 6);
     Xml::Document xml;
     EXPECT_EQ(doc.Export(xml), Json::CODE_OK);
     Xml::Node const* node = &xml;
-    for (unsigned i = 0; i < LEVELS; ++i)
-        node = node->FirstNode();
+    for (unsigned i = 0; i < LEVELS; ++i) node = node->FirstNode();
     EXPECT_TRUE(node != nullptr && node->FirstNode() == nullptr);
 }
 
@@ -215,8 +212,7 @@ TEST(JsonObject, TellsDuplicatesWithoutMemoryForAnIndexToo) {
         LogCapture log;
         Document doc;
         heap.Arm();
-        for (unsigned i = 0; i < 600 && doc.Valid(); ++i)
-            doc.Object()->Append(View(std::to_string(i)), i);
+        for (unsigned i = 0; i < 600 && doc.Valid(); ++i) doc.Object()->Append(View(std::to_string(i)), i);
         heap.Disarm();
         EXPECT_TRUE(heap.Fired() || doc.Valid());
         if (!doc.Valid()) return;

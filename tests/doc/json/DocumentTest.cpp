@@ -32,8 +32,7 @@ TEST(JsonDocument, ASmallDocumentAsksForNoMemory) {
         char const text[] = R"({"name":"wan0","up":true,"mtu":1492,"load":0.25})";
         bool const parsed = doc.Parse(CString(text), Document::PARSE_CONTAINER).Code() == Json::CODE_OK;
         doc.InitObject();
-        for (char const* name : {"a", "b", "c", "d", "e", "f", "g", "h"})
-            doc.Object()->Append(name, 1);
+        for (char const* name : {"a", "b", "c", "d", "e", "f", "g", "h"}) doc.Object()->Append(name, 1);
         EXPECT_EQ(footprint.Allocations() + footprint.SystemCalls(), 0u);
         EXPECT_TRUE(parsed && doc.Valid());
     }).join();
@@ -42,8 +41,7 @@ TEST(JsonDocument, ASmallDocumentAsksForNoMemory) {
 // Fills the pool up to its last bytes, so that the next block of it needs memory.
 void UseUp(Document& doc) {
     Footprint const footprint;
-    while (footprint.Allocations() == 0)
-        (void)doc.Allocate_(16);
+    while (footprint.Allocations() == 0) (void)doc.Allocate_(16);
     (void)doc.Allocate_(4096 - 16 - 16); // the rest of that page
 }
 
@@ -86,10 +84,9 @@ TEST(JsonDocument, AnAppendWithoutMemoryAppendsNothing) {
 
 TEST(JsonDocument, ParsingWithoutMemoryFailsAndIsReported) {
     std::string text = "{\"many\":{\"name\":0";
-    for (unsigned i = 0; i < 300; ++i)
-        text += ",\"name " + std::to_string(i) + "\":[" + std::to_string(i) + ",true,\"\\n\"]";
-    text += "},\"long\":\"" + std::string(20000, 'y') + "\",\"escaped\":\"\\t" + std::string(9000, 'z') +
-            "\",\"large\":\"" + std::string(PoolBase::REGION_MAX / 4 + 1, 'l') + "\"}";
+    for (unsigned i = 0; i < 300; ++i) text += ",\"name " + std::to_string(i) + "\":[" + std::to_string(i) + ",true,\"\\n\"]";
+    text += "},\"long\":\"" + std::string(20000, 'y') + "\",\"escaped\":\"\\t" + std::string(9000, 'z') + "\",\"large\":\"" +
+            std::string(PoolBase::REGION_MAX / 4 + 1, 'l') + "\"}";
     ForEveryAllocation([&](Heap& heap) {
         LogCapture log;
         Document doc;
@@ -117,8 +114,7 @@ TEST(JsonDocument, LargeTextsCostWhatTheyHold) {
         Heap const heap;
         std::string const text = "[1,\"" + std::string(5UL << 20, 'x') + "\",2]";
         std::string texts = "[";
-        for (unsigned i = 0; i < 4; ++i)
-            texts += text + ",";
+        for (unsigned i = 0; i < 4; ++i) texts += text + ",";
         Parsed const doc(texts + "3]");
         EXPECT_LT(heap.LiveBytes(), 4 * text.size() + PoolBase::REGION_MAX + (64UL << 10));
     }).join();

@@ -147,8 +147,7 @@ TEST(JsonGetter, ALoopBindsElementsAndMembersInAllForms) {
         EXPECT_EQ(Member(same, &pointer).Name(), member.Name());
         for (UValue::Iterator& item : list) {
             Element const element(item, number), optional(item, &pointer);
-            seen +=
-                std::to_string(number) + (element ? "+" : "-") + (optional && *pointer == number ? "+" : "-");
+            seen += std::to_string(number) + (element ? "+" : "-") + (optional && *pointer == number ? "+" : "-");
         }
         seen += std::string(place.Name().Cstr()) + (members ? "+ " : "- ");
         EXPECT_FALSE(members && Member(same, number));
@@ -160,11 +159,9 @@ TEST(JsonGetter, WhatIsRefusedOrEndsBeforeItIsReadFailsAllAbove) {
     Parsed const doc(R"({"wan":{"id":7}})");
     int id = 9;
     std::function<void(Object&, std::optional<NValue>&)> const losses[] = {
-        [&](Object& wan, auto&) { wan >> Member("id", id); }, // by itself
-        [](Object& wan, auto& place) {
-            wan >> place.emplace("id", *std::make_unique<Object>());
-        },                                                                 // ends first
-        [](Object& wan, auto& place) { wan >> place.emplace("id", wan); }, // in itself
+        [&](Object& wan, auto&) { wan >> Member("id", id); },                                      // by itself
+        [](Object& wan, auto& place) { wan >> place.emplace("id", *std::make_unique<Object>()); }, // ends first
+        [](Object& wan, auto& place) { wan >> place.emplace("id", wan); },                         // in itself
     };
     for (auto const& lose : losses) {
         for (char const* name : {"wan", "none"}) {

@@ -56,8 +56,7 @@ TEST(JsonParser, RefusesWithTheCodeOfTheFaultAndItsWords) {
             EXPECT_TRUE(code == Json::CODE_EMPTY || ParseTight(doc, late) == code) << text;
         }
     }
-    EXPECT_TRUE(log.Take().empty() && Json::CodeWords(0x80380064).Empty() &&
-                Json::CodeWords(0x00380064).Empty());
+    EXPECT_TRUE(log.Take().empty() && Json::CodeWords(0x80380064).Empty() && Json::CodeWords(0x00380064).Empty());
 }
 
 TEST(JsonParser, SaysWhereAndWhyATextIsRefused) {
@@ -73,19 +72,17 @@ TEST(JsonParser, SaysWhereAndWhyATextIsRefused) {
         Document doc;
         Json::FaultT fault;
         EXPECT_TRUE(doc.Parse(View(text), Document::PARSE_CONTAINER, &fault).Failed()) << text;
-        EXPECT_EQ((std::vector{fault.offset, fault.line, fault.column}), (std::vector{offset, line, column}))
-            << text;
+        EXPECT_EQ((std::vector{fault.offset, fault.line, fault.column}), (std::vector{offset, line, column})) << text;
         EXPECT_EQ(fault.words, words) << fault.words.Cstr();
         EXPECT_TRUE(doc.Parse(CBuffer("[]", 2), Document::PARSE_ANY, &fault).Succeeded());
         EXPECT_EQ(fault.offset, offset) << "left alone";
     }
 }
 
-constexpr char ALL[] =
-    R"([null,false,true,"",[1,2,3],{"":{"":[[],{}]}},0,-1234567890123456,9999999999999999999,)"
-    R"(18446744073709551615,-9223372036854775808,[7,42,123,1234,12345,123456],1234567,)"
-    R"(12345678,"a\u0000b",)"
-    "\"\x80\xFF\x7F\"]";
+constexpr char ALL[] = R"([null,false,true,"",[1,2,3],{"":{"":[[],{}]}},0,-1234567890123456,9999999999999999999,)"
+                       R"(18446744073709551615,-9223372036854775808,[7,42,123,1234,12345,123456],1234567,)"
+                       R"(12345678,"a\u0000b",)"
+                       "\"\x80\xFF\x7F\"]";
 
 constexpr std::string_view ACCEPTED[][2] = {
     {ALL, ALL},
@@ -100,8 +97,7 @@ constexpr std::string_view ACCEPTED[][2] = {
     {"-0", "0"},
     {"18446744073709551615", "18446744073709551615"},
     {"29999999999999999999", "11553255926290448383"}, // wraps to above its first 19 digits
-    {"[18446744073709551616,-9223372036854775809,184467440737095516150]",
-     "[1.84467e+19,-9.22337e+18,1.84467e+20]"},
+    {"[18446744073709551616,-9223372036854775809,184467440737095516150]", "[1.84467e+19,-9.22337e+18,1.84467e+20]"},
     {"[0.0,-0.0,1.5,1E5,1e+2,1.25e-2,0e5,12345678.125]", "[0,-0,1.5,100000,100,0.0125,0,1.23457e+07]"},
     {"[1e-400,2.4e-324,0.0e-999999,-0e99999999999]", "[0,0,0,-0]"},
     {"[2.2250738585072014e-308,-1.7976931348623157e308]", "[2.22507e-308,-1.79769e+308]"}};
@@ -139,8 +135,7 @@ TEST(JsonParser, BoundsTheDepth) {
     for (std::string const open : {"[", "{\"a\":"}) {
         for (unsigned const levels : {128U, 129U, 130U, 100000U}) { // so many containers inside the root
             std::string text, end;
-            for (unsigned i = 0; i < levels; ++i)
-                text += open, end += static_cast<char>(open[0] + 2); // the closing one
+            for (unsigned i = 0; i < levels; ++i) text += open, end += static_cast<char>(open[0] + 2); // the closing one
             text += open[0];
             text += static_cast<char>(open[0] + 2) + end;
             Document doc;
@@ -169,8 +164,7 @@ TEST(JsonParser, ADoubleIsTheNearestOne) {
         bool const held = expected == 0 || std::isnormal(expected);
         Document doc;
         ASSERT_EQ(Parse(doc, text), held ? Json::CODE_OK : Json::CODE_NOT_A_DOUBLE) << text;
-        ASSERT_TRUE(!held || (doc.IsDouble() && memcmp(doc.DoublePtr(), &expected, sizeof(expected)) == 0))
-            << text;
+        ASSERT_TRUE(!held || (doc.IsDouble() && memcmp(doc.DoublePtr(), &expected, sizeof(expected)) == 0)) << text;
     }
 }
 
@@ -216,16 +210,14 @@ TEST(JsonParser, DuplicatesAreLoggedWhereTheyEndAndKept) {
 void AppendRandom(Array& array, std::mt19937_64& random, unsigned depth) {
     uint64_t const number = random() >> random() % 64;
     std::string text(random() % 150, 'x'); // with and without escapes, beyond what a stack block holds
-    if (random() % 2 != 0)
-        std::generate(text.begin(), text.end(), [&] { return static_cast<char>(random()); });
+    if (random() % 2 != 0) std::generate(text.begin(), text.end(), [&] { return static_cast<char>(random()); });
     array.Append(random() % 2 != 0);
     array.Append(number);
     array.Append(-static_cast<long>(number >> 1));
     array.Append(static_cast<double>(number % 100000) / 64);
     array.Append(View(text));
     Array& inner = *array.AppendObject()->AppendArray(View(text));
-    for (unsigned long i = depth < 4 ? random() % 4 : 0; i != 0; --i)
-        AppendRandom(inner, random, depth + 1);
+    for (unsigned long i = depth < 4 ? random() % 4 : 0; i != 0; --i) AppendRandom(inner, random, depth + 1);
 }
 
 TEST(JsonParser, RandomDocumentsComeBackAsTheyWere) {

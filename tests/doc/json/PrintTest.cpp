@@ -53,8 +53,7 @@ TEST(JsonPrint, WritesNumbersAsTheirKindSays) {
     Document doc;
     EXPECT_EQ(Text(Value(doc, std::numeric_limits<long long>::min())), "-9223372036854775808");
     EXPECT_EQ(Text(Value(doc, 0.1)), "0.1");
-    std::vector<double> values = {0.0, -0.0,   0.0001,   9.99999e-5, 999999.5,
-                                  1e6, 5e-324, HUGE_VAL, -HUGE_VAL,  std::nan("")};
+    std::vector<double> values = {0.0, -0.0, 0.0001, 9.99999e-5, 999999.5, 1e6, 5e-324, HUGE_VAL, -HUGE_VAL, std::nan("")};
     std::mt19937_64 random(5);
     for (unsigned i = 0; i < 40000; ++i) {
         values.push_back(static_cast<double>(random() % 2000001) / 2);              // ties among them
@@ -80,8 +79,7 @@ TEST(JsonPrint, TheStreamMayHaveABlockOfAnySizeAndAnyRoom) {
             for (long bound : {0L, 1L, 12L, 20L, 1000L}) {
                 Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, size, bound);
                 EXPECT_EQ(doc.Print(stream, compact) && stream.Flush(), bound == 1000);
-                EXPECT_EQ(stream.Str(),
-                          View(std::string_view(expected).substr(0, static_cast<size_t>(bound))));
+                EXPECT_EQ(stream.Str(), View(std::string_view(expected).substr(0, static_cast<size_t>(bound))));
                 // A stream that has failed gets nothing more.
                 EXPECT_TRUE(stream.Ok() || !doc.Print(stream, compact)) << size << '/' << bound;
             }

@@ -30,13 +30,11 @@ TEST(JsonSetter, ARecordIsWrittenWholeExactlyWhenMemoryLasts) {
         heap.Arm();
         Object(*doc.Object()) << Member("a", big.c_str()) << Member("none", Nothing()) << Nothing()
                               << NObject("o", Object(doc) << Member("b", big.c_str()))
-                              << NArray("l", Array(doc) << Element(true) << Element(Nothing())
-                                                        << UObject(Object(doc))
+                              << NArray("l", Array(doc) << Element(true) << Element(Nothing()) << UObject(Object(doc))
                                                         << UArray(Array(doc) << Element(big.c_str())));
         heap.Disarm();
         EXPECT_EQ(doc.Valid(), !heap.Fired());
-        std::string const text =
-            R"({"a":")" + big + R"(","o":{"b":")" + big + R"("},"l":[true,{},[")" + big + R"("]]})";
+        std::string const text = R"({"a":")" + big + R"(","o":{"b":")" + big + R"("},"l":[true,{},[")" + big + R"("]]})";
         EXPECT_EQ(JsonTest::Text(doc) == text, !heap.Fired());
         std::string const before = JsonTest::Text(doc);
         if (heap.Fired()) Object(*doc.Object()) << Member("late", 1) << NArray("late", Array(doc));

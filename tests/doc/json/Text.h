@@ -24,8 +24,7 @@ inline std::string Text(Value const& value, bool compact = true) {
 inline CString View(std::string_view text) { return {text.data(), text.size()}; }
 
 // The code, as a number that compares and prints.
-inline uint32_t Parse(Document& document, std::string_view text,
-                      Document::ParseT what = Document::PARSE_ANY) {
+inline uint32_t Parse(Document& document, std::string_view text, Document::ParseT what = Document::PARSE_ANY) {
     return document.Parse(View(text), what).Code();
 }
 

@@ -79,8 +79,7 @@ TEST(JsonValue, OnlyTheAccessorsOfItsTypeAnswer) {
 }
 
 TEST(JsonValue, ADeepCopyIsEqualAndApart) {
-    char const TEXT[] =
-        R"({"a":[null,true,false,-1,200,18446744073709551615,0.5,"x\u0000y",{}],"b":{"c":[]},"b":1})";
+    char const TEXT[] = R"({"a":[null,true,false,-1,200,18446744073709551615,0.5,"x\u0000y",{}],"b":{"c":[]},"b":1})";
     Document copy;
     Value* const value = Parsed(TEXT).Copy_(copy);
     ASSERT_NE(value, nullptr);

@@ -8,9 +8,9 @@ namespace {
 TEST(XmlName, AcceptsAsciiNamesOnly) {
     for (char const* good : {"a", "Z", "_", ":", "@", "a0", "@id", "x:y-z.9_"})
         EXPECT_TRUE(Xml::Base::ValidateName(good)) << good;
-    for (CString const& bad : {CString(""), CString("0"), CString("-a"), CString(".a"), CString("a b"),
-                               CString("a/"), CString("a\xC3\xA9"), CString("\xC3\xA9"), CString("a\x01"),
-                               CString("a["), CString("a`"), CString("ab&cd"), CString("abc", 0)})
+    for (CString const& bad :
+         {CString(""), CString("0"), CString("-a"), CString(".a"), CString("a b"), CString("a/"), CString("a\xC3\xA9"),
+          CString("\xC3\xA9"), CString("a\x01"), CString("a["), CString("a`"), CString("ab&cd"), CString("abc", 0)})
         EXPECT_FALSE(Xml::Base::ValidateName(bad)) << bad.Cstr();
     EXPECT_TRUE(Xml::Base::ValidateName(CString("ab c", 2)));
 }
@@ -28,9 +28,8 @@ TEST(XmlNode, BuildsEveryDataType) {
     char const* const none = nullptr;
     auto const append = [&](auto const&... values) { (void(a.AppendElement("b", values)), ...); };
     append(CString("v"), "v", none, true, -7, 4294967295U, INT64_MIN, UINT64_MAX, -1LL, 1ULL);
-    EXPECT_EQ(Dump(a),
-              "E:a#5(E:b=v E:b=v E:b#0 E:b=yes#2 E:b=-7#3 E:b=4294967295#3 E:b=-9223372036854775808#3 "
-              "E:b=18446744073709551615#3 E:b=-1#3 E:b=1#3)");
+    EXPECT_EQ(Dump(a), "E:a#5(E:b=v E:b=v E:b#0 E:b=yes#2 E:b=-7#3 E:b=4294967295#3 E:b=-9223372036854775808#3 "
+                       "E:b=18446744073709551615#3 E:b=-1#3 E:b=1#3)");
     EXPECT_FALSE(a.AppendElement("", true) || a.AppendElement("", 1L));
     EXPECT_EQ(Node::TypeName(Node::DOCTYPE), "DOCTYPE");
     EXPECT_EQ(Node::TypeName(static_cast<Node::TypeT>(63)), "UNKNOWN");
@@ -41,8 +40,7 @@ TEST(XmlNode, BuildsEveryDataType) {
     document.AppendToArray("a", true);
     Node const* const last = document.AppendToArray("a", -5);
     EXPECT_EQ(last, document.LastNode());
-    EXPECT_EQ(Dump(document),
-              "DOC(E:a#4(E:x=no#2) E:a=v#4(D=v) E:a#4(D#0) E:a=yes#4(D=yes#2) E:a=-5#4(D=-5#3))");
+    EXPECT_EQ(Dump(document), "DOC(E:a#4(E:x=no#2) E:a=v#4(D=v) E:a#4(D#0) E:a=yes#4(D=yes#2) E:a=-5#4(D=-5#3))");
     Node& slot = *document.FirstNode();
     slot.ClearDataType();
     slot.AppendAttribute("b", true);
@@ -67,16 +65,14 @@ TEST(XmlNode, ReportsNamesThatDoNotFitAndGoesOn) {
     for (Attribute* const where : {static_cast<Attribute*>(nullptr), first, element.FirstAttribute()})
         element.InsertAttribute(where, document.AllocateAttribute("b", "3"));
     std::string const duplicate = "W Xml::Node: duplicate attribute: \"b\".";
-    EXPECT_EQ(log.Take(),
-              (LinesT{"C Xml::Document: system failed [0xcffd****], invalid ELEMENT node name: \"1x\".",
-                      "C Xml::Document: system failed [0xcffd****], invalid ELEMENT node name: \"\".",
-                      "C Xml::Document: system failed [0xcffd****], invalid PI node name: \"a b\".",
-                      "C Xml::Document: system failed [0xcffd****], non-empty DATA node name.",
-                      "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"a=\".",
-                      "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"\".",
-                      "W Xml::Node: empty attribute name.", duplicate, duplicate, duplicate, duplicate}));
-    EXPECT_TRUE(nameless && !nameless->Parent() && second && !second->Parent() &&
-                !second->NextAttribute("b"));
+    EXPECT_EQ(log.Take(), (LinesT{"C Xml::Document: system failed [0xcffd****], invalid ELEMENT node name: \"1x\".",
+                                  "C Xml::Document: system failed [0xcffd****], invalid ELEMENT node name: \"\".",
+                                  "C Xml::Document: system failed [0xcffd****], invalid PI node name: \"a b\".",
+                                  "C Xml::Document: system failed [0xcffd****], non-empty DATA node name.",
+                                  "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"a=\".",
+                                  "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"\".",
+                                  "W Xml::Node: empty attribute name.", duplicate, duplicate, duplicate, duplicate}));
+    EXPECT_TRUE(nameless && !nameless->Parent() && second && !second->Parent() && !second->NextAttribute("b"));
     EXPECT_EQ(Dump(element), "E:e#5 @a==v @b=1");
     Log(Log::INFO, "x", nullptr, "%1 and %2") << static_cast<Xml::Base const*>(document.FirstNode()) << first;
     EXPECT_EQ(log.Take(), LinesT{"I x: v and 1."});
@@ -89,9 +85,8 @@ TEST(XmlNode, KeepsItsListsThroughRandomLinks) {
     std::mt19937 random(1);
     std::vector<Node*> nodes;
     std::vector<Attribute*> attributes;
-    auto const link = [&]<class I>(std::vector<I*>& twin, I* item, void (Node::*prepend)(I*),
-                                   void (Node::*append)(I*), void (Node::*insert)(I*, I*),
-                                   void (Node::*removeFirst)(), void (Node::*removeLast)(),
+    auto const link = [&]<class I>(std::vector<I*>& twin, I* item, void (Node::*prepend)(I*), void (Node::*append)(I*),
+                                   void (Node::*insert)(I*, I*), void (Node::*removeFirst)(), void (Node::*removeLast)(),
                                    void (Node::*remove)(I*)) {
         auto const at = twin.begin() + static_cast<long>(random() % (twin.size() + 1));
         I* gone = nullptr;
@@ -108,16 +103,13 @@ TEST(XmlNode, KeepsItsListsThroughRandomLinks) {
     };
     for (unsigned round = 0; round < 700; ++round) {
         Xml::String const name = document.AllocateString(("n" + std::to_string(round)).c_str(), 0);
-        link(nodes, document.AllocateNode(Node::ELEMENT, name, ""), &Node::PrependNode, &Node::AppendNode,
-             &Node::InsertNode, &Node::RemoveFirstNode, &Node::RemoveLastNode, &Node::RemoveNode);
-        link(attributes, document.AllocateAttribute(name, ""), &Node::PrependAttribute,
-             &Node::AppendAttribute, &Node::InsertAttribute, &Node::RemoveFirstAttribute,
-             &Node::RemoveLastAttribute, &Node::RemoveAttribute);
+        link(nodes, document.AllocateNode(Node::ELEMENT, name, ""), &Node::PrependNode, &Node::AppendNode, &Node::InsertNode,
+             &Node::RemoveFirstNode, &Node::RemoveLastNode, &Node::RemoveNode);
+        link(attributes, document.AllocateAttribute(name, ""), &Node::PrependAttribute, &Node::AppendAttribute,
+             &Node::InsertAttribute, &Node::RemoveFirstAttribute, &Node::RemoveLastAttribute, &Node::RemoveAttribute);
         std::string expected = "E:p#5";
-        for (Attribute const* attribute : attributes)
-            expected += " @" + Text(attribute->Name());
-        for (Node const* node : nodes)
-            expected += (node == nodes.front() ? "(E:" : " E:") + Text(node->Name());
+        for (Attribute const* attribute : attributes) expected += " @" + Text(attribute->Name());
+        for (Node const* node : nodes) expected += (node == nodes.front() ? "(E:" : " E:") + Text(node->Name());
         ASSERT_EQ(Dump(p), nodes.empty() ? expected : expected + ")"); // follows the links both ways
     }
     p.RemoveAllNodes(), p.RemoveAllAttributes();
@@ -161,8 +153,7 @@ TEST(XmlNode, FindsByNameTypeAndCase) {
     EXPECT_TRUE(a1->NextSibling("a") == a2 && a1->NextSibling(any) == b && a1->NextSibling("c") == nullptr);
     EXPECT_TRUE(a2->PreviousSibling("a") == a1 && a1->PreviousSibling("b") == nullptr);
     EXPECT_TRUE(a1->FirstAttribute("y") == y && a1->LastAttribute("x") == x && a1->LastAttribute(any) == y);
-    EXPECT_TRUE(x->NextAttribute("y") == y && y->PreviousAttribute(any) == x &&
-                y->NextAttribute() == nullptr);
+    EXPECT_TRUE(x->NextAttribute("y") == y && y->PreviousAttribute(any) == x && y->NextAttribute() == nullptr);
 }
 
 TEST(XmlNode, CopiesTreesBetweenDocuments) {
@@ -197,8 +188,7 @@ TEST(XmlDocument, KeepsASmallTreeInsideTheObject) {
     Document document;
     Node& status = *document.AppendElement("status");
     status.AppendAttribute("index", 1);
-    for (unsigned i = 0; i < 8; ++i)
-        status.AppendElement("counter", i);
+    for (unsigned i = 0; i < 8; ++i) status.AppendElement("counter", i);
     EXPECT_NE(status.LastNode(), nullptr);
     document.Clear();
     char text[] = "<a b='1'>x<c/>&amp;<d>2</d></a>";

@@ -114,18 +114,16 @@ TEST(XmlParse, ReportsNamesAndDuplicatesAndGoesOn) {
     LogCapture log;
     Parsed const good("<1a b='1' b='2' \xC3\xA9='4' d&='5'><?x& ?></1a>", PIS, Log::VERBOSE_OFF);
     EXPECT_EQ(good.Tree(), "DOC(E:1a @b=1 @\xC3\xA9=4 @d&=5(PI:x&))");
-    EXPECT_EQ(log.Take(),
-              (LinesT{"C Xml::Document: system failed [0xcffd****], invalid ELEMENT node name: \"1a\".",
-                      "W Xml::Node: duplicate attribute: \"b\".",
-                      "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"\xC3\xA9\".",
-                      "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"d&\".",
-                      "C Xml::Document: system failed [0xcffd****], invalid PI node name: \"x&\"."}));
+    EXPECT_EQ(log.Take(), (LinesT{"C Xml::Document: system failed [0xcffd****], invalid ELEMENT node name: \"1a\".",
+                                  "W Xml::Node: duplicate attribute: \"b\".",
+                                  "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"\xC3\xA9\".",
+                                  "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"d&\".",
+                                  "C Xml::Document: system failed [0xcffd****], invalid PI node name: \"x&\"."}));
 }
 
 TEST(XmlParse, BoundsTheDepth) {
     auto const nested = [](unsigned depth, std::string text) {
-        for (unsigned i = 0; i < depth; ++i)
-            text = "<a>" + text + "</a>";
+        for (unsigned i = 0; i < depth; ++i) text = "<a>" + text + "</a>";
         return text;
     };
     LogCapture log;
@@ -142,8 +140,7 @@ TEST(XmlParse, ReplacesTheTreeByViewsOfTheTextUnlessThatIsEmpty) {
     Parsed parsed("<abc def='ghi'>text<j></j></abc><k/>");
     Node const& abc = parsed.First();
     Attribute const& def = *abc.FirstAttribute();
-    for (Xml::String const* text :
-         {&abc.Name(), &abc.Value(), &def.Name(), &def.Value(), &abc.LastNode()->Name()})
+    for (Xml::String const* text : {&abc.Name(), &abc.Value(), &def.Name(), &def.Value(), &abc.LastNode()->Name()})
         EXPECT_TRUE(text->Cstr() > parsed.buffer.get() && text->Cstr() < parsed.buffer.get() + 37);
     parsed.document.AppendAttribute("own", "1");
     char blank[] = " \n ", other[] = "<c/>";
@@ -170,8 +167,7 @@ TEST(XmlParse, GivesBackWhatWasPrinted) {
 
 TEST(XmlParse, SaysExactlyWhenMemoryRanOut) {
     auto const flags = static_cast<Document::ParseFlagsT>(DECLARATION | COMMENTS | DOCTYPE | PIS);
-    for (std::string const node :
-         {"<a/>", "<?xml a='1'?>", "<?p q?>", "<!--c-->", "<!DOCTYPE a>", "<![CDATA[x]]>"}) {
+    for (std::string const node : {"<a/>", "<?xml a='1'?>", "<?p q?>", "<!--c-->", "<!DOCTYPE a>", "<![CDATA[x]]>"}) {
         SweepDocument([&](Document& document) {
             LogCapture log;
             std::string text = node;

@@ -25,8 +25,7 @@ TEST(XmlPrint, LaysOutEveryKindOfNode) {
             EXPECT_EQ(Printed(parsed.document, flags, 0, block), printed) << block;
     }
     Parsed const parsed("<a><b/></a>");
-    EXPECT_EQ(Printed(*parsed.document.FirstNode(), FORMATTED, 2),
-              "        <a>\n            <b/>\n        </a>\n");
+    EXPECT_EQ(Printed(*parsed.document.FirstNode(), FORMATTED, 2), "        <a>\n            <b/>\n        </a>\n");
     EXPECT_EQ(Printed(Document(), FORMATTED), "\n");
 }
 
@@ -57,8 +56,7 @@ TEST(XmlPrint, EscapesTextsAndChoosesQuotes) {
         Document document;
         document.AppendElement("e", value)->AppendAttribute("a", value);
         for (unsigned long const block : {1, 5, 128})
-            EXPECT_EQ(Printed(document, COMPACT, 0, block),
-                      std::string("<e a=") + attribute + ">" + text + "</e>");
+            EXPECT_EQ(Printed(document, COMPACT, 0, block), std::string("<e a=") + attribute + ">" + text + "</e>");
     }
 }
 
@@ -109,8 +107,7 @@ TEST(XmlPrint, StopsAtAFailedStream) {
 TEST(XmlPrint, NeedsNoStackForADeepTreeNorDoesACopy) {
     Document document;
     Node* node = &document;
-    for (unsigned i = 0; i < 200000; ++i)
-        node = node->AppendElement("a");
+    for (unsigned i = 0; i < 200000; ++i) node = node->AppendElement("a");
     Document copy;
     ASSERT_NE(copy.AppendRecursive(document.FirstNode()), nullptr);
     EXPECT_TRUE(copy.ReplaceRecursive(&document));

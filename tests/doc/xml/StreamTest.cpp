@@ -36,10 +36,8 @@ std::string const SAMPLE = "\0\0\0\0\0\0\0\0\0"
 
 TEST(XmlStream, WritesThePackedForm) {
     LogCapture log;
-    Parsed const parsed("<a b='c'>vw<!--o--></a><?p?>",
-                        Document::PARSE_COMMENT_NODES | Document::PARSE_PI_NODES);
-    for (unsigned long const block : {1, 3, 128})
-        EXPECT_EQ(Packed(parsed.document, block), SAMPLE);
+    Parsed const parsed("<a b='c'>vw<!--o--></a><?p?>", Document::PARSE_COMMENT_NODES | Document::PARSE_PI_NODES);
+    for (unsigned long const block : {1, 3, 128}) EXPECT_EQ(Packed(parsed.document, block), SAMPLE);
     Node const& a = *parsed.document.FirstNode();
     EXPECT_EQ(Packed(*a.LastNode()), "\x04\0\0\0\0\0\0\0\1o\xC0"_bytes); // never a sibling of the root
     EXPECT_EQ(Packed(a), SAMPLE.substr(9, SAMPLE.find('\x87') - 9));
@@ -127,11 +125,10 @@ TEST(XmlStream, ReportsNamesAndGoesOn) {
                 "\xC0"_bytes);
     EXPECT_TRUE(Xml::Stream::Read(input.stream, document, NO_LIMIT));
     EXPECT_EQ(Dump(document), "DOC:n(E:1 @- @k)");
-    EXPECT_EQ(log.Take(),
-              (LinesT{"C Xml::Stream: system failed [0xcffd****], non-empty DOCUMENT node name.",
-                      "C Xml::Stream: system failed [0xcffd****], invalid ELEMENT node name: \"1\".",
-                      "C Xml::Stream: system failed [0xcffd****], invalid attribute name: \"-\".",
-                      "W Xml::Node: duplicate attribute: \"k\"."}));
+    EXPECT_EQ(log.Take(), (LinesT{"C Xml::Stream: system failed [0xcffd****], non-empty DOCUMENT node name.",
+                                  "C Xml::Stream: system failed [0xcffd****], invalid ELEMENT node name: \"1\".",
+                                  "C Xml::Stream: system failed [0xcffd****], invalid attribute name: \"-\".",
+                                  "W Xml::Node: duplicate attribute: \"k\"."}));
 }
 
 TEST(XmlStream, SaysExactlyWhenMemoryRanOut) {

@@ -70,25 +70,21 @@ struct Parsed {
 };
 
 // Leaves nothing of the block in the document, so that the next allocation goes to the system.
-inline void UseInlineBlock(Document& document) {
-    ASSERT_NE(document.AllocateString(nullptr, 2047).Cstr(), nullptr);
-}
+inline void UseInlineBlock(Document& document) { ASSERT_NE(document.AllocateString(nullptr, 2047).Cstr(), nullptr); }
 
 // Grows a tree that every form keeps: names are valid, a text never stands beside a text, and an element has
 // the value of its first text.
 inline void GrowTree(Node& node, std::mt19937& random, unsigned depth) {
-    static std::string const parts[] = {
-        "<", "&", "'", "\"", "\n\t ", "123456", "\xC3\xA9", "\xF0\x9F\x98\x80", "plain text"};
+    static std::string const parts[] = {"<", "&", "'", "\"", "\n\t ", "123456", "\xC3\xA9", "\xF0\x9F\x98\x80", "plain text"};
     auto const name = [&] { return std::string(1 + random() % 20, static_cast<char>('a' + random() % 26)); };
     auto const value = [&](std::string text) {
-        for (unsigned i = random() % 5; i != 0; --i)
-            text += parts[random() % std::size(parts)];
+        for (unsigned i = random() % 5; i != 0; --i) text += parts[random() % std::size(parts)];
         return text;
     };
     auto const add = [&node](Node::TypeT type, std::string const& title, std::string const& text) {
         Document& document = *node.Doc();
-        node.AppendNode(document.AllocateNode(type, document.AllocateString(title.c_str(), 0),
-                                              document.AllocateString(text.c_str(), 0)));
+        node.AppendNode(
+            document.AllocateNode(type, document.AllocateString(title.c_str(), 0), document.AllocateString(text.c_str(), 0)));
         return node.LastNode();
     };
     for (unsigned i = random() % 6; i != 0; --i) {

@@ -34,16 +34,13 @@ TEST(ZebcodeTest, ExplainsEachCode) {
 }
 
 TEST(ZebcodeTest, TellsWhatIsNoCode) {
-    std::vector<std::string> const words = {"",           "0x",          "x",        "0x1cffd00be",
-                                            "4294967296", "-2147483649", "cffd00bg", "[]"};
+    std::vector<std::string> const words = {"", "0x", "x", "0x1cffd00be", "4294967296", "-2147483649", "cffd00bg", "[]"};
     std::string errors;
-    for (std::string const& word : words)
-        errors += "zebcode: '" + word + "' is no code of 32 bits\n";
+    for (std::string const& word : words) errors += "zebcode: '" + word + "' is no code of 32 bits\n";
     Child const bad = Child::Program(Child::Built("zebcode", words));
     EXPECT_EQ(bad.Output() + bad.Errors(), errors);
     EXPECT_EQ(bad.ExitCode(), 2);
-    Child const none = Child::Program(Child::Built("zebcode", {})),
-                help = Child::Program(Child::Built("zebcode", {"--help"}));
+    Child const none = Child::Program(Child::Built("zebcode", {})), help = Child::Program(Child::Built("zebcode", {"--help"}));
     EXPECT_EQ(none.ExitCode() - help.ExitCode(), 2);
     EXPECT_TRUE(none.Errors() == help.Output() && help.Output().starts_with("usage: zebcode CODE...\n"));
 }

@@ -27,9 +27,7 @@ Row const ROWS[] = {
     {{"json", "any"}, "", "80380077\t"},
     {{"json-print", "compact"}, "[1, {\"a\" : 2.5}]", R"(00380064	"[1,{\"a\":2.5}]")"},
     {{"json-print", "indent", "--split", "1"}, "[1]", R"(00380064	"[\n  1\n]")"},
-    {{"xml", "0"},
-     "<a b='1'>x<c/></a>",
-     R"(00370001	(0 "" "" (1 "a" "x" @"b"="1" (2 "" "x") (1 "c" ""))))"},
+    {{"xml", "0"}, "<a b='1'>x<c/></a>", R"(00370001	(0 "" "" (1 "a" "x" @"b"="1" (2 "" "x") (1 "c" ""))))"},
     {{"xml", "0x40"}, "<!--y--><a/>", R"(00370001	(0 "" "" (4 "" "y") (1 "a" "")))"},
     {{"xml", "512"}, "<a></b>", "80370004\t"},
     {{"xml-print", "0", "1"}, "<a> <b>&#65;</b> </a>", R"(00370001	"<a><b>A</b></a>")"},
@@ -67,9 +65,7 @@ Row const ROWS[] = {
     {{"version"}, "4.02", "cffd0000\t"},
     {{"maps"}, "1-2 r--p 0 0:0 0 /a b\nff-100 rw-p 0 0:0 0\n", "0fff0000\t1:\"/a b\" ff:\"\""},
     {{"maps"}, "1-2 r--p 0 0:0\n", "cffd0054\t"},
-    {{"kstack", "--split", "3"},
-     "[<0>] f+0xa/0xb [m]\n[<1f>] 0x12\n",
-     R"(0fff0000	0:"f"+a["m"] 1f:"0x12"+0)"},
+    {{"kstack", "--split", "3"}, "[<0>] f+0xa/0xb [m]\n[<1f>] 0x12\n", R"(0fff0000	0:"f"+a["m"] 1f:"0x12"+0)"},
     {{"kstack"}, "[<0>] f+a\n", "cffd0054\t"},
     {{"usb"},
      "/sys/devices/x/usb1/1-1/1-1.2/1-1.2.3:1.0",
@@ -110,8 +106,7 @@ TEST(ZebprobeTest, AFileThatCannotBeReadIsALineAndAnExitCode) {
     std::string const path = dir.Write("file", "1");
     Child const child = Probe({"json", "any"}, dir.Path() + "\n/nowhere\n" + path + "\n");
     EXPECT_EQ(child.Output(), dir.Path() + "\t--------\tcannot read: Is a directory\n" +
-                                  "/nowhere\t--------\tcannot read: No such file or directory\n" + path +
-                                  "\t00380064\t3ff:1\n");
+                                  "/nowhere\t--------\tcannot read: No such file or directory\n" + path + "\t00380064\t3ff:1\n");
     EXPECT_EQ(child.ExitCode(), 1);
 }
 
