@@ -10,15 +10,18 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 // A kernel with this randomness, asked as often as there are texts.
 class Kernel : public Calls {
 public:
     explicit Kernel(std::vector<std::string> const& texts) {
-        for (std::string const& text : texts) Script(SysCall::getrandom, {Calls::Data(text)});
+        for (std::string const& text : texts)
+            Script(SysCall::getrandom, {Calls::Data(text)});
     }
 };
 
-TEST(Random, MakesNumbersOfEightBytes) {
+TEST(Random, MakesNumbersOfEightBytesAndAsksForAtMost256AtATime) {
     constexpr unsigned long VALUE = 0xF807060504030201;
     Kernel const kernel(std::vector<std::string>(5, "\1\2\3\4\5\6\7\xF8"));
     EXPECT_EQ(Random::Get(), VALUE);
@@ -26,21 +29,18 @@ TEST(Random, MakesNumbersOfEightBytes) {
     EXPECT_EQ(Random::GetUniformInterval(10, 7), 10 + VALUE % 7);
     EXPECT_EQ(Random::GetUniformInterval(10, 0), 10 + VALUE);
     EXPECT_EQ(Random::GetUniformInterval(~0UL, 1), ~0UL);
-}
-
-TEST(Random, AsksForAtMost256BytesAtATime) {
     std::string const a(256, 'a'), b(256, 'b');
-    for (auto const& texts : {std::vector<std::string>{}, {"x"}, {a}, {a, "x"}, {a, b, "xyz"}}) {
-        std::string all;
-        for (std::string const& text : texts) all += text;
+    for (auto const& [texts, all] : {std::pair(std::vector<std::string>{}, ""s),
+                                     {{"x"}, "x"},
+                                     {{a}, a},
+                                     {{a, b, "xyz"}, a + b + "xyz"}}) {
         std::string filled(all.size() + 1, '#');
+        Buffer buffer;
         Kernel const first(texts);
         Random::Get(filled.data(), all.size());
-        EXPECT_EQ(filled, all + "#");
         Kernel const second(texts);
-        Buffer buffer;
-        EXPECT_TRUE(Random::Get(buffer, all.size()));
-        EXPECT_TRUE(buffer == CBuffer(CString(all.data(), all.size())));
+        EXPECT_TRUE(Random::Get(buffer, all.size()) && buffer == CBuffer(CString(all.data(), all.size())));
+        EXPECT_EQ(filled, all + "#");
     }
 }
 
@@ -58,20 +58,15 @@ TEST(Random, LeavesOutZerosAndMakesTextOfLettersAndDigits) {
     EXPECT_TRUE(Random::GetAsciiString(256, text));
     EXPECT_EQ(text.Cstr(), letters + letters + letters + letters);
     EXPECT_TRUE(Random::GetAsciiString(0, text) && text.Empty());
-    Random::GetNz(nullptr, 0);
-}
-
-TEST(Random, TellsThatMemoryRanOut) {
     ForEveryAllocation([](Heap& heap) {
-        Buffer bytes;
-        String text;
+        Buffer data;
+        String made;
         heap.Arm();
-        bool const filled = Random::Get(bytes, 3), made = Random::GetAsciiString(5, text);
+        bool const isFilled = Random::Get(data, 3), isMade = Random::GetAsciiString(5, made);
         heap.Disarm();
-        EXPECT_EQ(heap.Fired(), !filled || !made);
-        EXPECT_EQ(bytes.Size(), filled ? 3u : 0u);
-        EXPECT_EQ(text.Size(), made ? 5u : 0u);
-        EXPECT_FALSE(Random::GetAsciiString(~0UL, text) || Random::GetAsciiString(~0UL >> 1, text));
+        EXPECT_EQ(heap.Fired(), !isFilled || !isMade);
+        EXPECT_EQ(data.Size() + made.Size(), (isFilled ? 3u : 0u) + (isMade ? 5u : 0u));
+        EXPECT_FALSE(Random::GetAsciiString(~0UL, made) || Random::GetAsciiString(~0UL >> 1, made));
     });
 }
 
@@ -80,7 +75,8 @@ TEST(Random, WaitsForAllOfItsBytes) {
     LogCapture log;
     Calls calls;
     char data[4];
-    calls.Script(SysCall::getrandom, {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
+    calls.Script(SysCall::getrandom,
+                 {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
     Random::Get(data, sizeof data);
     EXPECT_EQ(std::string(data, 4), "abcd");
     EXPECT_EQ(clock.Moved(), 3 * 333000000);
