@@ -216,10 +216,10 @@ int KernelBacktrace::GetFrame(unsigned long& ip, char* name, unsigned long nameS
     TextMachine nameText(name, nameSize), moduleText(module, moduleSize);
     Machine_ machine(nameText, moduleText);
     for (unsigned long at = line_; !machine.IsDone(); ++at) {
-        char c;
+        char c = '\n'; // the last line may have no end
         int const result = GetByte_(at, c);
         if (result < 0) return result;
-        if (!machine.Put(result == 0 ? '\n' : c)) return -EILSEQ; // the last line may have no end
+        if (!machine.Put(c)) return -EILSEQ;
     }
     ip = machine.Ip();
     offset = machine.Offset();
