@@ -29,8 +29,9 @@ TEST_F(EnvironmentTest, FindsAVariableByItsWholeName) {
     std::tuple<CString, uint32_t, char const*> const rows[] = {
         // clang-format off
         {"A", 0x001C0064, "x=y"}, {"AB", 0x001C0064, "1"}, {"E", 0x001C0064, ""}, {CString("ABx", 2), 0x001C0064, "1"},
-        {"B", 0x801C00C8, "old"}, {"BARE", 0x801C00C8, "old"}, {"ABC", 0x801C00C8, "old"}, {CString("A\0", 2), 0x801C00C8, "old"},
-        {"", 0x801C0064, "old"}, {"A=x", 0x801C0064, "old"}, {"A B", 0x801C0064, "old"}, {"A\t", 0x801C0064, "old"}};
+        {"B", 0x801C00C8, "old"}, {"BARE", 0x801C00C8, "old"}, {"ABC", 0x801C00C8, "old"},
+        {CString("A\0", 2), 0x801C00C8, "old"}, {"", 0x801C0064, "old"}, {"A=x", 0x801C0064, "old"},
+        {"A B", 0x801C0064, "old"}, {"A\t", 0x801C0064, "old"}};
     // clang-format on
     for (auto const& [name, code, expected] : rows) {
         String value;

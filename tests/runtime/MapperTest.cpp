@@ -33,8 +33,7 @@ TEST(Mapper, FindsTheMappingOfAnAddress) {
         // clang-format off
         {FIRST, 0x1000, IN_FIRST}, {FIRST, 0x1FFF, IN_FIRST}, {FIRST, 0xFFF, NONE}, {FIRST, 0x2000, NONE}, {"", 0, NONE},
         {FIRST + LAST, ~0UL - 1, "18446744073699065856 [vsyscall] 11"}, {FIRST + LAST, ~0UL, NONE},
-        {"0-1 ---p 0 0:0 0\n", 0, NONE},
-        {FIRST + "2000-3000 -w-s 0 0:0 0\n" + LAST, 0x2000, "8192  1"},
+        {"0-1 ---p 0 0:0 0\n", 0, NONE}, {FIRST + "2000-3000 -w-s 0 0:0 0\n" + LAST, 0x2000, "8192  1"},
         {FIRST + "behind the hit nothing is read", 0x1000, IN_FIRST},
         {"2000-3000 rw-S 0 fff:fffff 18446744073709551615   \n", 0x2000, "8192  1"},
         {FIRST + "2000-3000 rwxp 0 0:0 12", 0x2000, "8192  1"},

@@ -63,10 +63,9 @@ struct Row {
     {6, A, 7, "a", BAD, 0, ""},
     // what ends within a character
     {U8, L16, 0, "a\xC3", CUT, 1, "a\0"s}, {U8, L16, 6, "\xE2\x82", CUT, 0, ""},
-    {U8, L16, 1, "a\xF0\x9F\x98", DONE, 4, "a\0?\0"s},
-    {L16, U8, 0, "a\0b"s, CUT, 2, "a"}, {B16, U8, 0, "\xD8\0\xDC"s, CUT, 0, ""}, {B16, U8, 0, "\xD8\0"s, CUT, 0, ""},
-    {L16, U8, 1, "\0\xD8\0"s, DONE, 3, "?"}, {L16, U8, 3, "\0\xDC\0"s, DONE, 3, "??"},
-    {B32, U8, 0, "\0\0\0a\0\0\0"s, CUT, 4, "a"},
+    {U8, L16, 1, "a\xF0\x9F\x98", DONE, 4, "a\0?\0"s}, {L16, U8, 0, "a\0b"s, CUT, 2, "a"},
+    {B16, U8, 0, "\xD8\0\xDC"s, CUT, 0, ""}, {B16, U8, 0, "\xD8\0"s, CUT, 0, ""}, {L16, U8, 1, "\0\xD8\0"s, DONE, 3, "?"},
+    {L16, U8, 3, "\0\xDC\0"s, DONE, 3, "??"}, {B32, U8, 0, "\0\0\0a\0\0\0"s, CUT, 4, "a"},
     {B32, U8, 3, "\x80\0\0\0\0\0\0"s, DONE, 7, "??"}};
 // clang-format on
 
