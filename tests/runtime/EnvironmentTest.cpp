@@ -14,14 +14,12 @@ namespace {
 // Another environment for the time of a test.
 class EnvironmentTest : public testing::Test {
 protected:
-    char* entries_[7] = {strdup("AB=1"),  strdup("A=x=y"), strdup("BARE"), strdup("E="),
-                         strdup("A=x=y"), strdup("=z"),    nullptr};
+    char* entries_[7] = {strdup("AB=1"), strdup("A=x=y"), strdup("BARE"), strdup("E="), strdup("A=x=y"), strdup("=z"), nullptr};
     char** const saved_ = std::exchange(environ, entries_);
 
     void TearDown() override {
         environ = saved_;
-        for (char* const entry : entries_)
-            free(entry);
+        for (char* const entry : entries_) free(entry);
     }
 };
 
@@ -49,10 +47,8 @@ TEST_F(EnvironmentTest, FindsAVariableByItsWholeName) {
         ReturnT const got = Environment::Get("A", value), all = Environment::GetAll(map);
         heap.Disarm();
         EXPECT_EQ(heap.Fired(), got.IsOom() || all.IsOom());
-        EXPECT_TRUE((got == 0x001C0064 || (got.IsOom() && value.Empty())) &&
-                    (all == 0x001C0064 || all.IsOom()));
-        EXPECT_EQ(std::string(map.Get("AB").Cstr()) + map.Get("A").Cstr() + map.Get("").Cstr(),
-                  all.Failed() ? "" : "1x=yz");
+        EXPECT_TRUE((got == 0x001C0064 || (got.IsOom() && value.Empty())) && (all == 0x001C0064 || all.IsOom()));
+        EXPECT_EQ(std::string(map.Get("AB").Cstr()) + map.Get("A").Cstr() + map.Get("").Cstr(), all.Failed() ? "" : "1x=yz");
         EXPECT_EQ(map.Size(), all.Failed() ? 0u : 5u);
         EXPECT_TRUE(heap.Fired() || log.Has("C Environment: invalid environment value \"BARE\"."));
     });
@@ -76,10 +72,9 @@ TEST(Environment, HidesWhatTheProcessStartedWithIfItMay) {
         Calls calls;
         if (failing > 1) calls.Script(SysCall::prctl, {Calls::Return(0)});
         calls.Script(SysCall::prctl, {failing == 3 ? Calls::Return(0) : Calls::Fail(EPERM)});
-        EXPECT_EQ(Environment::ClearInitial() >> 16, failing == 3 ? 0x001Cu : 0xCFFDu);
-        EXPECT_EQ(
-            log.Count("C Environment: system failed [0xcffd****], unable to erase: operation not permitted."),
-            failing == 3 ? 0u : 1u);
+        EXPECT_EQ(Environment::ClearInitial().Code() >> 16, failing == 3 ? 0x001Cu : 0xCFFDu);
+        EXPECT_EQ(log.Count("C Environment: system failed [0xcffd****], unable to erase: operation not permitted."),
+                  failing == 3 ? 0u : 1u);
     }
 }
 

@@ -16,8 +16,7 @@ using namespace std::string_literals;
 class Kernel : public Calls {
 public:
     explicit Kernel(std::vector<std::string> const& texts) {
-        for (std::string const& text : texts)
-            Script(SysCall::getrandom, {Calls::Data(text)});
+        for (std::string const& text : texts) Script(SysCall::getrandom, {Calls::Data(text)});
     }
 };
 
@@ -30,10 +29,8 @@ TEST(Random, MakesNumbersOfEightBytesAndAsksForAtMost256AtATime) {
     EXPECT_EQ(Random::GetUniformInterval(10, 0), 10 + VALUE);
     EXPECT_EQ(Random::GetUniformInterval(~0UL, 1), ~0UL);
     std::string const a(256, 'a'), b(256, 'b');
-    for (auto const& [texts, all] : {std::pair(std::vector<std::string>{}, ""s),
-                                     {{"x"}, "x"},
-                                     {{a}, a},
-                                     {{a, b, "xyz"}, a + b + "xyz"}}) {
+    for (auto const& [texts, all] :
+         {std::pair(std::vector<std::string>{}, ""s), {{"x"}, "x"}, {{a}, a}, {{a, b, "xyz"}, a + b + "xyz"}}) {
         std::string filled(all.size() + 1, '#');
         Buffer buffer;
         Kernel const first(texts);
@@ -75,8 +72,7 @@ TEST(Random, WaitsForAllOfItsBytes) {
     LogCapture log;
     Calls calls;
     char data[4];
-    calls.Script(SysCall::getrandom,
-                 {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
+    calls.Script(SysCall::getrandom, {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
     Random::Get(data, sizeof data);
     EXPECT_EQ(std::string(data, 4), "abcd");
     EXPECT_EQ(clock.Moved(), 3 * 333000000);

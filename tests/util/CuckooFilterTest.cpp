@@ -40,14 +40,11 @@ TEST(CuckooFilter, NeverForgetsWhatItTookIn) {
     for (auto const& [count, most] : {std::pair(4u, 10000u), {27, 10000}, {900, 700}, {54000, 60}}) {
         CuckooFilter filter(count * 10 / 9, 500);
         unsigned strangers = 0;
-        for (unsigned i = 0; i < count; ++i)
-            EXPECT_TRUE(filter.Add(View(Item(i)))) << i;
+        for (unsigned i = 0; i < count; ++i) EXPECT_TRUE(filter.Add(View(Item(i)))) << i;
         std::string const before = Bytes(filter);
         Footprint const footprint;
-        for (unsigned i = 0; i < count; ++i)
-            EXPECT_TRUE(filter.Contains(View(Item(i))) && filter.Add(View(Item(i)))) << i;
-        for (unsigned i = 1000000; i < 1010000; ++i)
-            strangers += filter.Contains(View(Item(i))) ? 1 : 0;
+        for (unsigned i = 0; i < count; ++i) EXPECT_TRUE(filter.Contains(View(Item(i))) && filter.Add(View(Item(i)))) << i;
+        for (unsigned i = 1000000; i < 1010000; ++i) strangers += filter.Contains(View(Item(i))) ? 1 : 0;
         EXPECT_LE(strangers, most);
         EXPECT_TRUE(footprint.Allocations() == 0 && Bytes(filter) == before) << "nothing is added twice";
     }
@@ -65,8 +62,7 @@ TEST(CuckooFilter, PutsAndKicksItemsAsDefined) {
         {Empty(131072, 4, 0, 81), 60, "d4e1e16b12458f34819649cf15611af8"}};
     for (auto const& [empty, count, expected] : rows) {
         Calls calls;
-        for (unsigned i = 0; i < 500; ++i)
-            calls.Script(SysCall::getrandom, {Calls::Data(Words({i * 2654435761U, 0}))});
+        for (unsigned i = 0; i < 500; ++i) calls.Script(SysCall::getrandom, {Calls::Data(Words({i * 2654435761U, 0}))});
         CuckooFilter filter{View(empty)};
         std::string told;
         for (unsigned i = 0; i < count; ++i)
@@ -89,8 +85,7 @@ TEST(CuckooFilter, RefusesWhatItsHeaderDoesNotFit) {
           Empty(4, 0, 1, 2) + "12345678", Words({~0U, ~0U, 0xFFFF, ~0U, 0, 0}) + "12345678",
           Words({0x80000000, 2, 0xFFFF, 1, 0, 0}) + "12345678"}) {
         CuckooFilter filter{View(bytes)};
-        EXPECT_FALSE(!filter.Initialized() || filter.Contains(View("a")) || filter.Add(View("a")))
-            << bytes.size();
+        EXPECT_FALSE(!filter.Initialized() || filter.Contains(View("a")) || filter.Add(View("a"))) << bytes.size();
         EXPECT_EQ(Bytes(filter), bytes);
     }
     CuckooFilter exact{View(good.substr(0, 56))}; // the last two bytes are not asked for
@@ -109,8 +104,7 @@ TEST(CuckooFilter, GoesThroughAFileAndTellsWhatFailed) {
     EXPECT_FALSE(CuckooFilter(CString(empty.c_str())).Initialized());
     EXPECT_TRUE(log.Take().empty());
     EXPECT_FALSE(filter.Export("/dev/full") || filter.Export("/nowhere/x"));
-    EXPECT_FALSE(CuckooFilter(CString("/etc")).Initialized() ||
-                 CuckooFilter(CString("/nowhere/y")).Initialized());
+    EXPECT_FALSE(CuckooFilter(CString("/etc")).Initialized() || CuckooFilter(CString("/nowhere/y")).Initialized());
     EXPECT_EQ(log.Count("no such file or directory."), 2u);
     EXPECT_TRUE(log.Has("is a directory.") && log.Has("no space left on device."));
     Calls calls;

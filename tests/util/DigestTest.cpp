@@ -18,8 +18,7 @@ namespace {
 
 std::string Bytes(unsigned long size) {
     std::string text;
-    for (unsigned i = 0; i < size; ++i)
-        text += static_cast<char>(i * 151);
+    for (unsigned i = 0; i < size; ++i) text += static_cast<char>(i * 151);
     return text;
 }
 
@@ -57,9 +56,8 @@ TEST(Digest, GivesThePublishedValuesHoweverTheTextIsCut) {
     // clang-format on
     std::string const digits = "1234567890123456789012345678901234567890";
     for (auto const& [feed, ofEighty, ofAll] : rows) {
-        ForEveryFeed(digits + digits, [run = feed, &expected = ofEighty](FeedT const& pieces) {
-            EXPECT_EQ(run(pieces), expected);
-        });
+        ForEveryFeed(digits + digits,
+                     [run = feed, &expected = ofEighty](FeedT const& pieces) { EXPECT_EQ(run(pieces), expected); });
         EXPECT_EQ(feed({"", digits, "", digits}), ofEighty);
         EXPECT_EQ(feed({}), ofAll);
     }
@@ -73,8 +71,7 @@ unsigned long Fold(CheckT check) {
     for (unsigned long size = 0; size < 260; ++size) {
         for (unsigned long const step : {260, 1, 7}) {
             check.Reset();
-            for (unsigned long at = 0; at < size; at += step)
-                check.Update(Bytes(260).data() + at, std::min(step, size - at));
+            for (unsigned long at = 0; at < size; at += step) check.Update(Bytes(260).data() + at, std::min(step, size - at));
             sum = sum * 31 + check.Digest();
         }
     }
@@ -85,8 +82,7 @@ TEST(Checksum, GivesTheValuesOfItsDefinitionHoweverTheTextIsCut) {
     unsigned table[256]; // of another polynomial
     for (unsigned i = 0; i < 256; ++i) {
         table[i] = i;
-        for (int bit = 0; bit < 8; ++bit)
-            table[i] = table[i] >> 1 ^ (table[i] & 1) * 0x82F63B78;
+        for (int bit = 0; bit < 8; ++bit) table[i] = table[i] >> 1 ^ (table[i] & 1) * 0x82F63B78;
     }
     EXPECT_EQ(Fold(Util::CRC32(table)), 0x98FD09AE492D1AEF);
     EXPECT_EQ(Fold(Util::CRC32()), 0x342E1404738CC7C5);
@@ -95,8 +91,7 @@ TEST(Checksum, GivesTheValuesOfItsDefinitionHoweverTheTextIsCut) {
     std::string const full(200001, '\xFF'); // its sum does not fit into 32 bits
     sums.Update(full.data(), full.size());
     EXPECT_EQ(sums.Digest(), 0xFF);
-    for (unsigned i = 0; i < 50000; ++i)
-        sums.Update("\xFF\xFF\xFF", 3);
+    for (unsigned i = 0; i < 50000; ++i) sums.Update("\xFF\xFF\xFF", 3);
     EXPECT_EQ(sums.Digest(), 0xFF);
 }
 
@@ -134,12 +129,11 @@ TEST(MurmurHash, GivesTheValuesOfItsVariant) {
 
 TEST(LM, GivesThePublishedValues) {
     char text[Util::LM::TEXT_SIZE];
-    std::istringstream rows(
-        "password e52cac67419a9a224a3b108f3fa6cb6d SecREt01 ff3750bcc2b22412c2265b23734e0dac "
-        "Password1 e52cac67419a9a2238f10713b629b565 12345678901234 0182bd0bd4444bf8c03d5bba34975d50 "
-        "P@$$w0rd!{}~ b0109442b77b46c77823f1e8eb8cfffc zzzzzzzyyyyyyy a5e6066de61c3e3536d67e522b5c6dff "
-        "abcdefghijklmn e0c510199cc66abd8c51ec214bebdea1 The\xE4\xFF 15325720d3e32408aad3b435b51404ee "
-        "0Aa9Zz<>?/|=;: 2a7a888f104e2d76ea70b5382520a0cc");
+    std::istringstream rows("password e52cac67419a9a224a3b108f3fa6cb6d SecREt01 ff3750bcc2b22412c2265b23734e0dac "
+                            "Password1 e52cac67419a9a2238f10713b629b565 12345678901234 0182bd0bd4444bf8c03d5bba34975d50 "
+                            "P@$$w0rd!{}~ b0109442b77b46c77823f1e8eb8cfffc zzzzzzzyyyyyyy a5e6066de61c3e3536d67e522b5c6dff "
+                            "abcdefghijklmn e0c510199cc66abd8c51ec214bebdea1 The\xE4\xFF 15325720d3e32408aad3b435b51404ee "
+                            "0Aa9Zz<>?/|=;: 2a7a888f104e2d76ea70b5382520a0cc");
     EXPECT_TRUE(Util::LM::TextDigest("", text));
     EXPECT_STREQ(text, "aad3b435b51404eeaad3b435b51404ee");
     for (std::string password, expected; rows >> password >> expected;) {
