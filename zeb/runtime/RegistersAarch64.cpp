@@ -22,7 +22,7 @@ constexpr Register_ GENERAL[] = {
 
 Registers_ const REGISTERS_ = {GENERAL,
                                sizeof(GENERAL) / sizeof(GENERAL[0]),
-                               {{{"sp", UNW_AARCH64_SP}, {"pc", UNW_AARCH64_PC}},
+                               {{{"sp", UNW_AARCH64_SP}, {"pc", UNW_REG_IP}},
                                 {{"pstate", UNW_AARCH64_PSTATE}, {"fpsr", UNW_AARCH64_FPSR}},
                                 {{nullptr, 0}, {"fpcr", UNW_AARCH64_FPCR}}},
                                3,

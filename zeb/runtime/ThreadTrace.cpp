@@ -2,6 +2,7 @@
 
 #include "zeb/core/ErrorString.h"
 #include "zeb/core/StringAccumulator.h"
+#include "zeb/runtime/MainImpl.h"
 #include "zeb/runtime/TraceImpl.h"
 
 #include <cerrno>
@@ -30,12 +31,17 @@ void OnTrace_(int, siginfo_t*, void*) {
     errno = error;
 }
 
+// As if there were no handler: the instruction is tried again.
+void Die_(int number) { signal(number, SIG_DFL); }
+
 } // namespace
 
 Trace_* Trace_::present_ = nullptr;
 
 // The walk starts here and not in a function of its own: HANDLER_FRAMES counts on it.
-void Trace_::OnTrap_(int, siginfo_t*, void*) {
+void Trace_::OnTrap_(int signal, siginfo_t* info, void* context) {
+    // One that the processor raised, at a breakpoint in the code, would come again at once.
+    if (info->si_code > 0) return MainGroup_() < 0 ? Die_(signal) : UnexpectedSignal_(signal, info, context);
     int const error = errno;
     Trace_* const trace = present_;
     if (trace) {
