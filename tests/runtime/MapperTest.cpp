@@ -21,6 +21,7 @@ std::string Ask(Mapper& mapper, unsigned long address, unsigned long room = 200)
     int const result = mapper.Get(reinterpret_cast<void*>(address), base, file.data(), &size);
     int const error = errno;
     EXPECT_EQ(file[room], '#') << "written behind the room";
+    EXPECT_TRUE(result == 0 || result == -1);
     return result != 0 ? std::to_string(error) : std::to_string(base) + " " + file.c_str() + " " + std::to_string(size);
 }
 

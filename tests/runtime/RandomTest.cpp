@@ -1,8 +1,7 @@
 #include "zeb/runtime/Random.h"
+#include "tests/runtime/Worker.h"
 #include "workbench/Calls.h"
-#include "workbench/Clock.h"
 #include "workbench/Heap.h"
-#include "workbench/LogCapture.h"
 #include "zeb/core/Buffer.h"
 #include "zeb/core/String.h"
 
@@ -67,19 +66,23 @@ TEST(Random, LeavesOutZerosAndMakesTextOfLettersAndDigits) {
     });
 }
 
-TEST(Random, WaitsForAllOfItsBytes) {
-    Clock const clock(Clock::ModeT::AUTO);
-    LogCapture log;
-    Calls calls;
-    char data[4];
-    calls.Script(SysCall::getrandom, {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
-    Random::Get(data, sizeof data);
-    EXPECT_EQ(std::string(data, 4), "abcd");
-    EXPECT_EQ(clock.Moved(), 3 * 333000000);
-    std::string const failed = "C Random: system failed [0xcffd****], unable to get ";
-    EXPECT_EQ(log.Take(), LogCapture::LinesT({failed + "random: resource temporarily unavailable.",
-                                              failed + "sufficient entropy: get 2 instead of 4.",
-                                              failed + "sufficient entropy: get 0 instead of 4."}));
+TEST(Random, WaitsForAllOfItsBytesWhetherItIsInterruptedOrNot) {
+    AutoPtr<ThreadMain> const main(ThreadMain::New("test"));
+    for (bool const isInterrupted : {false, true}) {
+        if (isInterrupted) RunInWorker([self = Thread::Self()] { self->Interrupt(); });
+        Clock const clock(Clock::ModeT::AUTO);
+        LogCapture log;
+        Calls calls;
+        char data[4];
+        calls.Script(SysCall::getrandom, {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
+        Random::Get(data, sizeof data);
+        EXPECT_EQ(std::string(data, 4), "abcd");
+        EXPECT_EQ(clock.Moved(), 3 * 333000000);
+        std::string const failed = "C Random: system failed [0xcffd****], unable to get ";
+        EXPECT_EQ(log.Take(), LogCapture::LinesT({failed + "random: resource temporarily unavailable.",
+                                                  failed + "sufficient entropy: get 2 instead of 4.",
+                                                  failed + "sufficient entropy: get 0 instead of 4."}));
+    }
 }
 
 } // namespace
