@@ -1,11 +1,12 @@
 #pragma once
 
+#include "workbench/Heap.h"
+#include "workbench/LogCapture.h"
 #include "zeb/doc/json/Codes.h"
 #include "zeb/doc/json/Document.h"
 #include "zeb/stream/StringStream.h"
 
-#include <string>
-#include <string_view>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -13,25 +14,34 @@ namespace JsonTest {
 
 using Json::Array, Json::Document, Json::Object, Json::Value;
 
-inline constexpr long ANY_SIZE = 1L << 40;
-
 inline std::string Text(Value const& value, bool compact = true) {
-    Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4096, ANY_SIZE);
+    Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4096, 1L << 40);
     EXPECT_TRUE(Json::Print(stream, value, compact) && stream.Flush());
     return {stream.Str().Cstr(), stream.Str().Size()};
 }
 
 inline CString View(std::string_view text) { return {text.data(), text.size()}; }
 
-// The code, as a number that compares and prints.
+// The code, as a number that compares and prints. The text fills a block of its own, so that a sanitizer sees a
+// read behind it.
 inline uint32_t Parse(Document& document, std::string_view text, Document::ParseT what = Document::PARSE_ANY) {
-    return document.Parse(View(text), what).Code();
+    std::unique_ptr<char[]> const block(new char[text.size()]);
+    memcpy(block.get(), text.data(), text.size());
+    return document.Parse(CBuffer(block.get(), text.size()), what).Code();
 }
 
 // A document of that text, which must be a good one.
 struct Parsed : Document {
     explicit Parsed(std::string_view text) { EXPECT_EQ(JsonTest::Parse(*this, text), Json::CODE_OK) << text; }
 };
+
+// What the operation gives while allocations fail.
+auto Armed(Heap& heap, auto const& operation) {
+    heap.Arm();
+    auto const result = operation();
+    heap.Disarm();
+    return result;
+}
 
 inline char const OUT_OF_MEMORY[] = "C Json::Document: out of memory [0xcffe****].";
 

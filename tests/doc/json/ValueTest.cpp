@@ -14,21 +14,14 @@ unsigned Held(Value const& v, long double n) {
         auto copy = decltype(read)(1);
         EXPECT_EQ(v.Get(copy), is) << bit;
         EXPECT_EQ(copy, is ? decltype(read)(n) : 0) << bit;
-        EXPECT_EQ(pointer != nullptr, is) << bit;
-        EXPECT_TRUE(!is || (read == copy && pointer != nullptr && *pointer == copy)) << bit;
-        held |= is ? bit : 0;
-        bit <<= 1;
+        EXPECT_TRUE(is ? read == copy && pointer != nullptr && *pointer == copy : pointer == nullptr) << bit;
+        held |= is ? bit : 0, bit <<= 1;
     };
-    check(v.IsChar(), v.Char(), v.CharPtr());
-    check(v.IsUChar(), v.UChar(), v.UCharPtr());
-    check(v.IsShort(), v.Short(), v.ShortPtr());
-    check(v.IsUShort(), v.UShort(), v.UShortPtr());
-    check(v.IsInt(), v.Int(), v.IntPtr());
-    check(v.IsUInt(), v.UInt(), v.UIntPtr());
-    check(v.IsLong(), v.Long(), v.LongPtr());
-    check(v.IsULong(), v.ULong(), v.ULongPtr());
-    check(v.IsLongLong(), v.LongLong(), v.LongLongPtr());
-    check(v.IsULongLong(), v.ULongLong(), v.ULongLongPtr());
+    check(v.IsChar(), v.Char(), v.CharPtr()), check(v.IsUChar(), v.UChar(), v.UCharPtr());
+    check(v.IsShort(), v.Short(), v.ShortPtr()), check(v.IsUShort(), v.UShort(), v.UShortPtr());
+    check(v.IsInt(), v.Int(), v.IntPtr()), check(v.IsUInt(), v.UInt(), v.UIntPtr());
+    check(v.IsLong(), v.Long(), v.LongPtr()), check(v.IsULong(), v.ULong(), v.ULongPtr());
+    check(v.IsLongLong(), v.LongLong(), v.LongLongPtr()), check(v.IsULongLong(), v.ULongLong(), v.ULongLongPtr());
     check(v.IsDouble(), v.Double(), v.DoublePtr());
     return held;
 }
@@ -71,10 +64,8 @@ TEST(JsonValue, OnlyTheAccessorsOfItsTypeAnswer) {
                                     {v.IsNumber(), v.IntPtr() && *v.IntPtr() == 7}};
         for (unsigned other = 0; other < 7; ++other)
             EXPECT_TRUE(answers[other][0] == (other == type) && answers[other][1] == (other == type)) << type;
-        EXPECT_EQ(v.Type(), type);
-        EXPECT_EQ(v.IsBool(), type == 1 || type == 2);
-        EXPECT_EQ(v.String().Size(), type == 5 ? 4u : 0u);
-        EXPECT_TRUE(v.Parent() == nullptr && v.Doc() == &doc);
+        EXPECT_EQ(std::tuple(v.Type(), v.IsBool(), v.String().Size(), v.Parent(), v.Doc()),
+                  std::tuple(type, type == 1 || type == 2, type == 5 ? 4u : 0u, nullptr, &doc));
     }
 }
 
@@ -86,9 +77,8 @@ TEST(JsonValue, ADeepCopyIsEqualAndApart) {
     EXPECT_EQ(Text(*value), TEXT);
     EXPECT_TRUE(value->Parent() == nullptr && value->Doc() == &copy);
     Array* const array = value->Object()->First()->Value()->Array();
-    EXPECT_EQ(Held(*array->Get(3)->Value(), -1), 341u);
-    EXPECT_EQ(Held(*array->Get(4)->Value(), 200), 1022u);
-    EXPECT_EQ(Held(*array->Get(6)->Value(), 0.5), 1024u);
+    auto const held = [&](unsigned long index, double n) { return Held(*array->Get(index)->Value(), n); };
+    EXPECT_EQ((std::vector{held(3, -1), held(4, 200), held(6, 0.5)}), (std::vector{341u, 1022u, 1024u}));
     EXPECT_EQ(array->Get(3)->Value()->Parent(), array->Value());
 }
 
