@@ -22,3 +22,7 @@ endif()
 add_library(zeb_warnings INTERFACE)
 target_compile_options(zeb_warnings INTERFACE
     -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wformat -Wformat-security -Wcast-align -Wundef -Wvla)
+if(ZEB_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # The code that the sanitizers add makes g++ see uninitialized values, in the standard library for one, where there are none.
+    target_compile_options(zeb_warnings INTERFACE -Wno-maybe-uninitialized)
+endif()

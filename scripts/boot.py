@@ -2,7 +2,7 @@
 """Runs the tests on a booted 64-bit ARM kernel in emulation, as root. usage: boot.py <ARM build> <work folder> [regex]
 
 The packages of the kernel and of busybox are fetched and unpacked under the work folder, not installed. What boots is an
-archive in memory: busybox, the stripped programs of the build with the libraries they need, and kernel modules. The code of
+archive in memory: busybox, the programs of the build with the names of their functions and the libraries they need, and kernel modules. The code of
 the exit is the number that the first process writes last; without it the run failed, whatever was printed.
 """
 
@@ -104,7 +104,7 @@ def programs(build, root):
     """Copies the programs, stripped, and all libraries that they reach."""
     open_ = [path for path in (build / "bin").iterdir() if path.is_file() and os.access(path, os.X_OK)]
     for program in open_:
-        subprocess.run(["aarch64-linux-gnu-strip", "-o", root / "programs" / program.name, program], check=True)
+        subprocess.run(["aarch64-linux-gnu-strip", "--strip-debug", "-o", root / "programs" / program.name, program], check=True)
     done = {"ld-linux-aarch64.so.1"}
     wanted = ["ld-linux-aarch64.so.1", *sum((needed(program) for program in open_), [])]
     while wanted:

@@ -146,25 +146,25 @@ private:
         }
         if (regs_ && regs_->Empty()) Regs::Dump_(*regs_, cursor_).Print();
         regs_ = nullptr;
-        unw_word_t offset = 0;
-        char const* const name = Name_(offset);
-        Frame_* const frame = name ? owner_.Append_(last, ip, name, offset) : nullptr;
+        Frame_* const frame = FindName_(ip) ? owner_.Append_(last, ip, found_, offset_) : nullptr;
         if (frame && (owner_.unwind_ & LOCATIONS)) Locate_(*frame);
         return frame;
     }
 
-    // The name of the function; null when memory ran out.
-    char const* Name_(unw_word_t& offset) {
+    // The name of the function. A recursion is looked up once. False when memory ran out.
+    bool FindName_(unw_word_t ip) {
+        if (found_ && ip == ip_) return true;
+        ip_ = ip;
         for (;;) {
-            int const error = name_ ? unw_get_proc_name(&cursor_, name_, nameSize_, &offset) : -UNW_ENOMEM;
-            if (error == 0) return name_;
+            int const error = name_ ? unw_get_proc_name(&cursor_, name_, nameSize_, &offset_) : -UNW_ENOMEM;
             if (error != -UNW_ENOMEM) {
-                offset = 0;
-                return "<unknown>";
+                found_ = error ? "<unknown>" : name_;
+                if (error) offset_ = 0;
+                return true;
             }
             nameSize_ += NAME_STEP;
-            name_ = static_cast<char*>(owner_.Alloc_(nameSize_));
-            if (!name_) return nullptr;
+            found_ = name_ = static_cast<char*>(owner_.Alloc_(nameSize_));
+            if (!name_) return false;
         }
     }
 
@@ -190,6 +190,9 @@ private:
     Backtrace& owner_;
     unw_cursor_t& cursor_;
     Regs* regs_;
+    unw_word_t ip_ = 0; // of the name that was found last
+    char const* found_ = nullptr;
+    unw_word_t offset_ = 0;
     char* name_ = nullptr;
     unsigned long nameSize_ = 0;
     char* path_ = nullptr;
