@@ -12,29 +12,21 @@
 #include <semaphore>
 #include <vector>
 
-// clang-format off
 namespace {
 
 using LinesT = LogCapture::LinesT;
 
 class EventBus : public WithMainThread {
 protected:
-    // Threads of the name, or those of them that wait on a lock which they have taken.
-    static unsigned long Threads(CString const& name, bool waiting = false) {
+    static unsigned long Senders() {
         AutoPVector<Thread::State, StdDeleter> states;
         EXPECT_EQ(Thread::GetStates(states), 0x00220190u);
         unsigned long count = 0;
-        for (unsigned long i = 0; i < states.Size(); ++i) {
-            Array<Thread::Lock> const& locks = states[i]->Locks();
-            bool const waits = locks.Size() != 0 && &locks[locks.Size() - 1].State() == &Thread::Lock::WAITING;
-            if (states[i]->Name() == name && (waits || !waiting)) ++count;
-        }
+        for (unsigned long i = 0; i < states.Size(); ++i) count += states[i]->Name() == "Event sender" ? 1 : 0;
         return count;
     }
-    static unsigned long Senders() { return Threads("Event sender"); }
     static void Subscribe(std::initializer_list<Acceptor*> acceptors, char const* type = Note::IDENT) {
-        for (Acceptor* const acceptor : acceptors)
-            ASSERT_TRUE(acceptor->Subscribe(type));
+        for (Acceptor* const acceptor : acceptors) ASSERT_TRUE(acceptor->Subscribe(type));
     }
     Acceptor::HandlerT Write(char name) {
         return [this, name](Note const& note) {
@@ -48,21 +40,20 @@ protected:
 
 TEST_F(EventBus, CallsTheAcceptorsOfATypeInOrder) {
     Mutex const lock{Mutex::CACHE};
-    Acceptor a(Write('a'), &lock), b(Write('b')), c(Write('c')), other(Write('x'));
+    Acceptor a(Write('a'), &lock), b(Write('b')), c(Write('c')), other(Write('x')), absent(Write('?'));
     Subscribe({&a, &b, &c});
     Subscribe({&other, &c}, "Event::Type::Other");
     ASSERT_TRUE(Event::Subscribe("Event::Type::Other", c.General()));
     Send(1);
     Send(2, Event::SYNC, Event::OrderT(2)); // anything but DIRECT
-    Send(3, Event::ASYNC, Event::REVERSE, "Event::Type::Note", &b.delegate);
-    Send(4, Event::SYNC, Event::DIRECT, "Event::Type::Nobody");
-    Acceptor absent(Write('?'));
-    Send(5, Event::SYNC, Event::DIRECT, "Event::Type::Note", &absent.delegate);
+    Send(3, Event::ASYNC, Event::REVERSE, &b.delegate);
+    SendAs("Event::Type::Nobody", 4);
+    Send(5, Event::SYNC, Event::DIRECT, &absent.delegate);
     b.Unsubscribe();
-    Event::Unsubscribe("Event::Type::Note", &other, "acceptor");
+    Event::Unsubscribe(Note::IDENT, &other, "acceptor");
     Event::Unsubscribe("", &a, "another ident");
     Send(6);
-    Send(7, Event::SYNC, Event::DIRECT, "Event::Type::Other");
+    SendAs("Event::Type::Other", 7);
     EXPECT_EQ(calls_, "a1 b1 c1 c2 b2 a2 b3 a6 c6 x7 c7 c7 ");
     EXPECT_EQ(log_.Take(), LinesT());
 }
@@ -70,7 +61,7 @@ TEST_F(EventBus, CallsTheAcceptorsOfATypeInOrder) {
 TEST_F(EventBus, ItsThreadLivesAsLongAsThereIsAnAcceptor) {
     Acceptor a(Write('a')), b(Write('b'));
     AutoPtr<Event::Base> event(new Note(1));
-    Event::Raise(event, Event::SYNC, Event::DIRECT);
+    Raise(event);
     EXPECT_TRUE(event) << "nobody can have subscribed: it stays with the raiser";
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(Senders(), 0u);
@@ -88,86 +79,79 @@ TEST_F(EventBus, ItsThreadLivesAsLongAsThereIsAnAcceptor) {
 }
 
 // An event of another class under the type of the notes.
-class Impostor : public Event::Base {
-public:
+struct Impostor : Event::Base {
     char const* Ident() const override { return Note::IDENT; }
     Base* Clone_() const override { return new (std::nothrow) Impostor; }
 };
 
 TEST_F(EventBus, RefusesWithALine) {
-    AutoPtr<Event::Base> broken(new Note(1, "Event::Type::Note", false)), none;
-    Event::Raise(broken, Event::SYNC, Event::DIRECT);
-    Event::Raise(none, Event::SYNC, Event::DIRECT);
+    AutoPtr<Event::Base> broken(new Note(1, Note::IDENT, false)), none;
+    Raise(broken);
+    Raise(none);
     EXPECT_TRUE(broken);
-    EXPECT_FALSE(Event::Raise(*broken, nullptr, Event::SYNC, Event::DIRECT));
-    EXPECT_FALSE(Event::Raise(Note(-1), nullptr, Event::SYNC, Event::DIRECT)) << "no clone";
+    EXPECT_FALSE(Raise(*broken));
+    EXPECT_FALSE(Raise(Note(-1))) << "no clone";
     Acceptor a([&](Note const& note) {
         AutoPtr<Event::Base> reply(new Note(note.Value() + 1));
-        Event::Raise(reply, Event::SYNC, Event::DIRECT);
+        Raise(reply);
         EXPECT_TRUE(reply) << "it would wait for itself";
-        EXPECT_FALSE(Event::Raise(*reply, nullptr, Event::SYNC, Event::DIRECT));
+        EXPECT_FALSE(Raise(*reply));
     });
     EXPECT_FALSE(a.Subscribe(""));
     EXPECT_EQ(Senders(), 0u);
     EXPECT_TRUE(a.Subscribe());
     EXPECT_FALSE(a.Subscribe());
     Send(7);
-    EXPECT_TRUE(Event::Raise(Impostor(), nullptr, Event::SYNC, Event::DIRECT));
+    EXPECT_TRUE(Raise(Impostor()));
     a.Unsubscribe();
     EXPECT_EQ(Senders(), 0u) << "one subscription";
-    EXPECT_EQ(log_.Take(), LinesT({"C Event::Raise: trying to send a broken \"Event::Type::Note\", ignored.",
-                                   "C Event::Raise: trying to raise a broken event.",
-                                   "C Event::Raise: trying to send a broken \"Event::Type::Note\", ignored.",
-                                   "C Event::Base: \"Event::Type::Note\": out of memory [0xcffe****].",
-                                   "C Event::Forwarder: system failed [0xcffd****], unable to subscribe \"acceptor\" to an "
-                                   "unknown event.",
-                                   "C Event::Forwarder: system failed [0xcffd****], \"acceptor\" already subscribed to "
-                                   "\"Event::Type::Note\".",
-                                   "C Event::Raise: trying to wait for \"Event::Type::Note\" in a handler, ignored.",
-                                   "C Event::Raise: trying to wait for \"Event::Type::Note\" in a handler, ignored.",
-                                   "C Event::Delegate: \"acceptor\" takes another class than that of \"Event::Type::Note\", "
-                                   "ignored."}));
+    std::string const raise = "C Event::Raise: trying to ", note = "\"Event::Type::Note\"";
+    std::string const failed = "C Event::Forwarder: system failed [0xcffd****], ";
+    EXPECT_EQ(
+        log_.Take(),
+        LinesT({raise + "send a broken " + note + ", ignored.", raise + "raise a broken event.",
+                raise + "send a broken " + note + ", ignored.", "C Event::Base: " + note + ": out of memory [0xcffe****].",
+                failed + "unable to subscribe \"acceptor\" to an unknown event.",
+                failed + "\"acceptor\" already subscribed to " + note + ".",
+                raise + "wait for " + note + " in a handler, ignored.", raise + "wait for " + note + " in a handler, ignored.",
+                "C Event::Delegate: \"acceptor\" takes another class than that of " + note + ", ignored."}));
 }
 
 TEST_F(EventBus, AHandlerMayUnsubscribeItselfAndComeBack) {
     Mutex const lock{Mutex::CACHE};
-    Acceptor a(
-        [&](Note const& note) {
-            Write('a')(note);
-            a.Unsubscribe();
-            a.Unsubscribe();
-            if (note.Value() == 1) {
-                EXPECT_FALSE(Event::Subscribe(Note::IDENT, a.Under(nullptr)));
-                EXPECT_TRUE(Event::Subscribe(Note::IDENT, a.Under(&lock, "renamed")));
-            }
-            Event::Unsubscribe("", &a, "acceptor");
-            if (note.Value() == 2) Event::Unsubscribe("", &a, "renamed");
-        },
-        &lock);
+    auto const handle = [&](Acceptor& a, Note const& note) {
+        Write('a')(note);
+        a.Unsubscribe();
+        a.Unsubscribe();
+        if (note.Value() == 1) {
+            EXPECT_FALSE(Event::Subscribe(Note::IDENT, a.Under(nullptr)));
+            EXPECT_TRUE(Event::Subscribe(Note::IDENT, a.Under(&lock, "renamed")));
+        }
+        Event::Unsubscribe("", &a, "acceptor");
+        if (note.Value() == 2) Event::Unsubscribe("", &a, "renamed");
+    };
+    Acceptor a([&](Note const& note) { handle(a, note); }, &lock);
     Subscribe({&a});
-    for (int value = 1; value != 4; ++value)
-        Send(value);
+    for (int value = 1; value != 4; ++value) Send(value);
     EXPECT_EQ(calls_, "a1 a2 ") << "back under its new name, and gone";
     EXPECT_EQ(Senders(), 1u) << "the detached acceptor keeps it";
     // Its call has ended: what is at its address now is another handler, with a lock of its own.
     ASSERT_TRUE(Event::Subscribe(Note::IDENT, a.Under(nullptr, "next")));
     Send(3);
     EXPECT_EQ(calls_, "a1 a2 a3 ");
-    Event::Unsubscribe("", &a, "renamed");
-    EXPECT_EQ(Senders(), 1u) << "nobody has that name any more";
-    Event::Unsubscribe("", &a, "next");
-    a.Unsubscribe();
-    EXPECT_EQ(Senders(), 0u);
-    EXPECT_EQ(log_.Take(), LinesT({"C Event::Forwarder: system failed [0xcffd****], unable to change a lock for a "
-                                   "\"acceptor\" acceptor."}));
+    for (auto const& [name, threads] : {std::pair("renamed", 1u), {"next", 0u}, {"acceptor", 0u}}) {
+        Event::Unsubscribe("", &a, name);
+        EXPECT_EQ(Senders(), threads) << "nobody is called renamed any more";
+    }
+    EXPECT_EQ(log_.Take(),
+              LinesT{"C Event::Forwarder: system failed [0xcffd****], unable to change a lock for a \"acceptor\" acceptor."});
 }
 
 TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
     for (char const* const type : {"", Note::IDENT}) {
         std::binary_semaphore inside(0), leave(0);
         std::atomic<bool> ended = false, unsubscribed = false;
-        Acceptor first(Write('f'));
-        Acceptor a([&](Note const&) {
+        Acceptor first(Write('f')), a([&](Note const&) {
             inside.release();
             leave.acquire();
             ended = true;
@@ -181,8 +165,7 @@ TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
             EXPECT_TRUE(ended);
         });
         ASSERT_TRUE(other.Start().Succeeded());
-        while (Threads("worker", true) == 0)
-            Clock::RealPause(1);
+        ASSERT_TRUE(Await([] { return LocksOf("worker").ends_with("WAITING"); }));
         EXPECT_FALSE(unsubscribed);
         EXPECT_TRUE(a.Subscribe()) << "detached: it is back until the waiting thread looks again";
         leave.release();
@@ -193,20 +176,17 @@ TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
 }
 
 // Handlers that an object has from a base of its own, and constant ones.
-class Inherited {
-public:
-    std::string heard;
-
+struct Inherited {
     virtual ~Inherited() = default;
 
     void Hear(Note const& note) { heard += "h" + std::to_string(note.Value()); }
     virtual void Virtual(Event::Base const& event) { heard += event.Ident() == Note::IDENT ? "b" : "?"; }
-    void Constant(Note const& note) const { const_cast<std::string&>(heard) += "c" + std::to_string(note.Value()); }
+    void Constant(Note const& note) const { heard += "c" + std::to_string(note.Value()); }
+
+    mutable std::string heard;
 };
-class Heir : public Acceptor, public Inherited {
-public:
-    Heir()
-        : Acceptor([](Note const&) {}) {}
+struct Heir : Acceptor, Inherited {
+    using Acceptor::Acceptor;
     void Virtual(Event::Base const&) override { heard += "v"; }
     void Other(Impostor const&) {}
 
@@ -218,13 +198,12 @@ static_assert(!Heir::TAKES<Note, decltype(&Heir::Other)>, "a handler of another 
 static_assert(!Heir::TAKES<Note, decltype(&Note::MarkRaised)>, "of another object");
 
 TEST_F(EventBus, TakesTheTypeFromTheClassOfAHandler) {
-    Heir heir;
+    Heir heir(Write('?'));
     Event::Delegate<Heir, Note> const hear("h", &heir, &Heir::Hear, nullptr), same("s", &heir, &Heir::Hear, nullptr),
         any("v", &heir, &Heir::Virtual, nullptr), constant("c", &heir, &Heir::Constant, nullptr);
     EXPECT_EQ(hear, same);
     EXPECT_NE(hear, constant);
-    for (auto const* const delegate : {&hear, &any, &constant})
-        ASSERT_TRUE(Event::Subscribe(*delegate));
+    for (auto const* const delegate : {&hear, &any, &constant}) ASSERT_TRUE(Event::Subscribe(*delegate));
     Send(1);
     Event::Unsubscribe(any);
     Send(2);
@@ -235,25 +214,16 @@ TEST_F(EventBus, TakesTheTypeFromTheClassOfAHandler) {
 }
 
 // A lock whose attempts the test lets through one by one.
-class Gate : public Mutex {
-public:
+struct Gate : Mutex {
     using Mutex::Mutex;
 
     bool TryLock() const override {
-        if (closed_) {
-            arrived.release();
-            pass.acquire();
-        }
+        if (closed_) arrived.release(), pass.acquire();
         return Mutex::TryLock();
     }
-    void Open() {
-        closed_ = false;
-        pass.release();
-    }
+    void Open() { closed_ = false, pass.release(); }
 
     mutable std::counting_semaphore<> arrived{0}, pass{0};
-
-private:
     std::atomic<bool> closed_ = true;
 };
 
@@ -289,7 +259,7 @@ TEST_F(EventBus, ReportsAcceptorsWhoseLockIsHeld) {
         ASSERT_TRUE(clock.AwaitWaiters(1));
         clock.Advance(1000);
     }
-    Send(2, Event::SYNC, Event::DIRECT, "Event::Type::Other");
+    SendAs("Event::Type::Other", 2);
     EXPECT_EQ(calls_, "a1 a2 ");
     std::string const line = "W Event::Forwarder: unable to send \"Event::Type::Note\" to \"late";
     EXPECT_EQ(log_.Take(), LinesT({line + "\" for 30 seconds.", line + "\" for 62 seconds.", line + "\" for 90 seconds.",
@@ -314,12 +284,11 @@ TEST_F(EventBus, LosesNothingUnderManyThreads) {
             Mutex const lock{Mutex::CACHE};
             std::atomic<int> calls = 0;
             for (int i = 0; i < EVENTS; ++i) {
-                Acceptor passing(
-                    [&](Note const&) {
-                        ++calls;
-                        if (i % 5 == 0) passing.Unsubscribe();
-                    },
-                    &lock);
+                auto const called = [&](Acceptor& passing) {
+                    ++calls;
+                    if (i % 5 == 0) passing.Unsubscribe();
+                };
+                Acceptor passing([&](Note const&) { called(passing); }, &lock);
                 EXPECT_TRUE(passing.Subscribe());
                 Send(raiser * 1000 + i, i % 3 == 0 ? Event::SYNC : Event::ASYNC);
                 EXPECT_TRUE(i % 3 != 0 || calls.exchange(0) > 0);
@@ -327,44 +296,33 @@ TEST_F(EventBus, LosesNothingUnderManyThreads) {
         }));
         ASSERT_TRUE(workers.back()->Start().Succeeded());
     }
-    for (auto const& worker : workers)
-        ASSERT_TRUE(worker->Stop());
-    Send(RAISERS * 1000, Event::SYNC, Event::DIRECT, "Event::Type::Nobody");
-    for (int const count : seen)
-        EXPECT_EQ(count, EVENTS);
+    for (auto const& worker : workers) ASSERT_TRUE(worker->Stop());
+    SendAs("Event::Type::Nobody", RAISERS * 1000);
+    for (int const count : seen) EXPECT_EQ(count, EVENTS);
     EXPECT_EQ(log_.Take(), LinesT());
 }
 
 TEST_F(EventBus, SaysExactlyWhenMemoryRanOut) {
-    ForEveryAllocation([&](Heap& heap) {
-        calls_.clear();
-        Acceptor a([&](Note const&) { a.Unsubscribe(); }), b(Write('b'));
-        Subscribe({&a});
-        Send(0); // its acceptor is one of a call that has ended
-        heap.Arm();
-        bool const first = a.Subscribe();
-        bool const second = b.Subscribe();
-        bool const raised = Event::Raise(Note(1), &b.delegate, Event::SYNC, Event::DIRECT);
-        heap.Disarm();
-        EXPECT_EQ(first && second && raised, !heap.Fired());
-        EXPECT_EQ(calls_, second && raised ? "b1 " : "");
-        EXPECT_EQ(log_.Has("out of memory"), heap.Fired());
-        a.Unsubscribe();
-        b.Unsubscribe();
-        EXPECT_EQ(Senders(), 0u);
-        log_.Clear();
-    });
-    ForEveryAllocation([&](Heap& heap) {
-        Acceptor a(Write('a'));
-        heap.Arm();
-        bool const ok = a.Subscribe();
-        heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
-        EXPECT_EQ(log_.Has("out of memory") || log_.Has("unable to start the thread of the bus"), heap.Fired());
-        EXPECT_EQ(Senders(), ok ? 1u : 0u);
-        log_.Clear();
-    });
+    for (bool const runs : {true, false}) { // the thread of the bus
+        ForEveryAllocation([&](Heap& heap) {
+            Acceptor a([&](Note const&) { a.Unsubscribe(); }), b(Write('b'));
+            if (runs) Subscribe({&a});
+            Send(0); // its acceptor is one of a call that has ended
+            calls_.clear();
+            heap.Arm();
+            bool const first = a.Subscribe(), second = b.Subscribe();
+            bool const raised = Event::Raise(Note(1), &b.delegate, Event::SYNC, Event::DIRECT);
+            heap.Disarm();
+            EXPECT_EQ(first && second && raised, !heap.Fired());
+            EXPECT_EQ(calls_, second && raised ? "b1 " : "");
+            EXPECT_EQ(log_.Has("out of memory") || log_.Has("unable to start the thread of the bus"), heap.Fired());
+            EXPECT_EQ(Senders(), runs || first || second ? 1u : 0u);
+            a.Unsubscribe();
+            b.Unsubscribe();
+            EXPECT_EQ(Senders(), 0u);
+            log_.Clear();
+        });
+    }
 }
 
 } // namespace
-// clang-format on

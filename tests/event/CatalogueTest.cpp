@@ -1,5 +1,4 @@
 #include "tests/doc/xml/Trees.h"
-#include "workbench/Heap.h"
 #include "zeb/event/CloudEvents.h"
 #include "zeb/event/ConfigurationEvents.h"
 #include "zeb/event/DhcpEvents.h"
@@ -24,14 +23,10 @@
 #include "zeb/event/ZessEvents.h"
 
 #include <cxxabi.h>
-#include <functional>
-#include <memory>
 #include <regex>
 #include <set>
-#include <string>
 #include <vector>
 
-// clang-format off
 namespace Event {
 namespace {
 
@@ -43,17 +38,14 @@ std::string Shown(Util::URI const& uri) {
     String text;
     return uri.Get(text) ? Text(text) : "failed";
 }
+std::string Joined(unsigned long size, std::function<std::string(unsigned long)> const& item) {
+    return size == 0 ? "" : Joined(size - 1, item) + item(size - 1) + ";";
+}
 std::string Shown(StringMap const& map) {
-    std::string text;
-    for (unsigned long i = 0; i < map.Size(); ++i)
-        text += Text(map.Key(i)) + "=" + Text(map.Get(i)) + ";";
-    return text;
+    return Joined(map.Size(), [&](unsigned long i) { return Text(map.Key(i)) + "=" + Text(map.Get(i)); });
 }
 std::string Shown(StringVector const& list) {
-    std::string text;
-    for (unsigned long i = 0; i < list.Size(); ++i)
-        text += Text(list[i]) + ";";
-    return text;
+    return Joined(list.Size(), [&](unsigned long i) { return Text(list[i]); });
 }
 std::string Shown(Network::TrafficSelector const& selector) {
     return Text(Network::IpBlock::Str(selector.Network())) + " " + std::to_string(selector.Protocol()) + " " +
@@ -97,9 +89,8 @@ std::string Show(Base const&, T const&... fields) {
 }
 
 // FIELDS(A, B): what shows the fields that the accessors A and B of an event give.
-#define EXPAND(...) EXPAND3(EXPAND3(EXPAND3(__VA_ARGS__)))
-#define EXPAND3(...) EXPAND2(EXPAND2(EXPAND2(__VA_ARGS__)))
-#define EXPAND2(...) EXPAND1(EXPAND1(EXPAND1(__VA_ARGS__)))
+#define EXPAND(...) EXPAND2(EXPAND2(EXPAND2(EXPAND2(EXPAND2(__VA_ARGS__)))))
+#define EXPAND2(...) EXPAND1(EXPAND1(EXPAND1(EXPAND1(EXPAND1(__VA_ARGS__)))))
 #define EXPAND1(...) __VA_ARGS__
 #define NO_ARGUMENTS ()
 #define CALL(name, ...) , e.name() __VA_OPT__(CALL_AGAIN NO_ARGUMENTS(__VA_ARGS__))
@@ -109,11 +100,12 @@ std::string Show(Base const&, T const&... fields) {
 // An event with that body, printed.
 std::string Body(Base const& event) {
     Xml::Document document;
-    Xml::Node* const node = document.AppendElement("event");
-    return event.PrintXmlBody_(*node) ? Printed(*node) : "failed";
+    Xml::Node& node = *document.AppendElement("event");
+    return event.PrintXmlBody_(node) ? Printed(node) : "failed";
 }
 
 // Values of fields; equal numbers give equal values.
+Time::Span const SPAN(1, 500);
 Network::IpAddress Ip(unsigned last) { return 0x0A000000 + last; }
 Network::IpBlock const NET(Ip(9), Network::IpMask::__8_BIT);
 Network::Ip6::Address Ip6(unsigned char last) { return in6_addr{{{0xFE, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, last}}}; }
@@ -125,25 +117,6 @@ Network::MacAddress Mac(unsigned char last) {
     return Network::MacAddress(bytes);
 }
 Network::TrafficSelector Selector(unsigned protocol) { return Network::TrafficSelector(NET, protocol, 1, 2); }
-StringMap const& Map() {
-    static StringMap map;
-    if (map.Empty()) (void)map.Set("k", "v");
-    return map;
-}
-StringVector const& List() {
-    static StringVector list;
-    if (list.Empty()) (void)(list.PushBack("x") && list.PushBack("y"));
-    return list;
-}
-Util::URI const& Uri() {
-    static Util::URI const uri("http", "b", "/c", "d", "e");
-    return uri;
-}
-Xml::Node const* Notice() {
-    static Xml::Document document;
-    if (document.FirstNode() == nullptr) document.AppendElement("n", "text")->AppendAttribute("id", "7");
-    return document.FirstNode();
-}
 
 struct Row {
     std::string ident;
@@ -164,10 +137,11 @@ void Of(char const* shown, ShowT show, ArgumentsT... arguments) {
 }
 template<class... EventsT, typename... ArgumentsT>
 void Bare(ArgumentsT... arguments) {
-    Of<EventsT...>(
-        "", [](auto&) { return std::string(); }, arguments...);
+    auto const nothing = [](auto&) { return ""; };
+    Of<EventsT...>("", nothing, arguments...);
 }
 
+// clang-format off
 // What several rows of a class show.
 auto const dhcpLease = FIELDS(Action, HostName, DeviceName, ModeName, InterfaceId, Ip, Mac, Via, Expires);
 auto const ipSecure = FIELDS(Action, IkeProtocol, Mode, UniqueName, RemoteEndpointId, RemoteEndpoint, LocalEndpoint,
@@ -184,6 +158,15 @@ auto const zessNotify = FIELDS(Id, ServiceHost, Xml, Protocol);
 // Every class, and every constructor. Numbers and letters of arguments rise, so that no two can be mistaken.
 std::vector<Row> const& Catalogue() {
     if (!rows.empty()) return rows;
+    static StringMap keys;
+    static StringVector letters;
+    static Xml::Document document;
+    static Util::URI const address("http", "b", "/c", "d", "e");
+    EXPECT_TRUE(keys.Set("k", "v") && letters.PushBack("x") && letters.PushBack("y"));
+    document.AppendElement("n", "text")->AppendAttribute("id", "7");
+    auto const map = std::cref(keys);
+    auto const list = std::cref(letters);
+    auto const uri = std::cref(address);
     Of<Acl, Acl6, IpSet, ObjectGroup>("1|b", FIELDS(Action, Name), 1_n, "b");
     Of<AuditLog>("1|b|c|d|e", FIELDS(Action, UserName, ScgiAgent, RemoteAddr, SessionId), 1_n, "b", "c", "d", "e", "f");
     Bare<BandSteeringChanged, CallSync, CloudSettingsChanged, ConfigurationSaved, CountryChanged, CwmpSessionFinished,
@@ -197,7 +180,7 @@ std::vector<Row> const& Catalogue() {
     Of<DbKey>("a|11q|12q|1", FIELDS(Name, OldValue, NewValue, Stat), "a", 11_n, 12_n, 1_n);
     Of<Device>("1", FIELDS(Action), 1_n);
     Of<DhcpLease>("1|b|c|d|e|10.0.0.1|02:00:00:00:00:01|02:00:00:00:00:02|1.500000", dhcpLease, 1_n, "b", "c", "d", "e", Ip(1),
-        Mac(1), Mac(2), Time::Span(1, 500));
+        Mac(1), Mac(2), SPAN);
     Of<DhcpLease>("1|||||10.0.0.1|02:00:00:00:00:01|00:00:00:00:00:00|0.000000", dhcpLease, 1_n, Ip(1), Mac(1));
     Of<DhcpOption>("1|b|c", FIELDS(Code, InterfaceId, Value), 1_n, "b", "c");
     Of<DhcpPool>("a|b", FIELDS(Name, InterfaceId), "a", "b");
@@ -205,34 +188,34 @@ std::vector<Row> const& Catalogue() {
     Of<FailSafeState>("1", FIELDS(IsOn), true);
     Of<Fs>("1|2|NTFS|c|d|e|f|g|1|0", FIELDS(Action, Type, TypeName, Name, Label, Storage, Directory, SystemDirectory,
         IsUserMountable, IsUserPluggable), 1_n, 2_n, "c", "d", "e", "f", "g", true, false);
-    Of<HostKeywordFilter>("1|02:00:00:00:00:01|x;y;", FIELDS(Action, Mac, Profiles), 1_n, Mac(1), std::cref(List()));
+    Of<HostKeywordFilter>("1|02:00:00:00:00:01|x;y;", FIELDS(Action, Mac, Profiles), 1_n, Mac(1), list);
     Of<HostPolicy>("c|1|02:00:00:00:00:01", FIELDS(Policy, Action, Mac), 1_n, Mac(1), "c");
     Of<HostPriorityChanged>("02:00:00:00:00:01|11b", FIELDS(Mac, Priority), Mac(1), 11_n);
-    Of<IfaceKeywordFilter>("1|b|12d|x;y;", FIELDS(Action, IfaceId, InterfaceIdx, Profiles), 1_n, "b", 12_n, std::cref(List()));
+    Of<IfaceKeywordFilter>("1|b|12d|x;y;", FIELDS(Action, IfaceId, InterfaceIdx, Profiles), 1_n, "b", 12_n, list);
     Of<IfAuth>("a|1", FIELDS(Id, Authorized), "a", 1_n);
     Of<IfCreated>("1|b|c|d", FIELDS(CreateType, Id, SystemName, ParentId), 1_n, "b", "c", "d");
     Of<IfDebug>("a|b|1", FIELDS(Id, SystemName, Debug), "a", "b", 1_n);
-    Of<IfDestroyed>("a|b|c|1.500000", FIELDS(Id, SystemName, ParentId, CreatedTime), "a", "b", "c", Time::Span(1, 500));
+    Of<IfDestroyed>("a|b|c|1.500000", FIELDS(Id, SystemName, ParentId, CreatedTime), "a", "b", "c", SPAN);
     Of<IfDomainChanged>("a|b|c", FIELDS(Id, SystemName, Domain), "a", "b", "c");
     Of<IfGlobalChanged>("a|b|c|13q|1|1.500000", FIELDS(Id, Name, SystemName, GlobalPriority, IsGlobal, CreatedTime), "a", "b",
-        "c", 13_n, Time::Span(1, 500));
+        "c", 13_n, SPAN);
     Of<IfGroup>("1|2|c|d|e|f|g|h|3|4|5|6|1.500000|2.500000", FIELDS(Action, Inherit, Id, Name, SystemName, Group, GroupName,
         GroupSystemName, IsLinkUp, IsConnected4, IsConnected6, IsIfUp, CreatedTime, GroupCreatedTime), 1_n, 2_n, "c", "d", "e",
-        "f", "g", "h", 3_n, 4_n, 5_n, 6_n, Time::Span(1, 500), Time::Span(2, 500));
+        "f", "g", "h", 3_n, 4_n, 5_n, 6_n, SPAN, Time::Span(2, 500));
     Of<IfIp4Changed>("a|b|c|10.0.0.9/8|1|2|3|17q|1.500000", FIELDS(Id, Name, SystemName, Address, Static, Type, Action,
-        GlobalPriority, CreatedTime), "a", "b", "c", NET, 1_n, 2_n, 3_n, 17_n, Time::Span(1, 500));
+        GlobalPriority, CreatedTime), "a", "b", "c", NET, 1_n, 2_n, 3_n, 17_n, SPAN);
     Of<IfIp6Changed>("1|b|c|d|fe80::1/64|3|16q|1.500000", FIELDS(Action, Id, Name, SystemName, Address, Prototype, GlobalPriority,
-        CreatedTime), 1_n, "b", "c", "d", NET6, 3_n, 16_n, Time::Span(1, 500));
+        CreatedTime), 1_n, "b", "c", "d", NET6, 3_n, 16_n, SPAN);
     Of<IfIp6SystemChanged>("1|11d|fe80::1/64", FIELDS(Action, SystemIndex, Address), 1_n, 11_n, NET6);
     Of<IfLaggModeChanged>("a|1|1|12q", FIELDS(Id, Mode, IsLaggActive, Group), "a", 1_n, 12_n);
     Of<IfLayerChanged>("a|b|1|2", FIELDS(Id, SystemName, Layer, Level), "a", "b", 1_n, 2_n);
     Of<IfLinkSpeedChanged>("a|11q|12q", FIELDS(Id, SpeedRx, SpeedTx), "a", 11_n, 12_n);
     Of<IfMacChanged>("a|b|02:00:00:00:00:01", FIELDS(Id, SystemName, Address), "a", "b", Mac(1));
     Of<IfMtuChanged>("a|b|12q", FIELDS(Id, SystemName, Mtu), "a", "b", 12_n);
-    Of<IfNameChanged>("a|b|c|1.500000", FIELDS(Id, Name, SystemName, CreatedTime), "a", "b", "c", Time::Span(1, 500));
+    Of<IfNameChanged>("a|b|c|1.500000", FIELDS(Id, Name, SystemName, CreatedTime), "a", "b", "c", SPAN);
     Of<IfPeerIsolationChanged, MloChanged, ServiceUp, WpsConfigured, WpsStart>("a", FIELDS(Id), "a");
     Of<IfPrivateChanged>("a|b|c|1|1|1.500000", FIELDS(Id, Name, SystemName, SecurityLevel, IsIsolate, CreatedTime), "a", "b", "c",
-        1_n, true, Time::Span(1, 500));
+        1_n, true, SPAN);
     Of<IfRole>("1|b|c|d|e", FIELDS(Action, Id, SystemName, Role, Ifor), 1_n, "b", "c", "d", "e");
     Of<IfSchedule>("a|b|c", FIELDS(Id, SystemName, Schedule), "a", "b", "c");
     Of<IfSettingsChanged>("a|b|c", FIELDS(Trait, Id, SystemName), "a", "b", "c");
@@ -260,7 +243,7 @@ std::vector<Row> const& Catalogue() {
     Of<Neighbour>("1|2|3|d|02:00:00:00:00:01|15q", FIELDS(Action, Update, AddressType, KnownHost, Mac, EntryId), 1_n, 2_n, 3_n,
         "d", Mac(1), 15_n);
     Of<NetfilterUpdated>("b|1", FIELDS(Table, NfType), 1_n, "b");
-    Of<OpkgHook>("1|b|c|x;y;|k=v;", FIELDS(Action, Id, HookName, Args, Env), 1_n, "b", "c", std::cref(List()), std::cref(Map()));
+    Of<OpkgHook>("1|b|c|x;y;|k=v;", FIELDS(Action, Id, HookName, Args, Env), 1_n, "b", "c", list, map);
     Of<PingCheck, PingCheckBackup>("a", FIELDS(InterfaceId), "a");
     Of<Policy>("a|11q|1|0|0|0||0", policy, "a", 11_n, 1_n);
     Of<Policy>("a|11q|0|12d|13w|14w||0", policy, "a", 11_n, 12_n, 13_n, 14_n);
@@ -288,13 +271,13 @@ std::vector<Row> const& Catalogue() {
     Of<Route6>("1|2||c|d|::/0|::|0", route6, 1_n, 2_n, "c", "d");
     Of<RoutesUpdated>("11d|1", FIELDS(Table, Family), 1_n, 11_n);
     Bare<SaveConfiguration>(1_n, 2_n, 12_n);
-    Of<Schedule>("a|1|1.500000", FIELDS(Name, Action, Elapsed), "a", 1_n, Time::Span(1, 500), 2_n);
+    Of<Schedule>("a|1|1.500000", FIELDS(Name, Action, Elapsed), "a", 1_n, SPAN, 2_n);
     Of<SecurityLevelChanged>("2|1", FIELDS(SecurityLevel, Service), 1_n, 2_n);
     Of<ServiceDown>("a|1|12", FIELDS(Id, Reason, Code), "a", 1_n, 12_n);
     Of<Sms>("a|b", FIELDS(InterfaceId, MessageId), "a", "b");
     Of<SslCertificate>("a|1", FIELDS(DomainName, DomainType), "a", 1_n);
     Of<Stats>("a|b|c|13q", FIELDS(Id, Area, Attribute, Value), "a", "b", "c", 13_n);
-    Bare<SystemReady>(Time::Span(1, 500));
+    Bare<SystemReady>(SPAN);
     Of<TaskDone>("10q", FIELDS(TaskId), 10_n);
     Of<TokenAlias>("a|b|c|d|e", FIELDS(Alias, Domain, Fqdn, AcmeDirectory, AcmeDivider), "a", "b", "c", "d", "e");
     Of<TrackingObject>("a|1", FIELDS(Id, Action), "a", 1_n);
@@ -303,30 +286,43 @@ std::vector<Row> const& Catalogue() {
         "c", 13_n, 14_n);
     Of<UpdateSettingsChanged>("", FIELDS(Attributes));
     Of<Usb>("a|b|1||13q", FIELDS(Device, Subsystem, Action, Attributes, Port), "a", "b", 1_n, 13_n);
-    Of<User>("1|b|k=v;|x;y;|16q", FIELDS(Action, Name, Passwords, Tags, ActiveSessionId), 1_n, "b", std::cref(Map()),
-        std::cref(List()), 2_n, "f", 16_n);
+    Of<User>("1|b|k=v;|x;y;|16q", FIELDS(Action, Name, Passwords, Tags, ActiveSessionId), 1_n, "b", map, list, 2_n, "f", 16_n);
     Of<VpnClient>("a|1|c|10.0.0.1|e|f", FIELDS(ServerId, IsConnected4, User, Ip, SystemInterface, SegmentId), "a", 1_n, "c",
         Ip(1), "e", "f");
     Of<WifiConfigured>("1", FIELDS(BandMask), 1_n);
-    Of<IpCaptivePortal>("a|http://b/c?d#e", FIELDS(InterfaceId, Uri), "a", std::cref(Uri()));
+    Of<IpCaptivePortal>("a|http://b/c?d#e", FIELDS(InterfaceId, Uri), "a", uri);
     Of<ZessAutoUpdate>("a|b", FIELDS(Reason, Sandbox), "a", "b");
-    Of<ZessCookie>("k=v;", zessCookie, std::cref(Map()));
+    Of<ZessCookie>("k=v;", zessCookie, map);
     Of<ZessCookie>("a=1;b=3;", zessCookie, "a=0&b=2", "b=3", "a=1");
-    Of<ZessDeferred>("1.500000", FIELDS(Delay), Time::Span(1, 500));
+    Of<ZessDeferred>("1.500000", FIELDS(Delay), SPAN);
     Of<ZessHostname>("ub1|a|1|0|1", FIELDS(Id, Hostname, IsCloud, IsCloud6, IsAcme), "a", true, false, true);
-    Of<ZessNotify>("7|h|<n id=\"7\">text</n>|1", zessNotify, "h", Notice(), ZessNotify::HTTPS);
+    Of<ZessNotify>("7|h|<n id=\"7\">text</n>|1", zessNotify, "h", document.FirstNode(), ZessNotify::HTTPS);
     Of<ZessNotify>("|||1", zessNotify, "h", nullptr, ZessNotify::HTTPS);
     return rows;
 }
+// clang-format on
 
-TEST(EventCatalogue, KeepsWhatAnEventIsMadeOfAndCopiesIt) {
+TEST(EventCatalogue, KeepsWhatAnEventIsMadeOfAndCopiesItOrSaysThatMemoryRanOut) {
     std::set<std::string> idents;
     for (Row const& row : Catalogue()) {
         SCOPED_TRACE(row.ident);
+        idents.insert(row.ident);
         std::unique_ptr<char, void (*)(void*)> const name(abi::__cxa_demangle(row.type.name(), nullptr, nullptr, nullptr), free);
         EXPECT_EQ(row.ident, "Event::Type::" + std::string(name.get()).substr(7));
-        std::unique_ptr<Base> event(row.make());
+        ForEveryAllocation([&](Heap& heap) {
+            heap.Arm();
+            std::unique_ptr<Base> const event(row.make());
+            heap.Disarm();
+            EXPECT_EQ(event != nullptr && event->Initialized(), !heap.Fired());
+        });
+        std::unique_ptr<Base> const event(row.make());
         event->MarkRaised();
+        ForEveryAllocation([&](Heap& heap) {
+            heap.Arm();
+            std::unique_ptr<Base> const clone(event->Clone_());
+            heap.Disarm();
+            EXPECT_EQ(clone == nullptr, heap.Fired());
+        });
         std::unique_ptr<Base> const clone(event->Clone());
         for (Base const* one : {event.get(), clone.get()}) {
             EXPECT_EQ(typeid(*one), row.type);
@@ -336,29 +332,8 @@ TEST(EventCatalogue, KeepsWhatAnEventIsMadeOfAndCopiesIt) {
         EXPECT_EQ(Body(*clone), Body(*event));
         EXPECT_EQ(clone->RaiseTime(), event->RaiseTime());
         EXPECT_NE(clone->RaiseTime(), Time::Span());
-        idents.insert(row.ident);
     }
     EXPECT_EQ(idents.size(), 117u);
-}
-
-TEST(EventCatalogue, SaysThatMemoryRanOut) {
-    for (Row const& row : Catalogue()) {
-        SCOPED_TRACE(row.ident);
-        ForEveryAllocation([&](Heap& heap) {
-            heap.Arm();
-            std::unique_ptr<Base> const event(row.make());
-            heap.Disarm();
-            EXPECT_EQ(event != nullptr && event->Initialized(), !heap.Fired());
-        });
-        std::unique_ptr<Base> const event(row.make());
-        ForEveryAllocation([&](Heap& heap) {
-            heap.Arm();
-            std::unique_ptr<Base> const clone(event->Clone_());
-            heap.Disarm();
-            EXPECT_EQ(clone == nullptr, heap.Fired());
-            EXPECT_TRUE(clone == nullptr || row.show(*clone) == row.shown);
-        });
-    }
 }
 
 // Printing an event of the arguments gives the elements "name=text", between blanks.
@@ -383,21 +358,21 @@ TEST(EventCatalogue, PrintsThePayloadOfPublicEvents) {
     for (unsigned i = 0; i < 7; ++i) {
         unsigned const k = i % 5, n = i % 4;
         std::string const action = "action=";
-        Prints<AuditLog>(action + logins[k] + " user=u agent=a address=1.1.1.1 session=s service=http",
-                         AuditLog::ActionT(k), "u", "a", "1.1.1.1", "s", "http");
+        Prints<AuditLog>(action + logins[k] + " user=u agent=a address=1.1.1.1 session=s service=http", AuditLog::ActionT(k), "u",
+                         "a", "1.1.1.1", "s", "http");
         Prints<KnownHost>(mac + " action=" + known[k] + " old-name=o new-name=&amp;", KnownHost::ActionT(k), Mac(1), "o", "&");
         Prints<MwsMember>(action + changes[k] + " state=" + states[4 - k] + mac + " cid=c", MwsMember::ActionT(k),
                           MwsMember::StateT(4 - k), Mac(1), "c");
-        Prints<Neighbour>(action + changes[k] + " update=" + updates[i] + " address-type=" + addresses[n] +
-                          " known-host=h" + mac + " entry-id=7", Neighbour::ActionT(k), Neighbour::UpdateT(i),
-                          Neighbour::AddressT(n), "h", Mac(1), 7ul);
-        Prints<Schedule>(std::string("name=n action=") + points[i] + " elapsed=1.500000 type=" +
-                         (n == 1 ? "user-defined" : "built-in"), "n", Schedule::ActionT(i), Time::Span(1, 500),
-                         Schedule::TypeT(n));
+        Prints<Neighbour>(action + changes[k] + " update=" + updates[i] + " address-type=" + addresses[n] + " known-host=h" +
+                              mac + " entry-id=7",
+                          Neighbour::ActionT(k), Neighbour::UpdateT(i), Neighbour::AddressT(n), "h", Mac(1), 7ul);
+        Prints<Schedule>(std::string("name=n action=") + points[i] +
+                             " elapsed=1.500000 type=" + (n == 1 ? "user-defined" : "built-in"),
+                         "n", Schedule::ActionT(i), Time::Span(1, 500), Schedule::TypeT(n));
         Prints<CloudReady>(std::string("transport=") + transports[n], CloudReady::TransportT(n));
         Prints<IpWan>(std::string("id=i name=n system-name=s system-index=4000000000 state=") + (n == 1 ? "up" : "down") +
-                      " order=5 current-id=ci current-name=cn current-system-name=cs current-system-index=6"
-                      " current-priority=18446744073709551615 current-ip-address=10.0.0.1 current-default-gateway=10.0.0.2",
+                          " order=5 current-id=ci current-name=cn current-system-name=cs current-system-index=6"
+                          " current-priority=18446744073709551615 current-ip-address=10.0.0.1 current-default-gateway=10.0.0.2",
                       "i", "n", "s", 4000000000u, IpWan::StateT(n), 5ul, "ci", "cn", "cs", 6u, ~0ul, Ip(1), Ip(2));
         Prints<FailSafeState>(i % 2 ? "on=yes" : "on=no", i % 2 != 0);
     }
@@ -436,16 +411,8 @@ TEST(EventCatalogue, PrintsPasswordsAndTagsOfAUserAsArrays) {
 }
 
 // Sets an attribute, and copies the event, under each failure. What setting gives is the flag; it stays down.
-template<class EventT, typename... ArgumentsT>
-void ExpectSetFailsOnce(ArgumentsT... arguments) {
-    auto const set = [](EventT& event, char const* name) {
-        if constexpr (std::is_same_v<EventT, Device>) {
-            event.Set(name, "1");
-            return event.Initialized();
-        } else {
-            return event.Set(name, "1");
-        }
-    };
+template<class EventT, typename SetT, typename... ArgumentsT>
+void ExpectSetFailsOnce(SetT set, ArgumentsT... arguments) {
     ForEveryAllocation([&](Heap& heap) {
         EventT event(arguments...);
         heap.Arm();
@@ -459,9 +426,10 @@ void ExpectSetFailsOnce(ArgumentsT... arguments) {
 }
 
 TEST(EventCatalogue, TakesAnOpenSetOfAttributesBeforeTheRaise) {
-    ExpectSetFailsOnce<Device>(Device::ADDED);
-    ExpectSetFailsOnce<Usb>("d", "s", Usb::ADDED, 1ul);
-    ExpectSetFailsOnce<UpdateSettingsChanged>();
+    auto const set = [](auto& event, char const* name) { return event.Set(name, "1"); };
+    ExpectSetFailsOnce<Device>([](Device& e, char const* name) { return e.Set(name, "1"), e.Initialized(); }, Device::ADDED);
+    ExpectSetFailsOnce<Usb>(set, "d", "s", Usb::ADDED, 1ul);
+    ExpectSetFailsOnce<UpdateSettingsChanged>(set);
 
     Device device(Device::CHANGED);
     device.Set("b", "2");
@@ -500,9 +468,8 @@ TEST(EventCatalogue, HasNoHostForANoticeThatCouldNotBeCopied) {
 
 TEST(EventCatalogue, HasWhatIsPeculiarToSomeClasses) {
     char const* const types[] = {"VFAT", "EXFAT", "NTFS", "EXT2", "EXT3", "EXT4", "HFS+", "SWAP", "JFFS2", "UBIFS", ""};
-    for (unsigned i = 0; i < std::size(types); ++i) {
+    for (unsigned i = 0; i < std::size(types); ++i)
         EXPECT_EQ(Text(Fs(Fs::MOUNTED, Fs::TypeT(i), "", "", "", "", "", true, true).TypeName()), types[i]);
-    }
     EXPECT_FALSE(IfGlobalChanged("", "", "", 0, Time::Span()).IsGlobal());
     EXPECT_FALSE(IfLaggModeChanged("", IfLaggModeChanged::LaggModeT(0), 1).IsLaggActive());
     EXPECT_TRUE(IpSecCryptoMapChanged("", false, Ip(1), NET, Ip(2), 0).IsDown());
@@ -516,4 +483,3 @@ TEST(EventCatalogue, HasWhatIsPeculiarToSomeClasses) {
 
 } // namespace
 } // namespace Event
-// clang-format on

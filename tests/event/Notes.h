@@ -9,8 +9,7 @@
 #include <string>
 #include <utility>
 
-class Note : public Event::Base {
-public:
+struct Note : Event::Base {
     static constexpr char IDENT[] = "Event::Type::Note";
 
     explicit Note(int value, char const* type = "Event::Type::Note", bool good = true)
@@ -30,21 +29,21 @@ public:
     }
     int Value() const { return value_; }
 
-    using Base::CloneXml_;
-    using Base::Decode_;
+    using Base::CloneXml_, Base::Decode_;
 
-private:
     int value_;
     char const* type_;
 };
 
+inline bool Raise(Event::Base const& event) { return Event::Raise(event, nullptr, Event::SYNC, Event::DIRECT); }
+inline void Raise(AutoPtr<Event::Base>& event) { Event::Raise(event, Event::SYNC, Event::DIRECT); }
+inline void SendAs(char const* type, int value) { EXPECT_TRUE(Raise(Note(value, type))); }
 inline void Send(int value, Event::TypeT wait = Event::SYNC, Event::OrderT order = Event::DIRECT,
-                 char const* type = "Event::Type::Note", Event::BaseDelegate const* to = nullptr) {
-    EXPECT_TRUE(Event::Raise(Note(value, type), to, wait, order));
+                 Event::BaseDelegate const* to = nullptr) {
+    EXPECT_TRUE(Event::Raise(Note(value), to, wait, order));
 }
 
-class Acceptor {
-public:
+struct Acceptor {
     using HandlerT = std::function<void(Note const& note)>;
 
     explicit Acceptor(HandlerT handler, Mutex const* lock = nullptr, char const* ident = "acceptor")
@@ -61,12 +60,9 @@ public:
     Event::Delegate<Acceptor> General() { return {"acceptor", this, &Acceptor::OnAny_, nullptr}; }
     void Unsubscribe() { Event::Unsubscribe("", this, delegate.Ident()); }
 
-private:
     void On_(Note const& note) { handler_(note); }
     void OnAny_(Event::Base const& event) { handler_(static_cast<Note const&>(event)); }
 
     HandlerT handler_;
-
-public:
     Event::Delegate<Acceptor> const delegate;
 };
