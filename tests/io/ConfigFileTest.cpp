@@ -31,27 +31,24 @@ TEST_F(ConfigFileTest, ReplacesTheTargetOnCloseAlone) {
 }
 
 TEST_F(ConfigFileTest, FailuresOnTheWayLeaveTheTarget) {
-    struct {
-        SysCall call;
-        int error;
-        std::string left, line; // in the folder when Close has returned, and in the log
-    } const rows[] = {
-        {SysCall::write, ENOSPC, "target target~", "E Io::ConfigFile: \"@~\": unable to write data: no space left on device.\n"},
-        {SysCall::close, EIO, "target", "C Io::ConfigFile: unable to close \"@~\": input/output error.\n"},
-        {SysCall::rename, EPERM, "target", "C Io::ConfigFile: unable to replace \"@\": operation not permitted.\n"},
+    std::string const head = " Io::ConfigFile: ", busy = "C" + head + "unable to replace \"@\": ";
+    // what is left in the folder when Close has returned, and in the log
+    std::tuple<SysCall, int, std::string, std::string> const rows[] = {
+        {SysCall::write, ENOSPC, "target target~", "E" + head + "\"@~\": unable to write data: no space left on device.\n"},
+        {SysCall::close, EIO, "target", "C" + head + "unable to close \"@~\": input/output error.\n"},
+        {SysCall::rename, EPERM, "target", busy + "operation not permitted.\n"},
         {SysCall::rename, EIO, "target target~",
-         "C Io::ConfigFile: unable to replace \"@\": input/output error.\n"
-         "C Io::ConfigFile: unable to remove \"@~\": operation not permitted.\n"}};
-    for (auto const& row : rows) {
+         busy + "input/output error.\nC" + head + "unable to remove \"@~\": operation not permitted.\n"}};
+    for (auto const& [call, error, left, lines] : rows) {
         Calls calls;
-        calls.Script(row.call, {Calls::Fail(row.error)});
-        if (row.error == EIO && row.call == SysCall::rename) calls.Script(SysCall::unlink, {Calls::Fail(EPERM)});
+        calls.Script(call, {Calls::Fail(error)});
+        if (error == EIO && call == SysCall::rename) calls.Script(SysCall::unlink, {Calls::Fail(EPERM)});
         Io::ConfigFile file(path.c_str());
         file << "new";
         EXPECT_FALSE(file.Close());
-        EXPECT_EQ(dir.List() + dir.Read("target"), row.left + "old");
-        EXPECT_EQ(Logged(log, path), row.line);
-        EXPECT_EQ(file.SysError(), row.error);
+        EXPECT_EQ(dir.List() + dir.Read("target"), left + "old");
+        EXPECT_EQ(Logged(log, path), lines);
+        EXPECT_EQ(file.SysError(), error);
     }
 }
 

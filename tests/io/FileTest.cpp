@@ -86,11 +86,7 @@ TYPED_TEST(FileTest, KeepsOnePositionThroughAWrapperAndClosesAtItsEnd) {
 
 TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
     using F = TypeParam;
-    struct {
-        SysCall call;
-        bool (*works)(F&);
-        std::string line;
-    } const rows[] = {
+    std::tuple<SysCall, bool (*)(F&), std::string> const rows[] = {
         {SysCall::lseek, [](F& f) { return f.Seek(1); }, "could not set current file position for"},
         {SysCall::lseek, [](F& f) { return Position(f) >= 0; }, "could not get current file position for"},
         {SysCall::ftruncate, [](F& f) { return f.Truncate(1); }, "unable to truncate"},
@@ -100,16 +96,15 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
         {SysCall::close, [](F& f) { return f.Close() || f.IsOpened(); }, ": \"@\": unable to close descriptor -1"},
         {SysCall::read, [](F& f) { return f.GetChar() != 256; }, ": \"@\": unable to read data"},
         {SysCall::write, [](F& f) { return f.PutChar('x') && (f.Close() || f.IsOpened()); }, ": \"@\": unable to write data"}};
-    for (auto const& row : rows) {
+    for (auto const& [call, works, words] : rows) {
         for (Log::VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
             F file(this->path.c_str(), O_RDWR, Io::EOL_LF, 16, verbose);
             Calls calls;
-            calls.Script(row.call, {Calls::Fail(EIO)});
-            EXPECT_FALSE(row.works(file)) << row.line;
+            calls.Script(call, {Calls::Fail(EIO)});
+            EXPECT_FALSE(works(file)) << words;
             EXPECT_EQ(file.SysError(), EIO);
-            std::string const line = row.line[0] == ':' ? row.line : "Stream: " + row.line + " \"@\"";
-            std::string const expected = "E " + this->ident + line + ": input/output error.\n";
-            EXPECT_EQ(Logged(this->log, this->path), verbose == Log::VERBOSE_ON ? expected : "");
+            std::string const line = this->ident + (words[0] == ':' ? words : "Stream: " + words + " \"@\"");
+            EXPECT_EQ(Logged(this->log, this->path), verbose == Log::VERBOSE_ON ? "E " + line + ": input/output error.\n" : "");
         }
     }
 }

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr char const* INTERRUPTED = "I/O operation interrupted by a system signal.";
-
 struct TransferTest : EndsTest {
     void CheckMoves(Io::Base& base) {
         EXPECT_TRUE(base.SysWrite("hello", 5, done_) && done_ == 5);
@@ -23,7 +21,6 @@ struct TransferTest : EndsTest {
 };
 
 TEST_F(TransferTest, AFileMovesBytesAndMeetsTheEndOnce) { CheckMoves(end_.file); }
-
 TEST_F(TransferTest, ASocketMovesBytesWithinItsTimeAndMeetsTheEndOnce) {
     end_.SetTimeout(0);
     Send("x");
@@ -34,39 +31,28 @@ TEST_F(TransferTest, ASocketMovesBytesWithinItsTimeAndMeetsTheEndOnce) {
 }
 
 TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
-    struct {
-        int error;
-        unsigned long times;
-        Stateful::StateT state;
-        int sysError;
-        std::string lines[4]; // what is logged for each of these calls
-    } const rows[] = {{EINTR, 4, Stateful::STATE_OK, 0, {}},
-                      {EAGAIN,
-                       5,
-                       Stateful::STATE_FAILED,
-                       EINTR,
-                       {"read call interrupted.", "write call interrupted.", INTERRUPTED, INTERRUPTED}},
-                      {ECONNRESET, 1, Stateful::STATE_RESET, 0, {}},
-                      {EPERM,
-                       1,
-                       Stateful::STATE_FAILED,
-                       EPERM,
-                       {"unable to read data: operation not permitted.", "unable to write data: operation not permitted."}}};
+    std::string const cut = " call interrupted.", signal = "I/O operation interrupted by a system signal.";
+    std::string const no = " data: operation not permitted.";
+    // how often it fails, what that leaves, and what is logged for each of these calls
+    std::tuple<int, unsigned long, Stateful::StateT, int, std::array<std::string, 4>> const rows[] = {
+        {EINTR, 4, Stateful::STATE_OK, 0, {}},
+        {EAGAIN, 5, Stateful::STATE_FAILED, EINTR, {"read" + cut, "write" + cut, signal, signal}},
+        {ECONNRESET, 1, Stateful::STATE_RESET, 0, {}},
+        {EPERM, 1, Stateful::STATE_FAILED, EPERM, {"unable to read" + no, "unable to write" + no}}};
     SysCall const names[] = {SysCall::read, SysCall::write, SysCall::recv, SysCall::send};
-    for (auto const& row : rows) {
+    for (auto const& [error, times, state, sysError, lines] : rows) {
         for (int way = 0; way < 4; ++way) {
             Send("x");
             Clock const clock(Clock::ModeT::AUTO);
             Calls calls;
-            calls.Script(names[way], {Calls::Fail(row.error)}, row.times);
+            calls.Script(names[way], {Calls::Fail(error)}, times);
             End end(pair_[0]);
             Io::Base& base = way < 2 ? static_cast<Io::Base&>(end.file) : end.socket;
             auto const move = [&] { return way % 2 == 0 ? base.SysRead(data_, 1, done_) : base.SysWrite("x", 1, done_); };
-            EXPECT_EQ(move(), row.state == Stateful::STATE_OK) << strerror(row.error) << " on way " << way;
-            EXPECT_TRUE(end.CurrentState() == row.state && end.SysError() == row.sysError);
-            EXPECT_EQ(clock.Moved(), row.times > 1 ? 4 * 50000000L : 0);
-            std::string const& line = row.lines[way];
-            EXPECT_EQ(log_.Take(), Lines(line.empty() ? 0 : 1, "E Object: " + line));
+            EXPECT_EQ(move(), state == Stateful::STATE_OK) << strerror(error) << " on way " << way;
+            EXPECT_TRUE(end.CurrentState() == state && end.SysError() == sysError);
+            EXPECT_EQ(clock.Moved(), times > 1 ? 4 * 50000000L : 0);
+            EXPECT_EQ(log_.Take(), Lines(lines[way].empty() ? 0 : 1, "E Object: " + lines[way]));
             end.ClearState_();
             end.mode = way % 2 == 0 ? Io::MODE_WRITE : Io::MODE_READ;
             EXPECT_FALSE(move() || end.Ok()); // not open for it
@@ -160,9 +146,8 @@ TEST_F(TlsTest, GarbageFailsAndASystemErrorOfTheQueueCounts) {
         End end(pair_[0]);
         SSL* const ssl = SSL_new(context_);
         SSL_set_connect_state(ssl);
-        BIO* const in = BIO_new(method);
-        BIO_set_init(in, 1);
-        SSL_set_bio(ssl, in, BIO_new(BIO_s_null()));
+        SSL_set_bio(ssl, BIO_new(method), BIO_new(BIO_s_null()));
+        BIO_set_init(SSL_get_rbio(ssl), 1);
         end.socket.SslSet(ssl, false);
         queued = error;
         EXPECT_FALSE(end.socket.SysRead(data_, 16, done_));

@@ -72,15 +72,13 @@ void ForEveryStream(std::string const& text, Io::EndOfLineT eol, Body body) {
 inline std::string Text(CString const& text) { return {text.Cstr(), text.Size()}; }
 
 // -1 on failure.
-inline long Position(Io::SeekableStream const& stream) {
+template<auto GET>
+long Number(Io::SeekableStream const& stream) {
     long out = 0;
-    return stream.Tell(out) ? out : -1;
+    return (stream.*GET)(out) ? out : -1;
 }
-
-inline long SizeOf(Io::SeekableStream const& stream) {
-    long out = 0;
-    return stream.GetStreamSize(out) ? out : -1;
-}
+inline auto const Position = Number<&Io::SeekableStream::Tell>;
+inline auto const SizeOf = Number<&Io::SeekableStream::GetStreamSize>;
 
 // What is left of a stream, to its end.
 inline std::string Rest(Io::IStream& stream) {
