@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 template<class T>
 T Value(char const* text) {
     T value;
@@ -16,10 +14,10 @@ T Value(char const* text) {
     return value;
 }
 
-template<class T>
-std::string Shown(T const& value) {
+template<class T, class... More>
+std::string Shown(T const& value, More const&... more) {
     typename T::Str const made(value), text(made); // a copy aims at its own array
-    return std::string(text.Cstr(), text.Size());
+    return (std::string(text.Cstr(), text.Size()) + ... + (" " + Shown(more)));
 }
 
 // Those of the letters whose test holds.
@@ -49,8 +47,7 @@ template<class T, class RawT>
 void ExpectSocketAddress(T const& address, RawT const& foreign, char const* text) {
     T other;
     String copy;
-    EXPECT_FALSE(other.Assign(address.Sockaddr(), T::Socklen() - 1));
-    EXPECT_FALSE(other == address);
+    EXPECT_FALSE(other.Assign(address.Sockaddr(), T::Socklen() - 1) || other == address);
     EXPECT_TRUE(other.Assign(address.Sockaddr(), T::Socklen()));
     EXPECT_FALSE(other.Assign(foreign));
     EXPECT_TRUE(other == address && other.Port() == address.Port() && other.Address() == address.Address());
