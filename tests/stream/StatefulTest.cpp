@@ -19,25 +19,20 @@ struct Root : Stateful {
 };
 
 TEST(Stateful, TheFirstFailureWinsUntilItIsClearedAndBrokenIsFinal) {
-    struct {
-        void (*record)(Stateful const&);
-        Stateful::StateT state;
-        ReturnT code;
-        int error;
-    } const rows[] = {{[](Stateful const& s) { s.SetState(STATE_TIMEOUT); }, STATE_TIMEOUT, FAIL_CODE, 0},
-                      {[](Stateful const& s) { s.SetSysError_(EIO); }, STATE_FAILED, FAIL_CODE, EIO},
-                      {[](Stateful const& s) { s.SetObjState(0x80330003); }, STATE_FAILED, 0x80330003, 0},
-                      {[](Stateful const& s) { s.SetObjBroken(0x80330004); }, STATE_BROKEN, 0x80330004, 0}};
-    for (auto const& first : rows) {
+    std::tuple<void (*)(Stateful const&), Stateful::StateT, ReturnT, int> const rows[] = {
+        {[](Stateful const& s) { s.SetState(STATE_TIMEOUT); }, STATE_TIMEOUT, FAIL_CODE, 0},
+        {[](Stateful const& s) { s.SetSysError_(EIO); }, STATE_FAILED, FAIL_CODE, EIO},
+        {[](Stateful const& s) { s.SetObjState(0x80330003); }, STATE_FAILED, 0x80330003, 0},
+        {[](Stateful const& s) { s.SetObjBroken(0x80330004); }, STATE_BROKEN, 0x80330004, 0}};
+    for (auto const& [record, state, code, error] : rows) {
         for (auto const& second : rows) {
             Root root;
             Stateful const leaf(root);
-            first.record(root);
-            second.record(root);
-            EXPECT_TRUE(leaf.CurrentState() == first.state && leaf.SysError() == first.error);
-            EXPECT_EQ(leaf.CurrentCode(), first.code);
+            record(root);
+            std::get<0>(second)(root);
+            EXPECT_EQ(std::tuple(leaf.CurrentState(), leaf.CurrentCode(), leaf.SysError()), std::tuple(state, code, error));
             root.ClearState_();
-            EXPECT_EQ(leaf.CurrentCode(), first.state == STATE_BROKEN ? first.code : OK_CODE);
+            EXPECT_EQ(leaf.CurrentCode(), state == STATE_BROKEN ? code : OK_CODE);
         }
     }
 }
