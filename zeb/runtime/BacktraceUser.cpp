@@ -4,6 +4,7 @@
 #include "zeb/core/CString.h"
 #include "zeb/runtime/BacktraceImpl.h"
 #include "zeb/runtime/Mapper.h"
+#include "zeb/runtime/SymbolsImpl.h"
 #include "zeb/runtime/Thread.h"
 
 #include <cstdio>
@@ -96,6 +97,7 @@ public:
 
     void Run(unsigned long skip) {
         if (!(owner_.unwind_ & IN_SIGNAL)) {
+            inner_ = false;
             while (Step_()) {
                 if (skip-- == 0) return TakeAll_();
             }
@@ -105,7 +107,6 @@ public:
     }
 
 private:
-    static constexpr unsigned long NAME_STEP = 256;
     static constexpr unsigned long PATH_MIN = 256;
 
     // False at the end of the stack, and on a failure.
@@ -146,58 +147,68 @@ private:
         }
         if (regs_ && regs_->Empty()) Regs::Dump_(*regs_, cursor_).Print();
         regs_ = nullptr;
-        Frame_* const frame = FindName_(ip) ? owner_.Append_(last, ip, found_, offset_) : nullptr;
+        Find_(ip);
+        Frame_* const frame = owner_.Append_(last, ip, name_, offset_);
         if (frame && (owner_.unwind_ & LOCATIONS)) Locate_(*frame);
+        inner_ = false;
         return frame;
     }
 
-    // The name of the function. A recursion is looked up once. False when memory ran out.
-    bool FindName_(unw_word_t ip) {
-        if (found_ && ip == ip_) return true;
+    // Function and file of a frame. A recursion is looked up once.
+    void Find_(unsigned long ip) {
+        if (ip == ip_) return;
         ip_ = ip;
-        for (;;) {
-            int const error = name_ ? unw_get_proc_name(&cursor_, name_, nameSize_, &offset_) : -UNW_ENOMEM;
-            if (error != -UNW_ENOMEM) {
-                found_ = error ? "<unknown>" : name_;
-                if (error) offset_ = 0;
-                return true;
-            }
-            nameSize_ += NAME_STEP;
-            found_ = name_ = static_cast<char*>(owner_.Alloc_(nameSize_));
-            if (!name_) return false;
-        }
+        name_ = "<unknown>";
+        offset_ = 0;
+        if (!MapIp_()) return;
+        // Behind a call that does not return the next function may begin.
+        unsigned long const call = inner_ ? ip : ip - 1;
+        unsigned long offset = 0;
+        char const* const name = symbols_.Find(call, base_, path_, offset);
+        if (!name) return;
+        name_ = name;
+        offset_ = offset + (ip - call);
     }
 
-    // The mapped file of the frame. Frames of one file share its text.
-    void Locate_(Frame_& frame) {
+    // The mapping that holds the address. False if there is none, or no memory.
+    bool MapIp_() {
         for (unsigned long room = PATH_MIN;; room *= 4) {
             if (room > pathSize_) {
                 path_ = static_cast<char*>(owner_.Alloc_(room));
                 pathSize_ = path_ ? room : 0;
             }
-            unsigned long base = 0, size = pathSize_;
-            if (!path_ || mapper_.Get(reinterpret_cast<void const*>(frame.ip), base, path_, &size) != 0)
-                return;
-            if (size == pathSize_ && room < PATH_MIN * 16) continue; // perhaps cut
-            if (strcmp(path_, location_) != 0) location_ = owner_.Copy_(path_, size - 1);
-            if (!location_) location_ = "";
-            frame.location = location_;
-            frame.locationOffset = base ? frame.ip - base : 0;
-            return;
+            unsigned long size = pathSize_;
+            base_ = 0;
+            if (!path_ || mapper_.Get(reinterpret_cast<void const*>(ip_), base_, path_, &size) != 0)
+                return false;
+            if (size < pathSize_ || room >= PATH_MIN * 16) return base_ != 0; // else perhaps cut
         }
+    }
+
+    // Frames of one file share its text.
+    void Locate_(Frame_& frame) {
+        if (!path_ || !base_) return;
+        if (strcmp(path_, location_) != 0) location_ = owner_.Copy_(path_, strlen(path_));
+        if (!location_) location_ = "";
+        frame.location = location_;
+        frame.locationOffset = frame.ip - base_;
     }
 
     Backtrace& owner_;
     unw_cursor_t& cursor_;
     Regs* regs_;
-    unw_word_t ip_ = 0; // of the name that was found last
-    char const* found_ = nullptr;
-    unw_word_t offset_ = 0;
-    char* name_ = nullptr;
-    unsigned long nameSize_ = 0;
+
+    // Of the address that was looked up last.
+    unsigned long ip_ = 0;
+    bool inner_ = true; // the innermost frame, which is no return address
+    char const* name_ = "";
+    unsigned long offset_ = 0;
+    unsigned long base_ = 0;
     char* path_ = nullptr;
     unsigned long pathSize_ = 0;
+
     char const* location_ = "";
+    Symbols_ symbols_;
     Linux::AddressSpace::Mapper mapper_;
 };
 
