@@ -3,21 +3,14 @@
 #include "examples/gateway/Config.h"
 #include "examples/gateway/Sampler.h"
 #include "examples/gateway/StateFile.h"
+#include "tests/runtime/Worker.h"
 #include "workbench/Calls.h"
-#include "workbench/Clock.h"
 #include "workbench/Heap.h"
-#include "workbench/LogCapture.h"
 #include "workbench/TempDir.h"
-#include "zeb/core/AutoPtr.h"
-#include "zeb/runtime/ThreadMain.h"
-
-#include <cerrno>
-#include <gtest/gtest.h>
 
 namespace {
 
-class PartsTest : public testing::Test {
-protected:
+struct PartsTest : WithMainThread {
     PartsTest() {
         std::string const state = R"("state_file": ")" + (dir_ / "state") + "\"";
         path_ = dir_.Write("config", "{\"interfaces\": [\"lo\"], \"sample_period\": 1000, " + state + "}");
@@ -25,12 +18,13 @@ protected:
         EXPECT_TRUE(config_.Load(path_.c_str(), error)) << error.Cstr();
     }
 
-    LogCapture log_;
-    AutoPtr<ThreadMain> main_{ThreadMain::New("gateway")};
     TempDir dir_;
     std::string path_;
     Config config_;
     Telemetry telemetry_;
+    Clock clock_;
+    Task::Queue queue_{"State", 100, nullptr};
+    StateFile file_{config_, telemetry_, queue_};
 };
 
 TEST_F(PartsTest, AConfigurationThatMemoryEndsForIsRefusedInWords) {
@@ -48,41 +42,30 @@ TEST_F(PartsTest, AConfigurationThatMemoryEndsForIsRefusedInWords) {
 
 TEST_F(PartsTest, AStateFileThatTheDiskRefusesIsToldAndTheOldOneStays) {
     dir_.Write("state", "old");
-    Task::Queue queue("State", 100, nullptr);
-    StateFile file(config_, telemetry_, queue);
     std::pair<SysCall, Calls::Step> const rows[] = {
         {SysCall::write, Calls::Fail(ENOSPC)}, {SysCall::open, Calls::Fail(EROFS)}, {SysCall::rename, Calls::Fail(EIO)}};
     for (auto const& [call, step] : rows) {
+        log_.Clear();
         Calls calls;
         calls.Script(call, {step});
-        EXPECT_TRUE(file.Start().Failed());
+        EXPECT_TRUE(file_.Start().Failed() && dir_.Read("state") == "old") << static_cast<int>(call);
         EXPECT_TRUE(log_.Has("unable to write \"" + (dir_ / "state") + "\"")) << static_cast<int>(call);
-        EXPECT_EQ(dir_.Read("state"), "old");
-        log_.Clear();
     }
-    EXPECT_TRUE(file.Start().Succeeded());
-    EXPECT_TRUE(dir_.Read("state").starts_with("sample=0\n"));
+    EXPECT_TRUE(file_.Start().Succeeded() && dir_.Read("state").starts_with("sample=0\n"));
 }
 
 TEST_F(PartsTest, ASampleIsTakenEachSecondOfItsClock) {
-    Clock clock;
-    Task::Queue queue("State", 100, nullptr);
-    StateFile file(config_, telemetry_, queue);
-    Sampler sampler(config_, "", telemetry_, file);
+    Sampler sampler(config_, "", telemetry_, file_);
     EXPECT_TRUE(sampler.Start());
     Sample sample;
     Telemetry::Counts counts;
     for (unsigned long second = 1; second < 4; ++second) {
-        ASSERT_TRUE(telemetry_.Get(sample, counts));
+        ASSERT_TRUE(telemetry_.Get(sample, counts) && clock_.AwaitWaiters(1));
         EXPECT_EQ(counts.samples, second);
-        ASSERT_TRUE(clock.AwaitWaiters(1));
-        clock.Advance(999);
-        Clock::RealPause(5);
-        clock.Advance(1);
+        clock_.Advance(999), Clock::RealPause(5), clock_.Advance(1);
         for (int i = 0; i < 2000 && telemetry_.Get(sample, counts) && counts.samples == second; ++i) Clock::RealPause(1);
     }
-    sampler.Stop();
-    file.Stop();
+    sampler.Stop(), file_.Stop();
 }
 
 } // namespace
