@@ -1,18 +1,14 @@
 // Operations that allocate fail exactly when the heap does, and leave their object as it was.
 
-#include "workbench/Heap.h"
+#include "tests/core/Rig.h"
 #include "zeb/core/Array.h"
 #include "zeb/core/ArrayMap.h"
 #include "zeb/core/AutoBuffer.h"
 #include "zeb/core/Base64.h"
-#include "zeb/core/Buffer.h"
 #include "zeb/core/HexString.h"
 #include "zeb/core/StringMap.h"
 #include "zeb/core/StringVector.h"
 #include "zeb/core/VoidPMap.h"
-
-#include <gtest/gtest.h>
-#include <string>
 
 namespace {
 
@@ -68,41 +64,34 @@ TEST(Allocation, FailureLeavesAllAsItWas) {
     for (int i = 0; i < 9; ++i) ASSERT_TRUE(strings.PushBack(text) && numbers.PushBack(i) && pointers.PushBack(&numbers));
     ASSERT_TRUE(pairs.Set("a", "1") && pairs.Set("b", text) && hex.Assign(data));
     // clang-format off
-    Sweep<String>([](auto& s) { return s.Assign("old"); }, {
-        [](auto& s) { return s.Assign(text); }, [](auto& s) { return s.Assign('a', 300); },
-        [](auto& s) { return s.Resize(300); },
-        [](auto& s) { return s.Replace(1, 1, big.data(), 300); },
-        [](auto& s) { return s.Replace(1, 1, 'a', 300); },
+    Sweep<String>([](auto& s) { return s.Assign("old"); }, {[](auto& s) { return s.Assign(text); },
+        [](auto& s) { return s.Assign('a', 300); }, [](auto& s) { return s.Resize(300); },
+        [](auto& s) { return s.Replace(1, 1, big.data(), 300); }, [](auto& s) { return s.Replace(1, 1, 'a', 300); },
         [](auto& s) { return s.Append(text); }, [](auto& s) { return s.Join(strings, ", "); },
         [](auto& s) { return text.Substr(s, 2, 30); }});
-    Sweep<Buffer>([](auto& b) { return b.Assign(CBuffer("abc")); }, {
-        [](auto& b) { return b.Assign(data); }, [](auto& b) { return b.Append(data); },
-        [](auto& b) { return b.Resize(300); }, [](auto& b) { return hex.Get(b); }});
-    Sweep<CryptoBuffer>([](auto& b) { return b.Assign(CBuffer("abc")); }, {
-        [](auto& b) { return b.Assign(data); }, [](auto& b) { return b.Append(data); },
-        [](auto& b) { return b.Resize(300); }});
+    Sweep<Buffer>([](auto& b) { return b.Assign(CBuffer("abc")); }, {[](auto& b) { return b.Assign(data); },
+        [](auto& b) { return b.Append(data); }, [](auto& b) { return b.Resize(300); }, [](auto& b) { return hex.Get(b); }});
+    Sweep<CryptoBuffer>([](auto& b) { return b.Assign(CBuffer("abc")); }, {[](auto& b) { return b.Assign(data); },
+        [](auto& b) { return b.Append(data); }, [](auto& b) { return b.Resize(300); }});
     Sweep<VoidPVector>([](auto& v) { return v.Assign(pointers) && (v.Remove(8), true); }, {
-        [](auto& v) { return v.Insert(&numbers, 3); },
-        [](auto& v) { return v.PushBack(&numbers) && v.Size() == 9; }});
+        [](auto& v) { return v.Insert(&numbers, 3); }, [](auto& v) { return v.PushBack(&numbers) && v.Size() == 9; }});
     Sweep<VoidPVector>([](auto&) { return true; }, {[](auto& v) { return v.Assign(pointers); },
         [](auto& v) { return v.PushBack(&numbers); }});
-    Sweep<Array<int>>([](auto& a) { return a.Assign(numbers) && (a.Remove(8), true); }, {
-        [](auto& a) { return a.Insert(4, 99); }, [](auto& a) { return a.Assign(numbers); }});
+    Sweep<Array<int>>([](auto& a) { return a.Assign(numbers) && (a.Remove(8), true); }, {[](auto& a) { return a.Insert(4, 99); },
+        [](auto& a) { return a.Assign(numbers); }});
     Sweep<StringVector>([](auto& v) { return v.Assign(strings) && (v.Remove(8), true); }, {
         [](auto& v) { return v.Append(strings); }, [](auto& v) { return v.Insert("x", 0UL); },
         [](auto& v) { return v.Assign(strings); }});
-    Sweep<StringMap>([](auto& m) { return m.Set("a", "0"); }, {
-        [](auto& m) { return m.Set("a", text); }, [](auto& m) { return m.Set("b", "2"); },
-        [](auto& m) { return m.Assign(pairs); }});
+    Sweep<StringMap>([](auto& m) { return m.Set("a", "0"); }, {[](auto& m) { return m.Set("a", text); },
+        [](auto& m) { return m.Set("b", "2"); }, [](auto& m) { return m.Assign(pairs); }});
     Sweep<VoidPMap>([](auto& m) { return m.Set("a", &pairs); }, {[](auto& m) { return m.Set("b", &pairs); }});
     Sweep<Map>([](auto& m) { return m.Unset("b").Succeeded(); }, {
         [](auto& m) { return !m.Set("a", "a value that needs room", true).IsOom(); },
         [](auto& m) { return !m.Set("c", "a new entry", true).IsOom(); },
         [](auto& m) { return !m.Assign("long=enough to need another block than the one before\0", 55).IsOom(); },
         [](auto& m) { return !m.Assign(other).IsOom(); }});
-    Sweep<HexString>([](auto& h) { return h.Assign(CBuffer("k")); }, {
-        [](auto& h) { return h.Assign(data); }, [](auto& h) { return h.Assign(hex); },
-        [](auto& h) { bool ok; return h.Assign(hex.Str(), ok); }});
+    Sweep<HexString>([](auto& h) { return h.Assign(CBuffer("k")); }, {[](auto& h) { return h.Assign(data); },
+        [](auto& h) { return h.Assign(hex); }, [](auto& h) { bool ok; return h.Assign(hex.Str(), ok); }});
     // clang-format on
     strings.Clear(), pairs.Clear(), pointers.Clear(), numbers.Clear(), hex.Clear();
 }

@@ -1,21 +1,14 @@
 #include "zeb/core/ArrayMap.h"
-#include "zeb/core/String.h"
-#include "zeb/core/StringMap.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <string>
-#include <utility>
+#include "tests/core/Rig.h"
+#include "zeb/core/StringMap.h"
 
 namespace {
 
 using namespace std::string_literals;
 
 // In blocks of these tests a dot stands for NUL.
-std::string Swapped(std::string text, char from, char to) {
-    std::replace(text.begin(), text.end(), from, to);
-    return text;
-}
+std::string Swapped(std::string text, char from, char to) { return std::ranges::replace(text, from, to), text; }
 std::string Block(ArrayMap const& map) { return Swapped({map.Ptr(), map.Size()}, '\0', '.'); }
 ArrayMap Make(std::string const& block, unsigned long maxSize = 100, char separator = '=') {
     return {maxSize, separator, Swapped(block, '.', '\0').data(), block.size()};
@@ -49,12 +42,7 @@ TEST(ArrayMap, ABlockThatIsTooLargeIsAStateThatEverythingReturns) {
 }
 
 TEST(ArrayMap, SetAndUnsetGiveTheirCodesAndKeepPlaces) {
-    struct {
-        char const *key, *value; // a null value: Unset
-        bool overwrite;
-        unsigned code;
-        char const* block;
-    } const rows[] = {
+    std::tuple<char const*, char const*, bool, unsigned, char const*> const rows[] = {
         // clang-format off
         {"", "1", true, 0x80800001, "."}, {"a=", "1", true, 0x80800002, "."}, {"a", nullptr, true, 0x80800003, "."},
         {"a", "123456789012", true, 0x00800003, "a=123456789012.."}, {"a", "1234567890123", true, 0x80800004, "a=123456789012.."},
@@ -66,21 +54,19 @@ TEST(ArrayMap, SetAndUnsetGiveTheirCodesAndKeepPlaces) {
         // clang-format on
     };
     ArrayMap map = Make("", 16);
-    for (auto const& row : rows) {
-        ReturnT const code = row.value ? map.Set(row.key, row.value, row.overwrite) : map.Unset(row.key);
-        EXPECT_EQ(code, row.code) << row.key << " " << row.block;
-        EXPECT_EQ(Block(map), row.block) << row.key;
+    for (auto const& [key, value, overwrite, code, block] : rows) { // a null value: Unset
+        EXPECT_EQ(value ? map.Set(key, value, overwrite) : map.Unset(key), code) << key << " " << block;
+        EXPECT_EQ(Block(map), block) << key;
     }
 }
 
 TEST(ArrayMap, FindsWithoutCaseOnRequestAndRefusesNulBytes) {
     ArrayMap map = Make("Host=a.PORT=80.");
     String value;
-    EXPECT_EQ(map.Get("host", value), 0x80800003u);
-    EXPECT_EQ(map.Get(CString::IgnoreCase("host"), value), 0x00800002u);
-    EXPECT_EQ(map.Set(CString::IgnoreCase("port"), "81", true), 0x00800003u);
-    EXPECT_EQ(map.Set(CString("x\0y", 3), "1", true), 0x80800002u);
-    EXPECT_EQ(map.Set("x", CString("1\0002", 3), true), 0x80800006u);
+    ReturnT const codes[] = {map.Get("host", value), map.Get(CString::IgnoreCase("host"), value),
+                             map.Set(CString::IgnoreCase("port"), "81", true), map.Set(CString("x\0y", 3), "1", true),
+                             map.Set("x", CString("1\0002", 3), true)};
+    EXPECT_THAT(codes, testing::ElementsAre(0x80800003u, 0x00800002u, 0x00800003u, 0x80800002u, 0x80800006u));
     EXPECT_EQ(Block(map), "Host=a.port=81..");
 }
 

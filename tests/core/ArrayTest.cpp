@@ -1,8 +1,6 @@
 #include "zeb/core/Array.h"
 
-#include <gtest/gtest.h>
-#include <random>
-#include <vector>
+#include "tests/core/Rig.h"
 
 namespace {
 

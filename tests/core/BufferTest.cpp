@@ -1,28 +1,19 @@
 #include "zeb/core/Buffer.h"
-#include "workbench/Heap.h"
+
+#include "tests/core/Rig.h"
 #include "zeb/core/AutoBuffer.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <string>
-
 namespace {
-
-CBuffer View(std::string const& text) { return {text.data(), text.size()}; }
-std::string Text(CBuffer const& data) { return {static_cast<char const*>(data.Ptr()), data.Size()}; }
 
 TEST(Buffer, GrowsToExactlyWhatIsAskedAndKeepsItWhenTruncated) {
     Heap const heap; // a block that grows moves
     Buffer buffer;
     ASSERT_TRUE(buffer.Assign(View("hello")) && buffer.Append(View(" world")) && buffer.Reserve(7));
     EXPECT_EQ(buffer.Capacity(), 11u);
-    buffer.Truncate(20);
-    buffer.Erase(2, 6);
+    buffer.Truncate(20), buffer.Erase(2, 6);
     EXPECT_EQ(Text(buffer), "herld");
-    buffer.Truncate(3);
-    EXPECT_EQ(buffer.Capacity(), 11u);
-    buffer.ShrinkToFit();
-    EXPECT_EQ(buffer.Capacity(), 3u);
+    EXPECT_EQ((buffer.Truncate(3), buffer.Capacity()), 11u);
+    EXPECT_EQ((buffer.ShrinkToFit(), buffer.Capacity()), 3u);
     ASSERT_TRUE(buffer.Assign(buffer) && buffer.Append(buffer));
     EXPECT_EQ(Text(buffer), "herher");
     ASSERT_TRUE(buffer.Append(CBuffer(buffer.Bytes() + 1, 2)) && buffer.Append(CBuffer(buffer.Bytes(), 4)));

@@ -1,12 +1,7 @@
 #include "zeb/core/CString.h"
 
-#include "zeb/core/String.h"
+#include "tests/core/Rig.h"
 #include "zeb/core/StringVector.h"
-
-#include <gtest/gtest.h>
-#include <random>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -14,34 +9,29 @@ using namespace std::string_literals;
 
 int Sign(int value) { return (value > 0) - (value < 0); }
 
-CString View(std::string const& text) { return {text.data(), text.size()}; }
-
 } // namespace
 
 TEST(CStringTest, AViewIsNeverNull) {
     for (CString const& empty : {CString(), CString(nullptr), CString(""), CString::Nil()})
         EXPECT_TRUE(empty.Cstr() && empty.Empty() && *empty.Cstr() == '\0' && empty == CString::Nil());
-    CString view("text");
-    view.Reset(nullptr);
-    EXPECT_TRUE(view.Cstr() && view.Empty());
-    view.Reset(CString("other text", 5));
-    EXPECT_EQ(view, "other");
+    CString view("text"), other("text");
+    view.Reset(nullptr), other.Reset(CString("other text", 5));
+    EXPECT_TRUE(view.Cstr() && view.Empty() && other == "other");
 }
 
 TEST(CStringTest, ComparesAndFindsAsTheRulesSay) {
     EXPECT_TRUE(CString("abc").Compare("abcd") == -1 && View("a\0b"s).Compare(View("a\0c"s)) == 0);
     EXPECT_EQ(CString("x-head").Compare(CString::IgnoreCase("X-Head")), 0) << "either side may ask for it";
     std::mt19937 random(20);
-    auto const text = [&](unsigned long size) {
-        std::string result(size, ' ');
+    auto const text = [&](std::string result) {
         for (char& c : result) c = "aAb"[random() % 3];
         return result;
     };
     for (int round = 0; round < 8000; ++round) {
-        std::string twin = text(random() % 9), other = text(random() % 5), given = twin, sought = other;
+        std::string twin = text(std::string(random() % 9, ' ')), other = text(std::string(random() % 5, ' ')), given = twin,
+                    sought = other;
         CString::IgnoreCase const folded(View(given));
-        CString const plain = View(given), what = View(sought);
-        CString const& view = round % 2 == 0 ? folded : plain;
+        CString const plain = View(given), what = View(sought), &view = round % 2 == 0 ? folded : plain;
         for (std::string* const part : {&twin, &other})
             for (char& c : *part) c = static_cast<char>(round % 2 == 0 ? tolower(c) : c);
         unsigned long const size = twin.size(), pos = random() % (size + 1), count = random() % 9;
@@ -61,42 +51,36 @@ TEST(CStringTest, ComparesAndFindsAsTheRulesSay) {
 }
 
 TEST(CStringTest, ClassesHoldForAllBytesUpToANul) {
-    struct {
-        std::string text;
-        bool printable, graphic, numeric;
-        // clang-format off
-    } const rows[] = {{"", false, false, false}, {"0129", true, true, true}, {"12 3", true, false, false},
+    // clang-format off
+    std::tuple<std::string, bool, bool, bool> const rows[] = {{"", false, false, false}, {"0129", true, true, true}, {"12 3", true, false, false},
                       {"a\tb", false, false, false}, {"-1", true, true, false},
                       {"\xC3\xA4", false, false, false}, {std::string("12\0x\n", 5), true, true, true}};
     // clang-format on
-    for (auto const& row : rows) {
-        std::vector<char> const bytes(row.text.begin(), row.text.end()); // without a NUL behind them
+    for (auto const& [text, printable, graphic, numeric] : rows) {
+        std::vector<char> const bytes(text.begin(), text.end()); // without a NUL behind them
         CString const view(bytes.data(), bytes.size());
-        EXPECT_EQ(view.IsPrintable(), row.printable) << row.text;
-        EXPECT_TRUE(view.IsPrintableNonSpace() == row.graphic && view.IsNumeric() == row.numeric) << row.text;
+        EXPECT_EQ(std::tuple(view.IsPrintable(), view.IsPrintableNonSpace(), view.IsNumeric()),
+                  std::tuple(printable, graphic, numeric))
+            << text;
     }
 }
 
 TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpaceAndJoinsAgain) {
-    struct {
-        char const* text;
-        char separator;
-        std::vector<std::string> fields;
-        // clang-format off
-    } const rows[] = {{"a,,b", ',', {"a", "", "b"}}, {"a,", ',', {"a", ""}}, {",", ',', {"", ""}},
+    // clang-format off
+    std::tuple<char const*, char, std::vector<std::string>> const rows[] = {{"a,,b", ',', {"a", "", "b"}}, {"a,", ',', {"a", ""}}, {",", ',', {"", ""}},
                       {"", ',', {""}}, {"ab c", ',', {"ab c"}}, {"  a \t\n bc ", '\0', {"a", "bc"}},
                       {" \v\f\r ", '\0', {}}, {"", '\0', {""}}, {"abc", '\0', {"abc"}}};
     // clang-format on
-    for (auto const& row : rows) {
+    for (auto const& [text, separator, expected] : rows) {
         StringVector fields;
-        ASSERT_TRUE(fields.PushBack("left from before") && CString(row.text).Split(fields, row.separator));
+        ASSERT_TRUE(fields.PushBack("left from before") && CString(text).Split(fields, separator));
         std::vector<std::string> found;
         for (String const& field : fields) found.emplace_back(field.Cstr());
-        EXPECT_EQ(found, row.fields) << row.text;
+        EXPECT_EQ(found, expected) << text;
         String joined;
-        EXPECT_TRUE(joined.Assign("old") && joined.Join(fields, CString(&row.separator, 1)));
-        EXPECT_TRUE(row.separator == '\0' || joined == row.text) << joined.Cstr();
-        ASSERT_TRUE(fields.Assign(StringVector::Nil()) && fields.PushBack(row.text));
-        EXPECT_TRUE(fields[0].Split(fields, row.separator) && fields.Size() == found.size()); // of itself
+        EXPECT_TRUE(joined.Assign("old") && joined.Join(fields, CString(&separator, 1)));
+        EXPECT_TRUE(separator == '\0' || joined == text) << joined.Cstr();
+        ASSERT_TRUE(fields.Assign(StringVector::Nil()) && fields.PushBack(text));
+        EXPECT_TRUE(fields[0].Split(fields, separator) && fields.Size() == found.size()); // of itself
     }
 }

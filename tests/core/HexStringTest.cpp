@@ -1,10 +1,6 @@
 #include "zeb/core/HexString.h"
 
-#include "zeb/core/Buffer.h"
-
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
+#include "tests/core/Rig.h"
 
 TEST(HexStringTest, WritesAndReadsBytesOfEverySize) {
     std::vector<unsigned char> data;
@@ -16,8 +12,8 @@ TEST(HexStringTest, WritesAndReadsBytesOfEverySize) {
         EXPECT_EQ(text.Str(), expected.c_str());
         std::vector<unsigned char> back = untouched;
         unsigned long count = 77;
-        EXPECT_TRUE(size == 0 || !text.Get(back.data(), size - 1, count));
-        EXPECT_TRUE(back == untouched && (size == 0 || count == size)) << "nothing is written";
+        EXPECT_TRUE(size == 0 || (!text.Get(back.data(), size - 1, count) && count == size));
+        EXPECT_EQ(back, untouched) << "nothing is written";
         EXPECT_TRUE(text.Get(back.data(), size, count) && back == data && count == size);
         data.push_back(static_cast<unsigned char>(size * 37 + 11));
         for (int const digit : {data.back() / 16, data.back() % 16}) expected += "0123456789abcdef"[digit];

@@ -1,12 +1,8 @@
 #include "zeb/core/Integer.h"
 
+#include "tests/core/Rig.h"
+
 #include <charconv>
-#include <climits>
-#include <gtest/gtest.h>
-#include <limits>
-#include <random>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -21,17 +17,13 @@ void ExpectRoundTrip(T value) {
     for (int form = 0; form < 3; ++form) {
         Integer const text(value, Integer::PrintFormatT(form));
         T back = 99;
-        ASSERT_STREQ(text.Cstr(), expected[form]);
-        ASSERT_EQ(text.Size(), strlen(expected[form]));
+        ASSERT_EQ(std::string(text.Cstr(), text.Size()), expected[form]);
         ASSERT_TRUE(Integer::Parse(text, back, Integer::ParseFormatT(form != 0)) && back == value);
     }
 }
 
 // One step further from zero: no limit of a type ends in 9.
-std::string Beyond(std::string digits) {
-    ++digits.back();
-    return digits;
-}
+std::string Beyond(std::string digits) { return ++digits.back(), digits; }
 
 template<class T>
 class IntegerTest : public testing::Test {};
@@ -68,18 +60,13 @@ TYPED_TEST(IntegerTest, RefusesWhatIsNoNumberOfTheType) {
 }
 
 TEST(IntegerTest, TakesSignsAndLeadingZeros) {
-    struct {
-        char const* text;
-        int format;
-        long value;
-        // clang-format off
-    } const rows[] = {{"+7", 0, 7}, {"-0", 0, 0}, {"-0000000000000000000000000042", 0, -42},
+    // clang-format off
+    std::tuple<char const*, int, long> const rows[] = {{"+7", 0, 7}, {"-0", 0, 0}, {"-0000000000000000000000000042", 0, -42},
                       {"+9223372036854775807", 0, LONG_MAX}, {"-9223372036854775808", 7, LONG_MIN},
                       {"0000000000000000000000000AbCdEf", 1, 0xABCDEF}, {"ffffffffffffffff", 1, -1}};
     // clang-format on
-    for (auto const& row : rows) {
+    for (auto const& [text, format, expected] : rows) {
         long value = 99;
-        EXPECT_TRUE(Integer::Parse(CString(row.text), value, Integer::ParseFormatT(row.format))) << row.text;
-        EXPECT_EQ(value, row.value) << row.text;
+        EXPECT_TRUE(Integer::Parse(CString(text), value, Integer::ParseFormatT(format)) && value == expected) << text << value;
     }
 }

@@ -1,7 +1,8 @@
 #include "zeb/core/Intrusive.h"
 
+#include "tests/core/Rig.h"
+
 #include <deque>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -11,8 +12,7 @@ struct Item {
         : number(n) {}
     virtual ~Item() = default;
     int number;
-    Intrusive::Hook byAge;
-    Intrusive::Hook byName;
+    Intrusive::Hook byAge, byName;
 };
 using AgeListT = Intrusive::List<Item, &Item::byAge>;
 using NameListT = Intrusive::List<Item, &Item::byName>;
@@ -46,8 +46,7 @@ TEST(Intrusive, AnObjectIsInOneListForEachHookAndListsUnlinkAtTheirEnd) {
         NameListT names;
         ages.PushBack(a), ages.PushBack(b), names.PushBack(b), names.PushBack(a);
         names.Remove(a), names.Remove(a); // in no list any more
-        EXPECT_EQ(Numbers(names), (std::deque{2}));
-        EXPECT_EQ(Numbers(ages), (std::deque{1, 2}));
+        EXPECT_EQ(std::pair(Numbers(names), Numbers(ages)), std::pair(std::deque{2}, std::deque{1, 2}));
         {
             Item c(3);
             names.PushFront(c), ages.PushBack(c);
@@ -56,8 +55,7 @@ TEST(Intrusive, AnObjectIsInOneListForEachHookAndListsUnlinkAtTheirEnd) {
             ages.PushFront(c), ages.PushBack(c);
             EXPECT_EQ(Numbers(ages), (std::deque{1, 2, 3}));
         } // leaves by itself
-        EXPECT_EQ(Numbers(ages), (std::deque{1, 2}));
-        EXPECT_EQ(Numbers(names), (std::deque{2}));
+        EXPECT_EQ(std::pair(Numbers(names), Numbers(ages)), std::pair(std::deque{2}, std::deque{1, 2}));
     }
     EXPECT_FALSE(a.byAge.IsLinked() || b.byAge.IsLinked() || b.byName.IsLinked());
 }

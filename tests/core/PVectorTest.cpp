@@ -1,10 +1,6 @@
 #include "zeb/core/PVector.h"
-#include "workbench/Heap.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <random>
-#include <vector>
+#include "tests/core/Rig.h"
 
 namespace {
 
@@ -17,21 +13,14 @@ TEST(VoidPVector, AsksTheHeapOnceForEachGroupOfEightAndGivesGroupsBack) {
     VoidPVector vector;
     Heap heap;
     heap.Arm();
-    for (unsigned long i = 0; i < 17; ++i) {
-        ASSERT_TRUE(vector.PushBack(P(i)));
-        ASSERT_EQ(heap.Calls(), i / 8 + 1);
-    }
-    while (!vector.Empty()) {
-        ASSERT_EQ(heap.LiveBytes(), (vector.Size() + 7) / 8 * 64);
-        vector.Remove(0);
-    }
+    for (unsigned long i = 0; i < 17; ++i) ASSERT_TRUE(vector.PushBack(P(i)) && heap.Calls() == i / 8 + 1);
+    for (; !vector.Empty(); vector.Remove(0)) ASSERT_EQ(heap.LiveBytes(), (vector.Size() + 7) / 8 * 64);
     EXPECT_EQ(heap.LiveBytes(), 64u) << "the last block stays until Clear";
     unsigned long const before = heap.Calls();
     EXPECT_TRUE(vector.PushBack(P(0)) && heap.Calls() == before);
     EXPECT_TRUE(vector.Insert(P(5), 5) && vector.Ptr()[5] == P(5)) << "past the end, but within the block";
     EXPECT_TRUE(!vector.Insert(P(6), 8) && !vector.Ptr()[1]) << "what an index past the end leaves out is null";
-    vector.Clear();
-    EXPECT_EQ(heap.Live(), 0u);
+    EXPECT_EQ((vector.Clear(), heap.Live()), 0u);
 }
 
 TEST(VoidPVector, RandomOperationsMatchAStandardVector) {
@@ -39,8 +28,7 @@ TEST(VoidPVector, RandomOperationsMatchAStandardVector) {
     VoidPVector vector;
     std::vector<void*> twin;
     for (int step = 0; step < 20000; ++step) {
-        unsigned long const at = random() % (twin.size() + 1);
-        unsigned long const last = at + random() % (twin.size() - at + 1);
+        unsigned long const at = random() % (twin.size() + 1), last = at + random() % (twin.size() - at + 1);
         unsigned long const middle = at + random() % (last - at + 1);
         auto const iterator = [&](unsigned long i) { return twin.begin() + static_cast<long>(i); };
         auto const place = iterator(at);
@@ -99,8 +87,7 @@ TEST(AutoPVector, FreesWhatItHoldsAndMovesIt) {
     items.Remove(0);
     target = std::move(items);
     EXPECT_TRUE(items.Empty() && target.Size() == 3 && target.Front()->key == 2 && Item::live == 3);
-    target.Clear();
-    EXPECT_EQ(Item::live, 1);
+    EXPECT_EQ((target.Clear(), Item::live), 1);
 }
 
 template<class T>

@@ -1,19 +1,15 @@
 #include "zeb/core/Pool.h"
 
+#include "tests/core/Rig.h"
 #include "workbench/Calls.h"
-#include "workbench/Heap.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fstream>
-#include <gtest/gtest.h>
-#include <string>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
@@ -68,27 +64,20 @@ TEST(Pool, AFailedAllocOrReserveLeavesThePresentBlockInUse) {
 
 TEST(PoolReserve, GivesOneRegionWithinItsLimits) {
     unsigned long const MAX = PoolBase::REGION_MAX;
-    // clang-format off
-    std::pair<unsigned long, unsigned long> const rows[] = {
-        {2048, 2048}, {2049, PoolBase::REGION_MIN}, {300000, 300000}, {3UL << 20, MAX}, {~0UL, MAX}};
-    // clang-format on
-    for (auto const& [asked, left] : rows)
+    for (auto const& [asked, left] :
+         {std::pair{2048UL, 2048UL}, {2049, PoolBase::REGION_MIN}, {300000, 300000}, {3UL << 20, MAX}, {~0UL, MAX}})
         OnFreshThread([asked = asked, left = left](Heap const&) {
             Calls const calls;
             Pool<2048> pool;
             EXPECT_TRUE(pool.Reserve(asked) && pool.Left() >= left && pool.Left() < left + 2 * PAGE) << asked;
             EXPECT_TRUE(pool.Reserve(left) && pool.Alloc(left));
-            EXPECT_EQ(calls.Count(SysCall::mmap), asked > 2048 ? 1u : 0u);
-            EXPECT_EQ(pool.IsFresh(), asked > 2048);
+            EXPECT_TRUE(calls.Count(SysCall::mmap) == (asked > 2048) && pool.IsFresh() == (asked > 2048));
         });
 }
 
 TEST(PoolReserve, AThreadKeepsWhatFitsBestUpToItsLimit) {
     constexpr unsigned long LARGE = PoolBase::REGION_MAX + PoolBase::ALIGNMENT;
-    struct {
-        unsigned long limit;
-        std::vector<unsigned long> reserved, kept; // sizes; what further pools get without the kernel
-    } const rows[] = {
+    std::tuple<unsigned long, std::vector<unsigned long>, std::vector<unsigned long>> const rows[] = {
         {PoolBase::KEPT_MAX, {}, {}},
         {PoolBase::KEPT_MAX, {100000, LARGE, 70000}, {70000, 100000, LARGE}},
         {PoolBase::KEPT_MAX, std::vector<unsigned long>(9, LARGE), std::vector<unsigned long>(8, LARGE)},
@@ -97,26 +86,25 @@ TEST(PoolReserve, AThreadKeepsWhatFitsBestUpToItsLimit) {
         {100000, {LARGE}, {PoolBase::REGION_MIN}},
         {0, {100000}, {}},
     };
-    for (auto const& row : rows) {
-        PoolBase::KeepUpTo(row.limit);
-        OnFreshThread([&](Heap const& heap) {
+    for (auto const& [limit, reserved, kept] : rows) { // sizes; what further pools get without the kernel
+        PoolBase::KeepUpTo(limit);
+        OnFreshThread([&, &reserved = reserved, &kept = kept](Heap const& heap) {
             static thread_local Pool<2048> last; // dies behind the thread's own end
             Pool<2048> pool;
-            for (unsigned long const size : row.reserved)
+            for (unsigned long const size : reserved)
                 EXPECT_TRUE(pool.Reserve(size - 16) && memset(pool.Alloc(pool.Left()), 0xFF, size - 16));
             pool.Clear();
             unsigned long bytes = 0;
-            for (unsigned long const size : row.kept) bytes += (size + 16 + PAGE - 1) / PAGE * PAGE;
+            for (unsigned long const size : kept) bytes += (size + 16 + PAGE - 1) / PAGE * PAGE;
             EXPECT_TRUE(heap.LiveBytes() >= bytes - bytes % LARGE && heap.LiveBytes() <= bytes + LARGE);
             Calls const calls;
-            for (unsigned long const size : row.kept) {
+            for (unsigned long const size : kept) {
                 EXPECT_TRUE(last.Reserve(size - 16) && last.Left() >= size - 16 && !last.IsFresh());
-                EXPECT_LT(last.Left(), size + 2 * PAGE);
-                EXPECT_TRUE(memset(last.Alloc(last.Left()), 0xFF, size - 16));
+                EXPECT_TRUE(last.Left() < size + 2 * PAGE && memset(last.Alloc(last.Left()), 0xFF, size - 16));
             }
             EXPECT_EQ(calls.Count(SysCall::mmap), 0u);
             EXPECT_TRUE(last.Reserve(70000) && last.IsFresh() && calls.Count(SysCall::mmap) == 1);
-            if (row.kept.size() < 2) return;
+            if (kept.size() < 2) return;
             last.Clear();
             EXPECT_TRUE(last.Reserve(1UL << 30)) << "the longest one, though it is shorter";
             EXPECT_EQ(calls.Count(SysCall::mmap), 1u);
@@ -141,8 +129,7 @@ TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
         for (unsigned long const size : {PoolBase::WARM_MAX - PAGE, 4UL << 20, 4UL << 20})
             EXPECT_TRUE(pool.Reserve(size - 16) && memset(pool.Alloc(size - 16), 0xFF, size - 16));
         pool.Clear();
-        EXPECT_NEAR(static_cast<double>(LazyBytes() - before), 8 << 20,
-                    64 * PAGE); // pages wait in batches of the kernel
+        EXPECT_NEAR(double(LazyBytes() - before), 8 << 20, 64 * PAGE); // pages wait in batches of the kernel
         EXPECT_TRUE(pool.Reserve(3UL << 20) && memset(pool.Alloc(3UL << 20), 1, 3UL << 20));
     });
 }
@@ -155,10 +142,8 @@ struct MemoryGroup {
              {std::pair{"/sys/fs/cgroup/memory", "/memory.limit_in_bytes"}, {"/sys/fs/cgroup", "/memory.max"}}) {
             std::string const made = parent + ("/zeb-pool-test-" + std::to_string(getpid()));
             if (mkdir(made.c_str(), 0755) != 0) continue;
-            if (std::ofstream(made + file) << limit << std::flush) {
-                path = made;
-                return;
-            }
+            if (std::ofstream(made + file) << limit << std::flush) path = made;
+            if (!path.empty()) return;
             rmdir(made.c_str());
         }
     }
@@ -182,8 +167,7 @@ TEST(PoolReserve, UnderAMemoryLimitTheKernelTakesWhatIsKept) {
         _exit(0);
     }
     int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0) << "killed for want of memory";
+    EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << "killed for want of memory " << status;
 }
 
 TEST(Pool, WhatIsApartLeavesThePresentBlockAsItIs) {

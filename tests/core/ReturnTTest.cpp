@@ -1,11 +1,9 @@
-#include "zeb/core/CString.h"
+#include "tests/core/Rig.h"
 #include "zeb/core/Cwmp.h"
 #include "zeb/core/ErrorString.h"
 #include "zeb/core/Tools.h"
 
 #include <cerrno>
-#include <gtest/gtest.h>
-#include <string>
 
 // A code is neither a truth value nor a number, and is made of neither.
 template<class T>
@@ -27,14 +25,12 @@ static_assert(!IsMadeOfACode<bool> && !IsMadeOfACode<int> && !IsMadeOfACode<uint
 static_assert(!IsOrderedOrNegated<ReturnT> && ReturnT(0x00800001) == 0x00800001);
 
 TEST(ReturnTTest, FailureIsTheSignOfTheCode) {
-    struct {
-        uint32_t code, severity, facility;
-        bool failed;
-    } const rows[] = {{0, 0, 0, false}, {0x80C90064, 2, 201, true}, {0x40090001, 1, 9, false}, {0xCFFE00B1, 3, 4094, true}};
-    for (auto const& row : rows) {
-        ReturnT const code = row.code;
-        EXPECT_TRUE(code.Failed() == row.failed && code.Severity() == row.severity && code.Facility() == row.facility);
-        EXPECT_EQ(ReturnT::Make(ReturnT::SeverityT(row.severity), row.facility, row.code), code);
+    std::tuple<uint32_t, uint32_t, uint32_t, bool> const rows[] = {
+        {0, 0, 0, false}, {0x80C90064, 2, 201, true}, {0x40090001, 1, 9, false}, {0xCFFE00B1, 3, 4094, true}};
+    for (auto const& [number, severity, facility, failed] : rows) {
+        ReturnT const code = number;
+        EXPECT_TRUE(code.Failed() == failed && code.Severity() == severity && code.Facility() == facility);
+        EXPECT_EQ(ReturnT::Make(ReturnT::SeverityT(severity), facility, number), code);
     }
     uint32_t const line = __LINE__;
     EXPECT_EQ(ReturnT::Fail(), 0xCFFD0000 + line + 1);
@@ -44,8 +40,7 @@ TEST(ReturnTTest, FailureIsTheSignOfTheCode) {
 
 TEST(ToolsTest, TheFirstRowDecidesAndGenericCodesPass) {
     // clang-format off
-    Tools::CodePair const pairs[] = {{0x80370001, 0x80380001}, {0x80370001, 0x80380002}, {0xCFFD0005, 1},
-                                     {0, 7},
+    Tools::CodePair const pairs[] = {{0x80370001, 0x80380001}, {0x80370001, 0x80380002}, {0xCFFD0005, 1}, {0, 7},
                                      Tools::CodePair::Nil(), {0x80370009, 2}};
     uint32_t const rows[][2] = {{0x80370001, 0x80380001}, {0x00370001, 99}, {0x80370009, 99},
                                 {0xCFFD0005, 0xCFFD0005}, {0x0FFF0001, 0x0FFF0001}, {0, 7}};
@@ -56,19 +51,15 @@ TEST(ToolsTest, TheFirstRowDecidesAndGenericCodesPass) {
 TEST(CwmpTest, FaultsComeFromTheTableOrFromTheKindOfFailure) {
     auto const def = Cwmp::DefaultT(3);
     Cwmp::ErrorCodeMapT const table[] = {{0x80370001, 9003, def}, {0x80370001, 9005, def}, {0, 1, def}};
-    struct {
-        uint32_t code;
-        int fault, plain;
-        bool hit;
-    } const rows[] = {{0x80370001, 9003, 9002, true},  {0, 1, 0, true},
-                      {0xCFFE0001, 9004, 9004, false}, {0x0FFE0001, 9004, 9004, false},
-                      {0xCFFD0001, 9002, 9002, false}, {0x40090001, 0, 0, false}};
-    for (auto const& row : rows) {
+    std::tuple<uint32_t, int, int, bool> const rows[] = {{0x80370001, 9003, 9002, true},  {0, 1, 0, true},
+                                                         {0xCFFE0001, 9004, 9004, false}, {0x0FFE0001, 9004, 9004, false},
+                                                         {0xCFFD0001, 9002, 9002, false}, {0x40090001, 0, 0, false}};
+    for (auto const& [code, fault, plain, hit] : rows) {
         auto found = Cwmp::DefaultT(77);
-        bool ok = row.plain != 0;
-        EXPECT_TRUE(Cwmp::ErrorMap(row.code, table, 3, found) == row.fault && found == (row.hit ? def : 0)) << row.code;
-        EXPECT_TRUE(Cwmp::ErrorMap(row.code, ok) == row.plain && ok == (row.plain == 0)) << row.code;
-        EXPECT_TRUE(Cwmp::ErrorMap(row.code, found) == row.plain && found == 0) << row.code;
+        bool ok = plain != 0;
+        EXPECT_TRUE(Cwmp::ErrorMap(code, table, 3, found) == fault && found == (hit ? def : 0)) << code;
+        EXPECT_TRUE(Cwmp::ErrorMap(code, ok) == plain && ok == (plain == 0)) << code;
+        EXPECT_TRUE(Cwmp::ErrorMap(code, found) == plain && found == 0) << code;
     }
 }
 

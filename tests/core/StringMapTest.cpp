@@ -1,10 +1,9 @@
 #include "zeb/core/StringMap.h"
+
+#include "tests/core/Rig.h"
 #include "zeb/core/VoidPMap.h"
 
-#include <gtest/gtest.h>
 #include <map>
-#include <random>
-#include <string>
 
 namespace {
 
@@ -22,8 +21,7 @@ TEST(StringMap, RandomOperationsMatchAStandardMap) {
     StringMap map;
     std::map<std::string, std::string> twin;
     for (int step = 0; step < 5000; ++step) {
-        std::string const key = std::to_string(random() % 60);
-        std::string const value = std::to_string(step);
+        std::string const key = std::to_string(random() % 60), value = std::to_string(step);
         unsigned long const at = random() % (twin.size() + 1);
         auto const action = random() % 5;
         StringMap copy;
@@ -33,17 +31,13 @@ TEST(StringMap, RandomOperationsMatchAStandardMap) {
         if (action == 4 && copy.Assign(map) && copy.Assign(copy)) map.Swap(copy);
         ASSERT_EQ(map.Size(), twin.size());
         auto expected = twin.begin();
-        for (auto const& [name, text] : map) {
-            ASSERT_TRUE(name == expected->first.c_str() && text == expected->second.c_str());
-            ++expected;
-        }
+        for (auto const& [name, text] : map) ASSERT_TRUE(name == expected->first.c_str() && text == (expected++)->second.c_str());
         ASSERT_EQ(map.Has(key.c_str()), twin.contains(key));
     }
 }
 
 TEST(VoidPMap, MapsKeysToPointersThatItDoesNotOwn) {
-    int one = 1;
-    int const two = 2;
+    int one = 1, two = 2;
     VoidPMap map;
     VoidPMap const& constant = map;
     ASSERT_TRUE(map.Set("b", &one) && map.Set("a", &two) && map.Set("c", static_cast<void*>(nullptr)));

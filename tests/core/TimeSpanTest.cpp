@@ -1,12 +1,8 @@
 #include "zeb/core/TimeSpan.h"
 
+#include "tests/core/Rig.h"
 #include "workbench/Clock.h"
-#include "zeb/core/CString.h"
 #include "zeb/core/Time.h"
-
-#include <climits>
-#include <gtest/gtest.h>
-#include <string>
 
 using Time::Span;
 
@@ -20,11 +16,7 @@ std::string Text(Span const& span) { return Span::String(span).Cstr(); }
 
 TEST(TimeSpan, KeepsBothPartsOfOneSignAndRoundsByItsRules) {
     char const* const max = "9223372036854775807.999999";
-    struct {
-        Span span;
-        char const* text;
-        long seconds, milliseconds;
-    } const rows[] = {
+    std::tuple<Span, char const*, long, long> const rows[] = {
         // clang-format off
         {Span(), "0.000000", 0, 0}, {Span(-1500), "-1.500000", -1, -1500}, {Span(2500), "2.500000", 3, 2500},
         {Span(2499), "2.499000", 2, 2499}, {Span(2, 1999), "2.999000", 3, 2999}, {Span(-2, 500), "-1.500000", -1, -1500},
@@ -40,27 +32,24 @@ TEST(TimeSpan, KeepsBothPartsOfOneSignAndRoundsByItsRules) {
         {Make(LONG_MIN, 0) - 5000, "-9223372036854775808.999999", LONG_MIN, LONG_MIN},
         // clang-format on
     };
-    for (auto const& row : rows) {
+    for (auto const& [span, text, seconds, milliseconds] : rows) {
         Span again;
-        EXPECT_TRUE(Span::String::Parse(row.text, again) && again == row.span) << row.text;
-        EXPECT_STREQ(Span::String(row.span).Cstr(), row.text);
-        EXPECT_EQ(row.span.Seconds(), row.seconds) << row.text;
-        EXPECT_EQ(row.span.Milliseconds(), row.milliseconds) << row.text;
-        EXPECT_EQ(row.span.IsZero(), row.span == Span::Zero());
-        for (auto const& other : rows) { // a difference has the sign of the order
-            bool const less = row.span < other.span;
-            EXPECT_TRUE(less == (row.span - other.span < Span()) && less == (other.span > row.span));
-            EXPECT_TRUE(less != (row.span >= other.span) && less != (other.span <= row.span));
+        EXPECT_TRUE(Span::String::Parse(text, again) && again == span) << text;
+        EXPECT_EQ(std::tuple(Text(span), span.Seconds(), span.Milliseconds()), std::tuple(text, seconds, milliseconds));
+        EXPECT_EQ(span.IsZero(), span == Span::Zero());
+        for (auto const& row : rows) { // a difference has the sign of the order
+            auto const& other = std::get<0>(row);
+            std::vector<bool> const less(5, span < other);
+            EXPECT_EQ(std::vector({span - other<Span(), other> span, !(span >= other), !(other <= span), span < other}), less);
         }
-        if (row.seconds == LONG_MIN) continue; // one second below is not in the range of the system
-        timespec const time = row.span;
-        EXPECT_TRUE(time.tv_nsec >= 0 && Span(time) == row.span && Span(timeval(row.span)) == row.span);
+        if (seconds == LONG_MIN) continue; // one second below is not in the range of the system
+        timespec const time = span;
+        EXPECT_TRUE(time.tv_nsec >= 0 && Span(time) == span && Span(timeval(span)) == span);
     }
-    Span span(-1500);
-    EXPECT_TRUE(span.AdjustMicroseconds(25) && !span.AdjustMicroseconds(1000000));
-    EXPECT_TRUE(!span.AdjustMicroseconds(-1) && Text(span) == "-1.000025");
-    span.Set(7);
-    EXPECT_TRUE(span.AdjustMicroseconds(999999) && Text(span) == "7.999999");
+    Span below(-1500), above(7, 0);
+    EXPECT_TRUE(below.AdjustMicroseconds(25) && !below.AdjustMicroseconds(1000000) && !below.AdjustMicroseconds(-1));
+    above.Set(7);
+    EXPECT_TRUE(above.AdjustMicroseconds(999999) && Text(below) + Text(above) == "-1.0000257.999999");
 }
 
 TEST(TimeSpan, AlsoReadsShorterTextsAndNothingElse) {
@@ -73,23 +62,19 @@ TEST(TimeSpan, AlsoReadsShorterTextsAndNothingElse) {
     };
     for (auto const& [text, expected] : rows) {
         Span span(42);
-        EXPECT_EQ(Span::String::Parse(text, strlen(text), span), expected != Span(42)) << text;
-        EXPECT_EQ(span, expected) << text;
+        EXPECT_TRUE(Span::String::Parse(text, strlen(text), span) == (expected != Span(42)) && span == expected) << text;
     }
 }
 
 TEST(Time, ReadsTheClocksAndCountsMillisecondsForPoll) {
-    struct {
-        Span from, to;
-        int milliseconds;
-    } const rows[] = {
+    std::tuple<Span, Span, int> const rows[] = {
         // clang-format off
         {5, 5, 0}, {6, 5, 0}, {-1500, 1500, 3000}, {0, Micro(999), 0}, {0, INT_MAX, INT_MAX},
         {0, Make(INT_MAX, 0), INT_MAX}, {Make(LONG_MIN, 0), Span::Max(), INT_MAX},
         // clang-format on
     };
-    for (auto const& row : rows)
-        EXPECT_EQ(Time::MillisecondsTo(row.from, row.to), row.milliseconds) << Text(row.from) << Text(row.to);
+    for (auto const& [from, to, milliseconds] : rows)
+        EXPECT_EQ(Time::MillisecondsTo(from, to), milliseconds) << Text(from) << Text(to);
     Clock clock;
     clock.SetWall(1000000, 123456789);
     Span const before = Time::Monotonic();
