@@ -59,7 +59,8 @@ TEST(Base64Test, TextOfEverySizeMatchesAnotherLibraryAndDecodes) {
 
 TEST(Base64Test, DecodesLeniently) {
     // clang-format off
-    std::tuple<char const*, char const*, char const*> const rows[] = { {"", "", ""}, {"=", "", ""}, {" \r\n", "", ""}, {"Zg==", "f", "f"}, {"Zg", "f", "f"},
+    std::tuple<char const*, char const*, char const*> const rows[] = {
+        {"", "", ""}, {"=", "", ""}, {" \r\n", "", ""}, {"Zg==", "f", "f"}, {"Zg", "f", "f"},
     {"Zm\r\n 9v\t", "foo", "foo"}, {"Zm:9v", "foo", "foo"}, {"=Zm=9v", "foo", "foo"}, {"Zg==Zm9v", "f\6f\xf6", "f\6f\xf6"},
     {"Zm9vZm9v Zm9v", "foofoofoo", "foofoofoo"}, {"+/+/", "\xfb\xff\xbf", "FAIL"}, {"-_-_", "", "\xfb\xff\xbf"},
     {"Zm,9v", "foo", "FAIL"}, {"Zm9\x80v", "FAIL", "FAIL"}, {"Z", "FAIL", "FAIL"}, {"Zm9vZ", "FAIL", "FAIL"},

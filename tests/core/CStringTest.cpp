@@ -52,9 +52,9 @@ TEST(CStringTest, ComparesAndFindsAsTheRulesSay) {
 
 TEST(CStringTest, ClassesHoldForAllBytesUpToANul) {
     // clang-format off
-    std::tuple<std::string, bool, bool, bool> const rows[] = {{"", false, false, false}, {"0129", true, true, true}, {"12 3", true, false, false},
-                      {"a\tb", false, false, false}, {"-1", true, true, false},
-                      {"\xC3\xA4", false, false, false}, {std::string("12\0x\n", 5), true, true, true}};
+    std::tuple<std::string, bool, bool, bool> const rows[] = {
+        {"", false, false, false}, {"0129", true, true, true}, {"12 3", true, false, false}, {"a\tb", false, false, false},
+        {"-1", true, true, false}, {"\xC3\xA4", false, false, false}, {std::string("12\0x\n", 5), true, true, true}};
     // clang-format on
     for (auto const& [text, printable, graphic, numeric] : rows) {
         std::vector<char> const bytes(text.begin(), text.end()); // without a NUL behind them
@@ -67,9 +67,9 @@ TEST(CStringTest, ClassesHoldForAllBytesUpToANul) {
 
 TEST(CStringTest, SplitsAtASeparatorOrAtWhiteSpaceAndJoinsAgain) {
     // clang-format off
-    std::tuple<char const*, char, std::vector<std::string>> const rows[] = {{"a,,b", ',', {"a", "", "b"}}, {"a,", ',', {"a", ""}}, {",", ',', {"", ""}},
-                      {"", ',', {""}}, {"ab c", ',', {"ab c"}}, {"  a \t\n bc ", '\0', {"a", "bc"}},
-                      {" \v\f\r ", '\0', {}}, {"", '\0', {""}}, {"abc", '\0', {"abc"}}};
+    std::tuple<char const*, char, std::vector<std::string>> const rows[] = {
+        {"a,,b", ',', {"a", "", "b"}}, {"a,", ',', {"a", ""}}, {",", ',', {"", ""}}, {"", ',', {""}}, {"ab c", ',', {"ab c"}},
+        {"  a \t\n bc ", '\0', {"a", "bc"}}, {" \v\f\r ", '\0', {}}, {"", '\0', {""}}, {"abc", '\0', {"abc"}}};
     // clang-format on
     for (auto const& [text, separator, expected] : rows) {
         StringVector fields;

@@ -78,8 +78,8 @@ TEST(TimeStamp, PrintsEveryFormatWithoutTheHeap) {
     char const* const texts[] = {
         // clang-format off
         "Sun,  6 Nov 1994 08:49:07 GMT", "Sun,  6-Nov-94 08:49:07 GMT", "Sun Nov  6 08:49:07 1994", " 6 Nov 1994 08:49:07",
-        " 6 Nov 1994 08:49:07.045", "Nov  6 08:49:07", " 6 Nov 1994", "08:49:07", "08:49", "Sunday", "Sun", " 6", "11", "November",
-        "Nov", "1994", "94", "08", "49", "07", "045", "1994-11-06T08:49:07.045Z", "1994-11-06T08:49:07Z",
+        " 6 Nov 1994 08:49:07.045", "Nov  6 08:49:07", " 6 Nov 1994", "08:49:07", "08:49", "Sunday", "Sun", " 6", "11",
+        "November", "Nov", "1994", "94", "08", "49", "07", "045", "1994-11-06T08:49:07.045Z", "1994-11-06T08:49:07Z",
         // clang-format on
     };
     Stamp const stamp = Make(6, 11, 1994, 8, 49, 7, 45);

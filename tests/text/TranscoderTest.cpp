@@ -29,13 +29,8 @@ OutcomeT Encode(unsigned from, unsigned to, unsigned flags, std::string const& i
     return {code.Code(), at - in.data(), out.substr(0, written), needed};
 }
 
-struct Row {
-    unsigned from, to, flags;
-    std::string in;
-    uint32_t code;
-    unsigned long used;
-    std::string out;
-} const ROWS[] = {
+// From, to, flags, input, code, how much of the input is used, output.
+std::tuple<unsigned, unsigned, unsigned, std::string, uint32_t, unsigned long, std::string> const ROWS[] = {
     // clang-format off
     {U8, U8, 0, "", DONE, 0, ""}, {A, B32, 0, "a\x7F", DONE, 2, "\0\0\0a\0\0\0\x7F"s},
     {U8, B16, 0, "\xED\xBF\xBF", DONE, 3, "\xDF\xFF"},
@@ -48,8 +43,7 @@ struct Row {
     {U8, B16, 0, "abcdefghijklmnop\xC3\xA4qr", DONE, 20, "\0a\0b\0c\0d\0e\0f\0g\0h\0i\0j\0k\0l\0m\0n\0o\0p\0\xE4\0q\0r"s},
     {U8, U8, 0, "a\xE2\x82\xACz12345678", DONE, 13, "a\xE2\x82\xACz12345678"}, {L16, A, 3, "x\0\x80\0"s, SHOW, 2, "x"},
     {U8, A, 0, "12345678\x7F\xC2\x80", SHOW, 9, "12345678\x7F"},
-    {U8, A, 4, "\xC2\x80\xF0\x9F\x98\x80_\xED\xA0\x80", DONE, 10, "??_?"},
-    // what is invalid; one "?" for each run of it
+    {U8, A, 4, "\xC2\x80\xF0\x9F\x98\x80_\xED\xA0\x80", DONE, 10, "??_?"}, // what is invalid; one "?" for each run of it
     {A, U8, 0, "1234567\x80", BAD, 7, "1234567"}, {A, U8, 2, "\xC3\xA4_", DONE, 3, "??_"}, {U8, U8, 0, "\x80", BAD, 0, ""},
     {U8, U8, 5, "a\xC0\x80", BAD, 1, "a"}, {U8, U8, 0, "\xE2\x82\x7F", BAD, 0, ""}, {L16, U8, 0, "a\0\0\xDC"s, BAD, 2, "a"},
     {U8, U8, 2, "a\xC0\x80" "b\xC1\xBF" "c\xF5\x80\x80\x80" "d\xFF\xFE\xC3\xA4", DONE, 16, "a?b?c?d?\xC3\xA4"},
@@ -60,8 +54,7 @@ struct Row {
     {L16, U8, 2, "\0\xDC\xFF\xDF" "a\0\xFF\xDB" "b\0\0\xD8\0\xD8\0\xDC"s, DONE, 16, "?a?b?\xF0\x90\x80\x80"},
     {B16, B16, 2, "\xDC\0\xDF\xFF\xDB\xFF\0b"s, DONE, 8, "\0?\0?\0b"s}, {L32, U8, 0, "a\0\0\0\0\0\x11\0"s, BAD, 4, "a"},
     {L32, U8, 2, "\0\xD8\0\0\xFF\xDF\0\0\0\0\x11\0" "a\0\0\0\0\0\0\x80"s, DONE, 20, "?a?"}, {A, 6, 7, "a", BAD, 0, ""},
-    {6, A, 7, "a", BAD, 0, ""},
-    // what ends within a character
+    {6, A, 7, "a", BAD, 0, ""}, // what ends within a character
     {U8, L16, 0, "a\xC3", CUT, 1, "a\0"s}, {U8, L16, 6, "\xE2\x82", CUT, 0, ""},
     {U8, L16, 1, "a\xF0\x9F\x98", DONE, 4, "a\0?\0"s}, {L16, U8, 0, "a\0b"s, CUT, 2, "a"},
     {B16, U8, 0, "\xD8\0\xDC"s, CUT, 0, ""}, {B16, U8, 0, "\xD8\0"s, CUT, 0, ""}, {L16, U8, 1, "\0\xD8\0"s, DONE, 3, "?"},
@@ -87,9 +80,8 @@ TEST(Transcoder, GivesCodePlaceAndTextInEveryRoomAndCut) {
         }
     }
     char const* in = "\x80\xC3";
-    EXPECT_EQ(Transcoder(Charset::UTF_8, Charset::UTF_8, Transcoder::REPLACE_INVALID | Transcoder::REPLACE_TRUNCATED)
-                  .Encode(&in, 2, nullptr, 4, nullptr),
-              DONE);
+    Transcoder const both(Charset::UTF_8, Charset::UTF_8, Transcoder::REPLACE_INVALID | Transcoder::REPLACE_TRUNCATED);
+    EXPECT_EQ(both.Encode(&in, 2, nullptr, 4, nullptr), DONE);
 }
 
 // The same by the system's library.
