@@ -1,9 +1,6 @@
 #include "tests/doc/xml/Trees.h"
-#include "workbench/LogCapture.h"
 
 #include <thread>
-
-using LinesT = LogCapture::LinesT;
 
 namespace {
 
@@ -64,13 +61,10 @@ TEST(XmlParse, ReadsTexts) {
         // them.
         for (unsigned lead = 0; lead < 17; ++lead) {
             std::string const text = std::string(written[0] == '\xEF' ? 0 : lead, ' ') + written;
-            Parsed const parsed(text, flags);
-            Parsed const longer(text + std::string(40, '\n'), flags);
+            Parsed const parsed(text, flags), longer(text + std::string(40, '\n'), flags);
             ASSERT_EQ(parsed.code == 0x00370001U, tree != nullptr) << text;
             ASSERT_EQ(longer.code.Code(), parsed.code.Code()) << text;
-            if (tree == nullptr) continue;
-            ASSERT_EQ(parsed.Tree(), tree) << text;
-            ASSERT_EQ(longer.Tree(), tree) << text;
+            ASSERT_TRUE(tree == nullptr || (parsed.Tree() == tree && longer.Tree() == tree)) << text << parsed.Tree();
         }
     }
     EXPECT_EQ(Text(Parsed("<a>1&#0;2&#;</a>").First().Value()), std::string("1\0002\0", 4));
@@ -114,11 +108,9 @@ TEST(XmlParse, ReportsNamesAndDuplicatesAndGoesOn) {
     LogCapture log;
     Parsed const good("<1a b='1' b='2' \xC3\xA9='4' d&='5'><?x& ?></1a>", PIS, Log::VERBOSE_OFF);
     EXPECT_EQ(good.Tree(), "DOC(E:1a @b=1 @\xC3\xA9=4 @d&=5(PI:x&))");
-    EXPECT_EQ(log.Take(), (LinesT{"C Xml::Document: system failed [0xcffd****], invalid ELEMENT node name: \"1a\".",
-                                  "W Xml::Node: duplicate attribute: \"b\".",
-                                  "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"\xC3\xA9\".",
-                                  "C Xml::Document: system failed [0xcffd****], invalid attribute name: \"d&\".",
-                                  "C Xml::Document: system failed [0xcffd****], invalid PI node name: \"x&\"."}));
+    EXPECT_EQ(log.Take(), (LinesT{FAILED + "invalid ELEMENT node name: \"1a\".", "W Xml::Node: duplicate attribute: \"b\".",
+                                  FAILED + "invalid attribute name: \"\xC3\xA9\".", FAILED + "invalid attribute name: \"d&\".",
+                                  FAILED + "invalid PI node name: \"x&\"."}));
 }
 
 TEST(XmlParse, BoundsTheDepth) {
@@ -127,8 +119,7 @@ TEST(XmlParse, BoundsTheDepth) {
         return text;
     };
     LogCapture log;
-    EXPECT_TRUE(Parsed(nested(129, "x")).code.Succeeded());
-    EXPECT_TRUE(Parsed(nested(128, "<b/><b/>")).code.Succeeded());
+    EXPECT_TRUE(Parsed(nested(129, "x")).code.Succeeded() && Parsed(nested(128, "<b/><b/>")).code.Succeeded());
     for (char const* inner : {"<b/>", "<!-- -->", "<?p?>"}) {
         EXPECT_EQ(Parsed(nested(129, inner)).code.Code(), 0x8037000FU);
         EXPECT_EQ(log.Take(), LinesT{"E Xml::Document: the maximum document depth reached."});
@@ -159,15 +150,14 @@ TEST(XmlParse, GivesBackWhatWasPrinted) {
             std::string const text = Printed(document, flags, 0, 1 + seed);
             Parsed const parsed(text + " ", COMMENTS | PIS | CLOSING);
             ASSERT_TRUE(parsed.code.Succeeded() || document.FirstNode() == nullptr) << text;
-            ASSERT_EQ(parsed.Tree(), Dump(document)) << text;
-            ASSERT_EQ(Printed(parsed.document, flags), text);
+            ASSERT_EQ(std::pair(parsed.Tree(), Printed(parsed.document, flags)), std::pair(Dump(document), text));
         }
     }
 }
 
 TEST(XmlParse, SaysExactlyWhenMemoryRanOut) {
     auto const flags = static_cast<Document::ParseFlagsT>(DECLARATION | COMMENTS | DOCTYPE | PIS);
-    for (std::string const node : {"<a/>", "<?xml a='1'?>", "<?p q?>", "<!--c-->", "<!DOCTYPE a>", "<![CDATA[x]]>"}) {
+    for (std::string const node : {"<a/>", "<?xml a='1'?>", "<?p q?>", "<!--c-->", "<!DOCTYPE a>", "<![CDATA[x]]>"})
         SweepDocument([&](Document& document) {
             LogCapture log;
             std::string text = node;
@@ -176,15 +166,11 @@ TEST(XmlParse, SaysExactlyWhenMemoryRanOut) {
             EXPECT_EQ(log.Has("C Xml::Document: out of memory [0xcffe****]."), code.Failed());
             return code.Succeeded();
         });
-    }
 }
 
 TEST(XmlParse, TakesPagesWhenNoRegionCanBeHad) {
-    std::string text = "<a>", tree = "DOC(E:a(E:b=2 @c=1(D=2)";
-    for (unsigned i = 0; i < 2000; ++i) {
-        text += "<b c='1'>2</b>";
-        tree += i == 0 ? "" : " E:b=2 @c=1(D=2)";
-    }
+    std::string text = "<a>", tree = "DOC(E:a";
+    for (unsigned i = 0; i < 2000; ++i) text += "<b c='1'>2</b>", tree += i == 0 ? "(E:b=2 @c=1(D=2)" : " E:b=2 @c=1(D=2)";
     unsigned failed = 0;
     auto const parse = [&](Heap& heap) {
         LogCapture const log;

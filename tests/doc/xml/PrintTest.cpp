@@ -1,5 +1,4 @@
 #include "tests/doc/xml/Trees.h"
-#include "workbench/LogCapture.h"
 
 namespace {
 
@@ -100,17 +99,14 @@ TEST(XmlPrint, StopsAtAFailedStream) {
         EXPECT_FALSE(Xml::Print(stream, parsed.document));
     }
     Io::StringStream noBlock(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 0, 100);
-    EXPECT_FALSE(Xml::Print(noBlock, parsed.document));
-    EXPECT_EQ(noBlock.CurrentState(), Io::Stateful::STATE_FAILED);
+    EXPECT_FALSE(Xml::Print(noBlock, parsed.document) || noBlock.CurrentState() != Io::Stateful::STATE_FAILED);
 }
 
 TEST(XmlPrint, NeedsNoStackForADeepTreeNorDoesACopy) {
-    Document document;
+    Document document, copy;
     Node* node = &document;
     for (unsigned i = 0; i < 200000; ++i) node = node->AppendElement("a");
-    Document copy;
-    ASSERT_NE(copy.AppendRecursive(document.FirstNode()), nullptr);
-    EXPECT_TRUE(copy.ReplaceRecursive(&document));
+    ASSERT_TRUE(copy.AppendRecursive(document.FirstNode()) && copy.ReplaceRecursive(&document));
     EXPECT_EQ(Printed(copy, COMPACT, 0, 65536).size(), 2 * (199999u * 7 + 4));
 }
 

@@ -2,51 +2,41 @@
 
 #include "tests/doc/xml/Trees.h"
 #include "workbench/Feed.h"
-#include "workbench/LogCapture.h"
 
-using Io::Stateful;
-using LinesT = LogCapture::LinesT;
+using namespace std::literals;
+using enum Io::Stateful::StateT;
 
 namespace {
 
 constexpr unsigned long NO_LIMIT = 1UL << 30;
 
-std::string operator""_bytes(char const* data, size_t size) { return std::string(data, size); }
-
 struct Input {
     explicit Input(std::string const& bytes, unsigned long block = 128)
         : stream(bytes.data(), bytes.size(), Io::MODE_READ_WRITE, Io::EOL_ANY_LF, block, 1L << 30) {}
+    bool Into(Node& node, unsigned long limit) { return Xml::Stream::Read(stream, node, limit); }
     Io::StringStream stream;
 };
 
 std::string Packed(Node const& node, unsigned long block = 128) {
-    Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, block, 1L << 24);
-    if (!Xml::Stream::Write(stream, node) || !stream.Flush()) return "failed";
-    return Text(stream.Str());
+    return Written(block, [&](auto& to) { return Xml::Stream::Write(to, node); });
 }
 
-std::string const SAMPLE = "\0\0\0\0\0\0\0\0\0"
-                           "\x01\0\0\0\1a\0\0\0\2vw"
-                           "\x40\0\0\0\1b\0\0\0\1c"
-                           "\x02\0\0\0\0\0\0\0\2vw"
-                           "\x84\0\0\0\0\0\0\0\1o"
-                           "\xC0"
-                           "\x87\0\0\0\1p\0\0\0\0"
-                           "\xC0"_bytes;
+std::string const ROOT = "\0\0\0\0\0\0\0\0\0"s;
+std::string const SAMPLE = ROOT + "\x01\0\0\0\1a\0\0\0\2vw\x40\0\0\0\1b\0\0\0\1c\x02\0\0\0\0\0\0\0\2vw"
+                                  "\x84\0\0\0\0\0\0\0\1o\xC0\x87\0\0\0\1p\0\0\0\0\xC0"s;
 
 TEST(XmlStream, WritesThePackedForm) {
     LogCapture log;
     Parsed const parsed("<a b='c'>vw<!--o--></a><?p?>", Document::PARSE_COMMENT_NODES | Document::PARSE_PI_NODES);
     for (unsigned long const block : {1, 3, 128}) EXPECT_EQ(Packed(parsed.document, block), SAMPLE);
     Node const& a = *parsed.document.FirstNode();
-    EXPECT_EQ(Packed(*a.LastNode()), "\x04\0\0\0\0\0\0\0\1o\xC0"_bytes); // never a sibling of the root
+    EXPECT_EQ(Packed(*a.LastNode()), "\x04\0\0\0\0\0\0\0\1o\xC0"s); // never a sibling of the root
     EXPECT_EQ(Packed(a), SAMPLE.substr(9, SAMPLE.find('\x87') - 9));
-    EXPECT_EQ(Packed(Document()), "\0\0\0\0\0\0\0\0\0\xC0"_bytes);
+    EXPECT_EQ(Packed(Document()), ROOT + '\xC0');
     Io::StringStream full(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4, 20);
     EXPECT_FALSE(Xml::Stream::Write(full, parsed.document));
     Document tail; // a tree that leads nowhere
-    tail.AppendElement("a");
-    tail.RemoveAllNodes(tail.AppendElement("b"));
+    tail.AppendElement("a"), tail.RemoveAllNodes(tail.AppendElement("b"));
     EXPECT_EQ(Packed(tail), "failed");
 }
 
@@ -54,9 +44,8 @@ TEST(XmlStream, ReadsThePackedFormInAllPieces) {
     for (size_t const step : FeedSteps(SAMPLE.size())) {
         Document document;
         Input input(SAMPLE + "rest", step != 0 ? step : 4096);
-        ASSERT_TRUE(Xml::Stream::Read(input.stream, document, SAMPLE.size()));
+        ASSERT_TRUE(input.Into(document, SAMPLE.size()) && input.stream.GetChar() == 'r');
         EXPECT_EQ(Dump(document), "DOC(E:a=vw @b=c(D=vw CO=o) PI:p)");
-        EXPECT_EQ(input.stream.GetChar(), 'r');
         EXPECT_EQ(Packed(document), SAMPLE);
     }
 }
@@ -65,52 +54,48 @@ TEST(XmlStream, ReadsIntoANodeInTheMiddleOfATree) {
     Document document;
     Node& place = *document.AppendElement("x", "");
     document.AppendElement("y");
-    Input input("\x01\0\0\0\1a\0\0\0\0\x02\0\0\0\0\0\0\0\1t\xC0"_bytes);
-    ASSERT_TRUE(Xml::Stream::Read(input.stream, place, NO_LIMIT));
+    Input input("\x01\0\0\0\1a\0\0\0\0\x02\0\0\0\0\0\0\0\1t\xC0"s);
+    ASSERT_TRUE(input.Into(place, NO_LIMIT));
     EXPECT_EQ(Dump(document), "DOC(E:a=t(D=t) E:y#5)");
 }
 
 TEST(XmlStream, GivesBackRandomTrees) {
     for (unsigned seed = 0; seed < 60; ++seed) {
-        Document document;
+        Document document, copy;
         GrowTree(document, seed);
         std::string const packed = Packed(document, 1 + seed);
-        Document copy;
         Input input(packed, 1 + seed % 17);
-        ASSERT_TRUE(Xml::Stream::Read(input.stream, copy, packed.size()));
+        ASSERT_TRUE(input.Into(copy, packed.size()));
         ASSERT_EQ(Dump(copy), Dump(document));
     }
 }
 
 TEST(XmlStream, RefusesByState) {
     LogCapture log;
-    std::string const root = "\0\0\0\0\0\0\0\0\0"_bytes;
     // clang-format off
-    std::tuple<std::string, unsigned long, Stateful::StateT> const rows[] = {
-        {SAMPLE, 0, Stateful::STATE_TRUNCATED},
-        {"\1\0\0\0\1a\0\0\0\0\xC0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},      // another type
-        {"\x40\0\0\0\0\0\0\0\0\xC0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},     // a root is a child
-        {root + "\0\0\0\0\0\0\0\0\0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},    // a document is no child
-        {root + "\x81\0\0\0\1a\0\0\0\0"_bytes, NO_LIMIT, Stateful::STATE_INVALID}, // the root has no sibling
-        {root + "\1\0\0\0\1a\0\0\0\0\x80\0\0\0\0"_bytes, NO_LIMIT, Stateful::STATE_INVALID},
-        {root + "\1\0\0\1\0zzzz"_bytes, 100, Stateful::STATE_TRUNCATED}, // a length beyond the limit
-        {root + "\1\0\0\0\x5Bz"_bytes, 104, Stateful::STATE_TRUNCATED}, {SAMPLE.substr(0, 12), NO_LIMIT, Stateful::STATE_EOS},
+    std::tuple<std::string, unsigned long, Io::Stateful::StateT> const rows[] = {
+        {SAMPLE, 0, STATE_TRUNCATED}, {"\1\0\0\0\1a\0\0\0\0\xC0"s, NO_LIMIT, STATE_INVALID}, // another type
+        {"\x40\0\0\0\0\0\0\0\0\xC0"s, NO_LIMIT, STATE_INVALID},     // a root is a child
+        {ROOT + ROOT, NO_LIMIT, STATE_INVALID},                     // a document is no child
+        {ROOT + "\x81\0\0\0\1a\0\0\0\0"s, NO_LIMIT, STATE_INVALID}, // the root has no sibling
+        {ROOT + "\1\0\0\0\1a\0\0\0\0\x80\0\0\0\0"s, NO_LIMIT, STATE_INVALID}, {SAMPLE.substr(0, 12), NO_LIMIT, STATE_EOS},
+        // A length beyond the limit.
+        {ROOT + "\1\0\0\1\0zzzz"s, 100, STATE_TRUNCATED}, {ROOT + "\1\0\0\0\x5Bz"s, 104, STATE_TRUNCATED},
     };
     // clang-format on
     for (auto const& [bytes, limit, state] : rows) {
         Document document;
         Input input(bytes);
-        EXPECT_FALSE(Xml::Stream::Read(input.stream, document, limit));
+        EXPECT_FALSE(input.Into(document, limit));
         EXPECT_EQ(input.stream.CurrentState(), state) << testing::PrintToString(bytes);
     }
     for (unsigned long size = 1; size < SAMPLE.size(); ++size) {
         Document document;
-        Input input(SAMPLE);
-        EXPECT_FALSE(Xml::Stream::Read(input.stream, document, size));
-        EXPECT_EQ(input.stream.CurrentState(), Stateful::STATE_TRUNCATED) << size;
-        Input cut(SAMPLE.substr(0, size));
+        Input input(SAMPLE), cut(SAMPLE.substr(0, size));
+        EXPECT_FALSE(input.Into(document, size));
+        EXPECT_EQ(input.stream.CurrentState(), STATE_TRUNCATED) << size;
         document.Clear();
-        EXPECT_FALSE(Xml::Stream::Read(cut.stream, document, NO_LIMIT)) << size;
+        EXPECT_FALSE(cut.Into(document, NO_LIMIT)) << size;
         EXPECT_EQ(Dump(document).find("!l"), std::string::npos);
     }
 }
@@ -118,17 +103,13 @@ TEST(XmlStream, RefusesByState) {
 TEST(XmlStream, ReportsNamesAndGoesOn) {
     LogCapture log;
     Document document;
-    Input input("\0\0\0\0\1n\0\0\0\0"
-                "\x01\0\0\0\1"
-                "1\0\0\0\0"
-                "\x40\0\0\0\1-\0\0\0\0\x40\0\0\0\1k\0\0\0\0\x40\0\0\0\1k\0\0\0\0"
-                "\xC0"_bytes);
-    EXPECT_TRUE(Xml::Stream::Read(input.stream, document, NO_LIMIT));
+    std::string const k = "\x40\0\0\0\1k\0\0\0\0"s;
+    Input input("\0\0\0\0\1n\0\0\0\0\x01\0\0\0\1\x31\0\0\0\0\x40\0\0\0\1-\0\0\0\0"s + k + k + '\xC0');
+    EXPECT_TRUE(input.Into(document, NO_LIMIT));
     EXPECT_EQ(Dump(document), "DOC:n(E:1 @- @k)");
-    EXPECT_EQ(log.Take(), (LinesT{"C Xml::Stream: system failed [0xcffd****], non-empty DOCUMENT node name.",
-                                  "C Xml::Stream: system failed [0xcffd****], invalid ELEMENT node name: \"1\".",
-                                  "C Xml::Stream: system failed [0xcffd****], invalid attribute name: \"-\".",
-                                  "W Xml::Node: duplicate attribute: \"k\"."}));
+    std::string const failed = "C Xml::Stream: system failed [0xcffd****], ";
+    EXPECT_EQ(log.Take(), (LinesT{failed + "non-empty DOCUMENT node name.", failed + "invalid ELEMENT node name: \"1\".",
+                                  failed + "invalid attribute name: \"-\".", "W Xml::Node: duplicate attribute: \"k\"."}));
 }
 
 TEST(XmlStream, SaysExactlyWhenMemoryRanOut) {
@@ -141,16 +122,12 @@ TEST(XmlStream, SaysExactlyWhenMemoryRanOut) {
         UseInlineBlock(document);
         Input input(packed);
         heap.Arm();
-        bool const ok = Xml::Stream::Read(input.stream, document, packed.size());
+        bool const ok = input.Into(document, packed.size());
         heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
-        EXPECT_EQ(document.Valid(), ok);
-        EXPECT_TRUE(!ok || Dump(document) == Dump(source));
-        if (ok) return;
-        Stateful::StateT const state = input.stream.CurrentState();
-        EXPECT_TRUE(state == Stateful::STATE_NO_MEMORY || state == Stateful::STATE_FAILED);
-        Input again(packed);
-        EXPECT_FALSE(Xml::Stream::Read(again.stream, document, packed.size())) << "until Clear()";
+        EXPECT_EQ(std::pair(ok, document.Valid()), std::pair(!heap.Fired(), ok));
+        auto const state = input.stream.CurrentState();
+        EXPECT_TRUE(ok ? Dump(document) == Dump(source) : state == STATE_NO_MEMORY || state == STATE_FAILED);
+        EXPECT_TRUE(ok || !Input(packed).Into(document, packed.size())) << "until Clear()";
     });
 }
 

@@ -3,19 +3,18 @@
 #pragma once
 
 #include "workbench/Heap.h"
+#include "workbench/LogCapture.h"
 #include "zeb/doc/xml/Document.h"
 #include "zeb/doc/xml/Print.h"
 #include "zeb/stream/StringStream.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
-#include <memory>
+#include <gmock/gmock.h>
 #include <random>
-#include <string>
 
+using LinesT = LogCapture::LinesT;
 using Xml::Attribute, Xml::Document, Xml::Node;
+
+inline std::string const FAILED = "C Xml::Document: system failed [0xcffd****], ";
 
 inline std::string Text(CString const& text) { return std::string(text.Cstr(), text.Size()); }
 inline CString View(std::string const& text) { return CString(text.data(), text.size()); }
@@ -46,12 +45,13 @@ inline std::string Dump(Node const& node) {
     return last == nullptr ? out : out + ")";
 }
 
-// The printed form, through a block of that size.
-inline std::string Printed(Node const& node, unsigned flags = Xml::PRINT_COMPACT, unsigned long indent = 0,
-                           unsigned long block = 128) {
+// What is written to a stream with a block of that size.
+inline std::string Written(unsigned long block, auto const& write) {
     Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, block, 1L << 24);
-    bool const ok = Xml::Print(stream, node, static_cast<Xml::PrintFlagsT>(flags), indent) && stream.Flush();
-    return ok ? Text(stream.Str()) : "failed";
+    return write(stream) && stream.Flush() ? Text(stream.Str()) : "failed";
+}
+inline std::string Printed(Node const& node, unsigned flags = 1, unsigned long indent = 0, unsigned long block = 128) {
+    return Written(block, [&](auto& to) { return Xml::Print(to, node, static_cast<Xml::PrintFlagsT>(flags), indent); });
 }
 
 // A parsed text. It stands alone on the heap, so that a read beyond its end is seen.
@@ -69,9 +69,6 @@ struct Parsed {
     ReturnT code;
 };
 
-// Leaves nothing of the block in the document, so that the next allocation goes to the system.
-inline void UseInlineBlock(Document& document) { ASSERT_NE(document.AllocateString(nullptr, 2047).Cstr(), nullptr); }
-
 // Grows a tree that every form keeps: names are valid, a text never stands beside a text, and an element has
 // the value of its first text.
 inline void GrowTree(Node& node, std::mt19937& random, unsigned depth) {
@@ -82,9 +79,8 @@ inline void GrowTree(Node& node, std::mt19937& random, unsigned depth) {
         return text;
     };
     auto const add = [&node](Node::TypeT type, std::string const& title, std::string const& text) {
-        Document& document = *node.Doc();
-        node.AppendNode(
-            document.AllocateNode(type, document.AllocateString(title.c_str(), 0), document.AllocateString(text.c_str(), 0)));
+        auto const kept = [&](std::string const& bytes) { return node.Doc()->AllocateString(bytes.c_str(), 0); };
+        node.AppendNode(node.Doc()->AllocateNode(type, kept(title), kept(text)));
         return node.LastNode();
     };
     for (unsigned i = random() % 6; i != 0; --i) {
@@ -113,6 +109,9 @@ inline void GrowTree(Document& document, unsigned seed) {
     GrowTree(document, random, 5);
 }
 
+// Leaves nothing of the block in the document, so that the next allocation goes to the system.
+inline void UseInlineBlock(Document& document) { ASSERT_NE(document.AllocateString(nullptr, 2047).Cstr(), nullptr); }
+
 // An operation on a document without room succeeds, and leaves it valid, exactly when there was memory; after
 // a failure nothing is taken until Clear().
 inline void SweepDocument(std::function<bool(Document&)> const& operation) {
@@ -122,11 +121,9 @@ inline void SweepDocument(std::function<bool(Document&)> const& operation) {
         heap.Arm();
         bool const ok = operation(document);
         heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
-        EXPECT_EQ(document.Valid(), ok);
+        EXPECT_EQ(std::pair(ok, document.Valid()), std::pair(!heap.Fired(), ok));
         if (ok) return;
-        EXPECT_EQ(document.FirstNode(), nullptr);
-        EXPECT_FALSE(operation(document) || document.AppendElement("a")) << "until Clear()";
+        EXPECT_FALSE(document.FirstNode() || operation(document) || document.AppendElement("a")) << "until Clear()";
         document.Clear();
         EXPECT_TRUE(document.AppendElement("a") && document.Valid());
     });
