@@ -151,7 +151,6 @@ auto const lockout = FIELDS(Id, Action, Client4, Client6);
 auto const policy = FIELDS(Name, Index, Action, Mark, DnsPort, DnsRpcPort, Wan, Multipath);
 auto const ppe = FIELDS(Address, Address6, Mac, AddressType, Type, Action);
 auto const route = FIELDS(Action, Type, Id, Interface, SystemName, Destination, Gateway, Metric);
-auto const route6 = FIELDS(Action, Type, Id, Interface, SystemName, Destination, Gateway, Metric);
 auto const zessCookie = FIELDS(Cookie);
 auto const zessNotify = FIELDS(Id, ServiceHost, Xml, Protocol);
 
@@ -265,10 +264,10 @@ std::vector<Row> const& Catalogue() {
     Of<Route>("1|2|c|d|e|10.0.0.9/8|10.0.0.1|17d", route, 1_n, 2_n, "c", "d", "e", NET, Ip(1), 17_n);
     Of<Route>("1|0||b|c|0.0.0.0/0|0.0.0.0|0", route, 1_n, "b", "c");
     Of<Route>("1|2||c|d|0.0.0.0/0|0.0.0.0|0", route, 1_n, 2_n, "c", "d");
-    Of<Route6>("1|0||b|c|fe80::/10|fe80::1|15d", route6, 1_n, "b", "c", PREFIX, Ip6(1), 15_n);
-    Of<Route6>("1|2|c|d|e|fe80::/10|fe80::1|17d", route6, 1_n, 2_n, "c", "d", "e", PREFIX, Ip6(1), 17_n);
-    Of<Route6>("1|0||b|c|::/0|::|0", route6, 1_n, "b", "c");
-    Of<Route6>("1|2||c|d|::/0|::|0", route6, 1_n, 2_n, "c", "d");
+    Of<Route6>("1|0||b|c|fe80::/10|fe80::1|15d", route, 1_n, "b", "c", PREFIX, Ip6(1), 15_n);
+    Of<Route6>("1|2|c|d|e|fe80::/10|fe80::1|17d", route, 1_n, 2_n, "c", "d", "e", PREFIX, Ip6(1), 17_n);
+    Of<Route6>("1|0||b|c|::/0|::|0", route, 1_n, "b", "c");
+    Of<Route6>("1|2||c|d|::/0|::|0", route, 1_n, 2_n, "c", "d");
     Of<RoutesUpdated>("11d|1", FIELDS(Table, Family), 1_n, 11_n);
     Bare<SaveConfiguration>(1_n, 2_n, 12_n);
     Of<Schedule>("a|1|1.500000", FIELDS(Name, Action, Elapsed), "a", 1_n, SPAN, 2_n);

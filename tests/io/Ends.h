@@ -29,10 +29,11 @@ struct End : Io::Pollable {
     Io::PollableBase waiting{socket, *this, "Object"};
 };
 
+template<int TYPE>
 class EndsTest : public testing::Test {
 protected:
-    explicit EndsTest(int type = SOCK_STREAM) {
-        EXPECT_EQ(socketpair(AF_UNIX, type | SOCK_NONBLOCK, 0, pair_), 0);
+    EndsTest() {
+        EXPECT_EQ(socketpair(AF_UNIX, TYPE | SOCK_NONBLOCK, 0, pair_), 0);
         end_.fd = pair_[0];
     }
     ~EndsTest() override {

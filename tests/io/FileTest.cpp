@@ -23,7 +23,7 @@ TYPED_TEST_SUITE(OpenedTest, Opened);
 TYPED_TEST(OpenedTest, OpensAndClosesAgainOnOneObject) {
     TypeParam file(this->path.c_str()), alias("/absent");
     alias.Attach(&file);
-    for (TypeParam* const stream : {&file, &alias}) {
+    for (TypeParam* const stream : {&file, &alias})
         for (int const flags : {O_RDWR, O_WRONLY, O_RDONLY}) {
             Heap heap;
             EXPECT_TRUE(stream->Open(flags) && alias.IsOpened() && file.IsOpened());
@@ -33,7 +33,6 @@ TYPED_TEST(OpenedTest, OpensAndClosesAgainOnOneObject) {
             EXPECT_TRUE((flags != O_RDONLY || Rest(file) == "next") && stream->Close() && !alias.IsOpened());
             EXPECT_EQ(heap.Live(), 0u) << heap.Describe(); // a closed file costs no memory
         }
-    }
     EXPECT_EQ(Text(alias.PathName()), this->path);
     EXPECT_FALSE(file.GetChar() != 256 || alias.Open(O_RDONLY)); // a failed object stays failed
     auto root = std::make_unique<TypeParam>("/absent");
@@ -96,7 +95,7 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
         {SysCall::close, [](F& f) { return f.Close() || f.IsOpened(); }, ": \"@\": unable to close descriptor -1"},
         {SysCall::read, [](F& f) { return f.GetChar() != 256; }, ": \"@\": unable to read data"},
         {SysCall::write, [](F& f) { return f.PutChar('x') && (f.Close() || f.IsOpened()); }, ": \"@\": unable to write data"}};
-    for (auto const& [call, works, words] : rows) {
+    for (auto const& [call, works, words] : rows)
         for (Log::VerboseT const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
             F file(this->path.c_str(), O_RDWR, Io::EOL_LF, 16, verbose);
             Calls calls;
@@ -106,7 +105,6 @@ TYPED_TEST(FileTest, FailuresOfTheSystemAreRecordedAndLogged) {
             std::string const line = this->ident + (words[0] == ':' ? words : "Stream: " + words + " \"@\"");
             EXPECT_EQ(Logged(this->log, this->path), verbose == Log::VERBOSE_ON ? "E " + line + ": input/output error.\n" : "");
         }
-    }
 }
 
 } // namespace

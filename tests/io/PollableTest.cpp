@@ -19,10 +19,7 @@ uint32_t WaitFor(Pollable& object, ModeT request, int timeoutMs) {
     return Pollable::Wait(objects, requests, fds, 2, timeoutMs, nullptr).Code();
 }
 
-struct PollableTest : EndsTest {
-    PollableTest()
-        : EndsTest(SOCK_SEQPACKET) {}
-};
+using PollableTest = EndsTest<SOCK_SEQPACKET>;
 
 TEST_F(PollableTest, TellsWhatIsReadyAndRemembersItUntilItIsUsed) {
     EXPECT_EQ(WaitFor(end_, MODE_READ, 0), TIMED_OUT);

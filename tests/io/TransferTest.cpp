@@ -6,7 +6,7 @@
 
 namespace {
 
-struct TransferTest : EndsTest {
+struct TransferTest : EndsTest<SOCK_STREAM> {
     void CheckMoves(Io::Base& base) {
         EXPECT_TRUE(base.SysWrite("hello", 5, done_) && done_ == 5);
         EXPECT_EQ(read(pair_[1], data_, sizeof(data_)), 5);
@@ -40,7 +40,7 @@ TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
         {ECONNRESET, 1, Stateful::STATE_RESET, 0, {}},
         {EPERM, 1, Stateful::STATE_FAILED, EPERM, {"unable to read" + no, "unable to write" + no}}};
     SysCall const names[] = {SysCall::read, SysCall::write, SysCall::recv, SysCall::send};
-    for (auto const& [error, times, state, sysError, lines] : rows) {
+    for (auto const& [error, times, state, sysError, lines] : rows)
         for (int way = 0; way < 4; ++way) {
             Send("x");
             Clock const clock(Clock::ModeT::AUTO);
@@ -57,7 +57,6 @@ TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
             end.mode = way % 2 == 0 ? Io::MODE_WRITE : Io::MODE_READ;
             EXPECT_FALSE(move() || end.Ok()); // not open for it
         }
-    }
     Calls calls;
     calls.Script(SysCall::write, {Calls::Return(0)}, 5);
     calls.Script(SysCall::recv, {Calls::Fail(EIO)});

@@ -60,13 +60,12 @@ struct PieceStream : Io::Stream {
 // Runs `body` on a fresh stream for each size of the pieces that come in, and of the block.
 template<class Body>
 void ForEveryStream(std::string const& text, Io::EndOfLineT eol, Body body) {
-    for (unsigned long const step : {1UL, 2UL, 3UL, 5UL, 7UL, 13UL, ULONG_MAX}) {
+    for (unsigned long const step : {1UL, 2UL, 3UL, 5UL, 7UL, 13UL, ULONG_MAX})
         for (unsigned long const size : {1UL, 2UL, 7UL, 64UL, 4096UL}) {
             SCOPED_TRACE("pieces of " + std::to_string(step) + ", block of " + std::to_string(size));
             PieceStream stream(text, eol, size, step);
             body(stream);
         }
-    }
 }
 
 inline std::string Text(CString const& text) { return {text.Cstr(), text.Size()}; }

@@ -5,7 +5,7 @@
 namespace {
 
 TEST(Base64Stream, ReadsBlocksAcrossTheEndsOfTheBufferAndRefusesOtherText) {
-    for (std::string data; data.size() < 40; data += static_cast<char>(data.size() * 77)) {
+    for (std::string data; data.size() < 40; data += static_cast<char>(data.size() * 77))
         for (unsigned long const block : {1, 2, 3, 7, 4096}) {
             Io::StringStream in(data.data(), data.size(), Io::MODE_READ, Io::EOL_LF, block), out;
             Io::StringStream text("", Io::MODE_READ_WRITE, Io::EOL_LF, block);
@@ -14,7 +14,6 @@ TEST(Base64Stream, ReadsBlocksAcrossTheEndsOfTheBufferAndRefusesOtherText) {
             EXPECT_TRUE(Base64::Decode(text, out, Base64::STANDARD) && out.Flush());
             EXPECT_EQ(Text(out.Str()), data);
         }
-    }
     for (auto const text : {"Zm9v!Zm9v", "Zm9vZ"}) {
         Io::StringStream in(text), out;
         EXPECT_FALSE(Base64::Decode(in, out, Base64::STANDARD) || Base64::Encode(in, out, Base64::URL));

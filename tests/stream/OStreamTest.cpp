@@ -4,14 +4,13 @@ namespace {
 
 // What `write` sends through blocks of several sizes and transports of several steps.
 void ExpectWritten(std::string const& expected, std::function<void(Io::OStream&)> const& write, Io::EndOfLineT eol = Io::EOL_LF) {
-    for (unsigned long const size : {1UL, 3UL, 16UL, 4096UL}) {
+    for (unsigned long const size : {1UL, 3UL, 16UL, 4096UL})
         for (unsigned long const step : {1UL, 5UL, ULONG_MAX}) {
             PieceStream stream("", eol, size, step);
             write(stream);
             EXPECT_TRUE(stream.Flush());
             EXPECT_EQ(stream.transport.written, expected) << "block " << size << " step " << step;
         }
-    }
 }
 
 TEST(OStream, PrintsNumbersAndTextByItsStickySettings) {

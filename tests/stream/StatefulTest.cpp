@@ -24,7 +24,7 @@ TEST(Stateful, TheFirstFailureWinsUntilItIsClearedAndBrokenIsFinal) {
         {[](Stateful const& s) { s.SetSysError_(EIO); }, STATE_FAILED, FAIL_CODE, EIO},
         {[](Stateful const& s) { s.SetObjState(0x80330003); }, STATE_FAILED, 0x80330003, 0},
         {[](Stateful const& s) { s.SetObjBroken(0x80330004); }, STATE_BROKEN, 0x80330004, 0}};
-    for (auto const& [record, state, code, error] : rows) {
+    for (auto const& [record, state, code, error] : rows)
         for (auto const& second : rows) {
             Root root;
             Stateful const leaf(root);
@@ -34,7 +34,6 @@ TEST(Stateful, TheFirstFailureWinsUntilItIsClearedAndBrokenIsFinal) {
             root.ClearState_();
             EXPECT_EQ(leaf.CurrentCode(), state == STATE_BROKEN ? code : OK_CODE);
         }
-    }
 }
 
 TEST(Stateful, TakesItsStateFromAStatusAndHandsItOut) {
