@@ -40,23 +40,17 @@ TEST(JsonGetter, EachTypeIsReadOrLeavesZero) {
 }
 
 TEST(JsonGetter, AFailureReachesTheTopAndSaysWhereUnlessItIsOptional) {
-    // What holds of the top, the object and the list, the values a, b and both elements, and what failed.
+    // Whether the top, the object and the list hold, the values a, b and both elements, and what failed.
     // clang-format off
-    std::tuple<char const*, bool, bool, bool, bool, int, int, int, int, CString> const rows[] = {
-        {R"({"a":1,"o":{"b":2},"l":[3,4,"more"],"s":null})", true, true, true, true, 1, 2, 3, 4, ""},
-        {R"({"a":1,"o":null,"l":{},"s":5})", false, true, false, false, 1, 0, 0, 0, ""},
-        {R"({"a":1,"s":5})", true, false, false, false, 1, 0, 0, 0, "s"},
-        {R"({"a":1,"o":[],"l":[3,4]})", true, false, false, false, 1, 0, 0, 0, "o"},
-        {R"({"a":1})", true, true, false, false, 1, 0, 0, 0, ""},
-        {R"({"a":1,"s":"x","o":null})", true, true, false, false, 1, 0, 0, 0, ""},
-        {R"({"o":{"b":2},"l":[3,4]})", false, false, false, false, 0, 0, 0, 0, "a"},
-        {R"({"a":1,"o":{"b":"x"},"l":[3,4]})", false, false, false, false, 1, 0, 0, 0, "o.b"},
-        {R"({"a":1,"o":{"b":2},"l":[3]})", false, false, true, false, 1, 2, 3, 0, "l[1]"},
-        {R"({"a":1,"o":{"b":2},"l":[0.5,4]})", false, false, true, false, 1, 2, 0, 0, "l[0]"},
+    std::tuple<char const*, bool, std::string> const rows[] = {
+        {R"({"a":1,"o":{"b":2},"l":[3,4,"more"],"s":null})", true, "+++1234"}, {R"({"a":1})", true, "+--1000"},
+        {R"({"a":1,"o":null,"l":{},"s":5})", false, "+--1000"}, {R"({"a":1,"s":5})", true, "---1000s"},
+        {R"({"a":1,"s":"x","o":null})", true, "+--1000"}, {R"({"a":1,"o":[],"l":[3,4]})", true, "---1000o"},
+        {R"({"o":{"b":2},"l":[3,4]})", false, "---0000a"}, {R"({"a":1,"o":{"b":"x"},"l":[3,4]})", false, "---1000o.b"},
+        {R"({"a":1,"o":{"b":2},"l":[3]})", false, "-+-1230l[1]"}, {R"({"a":1,"o":{"b":2},"l":[0.5,4]})", false, "-+-1200l[0]"},
     };
     // clang-format on
-    for (auto const& row : rows) {
-        auto const [text, strict] = std::pair(std::get<0>(row), std::get<1>(row));
+    for (auto const& [text, strict, outcome] : rows) {
         Parsed const doc(text);
         bool hasObject = true, hasList = true;
         int a = 9, b = 9, first = 9, second = 9;
@@ -66,7 +60,10 @@ TEST(JsonGetter, AFailureReachesTheTopAndSaysWhereUnlessItIsOptional) {
         if (strict) top.Strict();
         top >> Member("a", a) >> Member("s", &s) >> NValue("o", object >> Member("b", b)) >>
             NValue("l", list.Strict() >> Element(first) >> Element(second));
-        EXPECT_EQ(std::tuple(text, strict, bool(top), hasObject, hasList, a, b, first, second, top.FailedField()), row);
+        std::string seen;
+        for (bool const holds : {bool(top), hasObject, hasList}) seen += holds ? '+' : '-';
+        for (int const value : {a, b, first, second}) seen += std::to_string(value);
+        EXPECT_EQ(seen + top.FailedField().Cstr(), outcome) << text;
     }
 }
 
@@ -137,7 +134,7 @@ TEST(JsonGetter, WhatIsRefusedOrEndsBeforeItIsReadFailsAllAbove) {
         [](Object& wan, auto& place) { wan >> place.emplace("id", *std::make_unique<Object>()); }, // ends first
         [](Object& wan, auto& place) { wan >> place.emplace("id", wan); },                         // in itself
     };
-    for (auto const& lose : losses) {
+    for (auto const& lose : losses)
         for (char const* name : {"wan", "none"}) {
             bool hasWan = true;
             Object record(doc.Object()), wan(&hasWan), direct;
@@ -148,7 +145,6 @@ TEST(JsonGetter, WhatIsRefusedOrEndsBeforeItIsReadFailsAllAbove) {
             EXPECT_EQ(record.FailedField().Compare(0, strlen(name), name), 0) << &lose - losses;
             EXPECT_FALSE(record || wan || hasWan || direct.Get(*doc.Object()->First()->Value()) || id != 0) << &lose - losses;
         }
-    }
 }
 
 TEST(JsonGetter, AChildHangsOnceAndNeverBelowItselfAndEndsInAnyOrder) {

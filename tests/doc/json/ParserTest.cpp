@@ -114,7 +114,7 @@ TEST(JsonParser, TakesAScalarRootOnlyWhenAllowedAndLeavesThePool) {
 
 TEST(JsonParser, BoundsTheDepth) {
     Document doc;
-    for (std::string const open : {"[", "{\"a\":"}) {
+    for (std::string const open : {"[", "{\"a\":"})
         for (unsigned const levels : {128U, 129U, 130U, 100000U}) { // so many containers inside the root
             std::string text;
             for (unsigned i = 0; i < levels; ++i) text += open;
@@ -122,7 +122,6 @@ TEST(JsonParser, BoundsTheDepth) {
             EXPECT_EQ(Parse(doc, text), levels == 128 ? 0x00380064u : 0x8038007Du);
             EXPECT_TRUE(levels != 128 || Text(doc) == text);
         }
-    }
     EXPECT_EQ(Parse(doc, std::string(200, '[')), 0x8038007Du); // ahead of the fault behind it
 }
 

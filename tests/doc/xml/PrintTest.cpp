@@ -94,9 +94,8 @@ TEST(XmlPrint, StopsAtAFailedStream) {
     for (long room = 0; room < 37; ++room) {
         Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4, room);
         EXPECT_FALSE(Xml::Print(stream, parsed.document, Xml::PRINT_COMPACT) && stream.Flush());
-        EXPECT_EQ(stream.CurrentState(), Io::Stateful::STATE_FAILED);
         EXPECT_EQ(Text(stream.Str()), text.substr(0, static_cast<size_t>(room)));
-        EXPECT_FALSE(Xml::Print(stream, parsed.document));
+        EXPECT_TRUE(stream.CurrentState() == Io::Stateful::STATE_FAILED && !Xml::Print(stream, parsed.document));
     }
     Io::StringStream noBlock(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 0, 100);
     EXPECT_FALSE(Xml::Print(noBlock, parsed.document) || noBlock.CurrentState() != Io::Stateful::STATE_FAILED);
