@@ -16,8 +16,7 @@ namespace {
 
 using LinesT = LogCapture::LinesT;
 
-class EventBus : public WithMainThread {
-protected:
+struct EventBus : WithMainThread {
     static unsigned long Senders() {
         AutoPVector<Thread::State, StdDeleter> states;
         EXPECT_EQ(Thread::GetStates(states), 0x00220190u);

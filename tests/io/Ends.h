@@ -30,16 +30,12 @@ struct End : Io::Pollable {
 };
 
 template<int TYPE>
-class EndsTest : public testing::Test {
-protected:
+struct EndsTest : testing::Test {
     EndsTest() {
         EXPECT_EQ(socketpair(AF_UNIX, TYPE | SOCK_NONBLOCK, 0, pair_), 0);
         end_.fd = pair_[0];
     }
-    ~EndsTest() override {
-        ClosePeer();
-        close(pair_[0]);
-    }
+    ~EndsTest() override { ClosePeer(), close(pair_[0]); }
     void ClosePeer() {
         if (pair_[1] >= 0) close(pair_[1]);
         pair_[1] = -1;

@@ -72,8 +72,7 @@ TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
 }
 
 // A TLS server on the other end of the pair.
-class TlsTest : public TransferTest {
-protected:
+struct TlsTest : TransferTest {
     TlsTest() {
         for (SSL* const ssl : {server_, client_}) { // without certificates
             EXPECT_TRUE(SSL_set_max_proto_version(ssl, TLS1_2_VERSION) && SSL_set_cipher_list(ssl, "aNULL:@SECLEVEL=0"));
@@ -85,11 +84,7 @@ protected:
             done = (SSL_connect(client_) == 1 ? 1 : 0) + (SSL_accept(server_) == 1 ? 1 : 0);
         fcntl(pair_[1], F_SETFL, 0); // the server's end blocks: it may have a thread of its own
     }
-    ~TlsTest() override {
-        SSL_free(client_);
-        SSL_free(server_);
-        SSL_CTX_free(context_);
-    }
+    ~TlsTest() override { SSL_free(client_), SSL_free(server_), SSL_CTX_free(context_); }
 
     SSL_CTX* context_ = SSL_CTX_new(TLS_method());
     SSL* server_ = SSL_new(context_);
