@@ -1,19 +1,11 @@
 #include "zeb/runtime/Environment.h"
-#include "workbench/Calls.h"
-#include "workbench/Child.h"
-#include "workbench/Heap.h"
-#include "workbench/LogCapture.h"
-#include "workbench/TempDir.h"
+#include "tests/runtime/Worker.h"
 #include "zeb/core/StringMap.h"
-
-#include <gtest/gtest.h>
-#include <unistd.h>
 
 namespace {
 
 // Another environment for the time of a test.
-class EnvironmentTest : public testing::Test {
-protected:
+struct EnvironmentTest : testing::Test {
     char* entries_[7] = {strdup("AB=1"), strdup("A=x=y"), strdup("BARE"), strdup("E="), strdup("A=x=y"), strdup("=z"), nullptr};
     char** const saved_ = std::exchange(environ, entries_);
 
@@ -34,9 +26,8 @@ TEST_F(EnvironmentTest, FindsAVariableByItsWholeName) {
     for (auto const& [name, code, expected] : rows) {
         String value;
         ASSERT_TRUE(value.Assign("old"));
-        EXPECT_EQ(Environment::Get(name, value), code) << name.Cstr();
-        EXPECT_STREQ(value.Cstr(), expected) << name.Cstr();
-        EXPECT_EQ(Environment::IsNameValid(name), code != 0x801C0064) << name.Cstr();
+        EXPECT_EQ((std::tuple{Environment::Get(name, value).Code(), std::string(value.Cstr()), Environment::IsNameValid(name)}),
+                  std::tuple(code, std::string(expected), code != 0x801C0064));
     }
     ForEveryAllocation([](Heap& heap) {
         LogCapture log;
@@ -73,8 +64,8 @@ TEST(Environment, HidesWhatTheProcessStartedWithIfItMay) {
         if (failing > 1) calls.Script(SysCall::prctl, {Calls::Return(0)});
         calls.Script(SysCall::prctl, {failing == 3 ? Calls::Return(0) : Calls::Fail(EPERM)});
         EXPECT_EQ(Environment::ClearInitial().Code() >> 16, failing == 3 ? 0x001Cu : 0xCFFDu);
-        EXPECT_EQ(log.Count("C Environment: system failed [0xcffd****], unable to erase: operation not permitted."),
-                  failing == 3 ? 0u : 1u);
+        std::string const line = "C Environment: system failed [0xcffd****], unable to erase: operation not permitted.";
+        EXPECT_EQ(log.Count(line), failing == 3 ? 0u : 1u);
     }
 }
 

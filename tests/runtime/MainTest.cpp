@@ -1,41 +1,29 @@
 #include "zeb/runtime/Main.h"
 
 #include "tests/runtime/Worker.h"
-#include "workbench/Calls.h"
-#include "workbench/Child.h"
-#include "zeb/core/Time.h"
 #include "zeb/runtime/MainImpl.h"
 #include "zeb/runtime/MainSt.h"
 
-#include <cerrno>
-#include <csignal>
-#include <cstring>
-#include <string>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 namespace {
 
-struct Daemon : Main {
-    Daemon()
-        : Main("daemon") {}
-    int Run() override { return StopRequested() ? 1 : 0; }
+template<class FrameT>
+struct Frame : FrameT {
+    Frame()
+        : FrameT(std::is_same_v<FrameT, Main> ? "daemon" : "tool") {}
+    int Run() override { return this->StopRequested() ? 1 : 0; }
 };
-
-struct Tool : MainSt {
-    Tool()
-        : MainSt("tool") {}
-    int Run() override { return 0; }
-};
+using Daemon = Frame<Main>;
+using Tool = Frame<MainSt>;
 
 // Those of the signals that the calling thread blocks.
 std::string Blocked() {
     sigset_t set;
     pthread_sigmask(SIG_BLOCK, nullptr, &set);
     std::string names;
-    for (int number = 1; number < 32; ++number) {
-        if (sigismember(&set, number)) names += std::string(names.empty() ? "" : " ") + sigabbrev_np(number);
-    }
+    for (int number = 1; number < 32; ++number)
+        if (sigismember(&set, number)) names += sigabbrev_np(number) + std::string(" ");
     return names;
 }
 
@@ -53,32 +41,26 @@ std::string InChild(BodyT const& body) {
     return child.Output() + child.Errors();
 }
 
-constexpr char const BLOCKED[] = "HUP INT USR2 ALRM TERM CHLD";
+constexpr char const BLOCKED[] = "HUP INT USR2 ALRM TERM CHLD ";
 
 TEST(Main, TakesSignalsBetweenUnitsOfWork) {
-    EXPECT_STREQ(MainIdent_(), "Main");
-    EXPECT_EQ(MainGroup_(), -1);
+    auto const process = [] { return std::string(MainIdent_()) + std::to_string(MainGroup_()); };
+    EXPECT_EQ(process(), "Main-1");
     for (int const number : {SIGTERM, SIGINT}) {
-        InChild([number] {
+        InChild([&] {
             LogCapture log;
             Calls calls;
             Daemon daemon;
             ASSERT_TRUE(daemon.Initialized());
-            EXPECT_STREQ(MainIdent_(), "daemon");
-            EXPECT_EQ(MainGroup_(), getpid());
-            calls.Script(SysCall::sigtimedwait,
-                         {Calls::Return(SIGHUP), Calls::Fail(EINVAL), Calls::Fail(EAGAIN), Calls::Fail(EINTR)});
-            for (int i = 0; i < 4; ++i) EXPECT_FALSE(daemon.StopRequested());
-            EXPECT_EQ(log.Take(),
-                      (LogCapture::LinesT{"W Main: caught signal 1, ignored.", "E Main: signal wait error: invalid argument."}));
-            kill(getpid(), SIGHUP);
-            kill(getpid(), SIGPIPE);
-            EXPECT_EQ(daemon.Run(), 0);
-            for (int i = 0; i < 2; ++i) { // nobody looks for the second one
-                kill(getpid(), number);
-                EXPECT_EQ(daemon.Run(), 1);
+            EXPECT_EQ(process(), "daemon" + std::to_string(getpid()));
+            for (auto const& step : {Calls::Return(SIGHUP), Calls::Fail(EINVAL), Calls::Fail(EAGAIN), Calls::Fail(EINTR)})
+                EXPECT_FALSE((calls.Script(SysCall::sigtimedwait, {step}), daemon.StopRequested()));
+            EXPECT_EQ(log.Take(), (LinesT{"W Main: caught signal 1, ignored.", "E Main: signal wait error: invalid argument."}));
+            for (int const sent : {SIGHUP, SIGPIPE, number, number}) { // nobody looks for the second one
+                kill(getpid(), sent);
+                EXPECT_EQ(daemon.Run(), sent == number);
             }
-            EXPECT_EQ(log.Take(), LogCapture::LinesT{"I Main: stopping..."});
+            EXPECT_EQ(log.Take(), LinesT{"I Main: stopping..."});
             for (int const late : {SIGALRM, SIGHUP, SIGTERM, SIGINT, SIGUSR2, SIGCHLD}) kill(getpid(), late);
             calls.Script(SysCall::sigtimedwait, {Calls::Real(), Calls::Fail(EINTR)});
         }); // none of them ends the program with the frame
@@ -94,57 +76,44 @@ Calls::Step Happens(char what, Main& main) {
 }
 
 TEST(Main, WaitsForAStopSignal) {
-    struct Row {
-        char what;
-        long timeout, waited; // milliseconds
-        bool stop;
-    } const rows[] = {
-        {'-', 1000, 1000, false}, {'-', 0, 0, false}, {'r', 500, 500, false}, {'v', 50, 50, false},
-        {'T', 9000, 0, true},     {'I', -1, 0, true}, {'s', -1, 333, true},   {'i', 9000, 333, false},
-    };
+    // The limit and the time waited in milliseconds, and whether it stops.
+    std::tuple<char, long, long, bool> const rows[] = {// clang-format off
+        {'-', 1000, 1000, false}, {'-', 0, 0, false}, {'r', 500, 500, false}, {'v', 50, 50, false}, {'T', 9000, 0, true},
+        {'I', -1, 0, true}, {'s', -1, 333, true}, {'i', 9000, 333, false}};
+    // clang-format on
     InChild([&] {
-        for (Row const& row : rows) {
+        for (auto const& [what, timeout, waited, stop] : rows) {
             Clock clock(Clock::ModeT::AUTO);
             Daemon daemon;
             Calls calls;
-            calls.Script(SysCall::sigtimedwait, {Happens(row.what, daemon)});
-            EXPECT_EQ(daemon.WaitForStop(row.timeout), row.stop);
-            EXPECT_EQ(daemon.StopRequested(), row.stop);
-            EXPECT_NEAR(static_cast<double>(clock.Moved()) / 1e6, row.waited, 0.01) << row.what;
+            calls.Script(SysCall::sigtimedwait, {Happens(what, daemon)});
+            EXPECT_EQ((std::pair{daemon.WaitForStop(timeout), daemon.StopRequested()}), std::pair(stop, stop)) << what;
+            EXPECT_NEAR(static_cast<double>(clock.Moved()) / 1e6, waited, 0.01) << what;
         }
     });
 }
 
 TEST(Main, BlocksSignalsForItsLifeAndExistsOnce) {
-    EXPECT_EQ(InChild([] {
-                  LogCapture log;
-                  {
-                      Daemon daemon;
-                      RunInWorker([&] {
-                          EXPECT_EQ(Blocked(), BLOCKED);
-                          daemon.SetStop();
-                      });
-                      EXPECT_TRUE(daemon.StopRequested());
-                      EXPECT_FALSE(Daemon().Initialized());
-                      EXPECT_EQ(HandlerOf(SIGPIPE), SIG_IGN) << "the first one still has its signals";
-                      EXPECT_EQ(Blocked(), BLOCKED);
-                      Tool tool;
-                      tool.SetStop();
-                      tool.SetAlarm(1L);
-                      EXPECT_FALSE(tool.Initialized() || tool.StopRequested());
-                  }
-                  EXPECT_EQ(HandlerOf(SIGPIPE), SIG_DFL);
-                  EXPECT_EQ(Blocked(), "");
-                  EXPECT_EQ(Thread::Self(), nullptr);
-                  EXPECT_TRUE(log.Take().empty());
-              }),
-              "daemon: failed to wrap the main thread.\ntool: failed to wrap the main thread.\n");
+    std::string const said = InChild([] {
+        LogCapture log;
+        {
+            Daemon daemon;
+            RunInWorker([&] { EXPECT_EQ((daemon.SetStop(), Blocked()), BLOCKED); });
+            EXPECT_TRUE(daemon.StopRequested() && !Daemon().Initialized());
+            EXPECT_TRUE(HandlerOf(SIGPIPE) == SIG_IGN && Blocked() == BLOCKED) << "the first one still has its signals";
+            Tool tool;
+            tool.SetStop(), tool.SetAlarm(1L);
+            EXPECT_FALSE(tool.Initialized() || tool.StopRequested());
+        }
+        EXPECT_TRUE(HandlerOf(SIGPIPE) == SIG_DFL && Thread::Self() == nullptr);
+        EXPECT_EQ(Blocked() + testing::PrintToString(log.Take()), "{}");
+    });
+    EXPECT_EQ(said, "daemon: failed to wrap the main thread.\ntool: failed to wrap the main thread.\n");
 }
 
-// What the life of a frame says on standard error and in the log when a system call fails behind so many
-// others.
+// What the life of a frame says on standard error and in the log when a system call fails behind so many others.
 template<class FrameT>
-void ExpectFailure(SysCall call, unsigned long before, std::string const& text, bool initialized) {
+void ExpectFailure(SysCall call, unsigned long before, std::string const& text, bool initialized = false) {
     std::string const said = InChild([&] {
         LogCapture log;
         Calls calls;
@@ -157,52 +126,43 @@ void ExpectFailure(SysCall call, unsigned long before, std::string const& text, 
 }
 
 TEST(Main, SaysWhyItFailed) {
-    std::string const why = ": operation not permitted", failed = "daemon: failed to ";
-    ExpectFailure<Daemon>(SysCall::sigaltstack, 0,
-                          failed + "setup the alternate signal stack" + why + "\n" + failed + "wrap the main thread", false);
-    for (auto const& [call, before, what] :
-         {std::tuple(SysCall::pthread_condattr_setclock, 0, "trace object"), {SysCall::sigaction, 1, "trace signal handler"}}) {
-        std::string const setUp = std::string("setup ") + (before ? "a " : "the ") + what;
-        ExpectFailure<Daemon>(call, static_cast<unsigned long>(before),
-                              failed + setUp + why + ".\n" + failed + "wrap the main thread", false);
-    }
-    for (unsigned long const before : {2UL, 7UL})
-        ExpectFailure<Daemon>(SysCall::sigaction, before, failed + "setup signal handlers" + why, false);
-    ExpectFailure<Daemon>(SysCall::pthread_sigmask, 0, failed + "block signals" + why, false);
-    ExpectFailure<Daemon>(SysCall::pthread_sigmask, 1, failed + "unblock signals" + why, true);
-    ExpectFailure<Daemon>(SysCall::sigaction, 8, failed + "restore signal handlers" + why, true);
+    std::string const why = ": operation not permitted", wrap = "wrap the main thread";
+    std::tuple<SysCall, unsigned long, std::string, bool> const rows[] = {
+        {SysCall::sigaltstack, 0, "setup the alternate signal stack" + why + "\ndaemon: failed to " + wrap, false},
+        {SysCall::pthread_condattr_setclock, 0, "setup the trace object" + why + ".\ndaemon: failed to " + wrap, false},
+        {SysCall::sigaction, 1, "setup a trace signal handler" + why + ".\ndaemon: failed to " + wrap, false},
+        {SysCall::sigaction, 2, "setup signal handlers" + why, false},
+        {SysCall::sigaction, 7, "setup signal handlers" + why, false},
+        {SysCall::pthread_sigmask, 0, "block signals" + why, false},
+        {SysCall::pthread_sigmask, 1, "unblock signals" + why, true},
+        {SysCall::sigaction, 8, "restore signal handlers" + why, true},
+    };
+    for (auto const& [call, before, text, good] : rows) ExpectFailure<Daemon>(call, before, "daemon: failed to " + text, good);
     for (auto const& [call, before] :
-         {std::pair(SysCall::pthread_sigmask, 0), {SysCall::sigaction, 2}, {SysCall::sigaction, 3}, {SysCall::timer_create, 0}})
-        ExpectFailure<Tool>(call, static_cast<unsigned long>(before), "C tool: system failed [0xcffd****]", false);
+         {std::pair(SysCall::pthread_sigmask, 0UL), {SysCall::sigaction, 2}, {SysCall::sigaction, 3}, {SysCall::timer_create, 0}})
+        ExpectFailure<Tool>(call, before, "C tool: system failed [0xcffd****]");
 }
 
 TEST(MainSt, RaisesAnAlarm) {
     InChild([] {
         Tool tool;
         ASSERT_TRUE(tool.Initialized());
-        EXPECT_EQ(Blocked(), "HUP INT USR2 PIPE CHLD");
-        kill(getpid(), SIGPIPE);
-        kill(getpid(), SIGALRM); // not ours: no address comes with it
-        siginfo_t other = {};    // or that of another timer
-        other.si_code = SI_TIMER;
-        other.si_value.sival_int = 8;
+        EXPECT_EQ(Blocked(), "HUP INT USR2 PIPE CHLD ");
+        kill(getpid(), SIGPIPE), kill(getpid(), SIGALRM); // not ours: no address comes with it
+        siginfo_t other = {};                             // or that of another timer
+        other.si_code = SI_TIMER, other.si_value.sival_int = 8;
         EXPECT_EQ(syscall(SYS_rt_sigqueueinfo, getpid(), SIGALRM, &other), 0);
-        tool.SetAlarm(30L);
-        tool.CancelAlarm();
-        usleep(60000);
-        EXPECT_FALSE(tool.IsAlarmed());
+        tool.SetAlarm(30L), tool.CancelAlarm();
+        EXPECT_FALSE((usleep(60000), tool.IsAlarmed()));
         for (Time::Span const& delay : {Time::Span(-1), Time::Span(5)}) {
             tool.SetAlarm(delay);
             EXPECT_TRUE(Await([&] { return tool.IsAlarmed(); }));
             tool.ClearAlarm();
         }
-        tool.MaskAlarm();
-        tool.SetAlarm(0L);
+        tool.MaskAlarm(), tool.SetAlarm(0L);
         sigset_t pending;
-        EXPECT_TRUE(Await([&] { return sigpending(&pending) == 0 && sigismember(&pending, SIGALRM) == 1; }));
-        EXPECT_FALSE(tool.IsAlarmed());
-        tool.UnmaskAlarm();
-        EXPECT_TRUE(tool.IsAlarmed());
+        EXPECT_TRUE(Await([&] { return sigpending(&pending) == 0 && sigismember(&pending, SIGALRM) == 1; }) && !tool.IsAlarmed());
+        EXPECT_TRUE((tool.UnmaskAlarm(), tool.IsAlarmed()));
     });
 }
 
@@ -213,15 +173,10 @@ void ExpectLogged(int number, std::string const& text) {
         Log::ConsoleMode();
         FrameT frame;
         Calls calls; // the signal comes while the lock of the log is held
-        calls.Script(SysCall::write, {Calls::Do([number] {
-                         errno = ERANGE;
-                         raise(number);
-                         EXPECT_EQ(errno, ERANGE);
-                     })});
+        calls.Script(SysCall::write, {Calls::Do([number] { EXPECT_EQ((errno = ERANGE, raise(number), errno), ERANGE); })});
         Log(Log::INFO, "T", nullptr, "interrupted");
         EXPECT_FALSE(Thread::SelfInterrupted() || frame.StopRequested());
-        frame.SetStop();
-        EXPECT_TRUE(frame.StopRequested());
+        EXPECT_TRUE((frame.SetStop(), frame.StopRequested()));
     });
     EXPECT_NE(output.find(" zeb: Thread: " + text), std::string::npos) << output;
 }

@@ -1,19 +1,12 @@
 #include "zeb/runtime/Random.h"
 #include "tests/runtime/Worker.h"
-#include "workbench/Calls.h"
-#include "workbench/Heap.h"
-#include "zeb/core/Buffer.h"
-#include "zeb/core/String.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
 using namespace std::string_literals;
 
 // A kernel with this randomness, asked as often as there are texts.
-class Kernel : public Calls {
-public:
+struct Kernel : Calls {
     explicit Kernel(std::vector<std::string> const& texts) {
         for (std::string const& text : texts) Script(SysCall::getrandom, {Calls::Data(text)});
     }
@@ -22,11 +15,10 @@ public:
 TEST(Random, MakesNumbersOfEightBytesAndAsksForAtMost256AtATime) {
     constexpr unsigned long VALUE = 0xF807060504030201;
     Kernel const kernel(std::vector<std::string>(5, "\1\2\3\4\5\6\7\xF8"));
-    EXPECT_EQ(Random::Get(), VALUE);
-    EXPECT_EQ(Random::GetAbs(), static_cast<long>(VALUE));
-    EXPECT_EQ(Random::GetUniformInterval(10, 7), 10 + VALUE % 7);
-    EXPECT_EQ(Random::GetUniformInterval(10, 0), 10 + VALUE);
-    EXPECT_EQ(Random::GetUniformInterval(~0UL, 1), ~0UL);
+    EXPECT_EQ(std::pair(Random::Get(), Random::GetAbs()), std::pair(VALUE, static_cast<long>(VALUE)));
+    std::tuple<unsigned long, unsigned long, unsigned long> const rows[] = {
+        {10, 7, 10 + VALUE % 7}, {10, 0, 10 + VALUE}, {~0UL, 1, ~0UL}};
+    for (auto const& [from, width, made] : rows) EXPECT_EQ(Random::GetUniformInterval(from, width), made);
     std::string const a(256, 'a'), b(256, 'b');
     for (auto const& [texts, all] :
          {std::pair(std::vector<std::string>{}, ""s), {{"x"}, "x"}, {{a}, a}, {{a, b, "xyz"}, a + b + "xyz"}}) {
@@ -57,10 +49,9 @@ TEST(Random, LeavesOutZerosAndMakesTextOfLettersAndDigits) {
     ForEveryAllocation([](Heap& heap) {
         Buffer data;
         String made;
-        heap.Arm();
-        bool const isFilled = Random::Get(data, 3), isMade = Random::GetAsciiString(5, made);
-        heap.Disarm();
-        EXPECT_EQ(heap.Fired(), !isFilled || !isMade);
+        bool isFilled, isMade;
+        Reported(heap,
+                 [&] { return isFilled = Random::Get(data, 3), isMade = Random::GetAsciiString(5, made), isFilled && isMade; });
         EXPECT_EQ(data.Size() + made.Size(), (isFilled ? 3u : 0u) + (isMade ? 5u : 0u));
         EXPECT_FALSE(Random::GetAsciiString(~0UL, made) || Random::GetAsciiString(~0UL >> 1, made));
     });
@@ -76,12 +67,11 @@ TEST(Random, WaitsForAllOfItsBytesWhetherItIsInterruptedOrNot) {
         char data[4];
         calls.Script(SysCall::getrandom, {Calls::Fail(EAGAIN), Calls::Data("ab"), Calls::Return(0), Calls::Data("abcd")});
         Random::Get(data, sizeof data);
-        EXPECT_EQ(std::string(data, 4), "abcd");
-        EXPECT_EQ(clock.Moved(), 3 * 333000000);
-        std::string const failed = "C Random: system failed [0xcffd****], unable to get ";
-        EXPECT_EQ(log.Take(), LogCapture::LinesT({failed + "random: resource temporarily unavailable.",
-                                                  failed + "sufficient entropy: get 2 instead of 4.",
-                                                  failed + "sufficient entropy: get 0 instead of 4."}));
+        EXPECT_EQ(std::pair(std::string(data, 4), clock.Moved()), std::pair("abcd"s, 3 * 333000000L));
+        std::string const failed = "C Random: system failed [0xcffd****], unable to get ",
+                          few = failed + "sufficient entropy: get ";
+        EXPECT_EQ(log.Take(), (LinesT{failed + "random: resource temporarily unavailable.", few + "2 instead of 4.",
+                                      few + "0 instead of 4."}));
     }
 }
 

@@ -1,27 +1,15 @@
 #include "zeb/runtime/Thread.h"
 
 #include "tests/runtime/Worker.h"
-#include "workbench/Calls.h"
-#include "workbench/Clock.h"
-#include "workbench/Heap.h"
-#include "zeb/core/Time.h"
-#include "zeb/runtime/StatusLog.h"
 
-#include <atomic>
-#include <cerrno>
-#include <csignal>
-#include <string>
 #include <sys/prctl.h>
-#include <thread>
-#include <vector>
 
 namespace {
 
 using ThreadTest = WithMainThread;
-using LinesT = LogCapture::LinesT;
 
-std::string Failed(char const* name, std::string const& text, char const* code = "[0xcffd****]") {
-    return std::string("C Thread: \"") + name + "\": system failed " + code + ", " + text + ".";
+std::string Failed(std::string const& name, std::string const& text, std::string const& code = "[0xcffd****]") {
+    return "C Thread: \"" + name + "\": system failed " + code + ", " + text + ".";
 }
 
 // Stopped, stop Requested, Interrupted, of another Context, how many threads run.
@@ -36,8 +24,7 @@ TEST_F(ThreadTest, LivesBetweenStartAndStopAndRefusesMisuse) {
         EXPECT_FALSE(Thread::Self()->DifferentContext());
         while (!Thread::Self()->StopRequested() && !end.try_acquire()) Clock::RealPause(1);
     });
-    // Start, Stop, Interrupt, Clear that, Request the stop, Kill, let it End by itself; codes by their last
-    // digit.
+    // Start, stoP, Interrupt, Clear that, Request the stop, Kill, let it End by itself; codes by their last digit.
     std::string transcript;
     for (char const operation : std::string("PIRKSSIKCPSESPSRP")) {
         transcript += operation;
@@ -47,33 +34,26 @@ TEST_F(ThreadTest, LivesBetweenStartAndStopAndRefusesMisuse) {
         if (operation == 'I') thread.Interrupt();
         if (operation == 'C') thread.ClearInterrupt();
         if (operation == 'R') thread.SetStop();
-        if (operation == 'E') end.release();
-        EXPECT_TRUE(operation != 'E' || Await([&] { return thread.Stopped(); }));
+        EXPECT_TRUE(operation != 'E' || (end.release(), Await([&] { return thread.Stopped(); })));
         if (operation != 'R' || !thread.StopRequested()) transcript += Flags(thread) + " ";
     }
-    EXPECT_EQ(transcript, "P0SC1 ISC1 RSC1 K0SC1 S1C2 S2C2 IIC2 K1IC2 CC2 P1SC1 S1C2 ESC1 S2SC1 P1SC1 S1C2 "
-                          "RP1SC1 ");
-    std::string const running = Failed("worker", "it runs already", "[0x80220002]");
-    EXPECT_EQ(log_.Take(), (LinesT{Failed("worker", "it does not run"), running, running}));
+    EXPECT_EQ(transcript, "P0SC1 ISC1 RSC1 K0SC1 S1C2 S2C2 IIC2 K1IC2 CC2 P1SC1 S1C2 ESC1 S2SC1 P1SC1 S1C2 RP1SC1 ");
+    std::string const running = Failed("worker", "it runs already", "[0x80220002]"), start = "a thread cannot start itself";
     EXPECT_EQ(main_->Start(), 0x80220003u);
     RunInWorker([&] {
         Thread& self = *Thread::Self();
-        EXPECT_EQ(self.Start(), 0x80220003u);
-        self.Interrupt();
-        EXPECT_FALSE(self.Stop() || self.IsInterrupted() || main_->Stop());
+        EXPECT_TRUE(self.Start() == 0x80220003 && (self.Interrupt(), !self.Stop()) && !self.IsInterrupted() && !main_->Stop());
     });
-    char const* const self = "a thread cannot start itself";
     EXPECT_EQ(log_.Take(),
-              (LinesT{Failed("Main", self, "[0x80220003]"), Failed("worker", self, "[0x80220003]"),
-                      Failed("worker", "a thread cannot interrupt itself"), Failed("worker", "a thread cannot stop itself"),
-                      Failed("Main", "the main thread cannot be stopped")}));
+              (LinesT{Failed("worker", "it does not run"), running, running, Failed("Main", start, "[0x80220003]"),
+                      Failed("worker", start, "[0x80220003]"), Failed("worker", "a thread cannot interrupt itself"),
+                      Failed("worker", "a thread cannot stop itself"), Failed("Main", "the main thread cannot be stopped")}));
 }
 
 // Notes the order of what is called in the thread.
 struct Recorder : Thread {
-    Recorder(uint32_t result, std::string& into)
+    explicit Recorder(uint32_t result)
         : Thread("name of 18 letters")
-        , calls(into)
         , initialized(result) {}
     ReturnT Initialize() override {
         char name[16] = {};
@@ -85,83 +65,61 @@ struct Recorder : Thread {
         calls += Self() == this && SelfStatus()->Code() == initialized ? "R" : "?";
         for (++runs; endless && !SelfInterrupted();) Clock::RealPause(1);
         if (endless) calls += "I";
-        SetStatus(report);
-        SetInterruptMask(INTERRUPT_MASK);
-        return ReturnT::Done();
+        return SetStatus(report), SetInterruptMask(INTERRUPT_MASK), ReturnT::Done();
     }
     void Cleanup() override { calls += "C"; }
 
     static inline Status other;
+    static inline std::string calls;
     Status* const report = &other;
-    std::string& calls;
     uint32_t const initialized;
-    std::atomic<bool> endless = false;
-    std::atomic<int> runs = 0;
+    std::atomic<int> endless = 0, runs = 0;
 };
 
 TEST_F(ThreadTest, BeginsEachRunAfreshAndIsJoinedByItsDestructor) {
-    std::string calls;
     for (bool const endless : {false, true}) {
-        Recorder thread(1, calls);
+        Recorder thread(1);
         EXPECT_EQ(thread.Start(), Thread::STARTED);
-        EXPECT_TRUE(Await([&] { return thread.Stopped(); }));
-        EXPECT_TRUE(thread.Stop());
+        EXPECT_TRUE(Await([&] { return thread.Stopped(); }) && thread.Stop());
         thread.endless = endless;
-        EXPECT_EQ(thread.Start(), Thread::STARTED);
-        EXPECT_EQ(Thread::SelfStatus()->Code(), 0x00220001u);
+        EXPECT_TRUE(thread.Start() == Thread::STARTED && Thread::SelfStatus()->Code() == 0x00220001);
         EXPECT_TRUE(Await([&] { return endless ? thread.runs == 2 : thread.Stopped(); }));
     }
-    Recorder unlucky(0x80000001, calls);
-    for (int round = 0; round < 2; ++round) // it was joined, and may be tried again
-        EXPECT_EQ(unlucky.Start(), 0x80220006u);
-    EXPECT_EQ(Thread::SelfStatus()->Code(), 0x80220006u);
-    EXPECT_EQ(Flags(unlucky), "SC1");
+    Recorder unlucky(0x80000001); // it is joined, and may be tried again
+    for (int round = 0; round < 2; ++round) EXPECT_EQ(unlucky.Start(), 0x80220006u);
+    EXPECT_EQ(Flags(unlucky) + std::to_string(Thread::SelfStatus()->Code() == 0x80220006), "SC11");
     std::string const name = "name of 18 lett ", run = name + "RC", joined = name + "RI";
-    EXPECT_EQ(calls, run + run + run + joined + name + name);
-    struct Own : Thread {
-        Own()
-            : Thread("own") {}
-        ReturnT Run() override { return delete this, ReturnT::Done(); }
-    };
-    EXPECT_EQ((new Own)->Start(), Thread::STARTED);
-    EXPECT_TRUE(log_.Await("own"));
+    EXPECT_EQ(Recorder::calls, run + run + run + joined + name + name);
+    Worker* const own = new Worker([&] { delete own; }, "own");
+    EXPECT_TRUE(own->Start() == Thread::STARTED && log_.Await("own"));
     std::string const unstopped = Failed("name of 18 letters", "destroyed unstopped"),
                       failed = Failed("name of 18 letters", "it failed to initialize", "[0x80220006]");
     EXPECT_EQ(log_.Take(), (LinesT{unstopped, unstopped, failed, failed, Failed("own", "destroyed by its own thread")}));
 }
 
 TEST_F(ThreadTest, StartReportsFailuresOfTheSystem) {
-    struct Row {
-        SysCall call;
-        int error;
-        char const *code, *text, *before; // of the last line, and the one ahead of it
-    } const rows[] = {
+    std::tuple<SysCall, int, std::string, std::string, std::string> const rows[] = {
+        // code, why it failed, and the line before
         // clang-format off
-        {SysCall::pthread_attr_init, ENOMEM, "[0x80220004]", "unable to set its attributes up: not enough space", nullptr},
-        {SysCall::pthread_attr_setstacksize, EINVAL, "[0x80220004]", "unable to set its attributes up: invalid argument", nullptr},
-        {SysCall::pthread_create, EAGAIN, "[0x80220005]", "unable to create it: resource temporarily unavailable", nullptr},
+        {SysCall::pthread_attr_init, ENOMEM, "[0x80220004]", "unable to set its attributes up: not enough space", ""},
+        {SysCall::pthread_attr_setstacksize, EINVAL, "[0x80220004]", "unable to set its attributes up: invalid argument", ""},
+        {SysCall::pthread_create, EAGAIN, "[0x80220005]", "unable to create it: resource temporarily unavailable", ""},
         {SysCall::sigaltstack, ENOMEM, "[0x80220006]", "it failed to initialize", "out of memory [0xcffe****]"},
         {SysCall::sigaltstack, EPERM, "[0x80220006]", "it failed to initialize",
          "system failed [0xcffd****], failed to setup the alternate signal stack: operation not permitted"},
-        {SysCall::pthread_getattr_np, ENOENT, nullptr, nullptr,
-         "failed to get info about the thread stack: no such file or directory"},
-        // clang-format on
-    };
-    for (Row const& row : rows) {
+        {SysCall::pthread_getattr_np, ENOENT, "", "", "failed to get info about the thread stack: no such file or directory"}};
+    // clang-format on
+    for (auto const& [call, error, code, text, before] : rows) {
         Worker thread([] {});
-        {
-            Calls calls(Calls::ScopeT::PROCESS);
-            calls.Script(row.call, {Calls::Fail(row.error)});
-            EXPECT_EQ(thread.Start().Failed(), row.code != nullptr);
-        }
-        EXPECT_EQ(thread.Stop(), !row.code);
-        LinesT expected;
-        if (row.before) expected.push_back("C Thread: \"worker\": " + std::string(row.before) + ".");
-        if (row.code) expected.push_back(Failed("worker", row.text, row.code));
-        if (row.code) expected.push_back(Failed("worker", "it does not run"));
+        Calls calls(Calls::ScopeT::PROCESS);
+        calls.Script(call, {Calls::Fail(error)});
+        EXPECT_EQ(thread.Start().Failed(), !code.empty());
+        calls.Clear();
+        EXPECT_EQ(thread.Stop(), code.empty());
+        LinesT expected(before.empty() ? 0 : 1, "C Thread: \"worker\": " + before + ".");
+        if (!code.empty()) expected.insert(expected.end(), {Failed("worker", text, code), Failed("worker", "it does not run")});
         EXPECT_EQ(log_.Take(), expected);
-        EXPECT_EQ(thread.Start(), Thread::STARTED) << "nothing is left behind";
-        EXPECT_TRUE(thread.Stop());
+        EXPECT_TRUE(thread.Start() == Thread::STARTED && thread.Stop()) << "nothing is left behind";
     }
 }
 
@@ -173,54 +131,40 @@ TEST_F(ThreadTest, ReportsExhaustedMemory) {
         EXPECT_EQ(thread.Initialized(), !heap.Fired());
         EXPECT_EQ(log_.Take(), heap.Fired() ? LinesT{"C Thread: \"worker\": out of memory [0xcffe****]."} : LinesT{});
         if (thread.Initialized()) return;
-        thread.SetStop(); // nothing that is called later does harm
-        thread.Interrupt();
-        thread.ClearInterrupt();
-        EXPECT_EQ(thread.Start(), 0x80220001u);
-        EXPECT_FALSE(thread.Stop() || thread.Kill(0));
+        thread.SetStop(), thread.Interrupt(), thread.ClearInterrupt(); // nothing that is called later does harm
+        EXPECT_TRUE(thread.Start() == 0x80220001 && !thread.Stop() && !thread.Kill(0));
         EXPECT_EQ(Flags(thread) + thread.Name().Cstr(), "SC1");
-        std::string const none = "it was not made: no main thread, no name or no memory";
-        EXPECT_EQ(log_.Take(), (LinesT{"C Thread: system failed [0x80220001], " + none + ".",
-                                       "C Thread: system failed [0xcffd****], " + none + "."}));
+        std::string const none = ", it was not made: no main thread, no name or no memory.", failed = "C Thread: system failed ";
+        EXPECT_EQ(log_.Take(), (LinesT{failed + "[0x80220001]" + none, failed + "[0xcffd****]" + none}));
     });
-    ForEveryAllocation(
-        [](Heap& heap) {
-            Worker thread([] {});
-            heap.Arm();
-            ReturnT const code = thread.Start();
-            heap.Disarm();
-            EXPECT_EQ(code, heap.Fired() ? Thread::INITIALIZE_FAILED : Thread::STARTED);
-            EXPECT_EQ(thread.Stop(), !heap.Fired());
-        },
-        Heap::ScopeT::PROCESS);
+    auto const start = [](Heap& heap) {
+        Worker thread([] {});
+        ReturnT code;
+        Reported(heap, [&] { return (code = thread.Start()) == Thread::STARTED; });
+        EXPECT_TRUE(heap.Fired() ? code == Thread::INITIALIZE_FAILED && !thread.Stop() : thread.Stop());
+    };
+    ForEveryAllocation(start, Heap::ScopeT::PROCESS);
 }
 
 TEST_F(ThreadTest, NeedsANameAndAMainThreadWhichReportsOnStandardError) {
-    EXPECT_FALSE(Worker([] {}, "").Initialized());
-    EXPECT_EQ(log_.Take(), LinesT{"C Thread: system failed [0xcffd****], a thread needs a name."});
-    EXPECT_EQ(ThreadMain::New("second"), nullptr);
+    EXPECT_FALSE(Worker([] {}, "").Initialized() || ThreadMain::New("second"));
     main_.Reset();
     EXPECT_FALSE(Worker([] {}).Initialized());
-    EXPECT_EQ(log_.Take(), LinesT{});
+    EXPECT_EQ(log_.Take(), LinesT{"C Thread: system failed [0xcffd****], a thread needs a name."});
     std::pair<SysCall, char const*> const rows[] = {
         {SysCall::pthread_getattr_np, "Main: failed to get info about the thread stack: not enough space\n"},
         {SysCall::sigaltstack, "id: failed to setup the alternate signal stack: not enough space\n"},
-        {SysCall::sigaction, "id: failed to setup a trace signal handler: not enough space.\n"},
-    };
+        {SysCall::sigaction, "id: failed to setup a trace signal handler: not enough space.\n"}};
     for (auto const& [call, text] : rows) {
         OutputCapture errors(2);
         Calls calls;
         calls.Script(call, {Calls::Fail(ENOMEM)});
-        EXPECT_EQ(ThreadMain::New("id"), nullptr);
+        EXPECT_FALSE(ThreadMain::New("id") || Thread::Self());
         EXPECT_EQ(errors.Finish(), text);
-        EXPECT_EQ(Thread::Self(), nullptr);
     }
     ForEveryAllocation([](Heap& heap) {
         OutputCapture errors(2);
-        heap.Arm();
-        AutoPtr<ThreadMain> const again(ThreadMain::New("id"));
-        heap.Disarm();
-        EXPECT_EQ(static_cast<bool>(again), !heap.Fired());
+        Reported(heap, [] { return static_cast<bool>(AutoPtr<ThreadMain>(ThreadMain::New("id"))); });
     });
 }
 
@@ -231,19 +175,15 @@ TEST_F(ThreadTest, InterruptionCanBeMaskedAndStatusReplaced) {
         Thread::SetInterruptMask(mask);
         seen += std::to_string(Thread::SelfInterrupted()) + Flags(*main_) + " ";
     }
-    main_->ClearInterrupt();
-    main_->SetStop();
+    main_->ClearInterrupt(), main_->SetStop();
     EXPECT_EQ(seen + Flags(*main_), "01 01 01 1I1 R1");
 
     Status other;
     Status* const own = Thread::SelfStatus();
     Thread::SetStatus(&other);
     (void)ReturnT(StatusLog(5, Log::INFO, "T", nullptr, ""));
-    EXPECT_EQ(other.Code(), 5u);
-    EXPECT_NE(own->Code(), 5u);
-    EXPECT_EQ(main_->Run(), 5u) << "the main thread answers with its status";
-    Thread::SetStatus(nullptr);
-    EXPECT_EQ(Thread::SelfStatus(), own);
+    EXPECT_TRUE(other.Code() == 5 && own->Code() != 5 && main_->Run() == 5) << "the main thread answers with its status";
+    EXPECT_EQ((Thread::SetStatus(nullptr), Thread::SelfStatus()), own);
 }
 
 // What the environment of the calling thread says of a key, which is gone then.
@@ -260,19 +200,14 @@ TEST_F(ThreadTest, EnvironmentIsPrivateAndNothingIsThereWithoutAThreadObject) {
     EXPECT_TRUE(Thread::SetEnvironment("k", "main"));
     RunInWorker([] { EXPECT_EQ(Environment("k"), " set del"); });
     std::thread([&] {
-        Thread::SetStatus(nullptr);
-        Thread::SetInterruptMask(Thread::INTERRUPT_MASK);
+        Thread::SetStatus(nullptr), Thread::SetInterruptMask(Thread::INTERRUPT_MASK);
         EXPECT_EQ(Environment("k"), "");
-        EXPECT_FALSE(Thread::Self() || Thread::SelfStatus() || Thread::SelfInterrupted());
+        EXPECT_FALSE(Thread::Self() || Thread::SelfStatus() || Thread::SelfInterrupted() || !Sleep(1L));
         EXPECT_EQ(Thread::StackAddress() + Thread::StackGuardSize(), 0u);
-        EXPECT_TRUE(Sleep(1L));
     }).join();
     ForEveryAllocation([&](Heap& heap) {
         String out;
-        heap.Arm();
-        bool const ok = Thread::SetEnvironment("new", "value") && Thread::GetEnvironment("new", out);
-        heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
+        Reported(heap, [&] { return Thread::SetEnvironment("new", "value") && Thread::GetEnvironment("new", out); });
         Thread::DelEnvironment("new");
     });
     EXPECT_EQ(Environment("k"), "has main set del");
@@ -283,81 +218,61 @@ TEST_F(ThreadTest, RunsOnStacksOfItsOwnWhereItIsReachedAndListed) {
     auto const old = signal(SIGUSR2, [](int) { signals += Thread::Self()->Name() == "worker" ? 1 : 100; });
     Worker thread([] {
         stack_t stack = {};
-        EXPECT_EQ(sigaltstack(nullptr, &stack), 0);
-        EXPECT_EQ(stack.ss_size, 26624u);
+        EXPECT_TRUE(sigaltstack(nullptr, &stack) == 0 && stack.ss_size == 26624) << stack.ss_size;
         // A sanitizer may keep the locals elsewhere, but not the frame.
         unsigned long const frame = reinterpret_cast<unsigned long>(__builtin_frame_address(0));
-        EXPECT_LT(frame - Thread::StackAddress(), 0xA0000u);
-        EXPECT_GT(Thread::StackGuardSize(), 0u);
+        EXPECT_TRUE(frame - Thread::StackAddress() < 0xA0000 && Thread::StackGuardSize() > 0);
         ForEveryAllocation([&](Heap& heap) {
             Array<int> tids;
-            heap.Arm();
-            bool const ok = Thread::GetTids(tids);
-            heap.Disarm();
-            EXPECT_EQ(ok, !heap.Fired());
-            ASSERT_EQ(tids.Size(), ok ? 2u : 0u);
-            EXPECT_EQ(ok ? tids[1] : Thread::Id(), Thread::Id());
+            bool const ok = Reported(heap, [&] { return Thread::GetTids(tids); });
+            EXPECT_TRUE(ok ? tids.Size() == 2 && tids[1] == Thread::Id() : tids.Size() == 0);
         });
         EXPECT_TRUE(Await([] { return signals == 1; }));
     });
-    EXPECT_EQ(thread.Start(), Thread::STARTED);
-    EXPECT_TRUE(thread.Kill(SIGUSR2));
-    EXPECT_TRUE(thread.Stop());
+    EXPECT_TRUE(thread.Start() == Thread::STARTED && thread.Kill(SIGUSR2) && thread.Stop());
     signal(SIGUSR2, old);
 }
 
 TEST_F(ThreadTest, LifeOfManyThreadsMayRaceAndBeReadMeanwhile) {
-    Mutex cache(Mutex::CACHE);
-    Mutex core(Mutex::CORE);
-    std::atomic<int> runs = 0;
-    std::atomic<int> starts = 0;
+    Mutex cache(Mutex::CACHE), core(Mutex::CORE);
+    std::atomic<int> runs = 0, starts = 0;
     auto const run = [&] {
-        Mutex::Guard const below(cache);
-        Mutex::Guard const above(core);
+        Mutex::Guard const below(cache), above(core);
         ++runs;
     };
     Worker shared(run);
-    std::vector<std::thread> owners; // without Thread objects
-    for (int owner = 0; owner < 3; ++owner) {
-        owners.emplace_back([&] {
-            for (int round = 0; round < 10; ++round) {
-                Worker thread(run);
-                starts += (thread.Start() == Thread::STARTED) + (shared.Start() == Thread::STARTED);
-                thread.Interrupt(), thread.SetStop(), (void)thread.Kill(0);
-                EXPECT_TRUE(thread.Stop());
-                shared.Stop();
-            }
-        });
-    }
+    auto const own = [&] {
+        for (int round = 0; round < 10; ++round) {
+            Worker thread(run);
+            starts += (thread.Start() == Thread::STARTED) + (shared.Start() == Thread::STARTED);
+            thread.Interrupt(), thread.SetStop(), (void)thread.Kill(0), shared.Stop();
+            EXPECT_TRUE(thread.Stop());
+        }
+    };
+    std::thread owners[] = {std::thread(own), std::thread(own), std::thread(own)}; // without Thread objects
     while (runs < 30) {
-        EXPECT_LE(CountTids(), 5u);
-        EXPECT_NE(LocksOf("worker").substr(0, 4), "CORE");
+        EXPECT_TRUE(CountTids() < 6 && !LocksOf("worker").starts_with("CORE"));
         Thread::OwnerId(core);
     }
     for (std::thread& owner : owners) owner.join();
-    EXPECT_EQ(runs, starts);
-    EXPECT_GE(runs, 31);
+    EXPECT_TRUE(runs == starts && runs > 30) << runs << ' ' << starts;
 }
 
 TEST_F(ThreadTest, SleepEndsAtItsTimeOrWithAnInterruption) {
     {
         Clock clock(Clock::ModeT::AUTO);
         for (long const milliseconds : {0L, -5L, 1L, 333L, 1000L}) {
-            double const before = static_cast<double>(clock.Moved());
+            long const before = clock.Moved();
             EXPECT_TRUE(Sleep(milliseconds));
-            double const moved = (static_cast<double>(clock.Moved()) - before) / 1e6;
-            EXPECT_NEAR(moved, milliseconds > 0 ? milliseconds : 0, 0.01);
+            EXPECT_NEAR(static_cast<double>(clock.Moved() - before) / 1e6, milliseconds > 0 ? milliseconds : 0, 0.01);
         }
     }
     Clock clock;
     std::atomic<bool> slept = true;
     Worker thread([&] { slept = Sleep(10000L) || Sleep(10000L); }); // the second one at once, without a wait
-    ASSERT_EQ(thread.Start(), Thread::STARTED);
-    ASSERT_TRUE(clock.AwaitWaiters(1));
-    thread.Interrupt();
-    clock.Advance(333);
-    EXPECT_TRUE(thread.Stop());
-    EXPECT_FALSE(slept);
+    ASSERT_TRUE(thread.Start() == Thread::STARTED && clock.AwaitWaiters(1));
+    thread.Interrupt(), clock.Advance(333);
+    EXPECT_TRUE(thread.Stop() && !slept);
 }
 
 } // namespace

@@ -1,31 +1,45 @@
-// Threads for tests: a main thread for the scope of a test, and workers that run a given body.
+// The rig of this folder: a main thread for the scope of a test, workers that run a given body, and what most tests include.
 #pragma once
 
+#include "workbench/Calls.h"
+#include "workbench/Child.h"
 #include "workbench/Clock.h"
+#include "workbench/Heap.h"
 #include "workbench/LogCapture.h"
+#include "workbench/TempDir.h"
 #include "zeb/core/AutoPtr.h"
+#include "zeb/core/Time.h"
+#include "zeb/runtime/StatusLog.h"
 #include "zeb/runtime/ThreadMain.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <csignal>
 #include <functional>
 #include <semaphore>
-#include <string>
-#include <utility>
+#include <thread>
+#include <unistd.h>
 
-class Worker : public Thread {
-public:
-    explicit Worker(std::function<void()> body, char const* name = "worker")
+using LinesT = LogCapture::LinesT;
+
+// Allocations of the body fail as the heap says, and what it answers tells whether one has.
+template<class BodyT>
+bool Reported(Heap& heap, BodyT const& body) {
+    heap.Arm();
+    bool const ok = body();
+    heap.Disarm();
+    EXPECT_EQ(ok, !heap.Fired());
+    return ok;
+}
+
+struct Worker : Thread {
+    explicit Worker(std::function<void()> run, char const* name = "worker")
         : Thread(name)
-        , body_(std::move(body)) {}
+        , body(std::move(run)) {}
+    ReturnT Run() override { return body(), ReturnT::Done(); }
 
-    ReturnT Run() override {
-        body_();
-        return ReturnT::Done();
-    }
-
-private:
-    std::function<void()> body_;
+    std::function<void()> const body;
 };
 
 inline unsigned long CountTids() {
@@ -35,14 +49,9 @@ inline unsigned long CountTids() {
 }
 
 // Runs the body in a worker to its end.
-inline void RunInWorker(std::function<void()> body, char const* name = "worker") {
+inline void RunInWorker(std::function<void()> const& body) {
     std::binary_semaphore done(0);
-    Worker worker(
-        [&] {
-            body();
-            done.release();
-        },
-        name);
+    Worker worker([&] { body(), done.release(); });
     ASSERT_EQ(worker.Start(), Thread::STARTED);
     done.acquire();
     ASSERT_TRUE(worker.Stop());
@@ -64,7 +73,7 @@ inline std::string LocksOf(CString const& name, bool* complete = nullptr) {
         if (complete) *complete = states[i]->LockListComplete();
         for (Thread::Lock const& lock : states[i]->Locks()) {
             locks +=
-                std::string(locks.empty() ? "" : ", ") + Mutex::PrecedenceName(lock.Precedence()) + " " + lock.State().Cstr();
+                (locks.empty() ? "" : ", ") + std::string(Mutex::PrecedenceName(lock.Precedence())) + " " + lock.State().Cstr();
             EXPECT_EQ(lock.Since().Cstr()[0] == '\0', &lock.State() == &Thread::Lock::RELEASED);
         }
     }
@@ -81,12 +90,11 @@ inline void ExpectWaitLines(Clock& clock, LogCapture& log, std::string const& te
         EXPECT_TRUE(log.Take().empty());
         clock.Advance(seconds == 31 ? 2000 : 1000); // past the limit, and right to it
         EXPECT_TRUE(log.Await(text));
-        EXPECT_EQ(log.Take(), LogCapture::LinesT{text + std::to_string(seconds) + " seconds."});
+        EXPECT_EQ(log.Take(), LinesT{text + std::to_string(seconds) + " seconds."});
     }
 }
 
-class WithMainThread : public testing::Test {
-protected:
+struct WithMainThread : testing::Test {
     LogCapture log_;
     AutoPtr<ThreadMain> main_{ThreadMain::New("test")};
 };

@@ -1,21 +1,14 @@
 #include "zeb/timer/Timer.h"
 
 #include "tests/runtime/Worker.h"
-#include "workbench/Calls.h"
 
-#include <atomic>
-#include <cstring>
 #include <deque>
 #include <optional>
 #include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
 namespace {
 
 using TimerTest = WithMainThread;
-using LinesT = LogCapture::LinesT;
 
 struct Owner {
     explicit Owner(std::function<void()> callback, Mutex const* lock = nullptr, char const* queue = "Timer")
@@ -36,9 +29,8 @@ TEST_F(TimerTest, FireOnceByDeadlineAndThenByOrderOfSet) {
         // clang-format off
         {"a100 b100 c50 +100", "cab"}, {"a100 b100 a100 +100", "ba"}, {"a100 b50 a10 +50", "ab"},
         {"a100 ax b100 +200", "b"}, {"a9000 w b100 +100", "b"}, {"a100 w b9000 c200 +99", ""},
-        {"a100 w a200 +199", ""}, {"a-5 b0", "ab"}, {"a9 b9 w +9", "ab"},
-        // clang-format on
-    };
+        {"a100 w a200 +199", ""}, {"a-5 b0", "ab"}, {"a9 b9 w +9", "ab"}};
+    // clang-format on
     Clock clock;
     for (auto const& [operations, expected] : rows) {
         std::string order;
@@ -48,20 +40,13 @@ TEST_F(TimerTest, FireOnceByDeadlineAndThenByOrderOfSet) {
         std::istringstream in(operations);
         for (std::string operation; in >> operation;) {
             long const number = atol(operation.c_str() + 1);
-            Timer<Owner> const& timer = owners[(operation[0] - 'a') & 3].timer;
-            if (operation[0] == 'w') {
-                EXPECT_TRUE(clock.AwaitWaiters(1));
-            } else if (operation[0] == '+') {
-                clock.Advance(number);
-            } else {
-                operation[1] == 'x' ? timer.Cancel() : timer.Set(number);
-            }
+            unsigned const index = static_cast<unsigned>(operation[0] - 'a');
+            EXPECT_TRUE(operation != "w" || clock.AwaitWaiters(1));
+            if (operation[0] == '+') clock.Advance(number);
+            if (index < 3) operation[1] == 'x' ? owners[index].timer.Cancel() : owners[index].timer.Set(number);
         }
         // A queue that has read the clock right ahead of its move waits on from there.
-        EXPECT_TRUE(Await([&, size = strlen(expected)] {
-            if (fired < size) clock.Advance(1);
-            return fired >= size;
-        })) << operations;
+        EXPECT_TRUE(Await([&, size = strlen(expected)] { return fired >= size || (clock.Advance(1), false); })) << operations;
         Clock::RealPause(3); // for what must not come
         for (Owner const& owner : owners) owner.timer.Cancel();
         EXPECT_EQ(order, expected) << operations;
@@ -70,12 +55,8 @@ TEST_F(TimerTest, FireOnceByDeadlineAndThenByOrderOfSet) {
 
 TEST_F(TimerTest, CancelWaitsForACallbackButNeitherInsideItNorForTheOwnersLock) {
     std::atomic<int> begun = 0;
-    Owner slow([&] {
-        ++begun;
-        slow.timer.Cancel(); // at once
-        slow.timer.Set(0L);  // for ever, until somebody else cancels
-        Clock::RealPause(5);
-    });
+    // It cancels at once, and is set for ever, until somebody else cancels.
+    Owner slow([&] { ++begun, slow.timer.Cancel(), slow.timer.Set(0L), Clock::RealPause(5); });
     for (bool const cancel : {false, true}) {
         slow.timer.Set(0L);
         EXPECT_TRUE(Await([&, before = begun.load()] { return begun >= before + 2; })); // it calls again and again
@@ -86,8 +67,7 @@ TEST_F(TimerTest, CancelWaitsForACallbackButNeitherInsideItNorForTheOwnersLock) 
     Owner locked([] {}, &mutex);
     Mutex::Guard const guard(mutex);
     for (int round = 0; round < 2; ++round) { // it waits for the lock
-        locked.timer.Set(0L);
-        Clock::RealPause(5);
+        locked.timer.Set(0L), Clock::RealPause(5);
         round == 0 ? locked.timer.Set(9000L) : locked.timer.Cancel();
     }
     EXPECT_TRUE(locked.fired == 0 && slow.fired == begun);
@@ -96,14 +76,11 @@ TEST_F(TimerTest, CancelWaitsForACallbackButNeitherInsideItNorForTheOwnersLock) 
 TEST_F(TimerTest, AHeldLockIsLoggedAndHoldsUpOnlyWhatIsDueLater) {
     Clock clock;
     Mutex const mutex(Mutex::CORE);
-    Owner stuck([&] { clock.Advance(150); }, &mutex);
-    Owner urgent([] {});
-    mutex.Lock();
-    stuck.timer.Set(0L);
+    Owner stuck([&] { clock.Advance(150); }, &mutex), urgent([] {});
+    mutex.Lock(), stuck.timer.Set(0L);
     ExpectWaitLines(clock, log_, "W Timer: unable to run \"owner\" for ");
     urgent.timer.Set(-90000L);
-    EXPECT_TRUE(Await([&] { return clock.Advance(50), urgent.fired == 1; }));
-    EXPECT_EQ(stuck.fired, 0);
+    EXPECT_TRUE(Await([&] { return clock.Advance(50), urgent.fired == 1; }) && stuck.fired == 0);
     mutex.Unlock();
     ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded());
     EXPECT_TRUE(Await([&] { return clock.Advance(50), stuck.fired == 1; }));
@@ -118,11 +95,9 @@ TEST_F(TimerTest, AQueueEndsWithTheLastTimerOfItsName) {
             Owner second([] {});
             EXPECT_EQ(CountTids(), 2u);
             Owner other([] {}, nullptr, "other");
-            EXPECT_EQ(CountTids(), 3u);
-            second.timer.Set(5000L);
+            EXPECT_EQ((second.timer.Set(5000L), CountTids()), 3u);
         }
-        EXPECT_EQ(CountTids(), 2u);
-        first.timer.Set(Time::Span::Max());
+        EXPECT_EQ((first.timer.Set(Time::Span::Max()), CountTids()), 2u);
     }
     EXPECT_EQ(CountTids(), 1u);
     EXPECT_EQ(log_.Take(), LinesT(4, ACTIVE));
@@ -146,10 +121,8 @@ TEST_F(TimerTest, OneDestroyedWhileDueDoesNoHarm) {
         owner.emplace([&] { ++fired; }).timer.Set(10L);
         EXPECT_TRUE(clock.AwaitWaiters(1));
         Calls calls; // it expires as the destructor begins
-        calls.Script(SysCall::pthread_mutex_trylock, {Calls::Do([&] {
-                         clock.Advance(10);
-                         EXPECT_TRUE(Await([&] { return fired == 1; }));
-                     })});
+        auto const expire = [&] { EXPECT_TRUE((clock.Advance(10), Await([&] { return fired == 1; }))); };
+        calls.Script(SysCall::pthread_mutex_trylock, {Calls::Do(expire)});
         owner.reset();
     }
     EXPECT_TRUE(log_.Take().empty());
@@ -158,26 +131,21 @@ TEST_F(TimerTest, OneDestroyedWhileDueDoesNoHarm) {
     owner.reset(); // it calls, and was set again
     Mutex::Guard const guard(mutex);
     owner.emplace([&] { fired = -1; }, &mutex).timer.Set(0L);
-    Clock::RealPause(5);
-    owner.reset(); // it waits for its lock
+    Clock::RealPause(5), owner.reset(); // it waits for its lock
     EXPECT_NE(fired, -1);
     EXPECT_EQ(log_.Take(), LinesT(2, ACTIVE));
 }
 
 TEST_F(TimerTest, ThousandsOfTimersOfSeveralThreadsFireOnceForEachSet) {
-    std::vector<std::thread> threads;
-    for (char const* const queue : {"odd", "even", "odd", "even"}) {
-        threads.emplace_back([queue] {
-            std::deque<Owner> owners;
-            for (int i = 0; i < 500; ++i) owners.emplace_back([] {}, nullptr, queue).timer.Set(i * 7L % 20);
-            for (Owner& owner : owners) {
-                owner.timer.Cancel();
-                EXPECT_LE(owner.fired.exchange(0), 1);
-                owner.timer.Set(5L);
-            }
-            for (Owner const& owner : owners) EXPECT_TRUE(Await([&] { return owner.fired == 1; }));
-        });
-    }
+    auto const run = [](char const* queue) {
+        std::deque<Owner> owners;
+        for (int i = 0; i < 500; ++i) owners.emplace_back([] {}, nullptr, queue).timer.Set(i * 7L % 20);
+        for (Owner& owner : owners) EXPECT_LE((owner.timer.Cancel(), owner.fired.exchange(0)), 1);
+        for (Owner const& owner : owners) owner.timer.Set(5L);
+        for (Owner const& owner : owners) EXPECT_TRUE(Await([&] { return owner.fired == 1; }));
+    };
+    std::thread threads[] = {std::thread(run, "odd"), std::thread(run, "even"), std::thread(run, "odd"),
+                             std::thread(run, "even")};
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(log_.Take(), LinesT{});
 }
