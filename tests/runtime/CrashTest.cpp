@@ -44,7 +44,7 @@ char* volatile nowhere = nullptr;
 #endif
 
 // With the lock of the heap held: malloc finds the size of its top block broken.
-[[gnu::noinline]] void BreakHeap() {
+[[maybe_unused, gnu::noinline]] void BreakHeap() {
     std::thread([] {}).join();      // a heap without threads takes no lock
     void* volatile small = nullptr; // nor does one that has small blocks at hand
     for (unsigned long size = 16; size < 1040; size += 2) small = malloc(size);
@@ -116,28 +116,24 @@ void CrashAtUnlock(std::function<void()> const& body) {
 void HoldTimeZone() {
     static TempDir const folder;
     std::string const pipe = folder.Path() + "/zone";
-    mkfifo(pipe.c_str(), 0600);
-    setenv("TZ", (":" + pipe).c_str(), 1);
+    mkfifo(pipe.c_str(), 0600), setenv("TZ", (":" + pipe).c_str(), 1);
     static time_t const now = 1;
     new std::thread([] { tzset(), localtime(&now); });
-    Clock::RealPause(50);
-    WriteNowhere();
+    Clock::RealPause(50), WriteNowhere();
 }
 
 // A second crash waits behind the first, and ends with the group.
 void CrashTwice() {
     new std::thread(WriteNowhere);
-    Clock::RealPause(20);
-    DivideByZero();
+    Clock::RealPause(20), DivideByZero();
 }
 
 TEST(Crash, IsReportedLineByLineAndEndsTheGroup) {
     Crashing const rows[] = {
-        {WriteNowhere, "segmentation fault", "WriteNowhere"},
-        {ReadBehindAFile, "bus error", "ReadBehindAFile"},
+        // clang-format off
+        {WriteNowhere, "segmentation fault", "WriteNowhere"}, {ReadBehindAFile, "bus error", "ReadBehindAFile"},
         {DivideByZero, "arithmetic exception", "DivideByZero", "Main", "", true, true},
-        {Illegal, "illegal instruction", "Illegal"},
-        {Break, "trace/breakpoint trap", "Break"},
+        {Illegal, "illegal instruction", "Illegal"}, {Break, "trace/breakpoint trap", "Break"},
         {[] { abort(); }, "aborted", "abort", "Main", "", false, true},
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // with heaps of their own
         {BreakHeap, "aborted", "BreakHeap", "Main", "malloc(): corrupted top size|", false, true},
@@ -149,8 +145,8 @@ TEST(Crash, IsReportedLineByLineAndEndsTheGroup) {
         {[] { CrashAtUnlock([] { Thread::OwnerId(Mutex(Mutex::CACHE)); }); }, "segmentation fault", "WriteNowhere"},
         {[] { CrashAtUnlock([] { Log(Log::INFO, "a", nullptr, "b"); }); }, "segmentation fault", "WriteNowhere"},
         {HoldTimeZone, "segmentation fault", "WriteNowhere"},
-        {CrashTwice, "segmentation fault", "WriteNowhere", "Unknown", "", true, false, true}
-    };
+        {CrashTwice, "segmentation fault", "WriteNowhere", "Unknown", "", true, false, true}};
+    // clang-format on
     for (Crashing const& row : rows) {
         SCOPED_TRACE(std::string(row.thread) + ": " + row.first);
         Child const child = Crash(row.body);

@@ -131,12 +131,12 @@ TEST(Main, SaysWhyItFailed) {
         {SysCall::sigaltstack, 0, "setup the alternate signal stack" + why + "\ndaemon: failed to " + wrap, false},
         {SysCall::pthread_condattr_setclock, 0, "setup the trace object" + why + ".\ndaemon: failed to " + wrap, false},
         {SysCall::sigaction, 1, "setup a trace signal handler" + why + ".\ndaemon: failed to " + wrap, false},
+        // clang-format off
         {SysCall::sigaction, 2, "setup signal handlers" + why, false},
         {SysCall::sigaction, 7, "setup signal handlers" + why, false},
-        {SysCall::pthread_sigmask, 0, "block signals" + why, false},
-        {SysCall::pthread_sigmask, 1, "unblock signals" + why, true},
-        {SysCall::sigaction, 8, "restore signal handlers" + why, true},
-    };
+        {SysCall::pthread_sigmask, 0, "block signals" + why, false}, {SysCall::pthread_sigmask, 1, "unblock signals" + why, true},
+        {SysCall::sigaction, 8, "restore signal handlers" + why, true}};
+    // clang-format on
     for (auto const& [call, before, text, good] : rows) ExpectFailure<Daemon>(call, before, "daemon: failed to " + text, good);
     for (auto const& [call, before] :
          {std::pair(SysCall::pthread_sigmask, 0UL), {SysCall::sigaction, 2}, {SysCall::sigaction, 3}, {SysCall::timer_create, 0}})

@@ -79,8 +79,7 @@ struct Recorder : Thread {
 TEST_F(ThreadTest, BeginsEachRunAfreshAndIsJoinedByItsDestructor) {
     for (bool const endless : {false, true}) {
         Recorder thread(1);
-        EXPECT_EQ(thread.Start(), Thread::STARTED);
-        EXPECT_TRUE(Await([&] { return thread.Stopped(); }) && thread.Stop());
+        EXPECT_TRUE(thread.Start() == Thread::STARTED && Await([&] { return thread.Stopped(); }) && thread.Stop());
         thread.endless = endless;
         EXPECT_TRUE(thread.Start() == Thread::STARTED && Thread::SelfStatus()->Code() == 0x00220001);
         EXPECT_TRUE(Await([&] { return endless ? thread.runs == 2 : thread.Stopped(); }));
