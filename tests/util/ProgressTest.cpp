@@ -26,10 +26,10 @@ struct Watch {
 
 // Words of a script: after so many milliseconds work starts, ends, or gets more, of a stage and an amount, or
 // is finished.
-// clang-format off
 TEST_F(ProgressTest, TellsTheTimeInPercentOfWhatIsExpected) {
     std::string const steps = "0m0,100 0s0,0 10e0,1 555m0,0 9m0,0 425m0,0 1m0,0"; // the first is a hundredth of all
     std::tuple<unsigned long, std::string, char const*> const rows[] = {
+        // clang-format off
         {5, "0e0,1 0m0,100 0m2,100 / 0s0,0 999e0,25", "/ 0 25 "},             // not started, no such stage; of 3996 ms
         {5, "0m0,100 0s0,0 999e0,25 / 0e0,1000 1m0,100", "0 25 / "},          // not under way; 7992 ms: never back
         {5, "0m0,200 0s0,0 999e0,25 1400m1,10", "0 10 30 "},                  // of that stage nothing is done
@@ -44,11 +44,10 @@ TEST_F(ProgressTest, TellsTheTimeInPercentOfWhatIsExpected) {
         Util::Progress progress("work", 2, step);
         std::istringstream words(script);
         for (std::string word; words >> word;) {
-            long milliseconds = 0;
-            unsigned long stage = 0, amount = 0;
+            unsigned long milliseconds = 0, stage = 0, amount = 0;
             char operation = '/';
-            sscanf(word.c_str(), "%ld%c%lu,%lu", &milliseconds, &operation, &stage, &amount);
-            clock.Advance(milliseconds);
+            sscanf(word.c_str(), "%lu%c%lu,%lu", &milliseconds, &operation, &stage, &amount);
+            clock.Advance(long(milliseconds));
             if (operation == 's') progress.WorkStarted();
             if (operation == 'e') progress.WorkStopped(stage, amount);
             if (operation == 'm') progress.IncEstimated(stage, amount);
