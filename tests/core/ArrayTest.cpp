@@ -6,17 +6,15 @@ namespace {
 
 // Knows where it lives, so that an element that was copied by bytes is found out.
 struct Tracked {
-    Tracked(int number)
-        : value(number) {}
-    Tracked(Tracked const& other)
-        : value(other) {}
+    Tracked(int number) { value = number; }
+    Tracked(Tracked const& other) { value = other; }
     Tracked& operator=(Tracked const& other) { return value = other, *this; }
     ~Tracked() { live -= self == this ? 1 : 1000; }
     operator int() const { return self == this ? value : -1; }
 
     static inline int live = 0;
     Tracked const* self = this;
-    int value, count = ++live;
+    int value = 0, count = ++live;
 };
 
 TEST(Array, RandomOperationsMatchAStandardVector) {

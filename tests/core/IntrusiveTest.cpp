@@ -8,10 +8,9 @@ namespace {
 
 // Neither hook is at the start, and the class has a table of virtual functions.
 struct Item {
-    Item(int n)
-        : number(n) {}
+    Item(int n) { number = n; }
     virtual ~Item() = default;
-    int number;
+    int number = 0;
     Intrusive::Hook byAge, byName;
 };
 using AgeListT = Intrusive::List<Item, &Item::byAge>;

@@ -7,13 +7,9 @@
 
 // A code is neither a truth value nor a number, and is made of neither.
 template<class T>
-concept MakesACode = requires(T value) {
-    ReturnT(value);
-};
+constexpr bool MakesACode = std::is_constructible_v<ReturnT, T>;
 template<class T>
-concept IsMadeOfACode = requires(ReturnT code) {
-    static_cast<T>(code);
-};
+constexpr bool IsMadeOfACode = std::is_constructible_v<T, ReturnT>;
 template<class T>
 concept IsOrderedOrNegated = requires(T code) {
     code < code;

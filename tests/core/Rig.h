@@ -1,4 +1,4 @@
-// What the tests of this folder share: the workbench's heap, and views of standard strings.
+// What the tests of this folder and of those that stand on it share: the workbench's heap, and views of standard strings.
 #pragma once
 
 #include "workbench/Heap.h"
@@ -9,6 +9,7 @@
 #include <climits>
 #include <gtest/gtest.h>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 

@@ -1,9 +1,8 @@
 #include "zeb/text/Regex.h"
-#include "workbench/Heap.h"
+
+#include "tests/core/Rig.h"
 #include "workbench/LogCapture.h"
 #include "zeb/text/Matcher.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -64,7 +64,7 @@ std::tuple<unsigned, unsigned, unsigned, std::string, uint32_t, unsigned long, s
 
 TEST(Transcoder, GivesCodePlaceAndTextInEveryRoomAndCut) {
     for (auto const& [from, to, flags, in, code, used, out] : ROWS) {
-        SCOPED_TRACE(testing::PrintToString(in) + std::to_string(from) + std::to_string(to) + std::to_string(flags));
+        SCOPED_TRACE(testing::PrintToString(std::tuple(in, from, to, flags)));
         OutcomeT const whole(code, used, out, out.size());
         EXPECT_EQ(Encode(from, to, flags, in, out.size() + 9), whole);
         for (unsigned long room = 0; room <= out.size(); ++room) { // whole characters, and none behind a gap

@@ -1,10 +1,8 @@
 #include "zeb/text/URI.h"
-#include "fuzz/UriEngine.h"
-#include "workbench/Heap.h"
-#include "zeb/text/UriScanImpl.h"
 
-#include <gtest/gtest.h>
-#include <random>
+#include "fuzz/UriEngine.h"
+#include "tests/core/Rig.h"
+#include "zeb/text/UriScanImpl.h"
 
 namespace {
 
@@ -14,7 +12,6 @@ template<class... T>
 std::string Joined(T const&... parts) {
     return (... + (std::string(parts.Cstr(), parts.Size()) + "|"));
 }
-CString View(std::string const& text) { return {text.data(), text.size()}; }
 
 std::string Parts(URI const& uri) { return Joined(uri.Scheme(), uri.Authority(), uri.Path(), uri.Query(), uri.Fragment()); }
 

@@ -1,10 +1,7 @@
 #include "zeb/text/Version.h"
-#include "workbench/Heap.h"
-#include "workbench/LogCapture.h"
-#include "zeb/core/String.h"
 
-#include <gtest/gtest.h>
-#include <sstream>
+#include "tests/core/Rig.h"
+#include "workbench/LogCapture.h"
 
 namespace {
 

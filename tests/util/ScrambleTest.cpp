@@ -1,10 +1,7 @@
 #include "zeb/util/Scramble.h"
-#include "workbench/Heap.h"
-#include "zeb/core/Base64.h"
-#include "zeb/core/CBuffer.h"
-#include "zeb/core/String.h"
 
-#include <gtest/gtest.h>
+#include "tests/core/Rig.h"
+#include "zeb/core/Base64.h"
 
 namespace {
 
