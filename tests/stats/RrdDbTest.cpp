@@ -13,8 +13,7 @@
 
 namespace {
 
-using Stats::Rrd::Db;
-using Stats::Rrd::Sample;
+using Stats::Rrd::Db, Stats::Rrd::Sample;
 using Type = Db::Attribute;
 using U64 = unsigned long long;
 using ValuesT = std::vector<U64>;
@@ -23,6 +22,7 @@ using ValuesT = std::vector<U64>;
 Type const ATTRIBUTES[] = {{"rate", 8, Type::SPEED, Db::RAISE_OFF}, {"none", 1, Type::NONE, Db::RAISE_ON},
                            {"drops", 3, Type::COUNT, Db::RAISE_ON}, {"up", 5, Type::BOOL, Db::RAISE_OFF},
                            {"heat", 2, Type::GAUGE, Db::RAISE_OFF}};
+// clang-format on
 
 Db::Modifier Tailing(bool tail) {
     Db::Modifier modifier;
@@ -48,10 +48,10 @@ SamplesT Read(Db const& db, char const* name, unsigned char level, bool tail = f
 // The newest samples of a level: "value@tenths value@tenths ..."
 std::string Shown(Db const& db, char const* name, unsigned char level, unsigned long count = 3) {
     std::string text;
-    SamplesT const samples = Read(db, name, level);
-    for (Sample const* at = samples.data(); at != samples.data() + count; ++at)
-        text += (at->value == ~0ull ? "MOST" : std::to_string(at->value)) + "@" + std::to_string(at->time.Milliseconds() / 100) +
-                " ";
+    SamplesT samples = Read(db, name, level);
+    samples.resize(count);
+    for (auto const& [value, time] : samples)
+        text += (value == ~0ull ? "MOST" : std::to_string(value)) + "@" + std::to_string(time.Milliseconds() / 100) + " ";
     return text;
 }
 
@@ -73,6 +73,7 @@ TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
         U64 newest[4];  // sample of each level
         U64 tails[3];   // what the levels below 1, 2, 3 have gathered since
         U64 figures[3]; // of level 0; of level 2 and below; of all
+        // clang-format off
     } const rows[] = {
         {Db::STEP_3S, "rate", {7632, 7444, 6964, 1924}, {7580, 14944, 20468}, {7380, 3593, 2541}},
         {Db::STEP_3S, "drops", {21, 420, 1260, 10080}, {294, 1134, 9954}, {1344, 20034, 20034}},
@@ -80,6 +81,7 @@ TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
         {Db::STEP_3S, "heat", {1908, 1861, 1741, 481}, {947, 1407, 1580}, {922, 1513, 1595}},
         {Db::STEP_1M, "drops", {21, 63, 630, 3276}, {42, 420, 1050}, {1344, 4200, 4326}},
         {Db::STEP_1M, "heat", {400, 394, 331, 157}, {199, 294, 335}, {168, 313, 340}}};
+    // clang-format on
     for (auto const& row : rows) {
         SCOPED_TRACE(row.name);
         long const period = row.step == Db::STEP_3S ? 30 : 600, updates = row.step == Db::STEP_3S ? 955 : 201;
@@ -94,8 +96,9 @@ TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
             long const distance = period * periods[row.step][i / 2];
             long const newest = period + (updates - 1) * period / distance * distance;
             SamplesT const samples = Read(db, row.name, i / 2, i % 2 != 0);
-            EXPECT_EQ(samples[tail].value, row.newest[i / 2]) << i;
-            EXPECT_EQ(samples[0].value, tail ? row.tails[i / 2 - 1] : row.newest[i / 2]) << i;
+            EXPECT_EQ(std::pair(samples[tail].value, samples[0].value),
+                      std::pair(row.newest[i / 2], tail ? row.tails[i / 2 - 1] : row.newest[i / 2]))
+                << i;
             for (unsigned long k = 0; k < samples.size(); ++k)
                 EXPECT_EQ(samples[k].time, Tenths(newest - distance * (long(k) - tail))) << i << ' ' << k;
         }
@@ -103,8 +106,7 @@ TEST(RrdDb, EachTypeIsConsolidatedInEachLevel) {
         for (unsigned i = 0; i < 3; ++i) {
             Sample figure{1, Time::Span(77)};
             EXPECT_TRUE(db.GetDatum(figure, row.name, i == 2 ? 255 : i * 2, Tailing(i == 1)).Succeeded());
-            EXPECT_EQ(figure.value, row.figures[i]) << i;
-            EXPECT_EQ(figure.time, i == 0 ? Time::Span(77) : Tenths(period * updates));
+            EXPECT_TRUE(figure.value == row.figures[i] && figure.time == (i ? Tenths(period * updates) : Time::Span(77))) << i;
         }
     }
 }
@@ -114,11 +116,10 @@ TEST(RrdDb, AddsTheHistoryOfAnother) {
     auto constexpr OFF = Db::RAISE_OFF;
     Type const forth[] = {{"c", 1, Type::COUNT, OFF}, {"b", 1, Type::BOOL, OFF}, {"g", 1, Type::GAUGE, OFF}};
     Type const back[] = {forth[2], forth[1], forth[0]};
-    struct {
-        ValuesT own, other; // each 60 s, from 60 s on and, in tenths, from there on
-        long start;
-        char const* shown; // c, b, g; then, both having gone on, level 1 of g
-    } const rows[] = {
+    // What either gets each 60 s, from 60 s on and, in tenths, from there on; c, b, g and then, both having gone on,
+    // level 1 of g.
+    // clang-format off
+    std::tuple<ValuesT, ValuesT, long, char const*> const rows[] = {
         {{1, 3, 6, 10}, {100, 200}, 605,
          "104@1205 103@605 2@1200 | 1@1205 1@605 3@1200 | 210@1205 106@605 3@1200 | 30@7200 106@605 1@600 | "},
         {{1, 3}, {100, 200, 300, 400}, 605,
@@ -129,21 +130,19 @@ TEST(RrdDb, AddsTheHistoryOfAnother) {
          "4@1200 MOST@600 0@0 | 1@1200 MOST@600 0@0 | 3@1200 MOST@600 0@0 | 21@6600 MOST@600 0@-1200 | "},
         {{5}, {~0ull}, 0, "MOST@600 0@0 0@-600 | 1@600 0@0 0@-600 | MOST@600 0@0 0@-600 | 30@7200 MOST@600 0@-1200 | "},
     };
-    for (auto const& row : rows) {
+    // clang-format on
+    for (auto const& [ownValues, otherValues, start, expected] : rows) {
         Db own("own", "", forth, 3, Db::STEP_1M), other("other", "", back, 3, Db::STEP_1M);
-        auto const feed = [](Db& db, ValuesT const& values, long start) {
+        auto const feed = [](Db& db, ValuesT const& values, long from) {
             for (unsigned i = 0; i < values.size(); ++i)
-                EXPECT_TRUE(Update(db, Tenths(start + i * 600) + Time::Span(1), ValuesT(3, values[i]))) << start;
+                EXPECT_TRUE(Update(db, Tenths(from + i * 600) + Time::Span(1), ValuesT(3, values[i]))) << from;
         };
-        feed(own, row.own, 600);
-        feed(other, row.other, row.start);
+        feed(own, ownValues, 600), feed(other, otherValues, start);
         EXPECT_TRUE(own.Merge(other).Succeeded() && !other.HasData() && other.Lifetime().IsZero());
         std::string shown;
-        for (Type const& attribute : forth)
-            shown += Shown(own, attribute.name, 0) + "| ";
-        feed(own, {30, 30, 30}, 6000); // one of them makes a sample of level 1
-        feed(other, {7}, 1);
-        EXPECT_EQ(shown + Shown(own, "g", 1) + "| ", row.shown);
+        for (Type const& attribute : forth) shown += Shown(own, attribute.name, 0) + "| ";
+        feed(own, {30, 30, 30}, 6000), feed(other, {7}, 1); // one of the three makes a sample of level 1
+        EXPECT_EQ(shown + Shown(own, "g", 1) + "| ", expected);
         EXPECT_EQ(Shown(other, "c", 1), "7@1 0@-1799 0@-3599 ");
     }
 }
@@ -158,9 +157,10 @@ TEST(RrdDb, CountsFromWhatItWasPrimedWith) {
     ASSERT_TRUE(Update(db, Tenths(30), {4000, 0, 52, 4, 7}));
     EXPECT_EQ(shown(), "4000@30 6@30 4@30 ") << "growths of 1000 in 2 s, and of 2";
     EXPECT_EQ(db.Lifetime(), Tenths(20));
-    for (auto const& [name, value, code] : {std::tuple{"rate", 0ull, 0x0FFFu}, {"drops", 0xFFFFFFF8 - (1ull << 32), 0x0FFFu},
-                                            {"up", 9ull, 0x0FFFu}, {"none", 0ull, 0x83E3u}, {"x", 0ull, 0x83E3u}})
-        EXPECT_EQ(db.Prime(name, value).Code() >> 16, code); // one has restarted, one of 32 bits has wrapped
+    U64 const wrapped = 0xFFFFFFF8 - (1ull << 32); // one of 32 bits has wrapped, the first has restarted
+    uint32_t const primed[] = {db.Prime("rate", 0).Code() >> 16, db.Prime("drops", wrapped).Code() >> 16,
+                               db.Prime("up", 9).Code() >> 16, db.Prime("none", 0).Code() >> 16, db.Prime("x", 0).Code() >> 16};
+    EXPECT_THAT(primed, testing::ElementsAre(0x0FFF, 0x0FFF, 0x0FFF, 0x83E3, 0x83E3));
     ASSERT_TRUE(Update(db, Tenths(60), {900, 0, 2, 4, 7}));
     EXPECT_EQ(shown(), "2400@60 30@60 4@60 ");
     db.Reset();
@@ -186,8 +186,9 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
     Array<Sample> out;
     Sample one;
     Document document;
-    std::vector<ReturnT> codes = {db.AttachTo(document, "n", 0, Tailing(false)), db.GetData(out, "a", 4, Tailing(false)), db.GetDatum(one, "a", 254, Tailing(true)),
-                                   db.GetData(out, "n", 0, Tailing(false)), db.GetDatum(one, "n", 0, Tailing(false))};
+    std::vector<ReturnT> codes = {db.AttachTo(document, "n", 0, Tailing(false)), db.GetData(out, "a", 4, Tailing(false)),
+                                  db.GetDatum(one, "a", 254, Tailing(true)), db.GetData(out, "n", 0, Tailing(false)),
+                                  db.GetDatum(one, "n", 0, Tailing(false))};
     for (Type const& attribute : alike) {
         Type const declarations[] = {attribute, own[&attribute == &alike[3] ? 0 : 1]};
         Db other("o", "area", declarations, 2, Db::STEP_3S);
@@ -196,26 +197,29 @@ TEST(RrdDb, RefusesWhatDoesNotFit) {
     codes.insert(codes.end(), {db.Merge(less), db.Merge(slow), db.Merge(db).Code() >> 16});
     Db::Modifier modifier;
     char const* const times[][3] = {{"1.5", "7", "1"}, {"9", "", "1"}, {"9", "1", "1s"}, {"9", "1", "9"}};
-    for (auto const& [queryTs, lastT, lastTs] : times)
-        codes.push_back(Db::ParseModifiers(modifier, queryTs, lastT, lastTs));
-    EXPECT_EQ(codes, (std::vector<ReturnT>{0x83E300C8, 0x83E30064, 0x83E30064, 0x83E300C8, 0x83E300C8, 0x83E3044C, 0x83E3044C, 0x83E3044C,
-              0x83E3044C, 0x83E303E8, 0x83E304B0, 0xCFFD, 0x83E3012C, 0x83E3012C, 0x83E3012C, 0x83E3012C}));
+    for (auto const& [queryTs, lastT, lastTs] : times) codes.push_back(Db::ParseModifiers(modifier, queryTs, lastT, lastTs));
+    // clang-format off
+    ReturnT const expected[] = {0x83E300C8, 0x83E30064, 0x83E30064, 0x83E300C8, 0x83E300C8, 0x83E3044C, 0x83E3044C, 0x83E3044C,
+                                0x83E3044C, 0x83E303E8, 0x83E304B0, 0xCFFD, 0x83E3012C, 0x83E3012C, 0x83E3012C, 0x83E3012C};
+    // clang-format on
+    EXPECT_THAT(codes, testing::ElementsAreArray(expected));
     EXPECT_TRUE(db.HasData() && document.FirstNode() == nullptr);
     EXPECT_EQ(Read(less, "a", 1)[63].time, Time::Monotonic() - Time::Span(63 * 60, 0)); // never updated
     EXPECT_TRUE(Update(less, Time::Span::Max(), {1}));
     // A rate without a time has no sample, all others have one; and a weighted sum may be too great.
     Db mixed("m", "area", ATTRIBUTES, 5, Db::STEP_1M);
-    for (unsigned i = 0; i < 4; ++i)
-        EXPECT_TRUE(Update(mixed, Time::Span(1000 + int(i)), {i * (~0ull / 8000), 0, 0, 0, 1}));
+    for (unsigned i = 0; i < 4; ++i) EXPECT_TRUE(Update(mixed, Time::Span(1000 + int(i)), {i * (~0ull / 8000), 0, 0, 0, 1}));
     EXPECT_FALSE(Update(mixed, Time::Span(Time::Span::Value(1, 3900)), {7, 0, 0, 0, 2}));
     EXPECT_EQ(Shown(mixed, "heat", 0, 1) + Shown(mixed, "rate", 0, 1), "4@10 18446744073709544000@10 ");
     EXPECT_TRUE(mixed.GetDatum(one, "rate", 1, Tailing(true)).Failed() && one.value == 0);
     std::string const fail = ": [0xcffd****]. ", error = "E \"d\": ", types = error + "different attributes types at merge. ";
     EXPECT_EQ(Said(log), "C \"x\"" + fail + "C \"d\"" + fail + "C \"d\"" + fail + error + "detail value is out of bounds: 4. " +
-              error + "detail value is out of bounds: 254. " + error + "unknown attribute: n. " + types + types + types + types +
-              error + "different attributes count at merge. " + error + "unaligned timings of attributes. C \"d\"" + fail +
-              "E invalid query-ts value: 1.5. E invalid last-t value: . E invalid last-ts value: 1s. "
-              "E incorrect \"last-ts\" compared to \"query-ts\". C \"rate\"" + fail + "C \"rate\"" + fail);
+                             error + "detail value is out of bounds: 254. " + error + "unknown attribute: n. " + types + types +
+                             types + types + error + "different attributes count at merge. " + error +
+                             "unaligned timings of attributes. C \"d\"" + fail +
+                             "E invalid query-ts value: 1.5. E invalid last-t value: . E invalid last-ts value: 1s. "
+                             "E incorrect \"last-ts\" compared to \"query-ts\". C \"rate\"" +
+                             fail + "C \"rate\"" + fail);
 }
 
 TEST(RrdDb, AnswersAsDocuments) {
@@ -224,19 +228,18 @@ TEST(RrdDb, AnswersAsDocuments) {
     clock.AdvanceNanoseconds((1 - now.tv_sec) * 1000000000 - now.tv_nsec);
     std::string const queryTs = "101"; // the client is ahead
     Db db("d", "area", ATTRIBUTES, 5, Db::STEP_3S);
-    for (int i = 0; i < 3; ++i)
-        ASSERT_TRUE(Update(db, 1500 + i * 3050, {0, 0, 7u * i * i, 0, 0}));
+    for (int i = 0; i < 3; ++i) ASSERT_TRUE(Update(db, 1500 + i * 3050, {0, 0, 7u * i * i, 0, 0}));
     std::string const both = "<data><t>7.600000</t><ts>107.600000</ts><v>63</v></data>"
                              "<data><t>4.500000</t><ts>104.500000</ts><v>21</v></data>";
     // Level, or 4 for whole seconds; whether the query has times: last-t and last-ts; samples and their text.
+    // clang-format off
     std::tuple<unsigned, bool, char const*, char const*, long, std::string> const rows[] = {
         {0, false, "", "", 64, "<data><t>7.600000</t><v>63</v></data><data><t>4.500000</t><v>21</v></data>"},
-        {0, true, "99", "99", 64, both},
-        {0, true, "1.9", "100", 2, both},
+        {0, true, "99", "99", 64, both}, {0, true, "1.9", "100", 2, both}, {0, true, "7", "100.5", 0, ""},
         {4, true, "4.5", "100", 1, "<data><t>7</t><ts>107.600000</ts><v>63</v></data>"},
-        {0, true, "7", "100.5", 0, ""},
         {1, true, "2", "100.5", 1, "<data><t>61.500000</t><ts>161.500000</ts><v>84</v></data>"},
     };
+    // clang-format on
     for (auto const& [level, hasTimes, lastT, lastTs, count, text] : rows) {
         Db::Modifier modifier = Tailing(true);
         EXPECT_TRUE(Db::ParseModifiers(modifier, hasTimes ? queryTs.c_str() : "", lastT, lastTs).Succeeded());
@@ -292,10 +295,8 @@ TEST_F(RrdEvents, TellChangesOfRawValues) {
     int time = 0;
     for (Db::RaiseT const raise : {Db::RAISE_OFF, Db::RAISE_ON}) {
         db.SetRaise(raise);
-        for (U64 const value : {1, 1, 2})
-            ASSERT_TRUE(Update(db, Time::Span(++time, 0), {value, 0, value}));
-        db.Reset();
-        db.Reset();
+        for (U64 const value : {1, 1, 2}) ASSERT_TRUE(Update(db, Time::Span(++time, 0), {value, 0, value}));
+        db.Reset(), db.Reset();
     }
     (void)Event::Raise(Event::Stats("", "", "end", 0), nullptr, Event::SYNC, Event::DIRECT);
     EXPECT_EQ(heard_, "IAdrops1 IAdrops2 IAdrops0 end0 ");

@@ -19,16 +19,16 @@ FiguresT Figures(Stats::Set const& set) {
     return out;
 }
 
-// clang-format off
 TEST(StatsSet, FiguresAreThoseOfTheSamplesInTheRing) {
+    // clang-format off
     std::pair<FiguresT, FiguresT> const rows[] = { // samples at 1, 2, 3 ... ms; min, max, avg, cur, time
         {{}, {0, 0, 0, 0, 0}}, {{5, 1}, {1, 5, 3, 1, 2}}, {{100, 1, 2, 6}, {1, 6, 3, 6, 4}}, // the first one is gone
         {{ULONG_MAX, 3, 1}, {1, ULONG_MAX, ULONG_MAX + 2, 1, 3}},                            // means of runs are added
         {{ULONG_MAX - 1, 1, 4}, {1, ULONG_MAX - 1, ULONG_MAX / 2 + 4, 4, 3}}};
+    // clang-format on
     Stats::Set set("load", 3);
     for (auto const& [samples, figures] : rows) {
-        for (unsigned long i = 0; i < samples.size(); ++i)
-            set.AddSample(samples[i], Time::Span(static_cast<int>(i + 1)));
+        for (unsigned long i = 0; i < samples.size(); ++i) set.AddSample(samples[i], Time::Span(static_cast<int>(i + 1)));
         EXPECT_EQ(Figures(set), figures) << testing::PrintToString(samples);
         set.Clear();
     }
@@ -43,9 +43,11 @@ TEST(StatsSet, FiguresAreThoseOfTheSamplesInTheRing) {
 }
 
 TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
+    // clang-format off
     int const rows[][5] = { // processor ms, wall ms, processors; sample, interval
         {500, 1000, 1, 0, 0},  {750, 2000, 1, 25, 0},  {1749, 3000, 4, 24, 1}, {1749, 4500, 4, 0, 2},   {1749, 4501, 4, 0, 2},
         {9999, 5000, 0, 0, 0}, {9000, 6000, 1, -1, 1}, {9100, 5900, 1, 0, 1},  {10100, 6000, 1, 1000, 0}, {10110, 7000, 1, 1, 1}};
+    // clang-format on
     ForEveryAllocation([&](Heap& heap) {
         Document document;
         document.AllocateString(std::string(1900, 'x').c_str(), 0);
