@@ -233,7 +233,7 @@ void Flood(ReadT const& read) {
         while (handled < 40) pthread_kill(target, SIGUSR1), sched_yield();
         done = true;
     };
-    std::thread other(log), flood(kill), reader([&] { read(done); });
+    std::thread reader([&] { read(done); }), other(log), flood(kill); // nobody fills a queue that is not read
     char text[Time::Stamp::TEXT_SIZE];
     while (!done) EXPECT_TRUE(Time::Now().AsString(Time::Stamp::LOG, Time::Stamp::LOCAL, text).Succeeded());
     flood.join(), other.join(), reader.join();
