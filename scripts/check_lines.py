@@ -22,4 +22,4 @@ print(f"{code} lines of code, {tests} of tests: {100 * tests / max(code, 1):.1f}
 for folder in sorted({name.rpartition("/")[0] for name in tree.select(("tests",), (".cpp",))}):
     own = [name for name in tree.select(("tests",), (".h", ".cpp", ".inc")) if name.rpartition("/")[0] == folder]
     print(f"  {folder}: {lines(own)}")
-tree.report([])
+tree.report(["tests are more than a third of the code"] if 3 * tests > code else [])

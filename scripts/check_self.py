@@ -33,6 +33,7 @@ PLANTED = (
      "loop of includes: zeb/core/B.h -> zeb/core/C.h -> zeb/core/B.h"),
     ("headers", {"zeb/core/B.h": "#pragma once\nstring_view F();\n"}, "zeb/core/B.h does not compile alone"),
     ("headers", {"zeb/core/B.h": "class B {};\n"}, "redefinition of"),
+    ("lines", {"tests/core/ATest.cpp": "int main() {}\n" * 5}, "more than a third"),
     ("sources", {"tests/core/BTest.cpp": ""}, "tests/core/BTest.cpp: is not in the build"),
     ("exports", {"zeb/core/A.cpp": "__attribute__((visibility(\"default\"))) void Leak(int) {}\n"}, "exports 'Leak(int)'"),
     ("tidy", {"zeb/core/A.cpp": "int A(int const* p) { return p == nullptr ? *p : 0; }\n"}, "Dereference of null pointer"),

@@ -227,7 +227,7 @@ void Flood(ReadT const& read) {
     std::atomic<bool> done = false;
     pthread_t const target = pthread_self();
     auto const log = [&] {
-        while (!done) Log(Log::INFO, "O", nullptr, "other");
+        while (!done) Log(Log::INFO, "O", nullptr, "other"), sched_yield();
     };
     auto const kill = [&] {
         while (handled < 40) pthread_kill(target, SIGUSR1), sched_yield();

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <gtest/gtest.h>
 #include <random>
 #include <sstream>
 #include <string>

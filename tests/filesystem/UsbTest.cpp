@@ -4,7 +4,6 @@
 #include "zeb/text/Matcher.h"
 #include "zeb/text/Regex.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
 
 namespace {

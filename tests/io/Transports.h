@@ -9,8 +9,6 @@
 #include <algorithm>
 #include <climits>
 
-#include <gtest/gtest.h>
-
 using Io::Stateful;
 
 struct PieceTransport : Io::Base {

@@ -4,7 +4,6 @@
 #include "zeb/core/CString.h"
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <random>

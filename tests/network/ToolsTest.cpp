@@ -4,8 +4,6 @@
 #include "workbench/Heap.h"
 #include "zeb/core/String.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
 
 namespace {

@@ -5,8 +5,6 @@
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"
 
-#include <gtest/gtest.h>
-
 template<class T>
 T Value(char const* text) {
     T value;

@@ -12,8 +12,6 @@
 #include "zeb/runtime/StatusLog.h"
 #include "zeb/runtime/ThreadMain.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <csignal>
 #include <functional>

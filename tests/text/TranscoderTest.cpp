@@ -1,6 +1,5 @@
 #include "zeb/text/Transcoder.h"
 
-#include <gtest/gtest.h>
 #include <iconv.h>
 #include <random>
 

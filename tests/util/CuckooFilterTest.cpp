@@ -5,8 +5,6 @@
 #include "workbench/TempDir.h"
 #include "zeb/util/MD5.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 using Util::CuckooFilter;

@@ -11,7 +11,6 @@
 #include "zeb/util/SipHash.h"
 #include "zeb/util/Whirlpool.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
 
 namespace {

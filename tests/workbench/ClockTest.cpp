@@ -12,8 +12,6 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
-
 namespace {
 
 constexpr long HOUR_MS = 3600000;

@@ -15,8 +15,6 @@
 #include <sys/mman.h>
 #include <syslog.h>
 
-#include <gtest/gtest.h>
-
 extern "C" void CRYPTO_clear_free(void* block, size_t size, char const* file, int line);
 
 namespace {

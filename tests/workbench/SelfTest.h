@@ -4,7 +4,6 @@
 #include <string>
 
 #include <gtest/gtest-spi.h>
-#include <gtest/gtest.h>
 
 // The messages of the expectations that fail in `body` on this thread.
 template<typename BodyT>

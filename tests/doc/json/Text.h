@@ -8,8 +8,6 @@
 
 #include <random>
 
-#include <gtest/gtest.h>
-
 namespace JsonTest {
 
 using Json::Array, Json::Document, Json::Object, Json::Value;

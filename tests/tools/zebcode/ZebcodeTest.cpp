@@ -1,8 +1,6 @@
 // Runs the real program.
 #include "workbench/Child.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 constexpr char const FAIL[] =

@@ -2,8 +2,6 @@
 #include "workbench/Child.h"
 #include "workbench/TempDir.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 Child Probe(std::vector<std::string> const& words, std::string const& paths) {
