@@ -97,7 +97,6 @@ public:
 
     void Run(unsigned long skip) {
         if (!(owner_.unwind_ & IN_SIGNAL)) {
-            inner_ = false;
             while (Step_()) {
                 if (skip-- == 0) return TakeAll_();
             }
@@ -111,8 +110,10 @@ private:
 
     // False at the end of the stack, and on a failure.
     bool Step_() {
+        bool const fromSignal = unw_is_signal_frame(&cursor_) > 0;
         int const moved = unw_step(&cursor_);
         if (moved < 0) owner_.SetError_("unable to get a next stack frame: %s", unw_strerror(moved));
+        exact_ = REGISTERS_.interruptedIsSignalFrame ? unw_is_signal_frame(&cursor_) > 0 : fromSignal;
         return moved > 0;
     }
 
@@ -150,7 +151,6 @@ private:
         Find_(ip);
         Frame_* const frame = owner_.Append_(last, ip, name_, offset_);
         if (frame && (owner_.unwind_ & LOCATIONS)) Locate_(*frame);
-        inner_ = false;
         return frame;
     }
 
@@ -162,7 +162,7 @@ private:
         offset_ = 0;
         if (!MapIp_()) return;
         // Behind a call that does not return the next function may begin.
-        unsigned long const call = inner_ ? ip : ip - 1;
+        unsigned long const call = exact_ ? ip : ip - 1;
         unsigned long offset = 0;
         char const* const name = symbols_.Find(call, base_, path_, offset);
         if (!name) return;
@@ -200,7 +200,7 @@ private:
 
     // Of the address that was looked up last.
     unsigned long ip_ = 0;
-    bool inner_ = true; // the innermost frame, which is no return address
+    bool exact_ = false; // the frame was interrupted by a signal, and so is no return address
     char const* name_ = "";
     unsigned long offset_ = 0;
     unsigned long base_ = 0;
