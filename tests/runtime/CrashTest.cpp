@@ -18,17 +18,19 @@ struct Daemon : Main {
     int Run() override { return 0; }
 };
 
+#define CRASHES __attribute__((noinline, no_sanitize("address", "undefined")))
+
 std::atomic<int> sink, zero = 0;
 char* volatile nowhere = nullptr;
 
-[[gnu::noinline]] int Recurse(int depth) {
+CRASHES int Recurse(int depth) {
     char volatile room[300] = {static_cast<char>(depth)};
     return (zero ? 0 : Recurse(depth + 1)) + room[0];
 }
 
-[[gnu::noinline]] void WriteNowhere() { *nowhere = 1, sink = 1; }
+CRASHES void WriteNowhere() { *nowhere = 1, sink = 1; }
 
-[[gnu::noinline]] void ReadBehindAFile() {
+CRASHES void ReadBehindAFile() {
     sink = *static_cast<char volatile*>(mmap(nullptr, 4096, PROT_READ, MAP_SHARED, memfd_create("empty", 0), 0));
 }
 

@@ -114,7 +114,7 @@ void Sweep(char bug) {
         void* const b = a == nullptr ? nullptr : malloc(1);
         heap.Disarm();
         EXPECT_EQ(b != nullptr || bug == 'r', !heap.Fired());
-        bug == 'l' && b == nullptr ? void(leaked = a) : free(a);
+        bug == 'l' && b == nullptr ? free(std::exchange(leaked, a)) : free(a);
         free(b);
     });
     free(std::exchange(leaked, nullptr));

@@ -24,6 +24,7 @@ unsigned long Significant_(char const* text, unsigned long size) {
 }
 
 bool IsAll_(CString const& text, int (*isClass)(int)) {
+    if (text.Size() == 0) return false; // its pointer may be null
     char const* p = text.Cstr();
     char const* const end = p + strnlen(p, text.Size());
     if (p == end) return false;
