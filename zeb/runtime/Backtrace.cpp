@@ -100,7 +100,8 @@ bool Backtrace::GetKernel(int tid) {
             kernel.GetFrame(ip, name, KERNEL_NAME_MAX, nameSize, offset, module, sizeof(module), moduleSize);
         if (code < 0) SetError_("unable to get a stack frame: %s", ErrorString(-code));
         if (code <= 0) return true;
-        last = Append_(last, ip, strcat(name, CALL), offset);
+        memcpy(name + strlen(name), CALL, sizeof(CALL)); // has room
+        last = Append_(last, ip, name, offset);
         if (!last) return true;
         last->location = moduleSize > 1 ? Copy_(module, strlen(module)) : "<kernel>";
         if (!last->location) last->location = "";

@@ -27,7 +27,7 @@ public:
         } else if (unw_get_reg(&cursor, which.number, &value) == 0) {
             snprintf(text_, sizeof(text_), "%0*lx", VALUE_WIDTH, static_cast<unsigned long>(value));
         } else {
-            strcpy(text_, "-");
+            memcpy(text_, "-", sizeof("-"));
         }
     }
     char const* Cstr() const { return text_; }
