@@ -122,7 +122,8 @@ bool Thread::IsThere_(int tid) {
     return FindTid_(tid) != nullptr;
 }
 
-int Thread::GetBacktrace(int tid, Backtrace& backtrace, Backtrace::Regs* regs, unsigned long skip) {
+[[gnu::noinline]] int Thread::GetBacktrace(int tid, Backtrace& backtrace, Backtrace::Regs* regs,
+                                           unsigned long skip) {
     if (tid == TID_UNKNOWN) return ESRCH;
     if (tid == TID_SELF || tid == Id()) {
         backtrace.GetUser(skip == ~0UL ? skip : skip + 1, regs);
