@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <ctime>
 
+#include <dirent.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sched.h>
