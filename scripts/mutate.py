@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Seeded mutants of one folder against its own tests. usage: mutate.py <folder> <test program> [count] [seed]
+"""Seeded mutants of one folder against its own tests. usage: mutate.py <folder> <test program> [count|again] [seed]
 
 In the sources of the folder one place after the other is changed, drawn at random: a condition, a constant, an operator or a
 deleted statement. Only what holds the change is compiled, linked with the unchanged objects of build/dev, and run in
 namespaces of its own. What does not compile or comes to the same code does not count; a program that hangs is caught.
-A changed header is compiled into the source of its name and into up to two tests that include it.
+A changed header is compiled into the source of its name and a test that includes it, and into a second one when the tests do
+not fail by then. The word `again` in place of a count judges what survived the last run: for the test that was written since.
 """
 
 import json
@@ -157,7 +158,7 @@ class Judge:
         users = [test for test in self.tests if name in tree.closure(test)]
         users.sort(key=lambda test: (not Path(test).name.startswith(Path(name).stem), name not in tree.includes(test)[0]))
         own = name.rpartition(".")[0] + ".cpp"
-        return users[:2] + ([own] if str(tree.ROOT / own) in self.commands else [])
+        return users[:1] + ([own] if str(tree.ROOT / own) in self.commands else []) + users[1:2]
 
     def compile(self, unit, name, text):
         """The object of `unit` as it is when `name` reads `text`; None if it does not compile."""
@@ -176,10 +177,14 @@ class Judge:
         changed.unlink()
         return target if done.returncode == 0 else None
 
-    def code(self, name, text):
-        """The objects of a changed file and what is in them; None if one does not compile."""
-        objects = {unit: self.compile(unit, name, text) for unit in self.units(name)}
-        return None if None in objects.values() else (objects, [target.read_bytes() for target in objects.values()])
+    def is_unchanged(self, unit, name, target):
+        """Whether a change of `name` comes to the same code in `unit`."""
+        if (unit, name) not in self.unchanged:
+            changed = target.read_bytes()
+            plain = self.compile(unit, name, tree.text(name))
+            self.unchanged[unit, name] = plain and plain.read_bytes()
+            target.write_bytes(changed)
+        return target.read_bytes() == self.unchanged[unit, name]
 
     def build(self, objects):
         command = list(self.link)
@@ -203,14 +208,21 @@ class Judge:
                               env={**os.environ, "ZEB_TEST_PROGRAMS": str(BUILD / "bin")})
 
     def verdict(self, mutant):
-        if mutant.name not in self.unchanged:
-            self.unchanged[mutant.name] = self.code(mutant.name, tree.text(mutant.name))
-        code = self.code(mutant.name, mutant.apply())
-        if code and self.unchanged[mutant.name] and code[1] == self.unchanged[mutant.name][1]:
-            return "equal"
-        if not code or not self.build(code[0]):
-            return "not built"
-        return "survived" if self.passes().returncode == 0 else "caught"
+        objects, result = {}, "equal"
+        units = self.units(mutant.name)
+        for step in units[:2], units[2:]:
+            for unit in step:
+                objects[unit] = self.compile(unit, mutant.name, mutant.apply())
+                if not objects[unit]:
+                    return "not built"
+            if all(self.is_unchanged(unit, mutant.name, objects[unit]) for unit in step):
+                continue
+            if not self.build(objects):
+                return "not built"
+            if self.passes().returncode != 0:
+                return "caught"
+            result = "survived"
+        return result
 
 
 def main(home, program, count=50, seed=1):
@@ -221,15 +233,24 @@ def main(home, program, count=50, seed=1):
     if not judge.build({}) or judge.passes().returncode != 0:
         sys.exit(f"{program} does not pass as it is; look at {judge.program}")
     judge.limit = 5 + int(4 * (time.monotonic() - started))
+    noted = judge.work / "survived"
+    before = noted.read_text().split("\0") if count == "again" else None
+    if before:
+        seed, count = before[0], len(before) - 1
+    survived = []
     counts = {"caught": 0, "survived": 0, "equal": 0, "not built": 0}
     for mutant in mutants(names, int(seed)):
+        if before and mutant.describe() not in before:
+            continue
         verdict = judge.verdict(mutant)
         counts[verdict] += 1
         if verdict == "survived":
-            print(mutant.describe(), flush=True)
+            survived.append(mutant.describe())
+            print(survived[-1], flush=True)
         judged = counts["caught"] + counts["survived"]
         if judged == int(count):
             break
+    noted.write_text("\0".join([str(seed), *survived]))
     print(f"{home}: {counts['caught']} of {judged} caught ({100 * counts['caught'] // max(judged, 1)} %), seed {seed}; "
           f"left out: {counts['not built']} that do not compile, {counts['equal']} of equal code")
 
