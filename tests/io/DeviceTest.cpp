@@ -17,8 +17,11 @@ namespace {
 TEST(Device, TalksInBothDirectionsAtOnce) {
     Io::PollableFile other("/dev/zero", O_RDONLY);
     Io::Device alias("/absent");
+    End const none(-1);
+    Io::EndOfLineT const eol = Io::EOL_LF;
+    Io::PollableStream over(other, "T", none.fd, none.mode, alias.InBuffer(), alias.OutBuffer(), eol);
     alias.Attach(&other); // of another kind
-    EXPECT_TRUE(alias.IsOpened() && alias.GetChar() == 0 && alias.ObjIReady() && other.ObjIReady());
+    EXPECT_TRUE(alias.IsOpened() && over.GetChar() == 0 && alias.ObjIReady() && other.ObjIReady());
     EXPECT_FALSE(alias.PathName().Size() > 0 || alias.Close() || other.Ok());
 
     int master = -1, slave = -1;

@@ -1,4 +1,5 @@
 #include "tests/io/Transports.h"
+#include "zeb/stream/Memory.h"
 
 namespace {
 
@@ -62,6 +63,20 @@ TEST(Buffer, WriteAllGoesPastTheBlockAndAFailedFlushKeepsWhatIsPending) {
     stream.ClearState_();
     EXPECT_TRUE(stream.Flush());
     EXPECT_EQ(stream.transport.written, "01" + large + "abcdefgh");
+}
+
+TEST(Buffer, MemoryGivesABlockForEachDirectionOrNone) {
+    for (Io::ModeT const mode : {Io::MODE_READ, Io::MODE_WRITE, Io::MODE_READ_WRITE})
+        ForEveryAllocation([mode](Heap& heap) {
+            PieceStream stream("");
+            Io::Buffer in(stream.transport, stream), out(stream.transport, stream);
+            Io::Memory memory(8, mode, stream, in, out);
+            heap.Arm();
+            bool const ok = memory.Allocate();
+            heap.Disarm();
+            EXPECT_EQ(stream.CurrentState(), heap.Fired() ? Stateful::STATE_NO_MEMORY : Stateful::STATE_OK);
+            EXPECT_EQ(in.PFree() + 2 * out.PFree(), ok ? 8U * mode : 0U);
+        });
 }
 
 } // namespace

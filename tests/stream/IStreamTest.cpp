@@ -58,7 +58,7 @@ TEST(IStream, TableAndScanAgreeOnWhatIsText) {
     for (int c = 0; c < 256; ++c) {
         bool const text = c == 9 || (c >= 32 && c <= 254);
         EXPECT_EQ(IStream::PRINTABLE[c], text ? 1 : 0) << c;
-        for (unsigned long const at : {0UL, 15UL, 16UL, 63UL, 64UL, 80UL, 95UL}) {
+        for (unsigned long const at : {0UL, 15UL, 16UL, 63UL, 64UL, 95UL, 97UL}) {
             std::string line(99, 'x');
             line[at] = static_cast<char>(c);
             EXPECT_EQ(Io::TextRun(line.data(), line.size()), text ? line.size() : at) << c;

@@ -1,4 +1,5 @@
 #include "tests/io/Transports.h"
+#include "zeb/stream/Writer.h"
 
 namespace {
 
@@ -15,7 +16,7 @@ void ExpectWritten(std::string const& expected, std::function<void(Io::OStream&)
 
 TEST(OStream, PrintsNumbersAndTextByItsStickySettings) {
     ExpectWritten("-32768 65535 -2147483648 18446744073709551615 ff ffffffffffffffff 255", [](auto& out) {
-        out << short(-32768) << ' ' << static_cast<unsigned short>(65535) << ' ' << INT_MIN << ' ' << ~0ULL;
+        out << "" << short(-32768) << ' ' << static_cast<unsigned short>(65535) << ' ' << INT_MIN << ' ' << ~0ULL;
         out.Hex() << ' ' << 255U << ' ' << -1LL;
         out.Dec() << ' ' << 255UL;
     });
@@ -37,6 +38,22 @@ TEST(OStream, EndsLinesByItsRule) {
     for (Io::EndOfLineT const eol : {Io::EOL_LF, Io::EOL_CRLF, Io::EOL_ANY_LF, Io::EOL_ANY_CRLF})
         ExpectWritten(
             eol % 2 == 1 ? "a\r\n" : "a\n", [](auto& out) { out << "a" << Io::Endl; }, eol);
+}
+
+TEST(Writer, FillsTheBlockPieceByPiece) {
+    std::string const text = "the quick brown fox jumps over the lazy dog";
+    std::string expected;
+    for (unsigned long n = 0; n < text.size(); ++n) expected += text.substr(0, n) + '|' + std::string(n, '=') + text + "!ab--";
+    ExpectWritten(expected, [&](auto& out) {
+        Doc::Writer writer(out);
+        for (unsigned long n = 0; n < text.size(); ++n) {
+            writer.Put(text.data(), n);
+            writer.Put('|');
+            writer.Fill('=', n);
+            writer.PutPiece(48, [&](auto& to) { to.Put(CString(text.data(), 43)), to.Put('!'), to.Put("ab"), to.Fill('-', 2); });
+        }
+        EXPECT_TRUE(writer.Finish());
+    });
 }
 
 TEST(OStream, FillsAndCopiesAnyNumberAndTellsHowFarItCame) {

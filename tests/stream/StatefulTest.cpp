@@ -60,6 +60,8 @@ TEST(Stateful, AnAliasWorksOnTheRootAndLeavesItsOwnParts) {
         PieceStream root("12 ab\r\ncd", Io::EOL_CRLF, 16), middle("own"), other("own");
         Io::Stream made_of(root, other.buffer, other.buffer, other.eol, other.mode),
             chained(other.buffer, other.buffer, other.eol, other.mode);
+        Io::IStream const in(root, other.buffer, other.eol);
+        Io::OStream const out(root, other.buffer, other.eol);
         root.mode = Io::ModeOfFlags(O_RDONLY);
         EXPECT_EQ(Io::ModeOfFlags(O_RDWR) - Io::ModeOfFlags(O_WRONLY), 1u); // reading, too
         middle.Attach(&root);
@@ -78,7 +80,7 @@ TEST(Stateful, AnAliasWorksOnTheRootAndLeavesItsOwnParts) {
         EXPECT_EQ(root.transport.written, "000AB0000X\r\n\r\n");
         EXPECT_TRUE(root.IsLazyEndl() && alias.IsEndlCrlf());
         alias.SetState(Stateful::STATE_TIMEOUT);
-        EXPECT_FALSE(root.Ok() || alias.Ok() || alias.GetChar() != 256);
+        EXPECT_FALSE(root.Ok() || alias.Ok() || in.Ok() || out.Ok() || alias.GetChar() != 256);
         alias.Attach(&alias);
         EXPECT_TRUE(alias.Ok() && alias.GetChar() == 'o' && other.transport.written.empty());
     }

@@ -14,6 +14,9 @@ TEST(StringStream, KeepsWhatFitsItsBound) {
         EXPECT_FALSE(stream.WriteAll(text.data(), text.size()) && stream.Flush());
         EXPECT_TRUE(stream.CurrentState() == Stateful::STATE_FAILED && stream.Str().Size() == 65536);
     }
+    StringStream exact("hello!", Io::MODE_READ_WRITE, Io::EOL_ANY_LF, 128, 10);
+    exact << "1234"; // over the start, and written though it were too much behind the end
+    EXPECT_TRUE(exact.Truncate(8) && Text(exact.Str()) == std::string("1234o!\0", 8));
     for (long const length : {8, 3}) {
         StringStream stream("hello!", Io::MODE_READ_WRITE, Io::EOL_ANY_LF, 128, 10);
         EXPECT_TRUE(Rest(stream) == "hello!" && stream.Seek(6) && !stream.Eos());
