@@ -61,6 +61,6 @@ TEST(RStringTest, CutsWhatDoesNotFit) {
     RString<8> copy(text);
     EXPECT_TRUE(!text.Assign("12345678") && text == "1234567" && copy == "cd-1234");
     copy = text;
-    EXPECT_FALSE(text.Assignf("%lc", static_cast<wint_t>(0xFFFFFFF))) << "no such character";
-    EXPECT_TRUE(text.Size() == 7 && copy == "1234567" && text.Assign("x") && text.Clear() == "");
+    EXPECT_TRUE(text.Assign("x") && !text.Assignf("%lc", static_cast<wint_t>(0xFFFFFFF))) << "no such character";
+    EXPECT_TRUE(text.Size() == 1 && copy == "1234567" && text.Clear() == "");
 }

@@ -65,7 +65,8 @@ TEST(TimeStamp, LocalTimeKnowsSummerTime) {
     EXPECT_EQ(stamp, Make(1, 7, 2024, 10, 0, 0, 7));
     unsigned f[8];
     bool dst;
-    EXPECT_TRUE(stamp.Get(f[0], f[1], f[2], f[3], f[4], f[5], f[6], f[7], dst, Stamp::LOCAL) == 0x00FB0002u && dst);
+    for (Stamp::ModeT const mode : {Stamp::GMT, Stamp::LOCAL})
+        EXPECT_TRUE(stamp.Get(f[0], f[1], f[2], f[3], f[4], f[5], f[6], f[7], dst, mode) == 0x00FB0002u && dst == (mode != 0));
     EXPECT_THAT(f, testing::ElementsAre(1, 1, 7, 2024, 12, 0, 0, 7));
     EXPECT_EQ(Print(stamp, Stamp::LOG, 0x00FB0003, Stamp::LOCAL), "Jul  1 12:00:00");
     EXPECT_TRUE(stamp.Parse(Stamp::CLOCK_SHORT, Stamp::LOCAL, "01:30", nullptr).Succeeded());
