@@ -1,12 +1,14 @@
 #include "workbench/LogCapture.h"
 
 #include "workbench/Workbench.h"
+#include "zeb/core/UnseenImpl.h"
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -18,12 +20,16 @@
 extern "C" void __real_vsyslog(int priority, char const* format, va_list arguments);
 extern "C" void __real_LogSyslog_Send(int priority, char const* time, char const* process, char const* ident,
                                       char const* text);
+extern "C" void __real__ZN3Log5Impl_19PrintWithBacktrace_EPc(void* statement, char* message);
 
 namespace {
 
 Workbench::SpinLock lock;
 LogCapture* innermost = nullptr;
 constinit std::atomic<int> realDepth{0};
+
+// Lines so far of the statement with a backtrace that this thread prints; -1 without one.
+constinit thread_local int linesOfStatement = -1;
 
 char Letter(int priority) {
     switch (priority) {
@@ -53,6 +59,7 @@ std::string Masked(std::string line) {
 } // namespace
 
 struct LogCapture::State {
+    BacktracesT const backtraces;
     LinesT lines;
 };
 
@@ -60,7 +67,12 @@ class LogWatch {
 public:
     static void Keep(int priority, std::string const& text) {
         std::string line = std::string(1, Letter(priority)) + " " + text;
+        bool const ofBacktrace = linesOfStatement > 0;
+        if (linesOfStatement >= 0) ++linesOfStatement;
         Workbench::SpinLock::Guard const guard(lock);
+        if (innermost != nullptr && ofBacktrace &&
+            innermost->state_->backtraces == LogCapture::WITHOUT_BACKTRACES)
+            return;
         if (innermost != nullptr)
             innermost->state_->lines.push_back(std::move(line));
         else if (getenv("ZEB_TEST_LOG") != nullptr)
@@ -68,8 +80,8 @@ public:
     }
 };
 
-LogCapture::LogCapture()
-    : state_(new State)
+LogCapture::LogCapture(BacktracesT backtraces)
+    : state_(new State{backtraces, {}})
     , outer_(innermost) {
     Workbench::SpinLock::Guard const guard(lock);
     innermost = this;
@@ -173,6 +185,14 @@ void __wrap_LogSyslog_Send(int priority, char const* time, char const* process, 
     }
     Workbench::Own const own;
     LogWatch::Keep(priority, std::string(ident) + ": " + text);
+}
+
+// Called by the name that the compiler gives it. The statement's own line is the first one.
+ZEB_UNSEEN void __wrap__ZN3Log5Impl_19PrintWithBacktrace_EPc(void* statement, char* message) {
+    int const outer =
+        std::exchange(linesOfStatement, 0); // of a statement that this one's handler has interrupted
+    __real__ZN3Log5Impl_19PrintWithBacktrace_EPc(statement, message);
+    linesOfStatement = outer;
 }
 
 void __wrap___vsyslog_chk(int priority, int, char const* format, va_list arguments) {

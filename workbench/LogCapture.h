@@ -8,6 +8,9 @@
 // as [0xcffd****]. Outside of any LogCapture lines are dropped, or go to standard error when ZEB_TEST_LOG is
 // in the environment. What console mode prints is for OutputCapture.
 //
+// The lines of a backtrace behind a statement are dropped, unless WITH_BACKTRACES asks for them. They have
+// the level and the ident of the statement: "W Mutex:   Poller::Run()+0x20".
+//
 // Threads    lines of all threads are kept; any may read them
 // Nesting    the innermost one gets the lines; destroy in the reverse order
 // Waits      Await() alone, for 2 real seconds at most, whatever a Clock says
@@ -21,7 +24,9 @@ class LogCapture {
 public:
     using LinesT = std::vector<std::string>;
 
-    LogCapture();
+    enum BacktracesT { WITHOUT_BACKTRACES, WITH_BACKTRACES };
+
+    explicit LogCapture(BacktracesT backtraces = WITHOUT_BACKTRACES);
     ~LogCapture();
     LogCapture(LogCapture const&) = delete;
     LogCapture& operator=(LogCapture const&) = delete;

@@ -8,7 +8,7 @@ set(ZEB_WRAPPED_SYMBOLS
     _ZdlPv _ZdaPv _ZdlPvm _ZdaPvm _ZdlPvRKSt9nothrow_t _ZdaPvRKSt9nothrow_t
     _ZdlPvSt11align_val_t _ZdaPvSt11align_val_t _ZdlPvmSt11align_val_t _ZdaPvmSt11align_val_t
     # LogCapture
-    syslog vsyslog __syslog_chk __vsyslog_chk LogSyslog_Send)
+    syslog vsyslog __syslog_chk __vsyslog_chk LogSyslog_Send _ZN3Log5Impl_19PrintWithBacktrace_EPc)
 
 # Calls and Clock: the rows of Calls.inc
 file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/Calls.inc zeb_call_rows REGEX "^ZEB_CALL")

@@ -4,6 +4,7 @@
 #include "zeb/core/Integer.h"
 #include "zeb/core/LogImpl.h"
 #include "zeb/core/StringAccumulator.h"
+#include "zeb/core/UnseenImpl.h"
 
 #include <cstdio>
 #include <cstring>
@@ -20,7 +21,7 @@ Log::Log(LevelT level, char const* ident, char const* name, char const* message)
     if (impl_) impl_->Reset(level, ident, name, message);
 }
 
-Log::~Log() {
+ZEB_UNSEEN Log::~Log() {
     if (!impl_) return;
     impl_->Print();
     impl_->Leave();

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 
+class Backtrace;
+
 class Log::Impl_ {
 public:
     static constexpr char const IDENT[] = "Log";
@@ -155,6 +157,24 @@ private:
     static constexpr ReturnT DEFAULT_CODE{0x0FFF002C};
     static constexpr ReturnT OUT_OF_MEMORY_CODE{0xCFFE0488};
 
+    // The turn of the calling thread to print the lines of one statement, which no other thread comes
+    // between. A signal handler prints without.
+    class Turn_ {
+    public:
+        Turn_();
+        ~Turn_();
+        Turn_(Turn_ const&) = delete;
+        Turn_& operator=(Turn_ const&) = delete;
+
+        // False in a handler that did not say so, and that interrupted a turn of this very thread.
+        bool IsMine() const { return way_ != NONE; }
+
+        static bool InHandler();
+
+    private:
+        enum WayT_ { NONE, WITH_LOCK, WITHOUT_LOCK } const way_;
+    };
+
     bool ScanFormat_();
     void BecomeFault_(char const* words);
     bool HasCode_() const { return (flags_ & (DONE | FAIL | OOM)) != 0; }
@@ -162,8 +182,16 @@ private:
     void AppendCode_();
     void Expand_();
     void EndMessage_();
-    void PrintLine_(char* message);
-    void PrintFromHandler_(char* message);
+    void PrintLine_(LevelT level, char* text);
+    void PrintFromHandler_(LevelT level, char* text);
+
+    // Defined in zeb/runtime/LogBacktrace.cpp.
+    void PrintWithBacktrace_(char* message);
+    void PrintBacktrace_(int tid, int error, ::Backtrace const& backtrace);
+    template<class... TextsT>
+    void PrintTexts_(LevelT level, TextsT const*... texts);
+    void PrintFrame_(char const* name, unsigned long offset);
+
     void Merge_(char const* text, unsigned long size) {
         message_.AppendMeasured(text, size, StringBuffer_::MERGE);
     }

@@ -3,6 +3,7 @@
 #include "zeb/core/LogSyslog.h"
 #include "zeb/core/Simd.h"
 #include "zeb/core/Time.h"
+#include "zeb/core/UnseenImpl.h"
 
 #include <atomic>
 #include <cerrno>
@@ -154,39 +155,50 @@ void Log::Impl_::ReadZone() {
     pthread_mutex_unlock(&logLock_);
 }
 
-void Log::Impl_::Print() {
-    if (flags_ & SILENT) return;
-    char* const message = MakeMessage();
-    if (!message) return;
-    if (own_.handlers != 0) return PrintFromHandler_(message);
-    // The line of a handler that did not say so, and that interrupted this very function, is dropped: the
-    // lock is held.
-    if (own_.printing) return;
+Log::Impl_::Turn_::Turn_()
+    : way_(own_.handlers != 0 ? WITHOUT_LOCK
+           : own_.printing    ? NONE
+                              : WITH_LOCK) {
+    if (way_ != WITH_LOCK) return;
     own_.printing = true;
     pthread_mutex_lock(&logLock_);
-    PrintLine_(message);
+}
+
+Log::Impl_::Turn_::~Turn_() {
+    if (way_ != WITH_LOCK) return;
     pthread_mutex_unlock(&logLock_);
     own_.printing = false;
 }
 
-void Log::Impl_::PrintLine_(char* message) {
-    Level_ const& row = LEVELS[level_];
+bool Log::Impl_::Turn_::InHandler() { return own_.handlers != 0; }
+
+ZEB_UNSEEN void Log::Impl_::Print() {
+    if (flags_ & SILENT) return;
+    char* const message = MakeMessage();
+    if (!message) return;
+    if (flags_ & WITH_BACKTRACE) return PrintWithBacktrace_(message);
+    Turn_ const turn;
+    if (turn.IsMine()) PrintLine_(level_, message);
+}
+
+void Log::Impl_::PrintLine_(LevelT level, char* text) {
+    if (own_.handlers != 0) return PrintFromHandler_(level, text);
+    Level_ const& row = LEVELS[level];
     if (flags_ & CONSOLE) {
         shared_.Refresh();
-        return PrintToConsole_(row.letter, shared_.text, ident_, message);
+        return PrintToConsole_(row.letter, shared_.text, ident_, text);
     }
     shared_.RefreshZone(time(nullptr)); // for handlers: syslog() finds its own time
-    syslog(row.priority, "%s: %s", ident_, message);
+    syslog(row.priority, "%s: %s", ident_, text);
 }
 
 // Only calls that a signal handler may make, and no lock, neither of ours nor of libc: the interrupted
 // thread, or one that waits for it, may hold any of them.
-void Log::Impl_::PrintFromHandler_(char* message) {
-    Level_ const& row = LEVELS[level_];
+void Log::Impl_::PrintFromHandler_(LevelT level, char* text) {
+    Level_ const& row = LEVELS[level];
     TimeText_ time;
     time.Print(Time::Now());
-    if (flags_ & CONSOLE) return PrintToConsole_(row.letter, time.text, ident_, message);
+    if (flags_ & CONSOLE) return PrintToConsole_(row.letter, time.text, ident_, text);
     char const* const process = processIdent_;
-    LogSyslog_Send(row.priority, time.text, process ? process : program_invocation_short_name, ident_,
-                   message);
+    LogSyslog_Send(row.priority, time.text, process ? process : program_invocation_short_name, ident_, text);
 }

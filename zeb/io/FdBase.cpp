@@ -1,6 +1,7 @@
 #include "zeb/io/FdBase.h"
 
 #include "zeb/core/ErrorString.h"
+#include "zeb/core/UnseenImpl.h"
 #include "zeb/io/SysRetryImpl.h"
 
 #include <cerrno>
@@ -9,7 +10,7 @@
 namespace Io {
 
 // Whether a transfer that failed is to be tried again; if not, the failure is recorded and logged.
-bool FdBase::Again_(SysRetry& retry, int error, ModeT direction) {
+ZEB_UNSEEN bool FdBase::Again_(SysRetry& retry, int error, ModeT direction) {
     bool const reading = direction == MODE_READ;
     SysRetry::VerdictT const verdict = retry.Take(error, State_());
     if (verdict == SysRetry::INTERRUPTED) {
@@ -39,7 +40,7 @@ bool FdBase::SysRead(void* data, unsigned long size, unsigned long& done) {
     return true;
 }
 
-bool FdBase::SysWrite(void const* data, unsigned long size, unsigned long& done) {
+ZEB_UNSEEN bool FdBase::SysWrite(void const* data, unsigned long size, unsigned long& done) {
     done = 0;
     if (!State_().Ok()) return false;
     if ((mode_ & MODE_WRITE) == 0) return Fail_(Stateful::STATE_FAILED);

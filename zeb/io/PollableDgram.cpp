@@ -1,6 +1,7 @@
 #include "zeb/io/PollableDgram.h"
 
 #include "zeb/core/ErrorString.h"
+#include "zeb/core/UnseenImpl.h"
 #include "zeb/io/SysRetryImpl.h"
 
 #include <cerrno>
@@ -16,7 +17,7 @@ PollableDgram::PollableDgram(char const* ident, int const& fd, ModeT const& mode
 
 PollableDgram::~PollableDgram() = default;
 
-bool PollableDgram::GetBytesAvailable(unsigned long& size) {
+ZEB_UNSEEN bool PollableDgram::GetBytesAvailable(unsigned long& size) {
     if (!Ok()) return false;
     Pollable* object = this;
     ModeT request = MODE_READ;

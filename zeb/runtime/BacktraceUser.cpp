@@ -12,6 +12,9 @@
 #include <libunwind.h>
 #include <new>
 
+// The section of the functions marked ZEB_UNSEEN, by the linker.
+extern "C" [[gnu::visibility("hidden")]] char const __start_zeb_unseen[], __stop_zeb_unseen[];
+
 namespace {
 
 constexpr int VALUE_WIDTH = 16;
@@ -97,8 +100,9 @@ public:
 
     void Run(unsigned long skip) {
         if (!(owner_.unwind_ & IN_SIGNAL)) {
-            while (Step_()) {
-                if (skip-- == 0) return TakeAll_();
+            for (bool unseen = true; Step_();) {
+                unseen = unseen && IsUnseen_();
+                if (!unseen && skip-- == 0) return TakeAll_();
             }
         } else if (SkipSignal_() && (REGISTERS_.interruptedIsSignalFrame || Step_())) {
             TakeAll_();
@@ -115,6 +119,14 @@ private:
         if (moved < 0) owner_.SetError_("unable to get a next stack frame: %s", unw_strerror(moved));
         exact_ = REGISTERS_.interruptedIsSignalFrame ? unw_is_signal_frame(&cursor_) > 0 : fromSignal;
         return moved > 0;
+    }
+
+    // The frame is that of a function marked ZEB_UNSEEN.
+    bool IsUnseen_() {
+        unw_word_t ip = 0;
+        if (unw_get_reg(&cursor_, UNW_REG_IP, &ip) != 0) return false;
+        auto const* const call = reinterpret_cast<char const*>(ip) - 1;
+        return call >= __start_zeb_unseen && call < __stop_zeb_unseen;
     }
 
     // To the frame of the signal. False if there is none.

@@ -2,12 +2,13 @@
 
 #include "zeb/core/Log.h"
 #include "zeb/core/Time.h"
+#include "zeb/core/UnseenImpl.h"
 #include "zeb/runtime/MillisecondsImpl.h"
 #include "zeb/runtime/ThreadImpl.h"
 
 #include <cerrno>
 
-Condition::Condition(PrecedenceT precedence)
+ZEB_UNSEEN Condition::Condition(PrecedenceT precedence)
     : Mutex(precedence) {
     pthread_condattr_t attributes;
     int error = pthread_condattr_init(&attributes);
@@ -24,7 +25,7 @@ Condition::~Condition() {
     if (conditionInitialized_) pthread_cond_destroy(&condition_);
 }
 
-bool Condition::Wait(Time::Span const& timeout) const {
+ZEB_UNSEEN bool Condition::Wait(Time::Span const& timeout) const {
     unsigned long const held = HeldTooLong_();
     if (held) WarnHeldTooLong_(IDENT, held);
 
@@ -34,9 +35,9 @@ bool Condition::Wait(Time::Span const& timeout) const {
     return false;
 }
 
-bool Condition::Wait(long milliseconds) const { return Wait(Milliseconds_(milliseconds)); }
+ZEB_UNSEEN bool Condition::Wait(long milliseconds) const { return Wait(Milliseconds_(milliseconds)); }
 
-int Condition::WaitMonitored_(Time::Span const& timeout) const {
+ZEB_UNSEEN int Condition::WaitMonitored_(Time::Span const& timeout) const {
     Thread* const self = tlsThread_;
     Time::Span const start = Time::Monotonic();
     if (self) self->LockWaitStarted_(*this, start);
@@ -53,13 +54,15 @@ int Condition::WaitMonitored_(Time::Span const& timeout) const {
     return error;
 }
 
-void Condition::Signal() const { Finish_(conditionInitialized_ ? pthread_cond_signal(&condition_) : EINVAL); }
+ZEB_UNSEEN void Condition::Signal() const {
+    Finish_(conditionInitialized_ ? pthread_cond_signal(&condition_) : EINVAL);
+}
 
-void Condition::Broadcast() const {
+ZEB_UNSEEN void Condition::Broadcast() const {
     Finish_(conditionInitialized_ ? pthread_cond_broadcast(&condition_) : EINVAL);
 }
 
-void Condition::Finish_(int error) const {
+ZEB_UNSEEN void Condition::Finish_(int error) const {
     if (error) Report_(IDENT, ReturnT::Fail(), error);
     if (!tlsThread_ || tlsThread_->LockIsAcquired_(*this, Log::VERBOSE_ON)) return;
     Log(Log::CRITICAL, IDENT, PrecedenceName(precedence_), "").Fail(ReturnT::Fail());

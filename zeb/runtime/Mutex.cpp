@@ -4,6 +4,7 @@
 #include "zeb/core/Integer.h"
 #include "zeb/core/Log.h"
 #include "zeb/core/Time.h"
+#include "zeb/core/UnseenImpl.h"
 #include "zeb/runtime/StatusLog.h"
 #include "zeb/runtime/ThreadImpl.h"
 
@@ -50,7 +51,7 @@ inline int Refusal_(Mutex const& mutex, bool initialized, Thread const* self) {
 
 } // namespace
 
-void Mutex::Initialize_() {
+ZEB_UNSEEN void Mutex::Initialize_() {
     int const error = pthread_mutex_init(&mutex_, nullptr);
     if (!error) return;
     initialized_ = false;
@@ -61,7 +62,7 @@ Mutex::~Mutex() {
     if (initialized_) pthread_mutex_destroy(&mutex_);
 }
 
-bool Mutex::Lock() const {
+ZEB_UNSEEN bool Mutex::Lock() const {
     int error = Try_();
     if (error == EBUSY) error = Block_();
     if (!error) return true;
@@ -69,14 +70,14 @@ bool Mutex::Lock() const {
     return false;
 }
 
-bool Mutex::TryLock() const {
+ZEB_UNSEEN bool Mutex::TryLock() const {
     int const error = Try_();
     if (error && error != EBUSY) Report_(IDENT, ReturnT::Fail(), error);
     return !error;
 }
 
 // A free lock is noted once it is taken.
-int Mutex::Try_() const {
+ZEB_UNSEEN int Mutex::Try_() const {
     Thread* const self = tlsThread_;
     int error = Refusal_(*this, initialized_, self);
     if (!error) error = pthread_mutex_trylock(&mutex_);
@@ -88,7 +89,7 @@ int Mutex::Try_() const {
 }
 
 // A busy one ahead of the wait, so that others can see what the thread waits for.
-int Mutex::Block_() const {
+ZEB_UNSEEN int Mutex::Block_() const {
     Thread* const self = tlsThread_;
     if (self) self->LockPush_(*this, Thread::PUSH_RELEASED, Time::Span::Zero());
     int const error = pthread_mutex_lock(&mutex_);
@@ -102,7 +103,7 @@ int Mutex::Block_() const {
     return error;
 }
 
-unsigned long Mutex::Unlock() const {
+ZEB_UNSEEN unsigned long Mutex::Unlock() const {
     Thread* const self = tlsThread_;
     unsigned long const held = threshold_.load(std::memory_order_relaxed) ? HeldTooLong_() : 0;
     int const error = initialized_ ? pthread_mutex_unlock(&mutex_) : EINVAL;
@@ -115,9 +116,9 @@ unsigned long Mutex::Unlock() const {
     return held;
 }
 
-void Mutex::Report_(char const* ident, ReturnT const& code, int error) const {
+ZEB_UNSEEN void Mutex::Report_(char const* ident, ReturnT const& code, int error) const {
     Log(Log::CRITICAL, ident, PrecedenceName(precedence_), "%1").Fail(code)
-        << ErrorString(error) << Log::Backtrace(1);
+        << ErrorString(error) << Log::Backtrace(0);
 }
 
 unsigned long Mutex::HeldTooLong_() const {
@@ -127,7 +128,7 @@ unsigned long Mutex::HeldTooLong_() const {
     return held >= static_cast<long>(threshold) ? static_cast<unsigned long>(held) : 0;
 }
 
-void Mutex::WarnHeldTooLong_(char const* ident, unsigned long milliseconds) const {
+ZEB_UNSEEN void Mutex::WarnHeldTooLong_(char const* ident, unsigned long milliseconds) const {
     Log(Log::WARNING, ident, nullptr, "\"%1\" acquired \"%2\" lock for %3 ms.")
         << tlsThread_->Name() << PrecedenceName(precedence_) << milliseconds << Log::Backtrace(0);
 }

@@ -48,7 +48,7 @@ public:
 
     class Guard;
 
-    explicit constexpr Mutex(PrecedenceT precedence)
+    [[gnu::always_inline]] explicit constexpr Mutex(PrecedenceT precedence)
         : precedence_(precedence) {
         if (!std::is_constant_evaluated()) Initialize_();
     }
@@ -106,9 +106,10 @@ private:
 // must.
 class Mutex::Guard {
 public:
-    explicit Guard(Mutex const& mutex)
+    // Inlined always, so that a backtrace of the monitor begins with the function that has the guard.
+    [[gnu::always_inline]] explicit Guard(Mutex const& mutex)
         : mutex_(mutex.Lock() ? &mutex : nullptr) {}
-    ~Guard() {
+    [[gnu::always_inline]] ~Guard() {
         if (mutex_) mutex_->Unlock();
     }
     Guard(Guard const&) = delete;

@@ -2,6 +2,7 @@
 
 #include "zeb/core/ErrorString.h"
 #include "zeb/core/Integer.h"
+#include "zeb/core/UnseenImpl.h"
 #include "zeb/runtime/Backtrace.h"
 #include "zeb/runtime/Thread.h"
 
@@ -75,7 +76,7 @@ void Oops::PrintSignalBacktrace() {
     if (backtrace.Truncated()) Printf("  %s\n", Backtrace::CUT);
 }
 
-void Oops::PrintThreadBacktrace(int tid) {
+ZEB_UNSEEN void Oops::PrintThreadBacktrace(int tid) {
     Backtrace backtrace(Backtrace::NAMES);
     int const error = Thread::GetBacktrace(tid, backtrace, nullptr, 0);
     Integer const id(tid == Thread::TID_SELF ? Thread::Id() : tid);

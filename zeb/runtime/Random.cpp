@@ -5,6 +5,7 @@
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"
 #include "zeb/core/Time.h"
+#include "zeb/core/UnseenImpl.h"
 
 #include <cerrno>
 
@@ -24,7 +25,7 @@ void Pause_() {
 }
 
 // One block, at most.
-void Fill_(unsigned char* data, unsigned long size) {
+ZEB_UNSEEN void Fill_(unsigned char* data, unsigned long size) {
     for (;; Pause_()) {
         ssize_t const count = getrandom(data, size, GRND_NONBLOCK | GRND_RANDOM);
         int const error = errno;
@@ -43,9 +44,9 @@ void Fill_(unsigned char* data, unsigned long size) {
 
 } // namespace
 
-long Random::GetAbs() { return static_cast<long>(Get()); }
+ZEB_UNSEEN long Random::GetAbs() { return static_cast<long>(Get()); }
 
-unsigned long Random::Get() {
+ZEB_UNSEEN unsigned long Random::Get() {
     unsigned char data[sizeof(unsigned long)];
     unsigned long value;
     Fill_(data, sizeof data);
@@ -53,12 +54,12 @@ unsigned long Random::Get() {
     return value;
 }
 
-unsigned long Random::GetUniformInterval(unsigned long base, unsigned long span) {
+ZEB_UNSEEN unsigned long Random::GetUniformInterval(unsigned long base, unsigned long span) {
     unsigned long const value = Get();
     return base + (span == 0 ? value : value % span);
 }
 
-void Random::Get(unsigned char* data, unsigned long size) {
+ZEB_UNSEEN void Random::Get(unsigned char* data, unsigned long size) {
     while (size != 0) {
         unsigned long const count = size < BLOCK_SIZE ? size : BLOCK_SIZE;
         Fill_(data, count);
@@ -67,15 +68,17 @@ void Random::Get(unsigned char* data, unsigned long size) {
     }
 }
 
-void Random::Get(char* data, unsigned long size) { Get(reinterpret_cast<unsigned char*>(data), size); }
+ZEB_UNSEEN void Random::Get(char* data, unsigned long size) {
+    Get(reinterpret_cast<unsigned char*>(data), size);
+}
 
-bool Random::Get(Buffer& out, unsigned long size) {
+ZEB_UNSEEN bool Random::Get(Buffer& out, unsigned long size) {
     if (!out.Resize(size)) return false;
     Get(out.Bytes(), size);
     return true;
 }
 
-bool Random::GetAsciiString(unsigned long size, String& text) {
+ZEB_UNSEEN bool Random::GetAsciiString(unsigned long size, String& text) {
     CryptoBuffer bytes;
     if (size + 1 == 0 || !Get(bytes, size + 1)) return false;
     char* const characters = reinterpret_cast<char*>(bytes.Bytes());
@@ -84,7 +87,7 @@ bool Random::GetAsciiString(unsigned long size, String& text) {
     return text.Assign(characters, size);
 }
 
-void Random::GetNz(unsigned char* data, unsigned long size) {
+ZEB_UNSEEN void Random::GetNz(unsigned char* data, unsigned long size) {
     unsigned char block[BLOCK_SIZE];
     while (size != 0) {
         Fill_(block, sizeof block);

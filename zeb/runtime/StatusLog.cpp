@@ -1,6 +1,7 @@
 #include "zeb/runtime/StatusLog.h"
 
 #include "zeb/core/CString.h"
+#include "zeb/core/UnseenImpl.h"
 #include "zeb/runtime/Status.h"
 #include "zeb/runtime/Thread.h"
 
@@ -11,7 +12,7 @@ StatusLog::StatusLog(ReturnT const& code, Log::LevelT level, char const* ident, 
     , log_(level, ident, name, message)
     , status_(status ? status : Thread::SelfStatus()) {}
 
-StatusLog::~StatusLog() { Set_(); }
+ZEB_UNSEEN StatusLog::~StatusLog() { Set_(); }
 
 StatusLog& StatusLog::SetFail() {
     if (!set_) log_.Fail(code_);

@@ -154,7 +154,7 @@ public:
     bool Grow();
 
     // Room for one more entry. If there is no memory, the list is incomplete from here on.
-    bool MakeRoom() { return depth < entries.Size() || MakeRoomSlowly_(); }
+    [[gnu::always_inline]] bool MakeRoom() { return depth < entries.Size() || MakeRoomSlowly_(); }
 
     void CheckOrder(Mutex const& taken) const;
     Entry* ExpectTop(Mutex const& expected, char const* operation);
@@ -214,7 +214,7 @@ private:
     long second_ = -1;
 };
 
-inline void Thread::LockRecord_::CheckOrder(Mutex const& taken) const {
+[[gnu::always_inline]] inline void Thread::LockRecord_::CheckOrder(Mutex const& taken) const {
     if (depth != 0 && entries[depth - 1].precedence >= taken.Precedence()) LogOrder_(taken);
 }
 
@@ -250,14 +250,15 @@ inline void Thread::LockRecord_::SetDepth(unsigned long value) {
     depth = value;
 }
 
-inline void Thread::LockPush_(Mutex const& mutex, LockPushT_ type, Time::Span const& now) {
+[[gnu::always_inline]] inline void Thread::LockPush_(Mutex const& mutex, LockPushT_ type,
+                                                     Time::Span const& now) {
     LockRecord_& record = *lockRecord_;
     if (!record.MakeRoom()) return record.SetDepth(record.depth + 1);
     record.CheckOrder(mutex);
     type == PUSH_ACQUIRED ? record.Push(mutex, now) : record.Push(mutex);
 }
 
-inline void Thread::LockPop_(Mutex const& mutex, LockPopT_ type) {
+[[gnu::always_inline]] inline void Thread::LockPop_(Mutex const& mutex, LockPopT_ type) {
     LockRecord_& record = *lockRecord_;
     unsigned long const depth = record.depth;
     if (depth - 1 < record.entries.Size()) { // neither empty nor incomplete
@@ -268,7 +269,7 @@ inline void Thread::LockPop_(Mutex const& mutex, LockPopT_ type) {
     LockPopSlowly_(mutex, type);
 }
 
-inline bool Thread::LockIsAcquired_(Mutex const& mutex, Log::VerboseT verbose) const {
+[[gnu::always_inline]] inline bool Thread::LockIsAcquired_(Mutex const& mutex, Log::VerboseT verbose) const {
     LockRecord_ const& record = *lockRecord_;
     if (record.IsIncomplete()) return true;
     for (unsigned long i = record.depth; i != 0; --i) {

@@ -4,6 +4,7 @@
 #include "zeb/core/Log.h"
 #include "zeb/core/Time.h"
 #include "zeb/core/TimeStamp.h"
+#include "zeb/core/UnseenImpl.h"
 #include "zeb/runtime/ThreadImpl.h"
 
 #include <cstring>
@@ -35,30 +36,31 @@ bool Thread::LockRecord_::Grow() {
 // Until the reader has let the mutex go.
 void Thread::LockRecord_::StandAside_() { PlainGuard_ const guard(mutex); }
 
-bool Thread::LockRecord_::MakeRoomSlowly_() {
+ZEB_UNSEEN bool Thread::LockRecord_::MakeRoomSlowly_() {
     if (IsIncomplete()) return false;
     if (Grow()) return true;
-    Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "").Oom(ReturnT::Oom()) << Log::Backtrace(1);
+    Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "").Oom(ReturnT::Oom()) << Log::Backtrace(0);
     return false;
 }
 
-void Thread::LockRecord_::LogOrder_(Mutex const& taken) const {
+ZEB_UNSEEN void Thread::LockRecord_::LogOrder_(Mutex const& taken) const {
     Mutex::PrecedenceT const below = entries[depth - 1].precedence;
     Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "lock precedence violation: %1 (%2) after %3 (%4)")
-        << Name_(taken) << taken.Precedence() << Mutex::PrecedenceName(below) << below << Log::Backtrace(1);
+        << Name_(taken) << taken.Precedence() << Mutex::PrecedenceName(below) << below << Log::Backtrace(0);
 }
 
 // The topmost entry if it is that of the mutex.
-Thread::LockRecord_::Entry* Thread::LockRecord_::ExpectTop(Mutex const& expected, char const* operation) {
+ZEB_UNSEEN Thread::LockRecord_::Entry* Thread::LockRecord_::ExpectTop(Mutex const& expected,
+                                                                      char const* operation) {
     if (depth == 0) {
         Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "%1 lock acquisition violation: no lock to %2")
-            << Name_(expected) << operation << Log::Backtrace(1);
+            << Name_(expected) << operation << Log::Backtrace(0);
         return nullptr;
     }
     Entry& top = entries[depth - 1];
     if (top.mutex == &expected) return &top;
     Log(Log::CRITICAL, Thread::IDENT, name.Cstr(), "%1 lock: unexpected %2 operation, %3 lock expected")
-        << Name_(expected) << operation << Mutex::PrecedenceName(top.precedence) << Log::Backtrace(1);
+        << Name_(expected) << operation << Mutex::PrecedenceName(top.precedence) << Log::Backtrace(0);
     return nullptr;
 }
 
@@ -78,42 +80,42 @@ void Thread::LockRecord_::Change(Entry& entry, class Lock::State const& state, T
     Store_(entry, state, when);
 }
 
-void Thread::LockAcquired_(Mutex const& mutex, Time::Span const& now) {
+ZEB_UNSEEN void Thread::LockAcquired_(Mutex const& mutex, Time::Span const& now) {
     LockRecord_& record = *lockRecord_;
     if (record.IsIncomplete()) return;
     LockRecord_::Entry* const top = record.ExpectTop(mutex, "acquisition");
     if (!top) return;
     if (top->state == &Lock::RELEASED) return record.Change(*top, Lock::ACQUIRED, now);
     Log(Log::CRITICAL, IDENT, record.name.Cstr(), "%1 lock is in unexpected state %2, %3 expected")
-        << Name_(mutex) << *top->state << Lock::RELEASED << Log::Backtrace(1);
+        << Name_(mutex) << *top->state << Lock::RELEASED << Log::Backtrace(0);
 }
 
-void Thread::LockWaitStarted_(Mutex const& mutex, Time::Span const& now) {
+ZEB_UNSEEN void Thread::LockWaitStarted_(Mutex const& mutex, Time::Span const& now) {
     LockRecord_& record = *lockRecord_;
     if (record.IsIncomplete()) return;
     LockRecord_::Entry* const top = record.ExpectTop(mutex, "wait");
     if (!top) return;
     if (top->state == &Lock::ACQUIRED) return record.Change(*top, Lock::WAITING, now);
     Log(Log::CRITICAL, IDENT, record.name.Cstr(), "trying to wait on an unlocked %1 lock")
-        << Name_(mutex) << Log::Backtrace(1);
+        << Name_(mutex) << Log::Backtrace(0);
 }
 
-void Thread::LockWaitFinished_(Mutex const& mutex, Time::Span const& now) {
+ZEB_UNSEEN void Thread::LockWaitFinished_(Mutex const& mutex, Time::Span const& now) {
     LockRecord_& record = *lockRecord_;
     if (record.IsIncomplete()) return;
     LockRecord_::Entry* const top = record.ExpectTop(mutex, "finish to wait");
     if (!top) return;
     if (top->state == &Lock::WAITING) return record.Change(*top, Lock::ACQUIRED, now);
     Log(Log::CRITICAL, IDENT, record.name.Cstr(), "%1 lock finished waiting in %2 state")
-        << Name_(mutex) << *top->state << Log::Backtrace(1);
+        << Name_(mutex) << *top->state << Log::Backtrace(0);
 }
 
-void Thread::LockPopSlowly_(Mutex const& mutex, LockPopT_ type) {
+ZEB_UNSEEN void Thread::LockPopSlowly_(Mutex const& mutex, LockPopT_ type) {
     LockRecord_& record = *lockRecord_;
     if (record.IsIncomplete()) return record.SetDepth(record.depth - 1);
     if (record.depth == 0) {
         Log(Log::CRITICAL, IDENT, record.name.Cstr(), "%1 lock/unlock count mismatch")
-            << Name_(mutex) << Log::Backtrace(1);
+            << Name_(mutex) << Log::Backtrace(0);
         return;
     }
     LockRecord_::Entry const* const top = record.ExpectTop(mutex, "pop");
@@ -121,11 +123,11 @@ void Thread::LockPopSlowly_(Mutex const& mutex, LockPopT_ type) {
     // The two states stand the other way round than in LockAcquired_.
     class Lock::State const& expected = type == POP_RELEASED ? Lock::RELEASED : Lock::ACQUIRED;
     Log(Log::CRITICAL, IDENT, record.name.Cstr(), "%1 lock is in unexpected state %2, %3 expected")
-        << Name_(mutex) << expected << *top->state << Log::Backtrace(1);
+        << Name_(mutex) << expected << *top->state << Log::Backtrace(0);
     record.SetDepth(record.depth - 1);
 }
 
-void Thread::LogNotFound_(Mutex const& mutex) const {
+ZEB_UNSEEN void Thread::LogNotFound_(Mutex const& mutex) const {
     Log(Log::CRITICAL, IDENT, Name().Cstr(), "%1 lock: not found in an acquired locks list")
-        << Name_(mutex) << Log::Backtrace(1);
+        << Name_(mutex) << Log::Backtrace(0);
 }

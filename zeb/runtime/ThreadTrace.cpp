@@ -2,6 +2,7 @@
 
 #include "zeb/core/ErrorString.h"
 #include "zeb/core/StringAccumulator.h"
+#include "zeb/core/UnseenImpl.h"
 #include "zeb/runtime/MainImpl.h"
 #include "zeb/runtime/TraceImpl.h"
 
@@ -21,12 +22,12 @@ int SetHandler_(int signal, void (*handler)(int, siginfo_t*, void*)) {
     return sigaction(signal, &action, nullptr) == 0 ? 0 : errno;
 }
 
-void OnTrace_(int, siginfo_t*, void*) {
+ZEB_UNSEEN void OnTrace_(int, siginfo_t*, void*) {
     int const error = errno;
     {
         Log::InHandler const handler;
         Log(Log::INFO, Thread::IDENT, nullptr, "interrupted by a signal")
-            << Log::Backtrace(0, Thread::TID_SELF, Log::Backtrace::SIGNAL);
+            << Log::Backtrace(1, Thread::TID_SELF, Log::Backtrace::SIGNAL); // 1: the return from the signal
     }
     errno = error;
 }
@@ -122,12 +123,12 @@ bool Thread::IsThere_(int tid) {
     return FindTid_(tid) != nullptr;
 }
 
-[[gnu::noinline]] int Thread::GetBacktrace(int tid, Backtrace& backtrace, Backtrace::Regs* regs,
-                                           unsigned long skip) {
+ZEB_UNSEEN int Thread::GetBacktrace(int tid, Backtrace& backtrace, Backtrace::Regs* regs,
+                                    unsigned long skip) {
     if (tid == TID_UNKNOWN) return ESRCH;
     if (tid == TID_SELF || tid == Id()) {
-        backtrace.GetUser(skip == ~0UL ? skip : skip + 1, regs);
-        return 0; // and keeps the frame of this function, which the 1 is for
+        backtrace.GetUser(skip, regs);
+        return 0;
     }
     Trace_* const trace = Trace_::Present();
     if (!trace) return ESRCH;
