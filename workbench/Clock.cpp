@@ -80,6 +80,7 @@ bool Wait(bool wall, long deadline, AttemptT const& attempt) {
         moved += std::max(0L, deadline - Now(wall));
         return false;
     }
+    if (Now(wall) >= deadline) return attempt(0); // a poll: nobody to be waited for
     ++waiters;
     long const began = Workbench::RealMilliseconds();
     bool ended = attempt(0);

@@ -29,7 +29,8 @@
 //            the line; nothing interrupts that. Building, and a QUIET statement, wait for nothing
 // Locks      may be used under any lock: that of the log is the last of all, and nothing is called under it
 // Signals    a handler that logs opens with a Log::InHandler, see there
-// Memory     none is taken: the places lie in 9 KiB of static thread storage. To load the library by dlopen()
+// Memory     none is taken, but for a backtrace: the places lie in 9 KiB of static thread storage. To load
+// the library by dlopen()
 //            start the program with GLIBC_TUNABLES=glibc.rtld.optional_static_tls=16384
 // Failure    none is reported to the caller
 
@@ -160,8 +161,20 @@ public:
     virtual void Draw(Log& log) const = 0;
 };
 
-// Asks for a backtrace behind the line, without its first `skip` frames; with all bits of `skip` set there is
-// none.
+// Asks for a backtrace behind the line: a line with the name and the id of the thread, and one for each
+// frame, all at the level and under the ident of the statement:
+//
+//   [W] Nov 14 07:47:16 zeb: Poller: "Poller" (4711) backtrace:
+//   [W] Nov 14 07:47:16 zeb: Poller:   Poller::Ask_(Network::Address const&)+0x5c
+//
+// Skip       of the calling thread, 0 begins with the function that holds the statement, 1 with its caller:
+// the
+//            log, and the locks that report a misuse of themselves, leave their own frames out. With all bits
+//            set there is none. The stack of another thread is printed whole
+// Waits      for another thread until it has run, see Thread::GetBacktrace
+// Signals    in a handler that says so (Log::InHandler) names stay as they stand, which takes no heap, and
+//            another thread has none: "resource deadlock avoided". Lines of other threads may come between
+// Memory     10 KiB of the stack; the heap for readable names, without it they stay as they stand
 class ZEB_PUBLIC Log::Backtrace {
 public:
     enum ContextT : unsigned { DEMANGLE = 0, SIGNAL = 1 }; // names are demangled; are left as they stand
