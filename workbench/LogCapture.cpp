@@ -111,6 +111,13 @@ LogCapture::LinesT LogCapture::Take() {
     return lines;
 }
 
+std::string LogCapture::TakeText() {
+    std::string text;
+    for (std::string const& line : Take())
+        text += line + "\n";
+    return text;
+}
+
 unsigned long LogCapture::Count(std::string_view part) const {
     LinesT const lines = Lines();
     return static_cast<unsigned long>(std::count_if(lines.begin(), lines.end(), [&](std::string const& line) {

@@ -37,6 +37,9 @@ public:
     // The lines so far, which are then forgotten.
     LinesT Take();
 
+    // The same as one text, with an end behind each line.
+    std::string TakeText();
+
     // The lines with their full codes.
     LinesT RawLines() const;
 

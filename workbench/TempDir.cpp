@@ -6,10 +6,64 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <sstream>
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// What stands behind the name of an entry.
+std::string Suffix(fs::path const& path) {
+    struct stat info;
+    if (lstat(path.c_str(), &info) != 0) return "?";
+    switch (info.st_mode & S_IFMT) {
+    case S_IFDIR:
+        return "/";
+    case S_IFLNK:
+        return ">" + fs::read_symlink(path).string();
+    case S_IFIFO:
+        return "|";
+    case S_IFREG:
+        return (info.st_mode & 0111) != 0 ? "*" : "";
+    default:
+        break;
+    }
+    std::ostringstream text;
+    text << (S_ISCHR(info.st_mode)   ? "(c"
+             : S_ISBLK(info.st_mode) ? "(b"
+                                     : "(s")
+         << std::oct << (info.st_mode & 07777);
+    if (!S_ISSOCK(info.st_mode)) text << std::dec << "," << major(info.st_rdev) << ":" << minor(info.st_rdev);
+    return text.str() + ")";
+}
+
+std::string Joined(std::set<std::string> const& names) {
+    std::string text;
+    for (std::string const& name : names)
+        text += (text.empty() ? "" : " ") + name;
+    return text;
+}
+
+} // namespace
+
+std::string ListTree(std::string const& folder) {
+    std::set<std::string> names;
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error))
+        names.insert(entry->path().string().substr(folder.size() + 1) + Suffix(entry->path()));
+    if (error) ADD_FAILURE() << "cannot list " << folder << ": " << error.message();
+    return Joined(names);
+}
+
+long OpenDescriptors() {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+}
 
 TempDir::TempDir() {
     char const* const base = getenv("TMPDIR");
@@ -46,10 +100,35 @@ std::string TempDir::List() const {
     std::error_code error;
     for (fs::directory_iterator entry(path_, error), end; !error && entry != end; entry.increment(error))
         names.insert(entry->path().filename());
-    std::string text;
-    for (std::string const& name : names)
-        text += (text.empty() ? "" : " ") + name;
+    return Joined(names);
+}
+
+std::string TempDir::Masked(std::string text) const {
+    for (std::size_t at = 0; (at = text.find(path_, at)) != std::string::npos; ++at)
+        text.replace(at, path_.size(), "@");
     return text;
+}
+
+void TempDir::Make(std::string const& words, std::string const& folder) const {
+    std::istringstream stream(words);
+    std::error_code error;
+    fs::create_directories(*this / folder, error);
+    for (std::string word; stream >> word;) {
+        std::size_t const arrow = word.find('>');
+        char const kind = arrow != std::string::npos ? '>' : word.back();
+        std::string const path =
+            folder + "/" + word.substr(0, kind == '>' ? arrow : word.find_last_not_of("/|*") + 1);
+        if (kind == '>')
+            fs::create_symlink(word.substr(arrow + 1), *this / path, error);
+        else if (kind == '/')
+            fs::create_directories(*this / path, error);
+        else if (kind == '|')
+            mkfifo((*this / path).c_str(), 0600);
+        else
+            Write(path, word);
+        if (kind == '*') fs::permissions(*this / path, fs::perms(0755), error);
+        if (error) ADD_FAILURE() << "cannot make " << word << ": " << error.message();
+    }
 }
 
 std::string ReadWholeFile(std::string const& path) {

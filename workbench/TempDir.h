@@ -5,6 +5,13 @@
 #include <string>
 #include <string_view>
 
+// All that is below a folder, in the words of TempDir::Make(), sorted; nodes of devices and sockets with
+// type, mode and numbers: "tty(c666,5:0)".
+std::string ListTree(std::string const& folder);
+
+// How many descriptors the process has open.
+long OpenDescriptors();
+
 class TempDir {
 public:
     TempDir();
@@ -25,8 +32,19 @@ public:
 
     bool Exists(std::string_view name) const;
 
+    // Makes what the words name: "a/" a directory and what is missing above it, "a>b" a link to "b", "a|" a
+    // FIFO, "a*" a program, and any other word a file; files hold their own word. All lies in `folder`, which
+    // is made if it is missing.
+    void Make(std::string const& words, std::string const& folder = ".") const;
+
     // Names in it, sorted, separated by blanks.
     std::string List() const;
+
+    // All that is in it, or below a name in it, as ListTree() has it.
+    std::string Tree(std::string_view below = ".") const { return ListTree(*this / below); }
+
+    // The text with @ for each mention of the folder.
+    std::string Masked(std::string text) const;
 
 private:
     std::string path_;
