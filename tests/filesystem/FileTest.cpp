@@ -1,59 +1,34 @@
 #include "zeb/filesystem/File.h"
-#include "workbench/Calls.h"
-#include "workbench/Heap.h"
-#include "workbench/LogCapture.h"
-#include "workbench/Namespace.h"
-#include "workbench/TempDir.h"
+#include "tests/filesystem/Paths.h"
 #include "zeb/core/TimeStamp.h"
-
-#include <fcntl.h>
-#include <filesystem>
-#include <list>
-#include <sstream>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
+#include "zeb/filesystem/Symlink.h"
 
 namespace {
 
 using FileSystem::File;
-namespace fs = std::filesystem;
+using FileSystem::Symlink;
 
-struct FileTest : testing::Test {
-    TempDir dir;
-    LogCapture log;
-    std::string const file = dir.Write("file", "text"), absent = dir / "absent";
+struct FileTest : PathTest {};
 
-    CString At(std::string const& name) { return CString((paths.emplace_back(dir / name)).c_str()); }
-    std::list<std::string> paths;
-};
-
-// What a path is, in letters.
+// What a path is, in letters, and its kind, of a link what it leads to and its own.
 std::string Is(CString const& path) {
-    std::pair<char, bool (*)(CString const&)> const questions[] = {
-        {'r', &File::IsReadable},  {'w', &File::IsWritable}, {'x', &File::IsExecutable},      {'e', &File::Exists},
-        {'d', &File::IsDirectory}, {'f', &File::IsRegular},  {'c', &File::IsCharacterDevice}, {'b', &File::IsBlockDevice},
-        {'s', &File::IsSocket},    {'l', &File::IsSymlink}};
+    bool (*const questions[])(CString const&) = {
+        &File::IsReadable, &File::IsWritable,        &File::IsExecutable,  &File::Exists,   &File::IsDirectory,
+        &File::IsRegular,  &File::IsCharacterDevice, &File::IsBlockDevice, &File::IsSocket, &File::IsSymlink};
     std::string letters;
-    for (auto const& [letter, ask] : questions)
-        if (ask(path)) letters += letter;
-    File::Attributes kind{}, own{};
-    if (File::GetAttrs(path, kind)) letters += std::to_string(kind);
+    for (unsigned i = 0; i < 10; ++i)
+        if (questions[i](path)) letters += "rwxedfcbsl"[i];
+    File::Attributes followed{}, own{};
+    if (File::GetAttrs(path, followed)) letters += std::to_string(followed);
     return File::GetLAttrs(path, own) ? letters + std::to_string(own) : letters;
 }
 
 TEST_F(FileTest, TellsWhatAPathIs) {
     ZEB_NEED_ROOT();
-    dir.Write("program", "");
-    fs::permissions(dir / "program", fs::perms(0755));
-    fs::create_directory(dir / "folder");
-    fs::create_symlink("absent", dir / "dangling");
-    fs::create_symlink("file", dir / "link");
-    fs::create_symlink("folder", dir / "way");
-    fs::create_symlink("loop", dir / "loop");
-    mknod((dir / "disk").c_str(), S_IFBLK | 0600, makedev(7, 99));
-    mknod((dir / "tty").c_str(), S_IFCHR | 0600, makedev(5, 0));
-    mknod((dir / "socket").c_str(), S_IFSOCK | 0600, 0);
-    mknod((dir / "fifo").c_str(), S_IFIFO | 0400, 0);
+    dir.Make("file program* folder/ dangling>absent link>file way>folder loop>loop fifo|");
+    mknod(At("disk").Cstr(), S_IFBLK | 0600, makedev(7, 99));
+    mknod(At("tty").Cstr(), S_IFCHR | 0600, makedev(5, 0));
+    mknod(At("socket").Cstr(), S_IFSOCK | 0600, 0);
     std::istringstream rows("file rwef11 program rwxef11 folder rwxed22 dangling l4 link rwefl14 way rwxedl24 loop l4 "
                             "disk rweb00 tty rwec00 socket rwes00 fifo rwe00");
     for (std::string name, letters; rows >> name >> letters;) EXPECT_EQ(Is(At(name)), letters) << name;
@@ -63,113 +38,101 @@ TEST_F(FileTest, TellsWhatAPathIs) {
 TEST_F(FileTest, TellsSizeTimeAndExistence) {
     unsigned long long size = 7;
     Time::Stamp time(1);
+    CString const file(texts.emplace_back(dir.Write("file", "text")).c_str());
     timespec const times[] = {{}, {784111777, 250000000}};
-    EXPECT_EQ(utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
-    EXPECT_FALSE(File::GetSize(absent.c_str(), size) || File::GetLastModified(absent.c_str(), time));
+    EXPECT_FALSE(utimensat(0, file.Cstr(), times, 0) || File::GetSize("", size) || File::GetLastModified("", time));
     EXPECT_TRUE(size == 7 && time == Time::Stamp(1));
-    EXPECT_TRUE(File::GetSize(file.c_str(), size) && File::GetLastModified(file.c_str(), time));
-    EXPECT_EQ(size, 4u);
-    EXPECT_EQ(time.AsMicroseconds(), 784111777250000);
-    for (auto const& [failure, told] :
-         std::map<int, std::string>{{ENOENT, "0"}, {EOVERFLOW, "1"}, {EACCES, "?"}, {ENOTDIR, "?"}, {0, "?"}}) {
+    EXPECT_TRUE(File::GetSize(file, size) && File::GetLastModified(file, time));
+    EXPECT_TRUE(size == 4 && time.AsMicroseconds() == 784111777250000);
+    // A failure without an errno is none to GetAttrs().
+    std::pair<int, std::string> const rows[] = {{ENOENT, "0"}, {EOVERFLOW, "1"}, {EACCES, "?"}, {ENOTDIR, "?"}, {0, "?"}};
+    for (auto const& [failure, told] : rows) {
         Calls calls;
-        calls.Script(SysCall::stat, {Calls::Fail(failure)});
-        bool exists = false;
-        std::string const answer = File::CheckExistence(file.c_str(), exists) ? std::to_string(exists) : "?";
-        EXPECT_EQ(answer, told) << failure;
-    }
-    bool exists = false;
-    EXPECT_TRUE(File::CheckExistence(file.c_str(), exists) && exists);
-    // A failure without an errno is none.
-    for (int const failure : {0, EIO}) {
-        Calls calls;
-        calls.Script(SysCall::stat, {Calls::Fail(failure)});
+        calls.Script(SysCall::stat, {Calls::Fail(failure)}, 2);
         calls.Script(SysCall::lstat, {Calls::Fail(failure)});
-        File::Attributes followed = File::SYMLINK, own = File::SYMLINK;
-        int first = -1, second = -1;
-        EXPECT_EQ(File::GetAttrs(file.c_str(), followed, &first), failure == 0);
-        EXPECT_EQ(File::GetLAttrs(file.c_str(), own, &second), failure == 0);
-        EXPECT_EQ(std::tuple(followed, own, first, second),
-                  std::tuple(failure ? File::SYMLINK : File::OTHER, failure ? File::SYMLINK : File::OTHER, failure, failure));
+        bool exists = told != "1";
+        EXPECT_EQ(File::CheckExistence(file, exists) ? std::to_string(exists) : "?", told) << failure;
+        for (auto const get : {&File::GetAttrs, &File::GetLAttrs}) {
+            File::Attributes kind = File::SYMLINK;
+            int error = -1;
+            EXPECT_TRUE(get(file, kind, &error) == (failure == 0) && error == failure);
+            EXPECT_EQ(kind, failure == 0 ? File::OTHER : File::SYMLINK);
+        }
     }
 }
 
 TEST_F(FileTest, ChangesNamesModesAndLinks) {
     int error = -1;
-    EXPECT_TRUE(File::Link(file.c_str(), At("hard"), &error) && File::Symlink("file", At("soft"), &error));
-    EXPECT_TRUE(error == 0 && File::SetMode(At("hard"), 0640) && File::Rename(At("hard"), At("moved")));
-    EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
-    EXPECT_EQ(fs::read_symlink(dir / "soft"), "file");
-    EXPECT_TRUE(File::Delete(At("soft"), &error) && error == 0);
-    EXPECT_EQ(dir.List(), "file moved");
+    auto const fails = [&](bool isDone, int expected) { EXPECT_TRUE(!isDone && error == expected) << error; };
+    dir.Make("file");
+    EXPECT_TRUE(File::Link(At("file"), At("hard"), &error) && File::Symlink("file", At("soft"), &error) && error == 0);
+    EXPECT_TRUE(File::SetMode(At("hard"), 0640) && File::Rename(At("hard"), At("moved")) && ModeOf("file") == 0640);
+    EXPECT_EQ(dir.Tree(), "file moved soft>file");
     File object(At("moved"));
-    EXPECT_TRUE(object.Rename(At("last")) && object.DoDelete());
+    EXPECT_TRUE(File::Delete(At("soft"), &error) && error == 0 && object.Rename(At("last")) && object.DoDelete());
     EXPECT_FALSE(object.DoDelete() || object.Rename(At("again")) || File::SetMode(At("last"), 0600));
     EXPECT_EQ(object.Path(), At("last"));
-    EXPECT_TRUE(!File::Delete(At("last"), &error) && error == ENOENT);
-    EXPECT_TRUE(!File::Link(file.c_str(), file.c_str(), &error) && error == EEXIST);
-    EXPECT_TRUE(!File::Symlink("", At("x"), &error) && error == ENOENT);
-    EXPECT_TRUE(!File::Delete(dir.Path().c_str(), &error) && error == EISDIR);
-    EXPECT_EQ(dir.List() + dir.Read("file"), "filetext");
-    EXPECT_EQ(log.Take(), LogCapture::LinesT());
-}
-
-TEST_F(FileTest, GivesThePartsOfItsPath) {
-    std::istringstream rows("/a/b /a b 1 /a / a 1 a - a 0 a/ a - 0 / / - 1 a//b a/ b 0 ../x .. x 0");
-    bool isAbsolute;
-    for (std::string path, folder, base; rows >> path >> folder >> base >> isAbsolute;) {
-        File const object(path.c_str());
-        String parts[2];
-        EXPECT_TRUE(object.GetDirectoryName(parts[0]) && object.GetBaseName(parts[1]));
-        EXPECT_EQ(parts[0].Empty() ? "-" : parts[0].Cstr(), folder) << path;
-        EXPECT_EQ(parts[1].Empty() ? "-" : parts[1].Cstr(), base) << path;
-        EXPECT_EQ(object.IsAbsolute(), isAbsolute) << path;
+    fails(File::Delete(At("last"), &error), ENOENT);
+    fails(File::Delete(At("."), &error), EISDIR);
+    fails(File::Link(At("file"), At("file"), &error), EEXIST);
+    fails(File::Symlink("", "x", &error), ENOENT);
+    EXPECT_EQ(dir.Tree() + Logged(), "file");
+    for (unsigned const size : {1, 127, 128, 129, 255, 256, 1000, 4095}) {
+        std::string const target(size, 't');
+        Symlink link(At("link"));
+        String text;
+        EXPECT_TRUE(link.Create(target.c_str()) && link.GetFile(text) && text == CString(target.c_str()));
+        fails(Symlink::Create("x", At("link"), &error), EEXIST);
+        EXPECT_TRUE(Symlink::GetFile(At("link"), text, &error) && error == 0 && link.DoDelete());
+        fails(Symlink::GetFile(At("link"), text, &error), ENOENT);
+        EXPECT_EQ(text.Size(), size);
     }
-    EXPECT_FALSE(File("").IsAbsolute());
 }
 
 std::string Canonical(std::string const& path, bool noDisk) {
     String out;
-    EXPECT_TRUE(out.Assign("as it was"));
     int error = -1;
-    bool const isDone = File::GetCanonicalPath(path.c_str(), out, noDisk, &error);
+    bool const isDone = out.Assign("as it was") && File::GetCanonicalPath(path.c_str(), out, noDisk, &error);
     EXPECT_EQ(isDone, error == 0);
     return isDone || out != "as it was" ? out.Cstr() : std::to_string(error);
 }
 
-TEST_F(FileTest, MakesPathsCanonical) {
-    std::istringstream rows("/a/./b//c/../d/ /a/b/d / / // / /. / /./ / /a/.. / /a/../ / /a/b/../.. / /a..b/.../..c/d.. "
-                            "/a..b/.../..c/d.. ///a///b/// /a/b /abc/../de /de /.a/.. / /a/b/c/../../x/./../y /a/y /a/b/. /a/b");
-    for (std::string path, expected; rows >> path >> expected;) EXPECT_EQ(Canonical(path, true), expected) << path;
-    for (char const* const path : {"", "/..", "/../a", "/a/../..", "/a/../../a", "//.."})
-        EXPECT_EQ(Canonical(path, true), std::to_string(EINVAL)) << path;
-    std::string const here = fs::current_path(), parent = fs::current_path().parent_path();
-    for (auto const& [path, expected] :
-         std::map<std::string, std::string>{{".", here}, {"a/../b", here + "/b"}, {"..", parent}, {"../a", parent + "/a"}})
-        EXPECT_EQ(Canonical(path, true), expected);
-    Calls calls;
-    calls.Script(SysCall::getcwd, {Calls::Real(), Calls::Fail(EACCES)});
-    EXPECT_EQ(Canonical("a", true), std::to_string(EACCES));
+TEST_F(FileTest, TakesPathsApartAndMakesThemCanonical) {
+    // path, folder, base name, canonical; - is nothing
+    std::istringstream rows(
+        "/a/./b//c/../d/ /a/./b//c/../d - /a/b/d / / - / // / - / /. / . / /./ /. - / /a/.. /a .. / "
+        "/a/b/../.. /a/b/.. .. / /a..b/.../..c/d.. /a..b/.../..c d.. /a..b/.../..c/d.. ///a///b/// ///a///b// - "
+        "/a/b /abc/../de /abc/.. de /de /.a/.. /.a .. / /a/b/c/../../x/./../y /a/b/c/../../x/./.. y /a/y "
+        "/a/b/. /a/b . /a/b /a / a /a /.. / .. 22 /../a /.. a 22 /a/../.. /a/.. .. 22 /a/../../a /a/../.. a 22");
+    for (std::string path, folder, base, canonical; rows >> path >> folder >> base >> canonical;) {
+        String parts[2];
+        File const object(path.c_str());
+        EXPECT_TRUE(object.GetDirectoryName(parts[0]) && object.GetBaseName(parts[1]) && object.IsAbsolute());
+        EXPECT_EQ(parts[0].Cstr(), folder) << path;
+        EXPECT_EQ(parts[1].Empty() ? "-" : parts[1].Cstr(), base) << path;
+        EXPECT_EQ(Canonical(path, true), canonical) << path;
+    }
+    String parts[2];
+    File const object("a");
+    EXPECT_TRUE(!object.IsAbsolute() && object.GetDirectoryName(parts[0]) && parts[0].Empty());
+    EXPECT_TRUE(object.GetBaseName(parts[1]) && parts[1] == "a");
+    EXPECT_EQ(Canonical("", true) + Canonical("", false) + Canonical(dir / "absent", false), "2222");
     // On the disk links are followed.
-    fs::create_directories(dir / "d/e");
-    fs::create_symlink("d/e", dir / "way");
+    dir.Make("d/e/ way>d/e");
     std::string const real = fs::canonical(dir.Path());
     EXPECT_EQ(Canonical(dir / "way/../e//.", false), real + "/d/e");
-    EXPECT_EQ(Canonical(absent, false) + Canonical("", false), std::to_string(ENOENT) + std::to_string(ENOENT));
-    String own;
-    EXPECT_TRUE(File(At("way")).GetCanonicalPath(own) && own == CString((real + "/d/e").c_str()));
 }
 
 TEST_F(FileTest, AWorkingDirectoryMayBeDeeperThanAnyBuffer) {
-    fs::path const before = fs::current_path();
+    fs::path const outside = fs::current_path();
     std::string const name(200, 'n');
-    fs::current_path(dir.Path());
-    std::string expected = fs::current_path();
-    for (int i = 0; i < 3; ++i, expected += "/" + name) {
-        fs::create_directory(name);
-        fs::current_path(name);
-    }
-    EXPECT_EQ(Canonical("./x", true), expected + "/x");
+    dir.Make("", name + "/" + name + "/" + name);
+    fs::current_path(dir / (name + "/" + name + "/" + name));
+    std::string const here = fs::current_path();
+    EXPECT_EQ(Canonical("./x/", true) + Canonical("../" + name, true), here + "/x" + here);
+    Calls calls;
+    Script(calls, SysCall::getcwd, 1, Calls::Fail(EACCES));
+    EXPECT_EQ(Canonical("a", true), std::to_string(EACCES));
     ForEveryAllocation([&](Heap& heap) {
         for (bool const noDisk : {true, false}) {
             String out;
@@ -177,65 +140,53 @@ TEST_F(FileTest, AWorkingDirectoryMayBeDeeperThanAnyBuffer) {
             heap.Arm();
             bool const isDone = File::GetCanonicalPath(".", out, noDisk, &error);
             heap.Disarm();
-            EXPECT_EQ(out.Cstr(), isDone ? expected : "");
-            EXPECT_EQ(error, isDone ? 0 : ENOMEM);
+            EXPECT_EQ(out.Cstr() + std::to_string(error), isDone ? here + "0" : std::to_string(ENOMEM));
         }
     });
-    fs::current_path(before);
+    fs::current_path(outside);
 }
 
 TEST_F(FileTest, CopiesBytesAndLeavesProgramsToExecuteOnly) {
     std::string const large(200001, 'x');
-    for (auto const& [mode, kept, copied] :
-         {std::tuple{0644, 0600, 0600}, {0755, 0600, 0111}, {0644, 0, 0644}, {0755, 0, 0111}}) {
-        umask(022);
-        dir.Write("file", large);
-        fs::permissions(file, fs::perms(mode));
-        fs::remove(dir / "to");
-        if (kept) fs::permissions(dir.Write("to", std::string(300000, 'y')), fs::perms(kept));
-        EXPECT_TRUE(File::Copy(file.c_str(), At("to")));
-        EXPECT_TRUE(dir.Read("to") == large);
-        EXPECT_EQ(fs::status(dir / "to").permissions(), fs::perms(copied));
+    std::tuple<unsigned, unsigned, unsigned> const modes[] = {
+        {0644, 0600, 0600}, {0755, 0600, 0111}, {0644, 0, 0644}, {0755, 0, 0111}};
+    for (auto const& [mode, kept, copied] : modes) {
+        Remove({"to"});
+        EXPECT_TRUE(File::SetMode(dir.Write("file", large).c_str(), mode));
+        EXPECT_TRUE(kept == 0 || File::SetMode(dir.Write("to", large + large).c_str(), kept));
+        EXPECT_TRUE(File::Copy(At("file"), At("to")) && dir.Read("to") == large && ModeOf("to") == copied);
     }
-    fs::create_symlink("file", dir / "same");
-    EXPECT_TRUE(File::Copy(file.c_str(), At("same")) && File::Copy(At("same"), file.c_str()));
-    EXPECT_EQ(dir.Read("same").size(), large.size());
-}
-
-TEST_F(FileTest, ACopyThatFailsSaysSoAndLeavesNothingOpen) {
-    auto const descriptors = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
-    auto before = descriptors();
-    for (auto const& [call, failure, skipped] : {std::tuple{SysCall::open, EACCES, 0UL},
-                                                 {SysCall::open, EACCES, 1UL},
-                                                 {SysCall::read, EIO, 0UL},
-                                                 {SysCall::write, ENOSPC, 0UL},
-                                                 {SysCall::ftruncate, EPERM, 0UL},
-                                                 {SysCall::close, EIO, 0UL},
-                                                 {SysCall::close, EIO, 1UL}}) {
+    dir.Make("same>file");
+    EXPECT_TRUE(File::Copy(At("file"), At("same")) && File::Copy(At("same"), At("file")) && dir.Read("same") == large);
+    long open = OpenDescriptors();
+    std::tuple<SysCall, int, unsigned long> const rows[] = {
+        {SysCall::open, EACCES, 0},  {SysCall::open, EACCES, 1},     {SysCall::read, EIO, 0},  {SysCall::write, ENOSPC, 0},
+        {SysCall::write, ENOSPC, 1}, {SysCall::ftruncate, EPERM, 0}, {SysCall::close, EIO, 0}, {SysCall::close, EIO, 1}};
+    for (auto const& [call, failure, skipped] : rows) {
         Calls calls;
-        if (skipped) calls.Script(call, {Calls::Real()}, skipped);
-        calls.Script(call, {Calls::Fail(failure)});
-        EXPECT_FALSE(File::Copy(file.c_str(), At("to")));
-        EXPECT_EQ(descriptors(), before += call == SysCall::close); // the close that was not done
+        Script(calls, call, skipped, Calls::Fail(failure));
+        EXPECT_FALSE(File::Copy(At("file"), At("to")));
+        EXPECT_EQ(OpenDescriptors(), open += call == SysCall::close); // the one that was not closed
         EXPECT_EQ(log.Take().size(), 1u);
     }
-    EXPECT_FALSE(File::Copy(absent.c_str(), At("new")) || dir.Exists("new"));
+    EXPECT_FALSE(File::Copy(At("absent"), At("new")) || dir.Exists("new"));
 }
 
 TEST_F(FileTest, WithoutMemoryAnObjectIsNotInitialized) {
     ForEveryAllocation([&](Heap& heap) {
-        String name, folder, canonical;
+        dir.Make("file link>" + std::string(200, 't'));
+        String parts[4];
         heap.Arm();
-        File object(file.c_str());
-        bool const isNamed = object.GetBaseName(name), isFound = object.GetDirectoryName(folder);
-        bool const isCanonical = object.GetCanonicalPath(canonical), isMoved = object.Rename(At("moved"));
+        File object(At("file"));
+        Symlink link(At("link"));
+        bool const isDone[] = {object.GetBaseName(parts[0]), object.GetDirectoryName(parts[1]), object.GetCanonicalPath(parts[2]),
+                               link.GetFile(parts[3]), object.Rename(At("moved"))};
         heap.Disarm();
-        EXPECT_EQ(isNamed && isFound && isCanonical && isMoved, !heap.Fired());
-        EXPECT_EQ(isNamed ? "file" : "", std::string(name.Cstr()));
-        EXPECT_EQ(object.Initialized(), !object.Path().Empty());
-        EXPECT_EQ(dir.List(), isMoved ? "moved" : "file");
-        EXPECT_TRUE(object.Initialized() || !object.DoDelete());
-        if (isMoved) fs::rename(dir / "moved", file);
+        EXPECT_EQ(std::count(isDone, isDone + 5, true) == 5, !heap.Fired());
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(parts[i].Empty(), !isDone[i]);
+        EXPECT_TRUE(object.Initialized() == !object.Path().Empty() && dir.Exists("moved") == isDone[4]);
+        EXPECT_TRUE(object.DoDelete() == object.Initialized() && (link.Initialized() || !link.Create("x")));
+        Remove({"file", "moved", "link"});
     });
 }
 

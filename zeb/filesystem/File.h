@@ -36,6 +36,10 @@ public:
     enum Attributes : unsigned { OTHER = 0, REGULAR = 1, DIRECTORY = 2, SYMLINK = 4 };
 
     explicit File(CString const& path) { initialized_ = path_.Assign(path); }
+    // Takes the path over, which cannot fail.
+    explicit File(String&& path)
+        : initialized_(true)
+        , path_(std::move(path)) {}
     virtual ~File() = default;
     File(File const&) = delete;
     File& operator=(File const&) = delete;
