@@ -11,7 +11,6 @@
 #include "zeb/util/Whirlpool.h"
 
 #include <benchmark/benchmark.h>
-#include <functional>
 #include <openssl/core_names.h>
 #include <openssl/evp.h>
 #include <openssl/provider.h>
@@ -34,9 +33,9 @@ namespace {
 
 constexpr unsigned long SIZES[] = {64, 1024, 65536};
 
-// Runs over a text of so many bytes.
-void Add(std::string const& algorithm, char const* who, unsigned long size,
-         std::function<void(unsigned char const* data, unsigned long size)> const& run) {
+// Calls run(data, size) over a text of so many bytes.
+template<class RunT>
+void Add(std::string const& algorithm, char const* who, unsigned long size, RunT const& run) {
     std::string const name = algorithm + "/" + std::to_string(size) + "/" + who;
     benchmark::RegisterBenchmark(name.c_str(), [run, size](benchmark::State& state) {
         std::string data(size, ' ');

@@ -1,60 +1,49 @@
 #include "zeb/util/CRC16.h"
 
-#include "zeb/util/BlockDigestImpl.h"
-
 namespace Util {
 
 namespace {
 
-constexpr uint32_t TOP_BIT = 0x80000000;
+using LanesT_ = uint32_t __attribute__((vector_size(16)));
 
-constexpr uint32_t Folded_(uint64_t sum) {
-    while (sum > 0xFFFF)
-        sum = (sum & 0xFFFF) + (sum >> 16);
-    return static_cast<uint32_t>(sum);
-}
+constexpr unsigned long BLOCKS_MAX = 32768; // 65,536 halves of 16 bits for each lane
 
-// A byte as one half of a word in memory.
-uint32_t Half_(unsigned char byte, bool isSecond) {
-    bool const isLow = (std::endian::native == std::endian::little) != isSecond;
-    return static_cast<uint32_t>(byte) << (isLow ? 0 : 8);
+// The sum of two vectors a block. A lane of `all` is the sum of words modulo 2^32, one of `high` that of
+// their upper halves; so the difference is that of their lower halves, which has room in 32 bits.
+uint64_t SumOfBlocks_(unsigned char const* at, unsigned long count) {
+    LanesT_ all[2] = {}, high[2] = {}, first, second;
+    for (; count != 0; --count, at += sizeof all) {
+        memcpy(&first, at, sizeof first);
+        memcpy(&second, at + sizeof first, sizeof second);
+        all[0] += first;
+        all[1] += second;
+        high[0] += first >> 16;
+        high[1] += second >> 16;
+    }
+    LanesT_ const upper = high[0] + high[1], lower = all[0] + all[1] - (upper << 16);
+    uint64_t sum = 0;
+    for (unsigned lane = 0; lane < 4; ++lane)
+        sum += uint64_t{upper[lane]} + lower[lane];
+    return sum;
 }
 
 } // namespace
 
-void CRC16::AddWord_(uint32_t word) {
-    sum_ += word;
-    if ((sum_ & TOP_BIT) != 0) sum_ = Folded_(sum_);
-}
-
-void CRC16::Update(void const* data, unsigned long size) {
-    auto const* at = static_cast<unsigned char const*>(data);
+void CRC16::UpdateLong_(void const* data, unsigned long size) {
     if (size == 0) return;
+    auto const* at = static_cast<unsigned char const*>(data);
+    uint64_t sum = sum_;
     if (odd_) {
-        AddWord_(Half_(*at++, true));
-        odd_ = false;
+        sum += static_cast<uint64_t>(*at++) << (IS_LITTLE_ ? 8 : 0);
         --size;
     }
-    // A sum of 32-bit halves folds to the same 16 bits, and 2^32 of them fit into 64 bits.
-    uint64_t low = 0, high = 0, word;
-    for (; size >= 8; size -= 8, at += 8) {
-        memcpy(&word, at, sizeof word);
-        low += word & 0xFFFFFFFF;
-        high += word >> 32;
+    for (unsigned long count; (count = size / BLOCK_SIZE_) != 0;) {
+        if (count > BLOCKS_MAX) count = BLOCKS_MAX;
+        sum = Sum_(sum, SumOfBlocks_(at, count));
+        at += count * BLOCK_SIZE_;
+        size -= count * BLOCK_SIZE_;
     }
-    AddWord_(Folded_(low));
-    AddWord_(Folded_(high));
-    for (; size >= 2; size -= 2, at += 2)
-        AddWord_(Half_(at[0], false) + Half_(at[1], true));
-    if (size != 0) {
-        AddWord_(Half_(*at, false));
-        odd_ = true;
-    }
-}
-
-unsigned short CRC16::Digest() const {
-    auto const inverse = static_cast<uint16_t>(~Folded_(sum_));
-    return __builtin_bswap16(inverse);
+    End_(sum, at, size);
 }
 
 } // namespace Util
