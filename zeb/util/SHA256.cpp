@@ -1,10 +1,13 @@
 #include "zeb/util/SHA256.h"
 
-#include "zeb/util/BlockDigestImpl.h"
+#include "zeb/util/LanesImpl.h"
 
 namespace Util {
 
 namespace {
+
+constexpr unsigned ROUNDS = 64;
+constexpr unsigned GROUPS = ROUNDS / LANES, GROUPS_AHEAD = 4;
 
 // Of the cube roots of the first 64 primes, the first 32 bits behind the point.
 constexpr uint32_t ADDED[64] = {
@@ -22,8 +25,50 @@ constexpr uint32_t ADDED[64] = {
 uint32_t Turned_(uint32_t x, int first, int second, int third) {
     return std::rotr(x ^ std::rotr(x ^ std::rotr(x, third - second), second - first), first);
 }
-uint32_t Low_(uint32_t x) { return std::rotr(x ^ std::rotr(x, 11), 7) ^ x >> 3; }
-uint32_t High_(uint32_t x) { return std::rotr(x ^ std::rotr(x, 2), 17) ^ x >> 10; }
+// Turned by 7 and by 18, and shifted by 3.
+LanesT Low_(LanesT words) {
+    LanesT const right = words >> 3, left = words << 14;
+    return right ^ right >> 4 ^ right >> 15 ^ left ^ left << 11;
+}
+
+// Of words that stand twice in a pair: turned by 17 and by 19, and shifted by 10. What counts is the lower
+// half of a pair, which gets from the upper one what the turns push out of it.
+LanesT High_(LanesT pairs) {
+    auto const wide = reinterpret_cast<PairsT>(pairs);
+    return reinterpret_cast<LanesT>(wide >> 17 ^ wide >> 19) ^ pairs >> 10;
+}
+
+// Of the words of a block, and of those made out of them, four at a time.
+struct Schedule_ {
+    LanesT groups[GROUPS];
+    ScheduledWords<ROUNDS> added; // with the constants of the rounds
+
+    template<unsigned I>
+    [[gnu::always_inline]] void Make(unsigned char const* block) {
+        LanesT& group = groups[I];
+        if constexpr (I < 4)
+            group = LoadLanes(block + sizeof group * I);
+        else
+            Mix<I>(group);
+        LanesT constants;
+        memcpy(&constants, ADDED + LANES * I, sizeof constants);
+        added.Set<I>(group + constants);
+    }
+
+    // A word is made of those 16, 15, 7 and 2 ahead of it: the upper two need the lower two.
+    template<unsigned I>
+    [[gnu::always_inline]] void Mix(LanesT& group) {
+        constexpr LanesT NONE = {};
+        constexpr int LOW = std::endian::native == std::endian::little ? 0 : 1; // the lower half of a pair
+        LanesT const& last = groups[I - 1];
+        group = groups[I - 4] + __builtin_shufflevector(groups[I - 2], last, 1, 2, 3, 4) +
+                Low_(__builtin_shufflevector(groups[I - 4], groups[I - 3], 1, 2, 3, 4));
+        LanesT high = High_(__builtin_shufflevector(last, last, 2, 2, 3, 3));
+        group += __builtin_shufflevector(high, NONE, LOW, LOW + 2, 4, 4);
+        high = High_(__builtin_shufflevector(group, group, 0, 0, 1, 1));
+        group += __builtin_shufflevector(NONE, high, 0, 0, LOW + 4, LOW + 6);
+    }
+};
 
 } // namespace
 
@@ -32,19 +77,18 @@ uint32_t const SHA256Rules::START[WORDS] = {0x6A09E667, 0xBB67AE85, 0x3C6EF372, 
 
 void SHA256Rules::Absorb(uint32_t (&state)[WORDS], unsigned char const* blocks, unsigned long count) {
     for (; count != 0; --count, blocks += 64) {
-        uint32_t w[16]; // the last 16 words of the schedule
-        LoadWords<ORDER>(w, blocks);
+        Schedule_ schedule;
+        Unrolled<GROUPS_AHEAD>([&](auto i) __attribute__((always_inline)) { schedule.Make<i>(blocks); });
         uint32_t s[WORDS];
         memcpy(s, state, sizeof s);
         uint32_t differs = s[1] ^ s[2]; // b and c
-        Unrolled<64>([&](auto step) __attribute__((always_inline)) {
-            constexpr unsigned I = step;
+        Unrolled<ROUNDS>([&](auto step) __attribute__((always_inline)) {
+            constexpr unsigned I = step, AHEAD = I / LANES + GROUPS_AHEAD;
+            if constexpr (I % LANES == 0 && AHEAD < GROUPS) schedule.Make<AHEAD>(blocks);
             uint32_t const a = s[(64 - I) % 8], b = s[(65 - I) % 8];
             uint32_t const e = s[(68 - I) % 8], f = s[(69 - I) % 8], g = s[(70 - I) % 8];
             uint32_t &d = s[(67 - I) % 8], &h = s[(71 - I) % 8];
-            uint32_t& word = w[I % 16];
-            if constexpr (I >= 16) word += Low_(w[(I + 1) % 16]) + w[(I + 9) % 16] + High_(w[(I + 14) % 16]);
-            h += word + ADDED[I];
+            h += schedule.added.Get<I>();
             h += g ^ (e & (f ^ g));
             h += Turned_(e, 6, 11, 25);
             d += h;
