@@ -50,15 +50,25 @@ struct Tables_ {
 
 constexpr Tables_ TABLES;
 
+// Left to itself the compiler goes by sums rather than by words, and shifts each word anew for each byte of
+// it: it has to have the value here.
+inline void Settle_(uint64_t& value) { asm("" : "+r"(value)); }
+
 // One round but for the addition of a key.
 void Mix_(uint64_t (&rows)[8]) {
     uint64_t sums[8] = {};
     Unrolled<8>([&](auto row) __attribute__((always_inline)) {
         uint64_t word = rows[row];
-        Unrolled<8>([&](auto step) __attribute__((always_inline)) {
-            constexpr unsigned PLACE = 7 - step;
-            sums[(row + PLACE) % 8] ^= TABLES.rows[PLACE][word & 0xFF];
-            word >>= 8;
+        Unrolled<4>([&](auto step) __attribute__((always_inline)) {
+            constexpr unsigned PLACE = 7 - 2 * step;
+            uint64_t& lower = sums[(row + PLACE) % 8];
+            uint64_t& upper = sums[(row + PLACE - 1) % 8];
+            lower ^= TABLES.rows[PLACE][word & 0xFF];
+            upper ^= TABLES.rows[PLACE - 1][word >> 8 & 0xFF];
+            word >>= 16;
+            Settle_(lower);
+            Settle_(upper);
+            Settle_(word);
         });
     });
     memcpy(rows, sums, sizeof rows);
