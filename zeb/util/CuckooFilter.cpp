@@ -34,12 +34,6 @@ uint32_t Modulo_(uint32_t number, uint32_t count) {
     return (count & (count - 1)) == 0 ? number & (count - 1) : number % count;
 }
 
-uint32_t Alternate_(uint32_t count, uint32_t seed, uint32_t fingerprint, uint32_t bucket) {
-    uint32_t const m1 = MurmurHash::Digest(fingerprint, seed);
-    uint32_t const m2 = MurmurHash::Digest(fingerprint, m1);
-    return Modulo_(Modulo_(m1 + 900 * m2, count) ^ bucket, count);
-}
-
 } // namespace
 
 CuckooFilter::CuckooFilter(unsigned long capacity, unsigned long maxKicks) {
@@ -95,46 +89,58 @@ void CuckooFilter::SetSlot_(Header_ const& header, uint32_t bucket, uint32_t slo
     memcpy(Bytes() + sizeof header + index * SLOT_SIZE, &value, sizeof value);
 }
 
-bool CuckooFilter::Has_(Header_ const& header, uint32_t bucket, uint32_t fingerprint) const {
-    if (header.bucketSize == BUCKET_SIZE) {
-        constexpr uint64_t EACH = 0x0001000100010001;
-        uint64_t slots;
-        memcpy(&slots, Bytes() + sizeof header + uint64_t{bucket} * sizeof slots, sizeof slots);
-        slots ^= fingerprint * EACH; // is one of the four 0 now?
-        return ((slots - EACH) & ~slots & EACH << 15) != 0;
-    }
+// The other bucket of a fingerprint that may stand in this one.
+inline uint32_t CuckooFilter::Alternate_(Header_ const& header, uint32_t fingerprint, uint32_t bucket) {
+    uint32_t const m1 = MurmurHash::Digest(fingerprint, header.seed);
+    uint32_t const m2 = MurmurHash::Digest(fingerprint, m1);
+    return Modulo_(Modulo_(m1 + 900 * m2, header.bucketCount) ^ bucket, header.bucketCount);
+}
+
+inline bool CuckooFilter::Has_(Header_ const& header, uint32_t bucket, uint32_t fingerprint) const {
+    if (header.bucketSize != BUCKET_SIZE) return HasAny_(header, bucket, fingerprint);
+    constexpr uint64_t EACH = 0x0001000100010001;
+    uint64_t slots;
+    memcpy(&slots, Bytes() + sizeof header + uint64_t{bucket} * sizeof slots, sizeof slots);
+    slots ^= fingerprint * EACH; // is one of the four 0 now?
+    return ((slots - EACH) & ~slots & EACH << 15) != 0;
+}
+
+// Of a bucket of another size, which a loaded filter may have.
+bool CuckooFilter::HasAny_(Header_ const& header, uint32_t bucket, uint32_t fingerprint) const {
     for (uint32_t i = 0; i < header.bucketSize; ++i)
         if (Slot_(header, bucket, i) == fingerprint) return true;
     return false;
 }
 
-CuckooFilter::Found_ CuckooFilter::Lookup_(Header_ const& header, CBuffer const& item) const {
+inline CuckooFilter::Place_ CuckooFilter::PlaceOf_(Header_ const& header, CBuffer const& item) const {
     uint32_t const h1 = MurmurHash::Digest(item, header.seed);
     uint32_t const h2 = MurmurHash::Digest(item, h1);
-    Found_ result;
-    result.fingerprint =
+    Place_ place;
+    place.fingerprint =
         Modulo_(h1 + 1000 * h2, header.bucketCount) & header.fingerprintMask & FINGERPRINT_MASK;
-    if (result.fingerprint == 0) result.fingerprint = 1;
-    result.first = Modulo_(h1, header.bucketCount);
-    result.second = Alternate_(header.bucketCount, header.seed, result.fingerprint, result.first);
-    result.found =
-        Has_(header, result.first, result.fingerprint) || Has_(header, result.second, result.fingerprint);
-    return result;
+    if (place.fingerprint == 0) place.fingerprint = 1;
+    place.first = Modulo_(h1, header.bucketCount);
+    return place;
 }
 
 bool CuckooFilter::Contains(CBuffer const& item) const {
     Header_ header;
-    return GetHeader_(header) && Lookup_(header, item).found;
+    if (!GetHeader_(header)) return false;
+    Place_ const place = PlaceOf_(header, item);
+    if (Has_(header, place.first, place.fingerprint)) return true;
+    return Has_(header, Alternate_(header, place.fingerprint, place.first), place.fingerprint);
 }
 
 bool CuckooFilter::Add(CBuffer const& item) {
     Header_ header;
     if (!GetHeader_(header)) return false;
-    Found_ const place = Lookup_(header, item);
-    return place.found || Move_(header, place.fingerprint, place.first);
+    Place_ const place = PlaceOf_(header, item);
+    if (Has_(header, place.first, place.fingerprint)) return true;
+    uint32_t const second = Alternate_(header, place.fingerprint, place.first);
+    return Has_(header, second, place.fingerprint) || Move_(header, place.fingerprint, place.first, second);
 }
 
-bool CuckooFilter::Place_(Header_ const& header, uint32_t bucket, uint32_t fingerprint) {
+bool CuckooFilter::Put_(Header_ const& header, uint32_t bucket, uint32_t fingerprint) {
     for (uint32_t i = 0; i < header.bucketSize; ++i) {
         if (Slot_(header, bucket, i) != 0) continue;
         SetSlot_(header, bucket, i, fingerprint);
@@ -144,16 +150,16 @@ bool CuckooFilter::Place_(Header_ const& header, uint32_t bucket, uint32_t finge
 }
 
 // Puts the fingerprint into one of its two buckets, if need be in the place of another, which then moves on.
-bool CuckooFilter::Move_(Header_ const& header, uint32_t fingerprint, uint32_t bucket) {
+bool CuckooFilter::Move_(Header_ const& header, uint32_t fingerprint, uint32_t bucket, uint32_t other) {
     for (uint32_t kicks = 0;; ++kicks) {
-        uint32_t const other = Alternate_(header.bucketCount, header.seed, fingerprint, bucket);
-        if (Place_(header, bucket, fingerprint) || Place_(header, other, fingerprint)) return true;
+        if (Put_(header, bucket, fingerprint) || Put_(header, other, fingerprint)) return true;
         if (kicks == header.maxKicks) return false;
         if ((Random::GetAbs() & 1) != 0) bucket = other;
         uint32_t const slot = static_cast<uint32_t>(Random::GetAbs()) % header.bucketSize;
         uint32_t const victim = Slot_(header, bucket, slot);
         SetSlot_(header, bucket, slot, fingerprint);
         fingerprint = victim;
+        other = Alternate_(header, fingerprint, bucket);
     }
 }
 

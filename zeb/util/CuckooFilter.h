@@ -69,16 +69,17 @@ private:
     struct Header_ {
         uint32_t bucketCount, bucketSize, fingerprintMask, maxKicks, seed, zero;
     };
-    struct Found_ {
-        bool found;
-        uint32_t fingerprint, first, second;
+    struct Place_ {
+        uint32_t fingerprint, first; // the second bucket takes two hashes more, and is not always needed
     };
 
     bool GetHeader_(Header_& header) const;
-    Found_ Lookup_(Header_ const& header, CBuffer const& item) const;
+    Place_ PlaceOf_(Header_ const& header, CBuffer const& item) const;
+    static uint32_t Alternate_(Header_ const& header, uint32_t fingerprint, uint32_t bucket);
     bool Has_(Header_ const& header, uint32_t bucket, uint32_t fingerprint) const;
-    bool Place_(Header_ const& header, uint32_t bucket, uint32_t fingerprint);
-    bool Move_(Header_ const& header, uint32_t fingerprint, uint32_t bucket);
+    bool HasAny_(Header_ const& header, uint32_t bucket, uint32_t fingerprint) const;
+    bool Put_(Header_ const& header, uint32_t bucket, uint32_t fingerprint);
+    bool Move_(Header_ const& header, uint32_t fingerprint, uint32_t bucket, uint32_t other);
 
     uint16_t Slot_(Header_ const& header, uint32_t bucket, uint32_t slot) const;
     void SetSlot_(Header_ const& header, uint32_t bucket, uint32_t slot, uint32_t fingerprint);
