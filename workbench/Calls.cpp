@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <deque>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -37,7 +36,13 @@ char const* const NAMES[] = {
 struct Calls::State {
     ScopeT const scope;
     std::array<unsigned long, CALLS> counts{};
-    std::array<std::deque<Step>, CALLS> steps{};
+    // Steps that are taken stay until the end: a signal handler may take one, and must free nothing.
+    struct Script {
+        std::vector<Step> steps;
+        std::size_t taken = 0;
+        unsigned long Left() const { return steps.size() - taken; }
+    };
+    std::array<Script, CALLS> scripts{};
 };
 
 // The door between the wrapped functions and the scripts.
@@ -62,10 +67,8 @@ public:
             if (calls == nullptr) continue;
             Calls::State& state = *calls->state_;
             ++state.counts[index];
-            if (state.steps[index].empty()) continue;
-            StepT step = std::move(state.steps[index].front());
-            state.steps[index].pop_front();
-            return step;
+            auto& script = state.scripts[index];
+            if (script.Left() != 0) return std::move(script.steps[script.taken++]);
         }
         return {};
     }
@@ -114,8 +117,8 @@ Calls::~Calls() {
         if (state_->scope == ScopeT::THREAD) ofThread = outer_;
         if (state_->scope == ScopeT::PROCESS) ofProcess.store(outer_, std::memory_order_release);
         for (std::size_t i = 0; i < CALLS; ++i)
-            if (!state_->steps[i].empty())
-                left += std::string(" ") + NAMES[i] + " x " + std::to_string(state_->steps[i].size());
+            if (unsigned long const count = state_->scripts[i].Left(); count != 0)
+                left += std::string(" ") + NAMES[i] + " x " + std::to_string(count);
         delete state_;
     }
     if (!left.empty()) ADD_FAILURE() << "calls that were scripted and not made:" << left;
@@ -124,9 +127,10 @@ Calls::~Calls() {
 void Calls::Script(SysCall call, std::initializer_list<Step> steps, unsigned long times) {
     Workbench::Own const own;
     Workbench::SpinLock::Guard const guard(lock);
-    std::deque<Step>& script = state_->steps[static_cast<std::size_t>(call)];
+    State::Script& script = state_->scripts[static_cast<std::size_t>(call)];
+    if (script.Left() == 0) script = {};
     while (times-- != 0)
-        script.insert(script.end(), steps.begin(), steps.end());
+        script.steps.insert(script.steps.end(), steps.begin(), steps.end());
 }
 
 unsigned long Calls::Count(SysCall call) const {
@@ -136,13 +140,13 @@ unsigned long Calls::Count(SysCall call) const {
 
 unsigned long Calls::Left(SysCall call) const {
     Workbench::SpinLock::Guard const guard(lock);
-    return state_->steps[static_cast<std::size_t>(call)].size();
+    return state_->scripts[static_cast<std::size_t>(call)].Left();
 }
 
 void Calls::Clear() {
     Workbench::Own const own;
     Workbench::SpinLock::Guard const guard(lock);
-    state_->steps.fill({});
+    state_->scripts.fill({});
 }
 
 unsigned long Workbench::CallsOfThread() { return callsOfThread; }

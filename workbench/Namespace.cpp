@@ -1,5 +1,6 @@
 #include "workbench/Namespace.h"
 
+#include "workbench/Clock.h"
 #include "workbench/Workbench.h"
 
 #include <cerrno>
@@ -32,6 +33,18 @@ bool LoopbackUp() {
     bool const done = fd >= 0 && ioctl(fd, SIOCSIFFLAGS, &request) == 0;
     if (fd >= 0) close(fd);
     return done;
+}
+
+// A thread that has been joined shares the file system with this one for some moments more, and the kernel
+// moves none that shares.
+bool LeaveMounts(int fd) {
+    for (int i = 0; i < 1000; ++i) {
+        if (setns(fd, CLONE_NEWNS) == 0) return true;
+        if (errno != EINVAL) return false;
+        Clock::RealPause(1);
+    }
+    errno = EINVAL;
+    return false;
 }
 
 // A place for a mount that is moved or linked to later.
@@ -72,7 +85,7 @@ Namespace::~Namespace() {
     Workbench::Own const own;
     if ((kinds_ & NET) != 0) Step(setns(net_, CLONE_NEWNET) == 0, "leave network", "");
     if ((kinds_ & MOUNT) != 0) {
-        Step(setns(mount_, CLONE_NEWNS) == 0, "leave mounts", "");
+        Step(LeaveMounts(mount_), "leave mounts", "");
         Step(fchdir(folder_) == 0, "return to", "working folder");
     }
     for (int const fd : {mount_, net_, folder_})

@@ -119,7 +119,11 @@ unsigned long LazyBytes() {
     return bytes;
 }
 
+// Emulation of a processor drops the offer, and its own memory counts too.
+bool IsEmulated() { return getenv("ZEB_TEST_EMULATOR") != nullptr; }
+
 TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
+    if (IsEmulated()) GTEST_SKIP() << "madvise does nothing here";
     OnFreshThread([](Heap const&) {
         unsigned long const before = LazyBytes();
         Pool<2048> pool;
@@ -129,6 +133,46 @@ TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
         EXPECT_NEAR(double(LazyBytes() - before), 8 << 20, 64 * PAGE); // pages wait in batches of the kernel
         EXPECT_TRUE(pool.Reserve(3UL << 20) && memset(pool.Alloc(3UL << 20), 1, 3UL << 20));
     });
+}
+
+// A group of processes under a memory limit, which ends with the test; without a name where none can be made.
+struct MemoryGroup {
+    explicit MemoryGroup(unsigned long limit) {
+        std::ofstream("/sys/fs/cgroup/cgroup.subtree_control") << "+memory";
+        for (auto const& [parent, file] :
+             {std::pair{"/sys/fs/cgroup/memory", "/memory.limit_in_bytes"}, {"/sys/fs/cgroup", "/memory.max"}}) {
+            std::string const made = parent + ("/zeb-pool-test-" + std::to_string(getpid()));
+            if (mkdir(made.c_str(), 0755) != 0) continue;
+            if (std::ofstream(made + file) << limit << std::flush) path = made;
+            if (!path.empty()) return;
+            rmdir(made.c_str());
+        }
+    }
+    ~MemoryGroup() { rmdir(path.c_str()); }
+    std::string path;
+};
+
+TEST(PoolReserve, UnderAMemoryLimitTheKernelTakesWhatIsKept) {
+    constexpr unsigned long SIZE = 28UL << 20;
+    if (IsEmulated()) GTEST_SKIP() << "madvise does nothing here";
+    MemoryGroup const group(SIZE + (12UL << 20));
+    if (group.path.empty()) GTEST_SKIP() << "no memory cgroup can be made here";
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the sanitizer's own memory counts too";
+#endif
+    pid_t const child = fork();
+    if (child == 0) {
+        std::ofstream(group.path + "/cgroup.procs") << getpid() << std::flush;
+        Pool<2048> pool;
+        for (unsigned i = 0; i < 7; ++i)
+            memset((pool.Reserve(PoolBase::REGION_MAX), pool.Alloc(pool.Left())), 1, PoolBase::REGION_MAX);
+        pool.Clear();
+        void* const more = mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        memset(more, 1, SIZE);
+        _exit(0);
+    }
+    int status = -1;
+    EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << "killed for want of memory " << status;
 }
 
 TEST(Pool, WhatIsApartLeavesThePresentBlockAsItIs) {

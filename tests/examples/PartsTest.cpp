@@ -3,14 +3,20 @@
 #include "examples/gateway/Config.h"
 #include "examples/gateway/Sampler.h"
 #include "examples/gateway/StateFile.h"
-#include "tests/runtime/Worker.h"
 #include "workbench/Calls.h"
+#include "workbench/Clock.h"
 #include "workbench/Heap.h"
+#include "workbench/LogCapture.h"
 #include "workbench/TempDir.h"
+#include "zeb/runtime/ThreadMain.h"
+
+#include <cerrno>
+
+#include <gtest/gtest.h>
 
 namespace {
 
-struct PartsTest : WithMainThread {
+struct PartsTest : testing::Test {
     PartsTest() {
         std::string const state = R"("state_file": ")" + (dir_ / "state") + "\"";
         path_ = dir_.Write("config", "{\"interfaces\": [\"lo\"], \"sample_period\": 1000, " + state + "}");
@@ -18,6 +24,8 @@ struct PartsTest : WithMainThread {
         EXPECT_TRUE(config_.Load(path_.c_str(), error)) << error.Cstr();
     }
 
+    LogCapture log_;
+    AutoPtr<ThreadMain> main_{ThreadMain::New("test")};
     TempDir dir_;
     std::string path_;
     Config config_;
