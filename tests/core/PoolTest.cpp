@@ -120,7 +120,7 @@ unsigned long LazyBytes() {
 }
 
 // Emulation of a processor drops the offer, and its own memory counts too.
-bool IsEmulated() { return getenv("ZEB_TEST_EMULATOR") != nullptr; }
+bool IsEmulated() { return getenv("ZEB_EMULATED") != nullptr; }
 
 TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
     if (IsEmulated()) GTEST_SKIP() << "madvise does nothing here";
