@@ -5,6 +5,9 @@
 
 #include <cerrno>
 #include <fstream>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
