@@ -8,6 +8,8 @@
 #include <cstring>
 #include <vector>
 
+#include <poll.h>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -23,12 +25,16 @@ char const* const NAMES[] = {
 #define ZEB_CALL(result, name, ...) #name,
 #define ZEB_CALL_CODE ZEB_CALL
 #define ZEB_CALL_SIZED ZEB_CALL
+#define ZEB_CALL_FILLS ZEB_CALL
 #define ZEB_CALL_VIA ZEB_CALL
+#define ZEB_CALL_POLL ZEB_CALL
 #include "workbench/Calls.inc"
 #undef ZEB_CALL
 #undef ZEB_CALL_CODE
 #undef ZEB_CALL_SIZED
+#undef ZEB_CALL_FILLS
 #undef ZEB_CALL_VIA
+#undef ZEB_CALL_POLL
 };
 
 } // namespace
@@ -95,6 +101,23 @@ public:
         std::size_t const moved = std::min(size, step.data.size());
         if constexpr (!std::is_const_v<DataT>) memcpy(data, step.data.data(), moved);
         return static_cast<ssize_t>(moved);
+    }
+
+    // Data() of a call that knows itself how much it gives.
+    static int Fill(StepT const& step, void* argument) {
+        if (step.kind != KindT::DATA) return Result<int>(step);
+        memcpy(argument, step.data.data(), step.data.size());
+        return 0;
+    }
+
+    static int Report(StepT const& step, pollfd* fds, nfds_t count) {
+        int ready = 0;
+        for (pollfd* entry = fds; entry != fds + count; ++entry) {
+            int const wanted = entry->fd < 0 ? 0 : entry->events | POLLERR | POLLHUP | POLLNVAL;
+            entry->revents = static_cast<short>(step.value & wanted);
+            ready += entry->revents != 0;
+        }
+        return std::max(ready, 1);
     }
 
     static std::size_t Limit(StepT const& step, std::size_t size) {
@@ -167,6 +190,22 @@ unsigned long Workbench::CallsOfThread() { return callsOfThread; }
         auto const step = CallsWatch::Take(SysCall::name);                                                   \
         if (CallsWatch::Ends(step)) return (CallsWatch::Result<result, SysCall::name>(step));                \
         return function arguments;                                                                           \
+    }
+
+#define ZEB_CALL_POLL(result, name, parameters, arguments, function)                                         \
+    extern "C" result __wrap_##name parameters {                                                             \
+        auto const step = CallsWatch::Take(SysCall::name);                                                   \
+        if (step.kind == Calls::Step::KindT::READY) return CallsWatch::Report(step, fds, count);             \
+        if (CallsWatch::Ends(step)) return (CallsWatch::Result<result, SysCall::name>(step));                \
+        return function arguments;                                                                           \
+    }
+
+#define ZEB_CALL_FILLS(result, name, parameters, arguments, argument)                                        \
+    extern "C" result __real_##name parameters;                                                              \
+    extern "C" result __wrap_##name parameters {                                                             \
+        auto const step = CallsWatch::Take(SysCall::name);                                                   \
+        if (CallsWatch::Ends(step)) return CallsWatch::Fill(step, argument);                                 \
+        return __real_##name arguments;                                                                      \
     }
 
 #define ZEB_CALL_CODE(result, name, parameters, ...)                                                         \

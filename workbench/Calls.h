@@ -23,12 +23,16 @@ enum class SysCall : unsigned {
 #define ZEB_CALL(result, name, ...) name,
 #define ZEB_CALL_CODE ZEB_CALL
 #define ZEB_CALL_SIZED ZEB_CALL
+#define ZEB_CALL_FILLS ZEB_CALL
 #define ZEB_CALL_VIA ZEB_CALL
+#define ZEB_CALL_POLL ZEB_CALL
 #include "workbench/Calls.inc"
 #undef ZEB_CALL
 #undef ZEB_CALL_CODE
 #undef ZEB_CALL_SIZED
+#undef ZEB_CALL_FILLS
 #undef ZEB_CALL_VIA
+#undef ZEB_CALL_POLL
     COUNT
 };
 
@@ -37,7 +41,7 @@ public:
     enum class ScopeT { THREAD, PROCESS };
 
     struct Step {
-        enum class KindT { REAL, FAIL, RETURN, SHORT, DATA, DO };
+        enum class KindT { REAL, FAIL, RETURN, SHORT, DATA, READY, DO };
 
         KindT kind = KindT::REAL;
         long value = 0;
@@ -57,6 +61,16 @@ public:
 
     // The call does not happen; a reading call delivers `text`, cut at the room that it has.
     static Step Data(std::string text) { return {Step::KindT::DATA, 0, std::move(text), {}}; }
+
+    // The call does not happen, and succeeds; ioctl() puts `value` where its argument points to.
+    template<typename T>
+    static Step Value(T const& value) {
+        return Data({reinterpret_cast<char const*>(&value), sizeof(value)});
+    }
+
+    // The call does not happen; poll() tells these events of each descriptor that asks for them, and errors
+    // (POLLERR, POLLHUP, POLLNVAL) of each. With 0 it returns as if something were ready.
+    static Step Ready(short events) { return {Step::KindT::READY, events, {}, {}}; }
 
     // The real call, untouched.
     static Step Real() { return {}; }

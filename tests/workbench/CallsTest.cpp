@@ -8,7 +8,9 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -46,6 +48,20 @@ TEST(CallsTest, FailsEachFunctionInItsOwnWay) {
     for (int const error : {EBUSY, ENOENT}) {
         EXPECT_TRUE(unlink("/tmp/nowhere") == -1 && errno == error) << errno;
         calls.Clear();
+    }
+}
+
+TEST(CallsTest, FillsWhatTheCallGives) {
+    Calls calls;
+    calls.Script(SysCall::ioctl, {Calls::Value(17), Calls::Fail(ENOTTY)});
+    int value = 0;
+    EXPECT_TRUE(ioctl(0, FIONREAD, &value) == 0 && value == 17 && ioctl(0, FIONREAD, &value) == -1 && errno == ENOTTY);
+    calls.Script(SysCall::poll, {Calls::Ready(POLLIN | POLLPRI), Calls::Ready(POLLERR), Calls::Ready(0), Calls::Fail(EINTR)});
+    for (auto const& [result, first] : {std::pair(1, POLLIN), {2, POLLERR}, {1, 0}, {-1, POLLPRI}}) {
+        pollfd fds[] = {{7, POLLIN, POLLPRI}, {-1, POLLIN, POLLIN}, {8, POLLOUT, POLLOUT}};
+        EXPECT_EQ(poll(fds, 3, 0), result);
+        EXPECT_EQ(fds[0].revents, first);
+        EXPECT_TRUE(result < 0 || (fds[1].revents == 0 && fds[2].revents == (first & POLLERR)));
     }
 }
 
