@@ -18,7 +18,6 @@ struct End : Io::Pollable {
         , fd(descriptor)
         , mode(wanted) {}
     bool ObjIReady() const override { return buffered; }
-    using Pollable::ClearReady_;
 
     int fd;
     Io::ModeT mode;

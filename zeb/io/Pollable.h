@@ -80,16 +80,18 @@ public:
 
     void Attach(Pollable* parent);
 
-protected:
-    // Forget what the last wait found, on the root. A transfer that used a flag clears it, and closing all; a
-    // flag that nobody clears makes every further wait for it end at once. Input takes the priority flag
-    // along: data of either kind is looked for anew.
-    void ClearInputReady_() { PollableRoot_()->inputReady_ = PollableRoot_()->priorityReady_ = false; }
-    void ClearOutputReady_() { PollableRoot_()->outputReady_ = false; }
+    // Forgets what the last wait found, on the root. A transfer that used a flag clears it, and closing all;
+    // a flag that nobody clears makes every further wait for it end at once. So does who waits for something
+    // that is not read, as the alarms of a file of the kernel.
     void ClearReady_() {
         ClearInputReady_();
         ClearOutputReady_();
     }
+
+protected:
+    // Input takes the priority flag along: data of either kind is looked for anew.
+    void ClearInputReady_() { PollableRoot_()->inputReady_ = PollableRoot_()->priorityReady_ = false; }
+    void ClearOutputReady_() { PollableRoot_()->outputReady_ = false; }
 
     // The descriptor of the root.
     int Fd_() const { return PollableRoot_()->fd_; }
