@@ -126,7 +126,16 @@ def conversions(root):
         name for name in names if name.endswith(".so") and not name.startswith(("UTF-", "UNICODE", "ISO8859-"))])
 
 
-def lay_out(build, work, kernel, busybox, regex):
+def tls(openssl, root):
+    """The program that makes the tests' certificates, its configuration, and the provider that the library loads by its path."""
+    shutil.copy(openssl / "usr/bin/openssl", root / "bin/openssl")
+    (root / "usr/lib/ssl").mkdir(parents=True)
+    shutil.copy(openssl / "etc/ssl/openssl.cnf", root / "usr/lib/ssl/openssl.cnf")
+    modules = LIBRARIES[0] / "ossl-modules"
+    shutil.copytree(modules, root / str(modules)[1:])
+
+
+def lay_out(build, work, kernel, busybox, openssl, regex):
     root = work / "root"
     shutil.rmtree(root, ignore_errors=True)
     for folder in ("bin", "dev", "etc", "lib", "modules", "proc", "programs", "root", "sys", "tmp", "var/run"):
@@ -135,6 +144,7 @@ def lay_out(build, work, kernel, busybox, regex):
     modules(kernel, root)
     programs(build, root)
     conversions(root)
+    tls(openssl, root)
     (root / "etc/passwd").write_text("root:x:0:0:root:/root:/bin/sh\nnobody:x:65534:65534:nobody:/:/bin/false\n")
     (root / "etc/group").write_text("root:x:0:\nnogroup:x:65534:\n")
     (root / "etc/hosts").write_text("127.0.0.1 localhost\n::1 localhost\n")
@@ -167,7 +177,7 @@ def main(build, work, regex=""):
     build, work = Path(build).resolve(), Path(work).resolve()
     work.mkdir(parents=True, exist_ok=True)
     kernel = fetch("linux-image-arm64:arm64", work)
-    archive = lay_out(build, work, kernel, fetch("busybox-static:arm64", work), regex)
+    archive = lay_out(build, work, kernel, fetch("busybox-static:arm64", work), fetch("openssl:arm64", work), regex)
     print(f"booting with {archive.stat().st_size >> 20} MiB in memory", flush=True)
     sys.exit(boot(next((kernel / "boot").glob("vmlinuz-*")), archive))
 

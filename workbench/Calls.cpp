@@ -172,6 +172,24 @@ void Calls::Clear() {
     state_->scripts.fill({});
 }
 
+unsigned ForEveryCall(SysCall call, Calls::Step const& step,
+                      std::function<bool(std::function<void()> const& arm)> const& body) {
+    for (unsigned n = 0;; ++n) {
+        SCOPED_TRACE(std::string(NAMES[static_cast<std::size_t>(call)]) + ", call " + std::to_string(n + 1));
+        Calls calls;
+        bool armed = false;
+        bool const showed = body([&] {
+            armed = true;
+            calls.Script(call, {Calls::Real()}, n);
+            calls.Script(call, {step});
+        });
+        bool const taken = armed && calls.Left(call) == 0;
+        calls.Clear();
+        EXPECT_EQ(showed, taken);
+        if (!taken || !showed) return n;
+    }
+}
+
 unsigned long Workbench::CallsOfThread() { return callsOfThread; }
 
 // A sanitizer in a shared object may bind to these.

@@ -102,3 +102,15 @@ private:
     State* const state_;
     Calls* const outer_;
 };
+
+// Runs `body` with the 1st, 2nd, 3rd ... call of this thread from arm() on taking `step`, until a run makes
+// no such call; the number of runs that took it. `body` tells whether what is under test failed: a step that
+// was taken and did not show, or a failure without one, fails the test and ends the sweep.
+//
+//     ForEveryCall(SysCall::read, Calls::Fail(EIO), [](auto const& arm) {
+//         Table table;
+//         arm();
+//         return !table.Load(path);
+//     });
+unsigned ForEveryCall(SysCall call, Calls::Step const& step,
+                      std::function<bool(std::function<void()> const& arm)> const& body);

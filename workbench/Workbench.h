@@ -8,6 +8,13 @@
 #include <ctime>
 
 #include <dirent.h>
+#include <openssl/bio.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/provider.h>
+#include <openssl/ssl.h>
+#include <openssl/x509.h>
+#include <openssl/x509_vfy.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sched.h>

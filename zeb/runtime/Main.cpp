@@ -77,11 +77,18 @@ Main::Main(char const* ident)
         return;
     }
     Fill_(waitSet_, WAITED);
+    if (!InitializeTls_()) {
+        fprintf(stderr, "%s: failed to initialize SSL library.\n", ident);
+        return;
+    }
     initialized_ = true;
 }
 
 Main::~Main() {
-    if (mainThread_) RestoreSignals_(); // otherwise they are those of another frame
+    if (mainThread_) { // otherwise they are those of another frame
+        RestoreSignals_();
+        CleanupTls_();
+    }
     delete mainThread_;
 }
 

@@ -12,3 +12,7 @@ int MainGroup_();
 
 // The handler of fatal signals: reports, and ends the process group.
 void UnexpectedSignal_(int signal, siginfo_t* info, void* context);
+
+// Start and stop of the TLS library; defined in zeb/ssl/Lib.cpp.
+bool InitializeTls_();
+void CleanupTls_();

@@ -2,6 +2,7 @@
 
 #include "zeb/core/Log.h"
 #include "zeb/core/Time.h"
+#include "zeb/runtime/MainImpl.h"
 #include "zeb/runtime/MillisecondsImpl.h"
 
 #include <cerrno>
@@ -34,7 +35,7 @@ MainSt::MainSt(CString const& ident)
         return;
     }
     flag_ = &alarmed_;
-    initialized_ = Block_() == 0 && InstallHandlers_() && CreateTimer_();
+    initialized_ = Block_() == 0 && InstallHandlers_() && CreateTimer_() && InitializeTls_();
     if (!initialized_) Log(Log::CRITICAL, ident.Cstr(), nullptr, "").Fail(ReturnT::Fail());
 }
 
@@ -43,7 +44,10 @@ MainSt::~MainSt() {
         CancelAlarm();
         timer_delete(alarmTimer_);
     }
-    if (mainThread_) flag_ = nullptr; // otherwise it is that of another frame
+    if (mainThread_) { // otherwise they are those of another frame
+        flag_ = nullptr;
+        CleanupTls_();
+    }
     delete mainThread_;
 }
 
