@@ -2,6 +2,7 @@
 // history, raises events when its links change, and tells its status as XML and as JSON when it ends.
 
 #include "Config.h"
+#include "Crash.h"
 #include "EventPrinter.h"
 #include "History.h"
 #include "Interfaces.h"
@@ -30,6 +31,7 @@ struct Options {
     bool console = false;
     enum StatusT { NONE, SHORT, FULL } status = NONE; // to be printed at the end
     char const* root = "";                            // of the folders /proc and /sys
+    CrashT crash = CRASH_NONE;                        // as soon as it runs
     char const* config = nullptr;
 
     bool Parse(int argc, char** argv) {
@@ -42,6 +44,8 @@ struct Options {
                 status = FULL;
             } else if (strcmp(argv[i], "--root") == 0 && i + 1 < argc) {
                 root = argv[++i];
+            } else if (strcmp(argv[i], "--crash") == 0 && i + 1 < argc && ParseCrash(argv[i + 1], crash)) {
+                ++i;
             } else if (argv[i][0] != '-' && !config) {
                 config = argv[i];
             } else {
@@ -78,6 +82,7 @@ public:
         Log(Log::INFO, IDENT, config_.Name().Cstr(), "started");
         (void)Event::Raise(Event::SystemReady(Time::Monotonic()), nullptr, Event::ASYNC, Event::DIRECT);
         heartbeat_.Set(config_.HeartbeatPeriod());
+        Crash(options_.crash);
         (void)WaitForStop(Time::Span(-1)); // without a limit
         Stop_();
         bool const good = options_.status == Options::NONE || PrintStatus_();
@@ -138,7 +143,8 @@ private:
 int main(int argc, char** argv) {
     Options options;
     if (!options.Parse(argc, argv)) {
-        Io::StdErr() << "usage: gateway [--console] [--status | --full] [--root FOLDER] CONFIG" << Io::Endl;
+        Io::StdErr() << "usage: gateway [--console] [--status | --full] [--root FOLDER] [--crash null|stack|abort] CONFIG"
+                     << Io::Endl;
         return EXIT_USAGE;
     }
     Gateway gateway(options);

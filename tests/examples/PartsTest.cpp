@@ -1,6 +1,7 @@
 // Parts of the sample daemon without memory, without time and without disk.
 
 #include "examples/gateway/Config.h"
+#include "examples/gateway/Crash.h"
 #include "examples/gateway/Sampler.h"
 #include "examples/gateway/StateFile.h"
 #include "workbench/Calls.h"
@@ -8,6 +9,7 @@
 #include "workbench/Heap.h"
 #include "workbench/LogCapture.h"
 #include "workbench/TempDir.h"
+#include "zeb/runtime/Main.h"
 #include "zeb/runtime/ThreadMain.h"
 
 #include <cerrno>
@@ -74,6 +76,29 @@ TEST_F(PartsTest, ASampleIsTakenEachSecondOfItsClock) {
         for (int i = 0; i < 2000 && telemetry_.Get(sample, counts) && counts.samples == second; ++i) Clock::RealPause(1);
     }
     sampler.Stop(), file_.Stop();
+}
+
+struct Daemon : Main {
+    using Main::Main;
+    int Run() override { return 0; }
+};
+
+TEST(Crash, EndsTheProgramWithTheReportOfItsKind) {
+    CrashT kind = CRASH_NONE;
+    EXPECT_FALSE(ParseCrash("nul", kind) || ParseCrash("", kind));
+    Crash(kind); // and goes on
+    std::pair<char const*, char const*> const rows[] = {
+        {"null", "segmentation fault"}, {"stack", "stack overflow"}, {"abort", "aborted"}};
+    for (auto const& [word, reason] : rows) {
+        EXPECT_TRUE(ParseCrash(word, kind));
+        Child const child = Child::Run([kind] {
+            Daemon daemon("daemon");
+            Calls calls(Calls::ScopeT::PROCESS);
+            calls.Script(SysCall::nanosleep, {Calls::Return(0)}, 2); // the pauses around the report
+            Crash(kind);
+        });
+        EXPECT_NE(child.Errors().find("Reason       : " + std::string(reason) + "\n"), std::string::npos) << child;
+    }
 }
 
 } // namespace

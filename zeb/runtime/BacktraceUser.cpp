@@ -184,6 +184,7 @@ private:
 
     // The mapping that holds the address. False if there is none, or no memory.
     bool MapIp_() {
+        if (symbols_.Holds(ip_)) return true; // the same as of the last frame
         for (unsigned long room = PATH_MIN;; room *= 4) {
             if (room > pathSize_) {
                 path_ = static_cast<char*>(owner_.Alloc_(room));

@@ -6,11 +6,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace {
+
+unsigned long Page_() { return static_cast<unsigned long>(getpagesize()); }
+unsigned long PageOf_(unsigned long address) { return address / Page_() * Page_(); }
+
+} // namespace
+
 char const* Symbols_::Find(unsigned long address, unsigned long base, char const* path,
                            unsigned long& offset) {
     if (!Map_(base, path)) return nullptr;
-    unsigned long place = address - base;
-    if (!ToFile_(place)) return nullptr;
+    unsigned long const place = address - base + PageOf_(Code_()->p_vaddr);
     name_ = nullptr;
     value_ = 0;
     auto const& head = *At_<Elf64_Ehdr>(0, 1);
@@ -39,8 +45,14 @@ bool Symbols_::Map_(unsigned long base, char const* path) {
         }
     }
     close(file);
-    if (image_ && !CheckFile_()) Unmap_();
-    return image_ != nullptr;
+    if (!image_) return false;
+    Elf64_Phdr const* const code = CheckFile_() ? Code_() : nullptr;
+    if (!code) {
+        Unmap_();
+        return false;
+    }
+    codeSize_ = PageOf_(code->p_vaddr + code->p_memsz - 1) + Page_() - PageOf_(code->p_vaddr);
+    return true;
 }
 
 void Symbols_::Unmap_() {
@@ -56,17 +68,14 @@ bool Symbols_::CheckFile_() const {
            (head->e_shnum == 0 || head->e_shentsize == sizeof(Elf64_Shdr));
 }
 
-// From an offset in the mapping of the code to an address as the file has it.
-bool Symbols_::ToFile_(unsigned long& address) const {
+// The segment that the mapping of the code is made from; its addresses are those of the symbols.
+Elf64_Phdr const* Symbols_::Code_() const {
     auto const& head = *At_<Elf64_Ehdr>(0, 1);
-    unsigned long const page = static_cast<unsigned long>(getpagesize());
     auto const* const segments = At_<Elf64_Phdr>(head.e_phoff, head.e_phnum);
     for (unsigned i = 0; segments && i < head.e_phnum; ++i) {
-        if (segments[i].p_type != PT_LOAD || !(segments[i].p_flags & PF_X)) continue;
-        address += segments[i].p_vaddr / page * page;
-        return true;
+        if (segments[i].p_type == PT_LOAD && (segments[i].p_flags & PF_X)) return segments + i;
     }
-    return false;
+    return nullptr;
 }
 
 void Symbols_::SearchTable_(Elf64_Shdr const& table, unsigned long address) {

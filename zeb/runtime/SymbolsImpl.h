@@ -19,11 +19,15 @@ public:
     // lives until the next search, and the offset from its start; null if there is none.
     char const* Find(unsigned long address, unsigned long base, char const* path, unsigned long& offset);
 
+    // Whether the address lies in the mapping of the last search that had a file, so that nobody needs to look
+    // for it.
+    bool Holds(unsigned long address) const { return image_ && address - base_ < codeSize_; }
+
 private:
     bool Map_(unsigned long base, char const* path);
     void Unmap_();
     bool CheckFile_() const;
-    bool ToFile_(unsigned long& address) const;
+    Elf64_Phdr const* Code_() const;
     void SearchTable_(Elf64_Shdr const& table, unsigned long address);
 
     // A part of the file, null if it does not lie in it.
@@ -33,7 +37,8 @@ private:
         return inside && offset % alignof(T) == 0 ? reinterpret_cast<T const*>(image_ + offset) : nullptr;
     }
 
-    unsigned long base_ = 0; // of the mapping that the file was found by
+    unsigned long base_ = 0; // of the mapping that the file was found by, and its size
+    unsigned long codeSize_ = 0;
     char const* image_ = nullptr;
     unsigned long size_ = 0;
 
