@@ -19,8 +19,8 @@ public:
     // lives until the next search, and the offset from its start; null if there is none.
     char const* Find(unsigned long address, unsigned long base, char const* path, unsigned long& offset);
 
-    // Whether the address lies in the mapping of the last search that had a file, so that nobody needs to look
-    // for it.
+    // Whether the address lies in the mapping of the last search that had a file, so that nobody needs to
+    // look for it.
     bool Holds(unsigned long address) const { return image_ && address - base_ < codeSize_; }
 
 private:
