@@ -143,7 +143,8 @@ private:
 int main(int argc, char** argv) {
     Options options;
     if (!options.Parse(argc, argv)) {
-        Io::StdErr() << "usage: gateway [--console] [--status | --full] [--root FOLDER] [--crash null|stack|abort] CONFIG"
+        Io::StdErr() << "usage: gateway [--console] [--status | --full] [--root FOLDER] [--crash "
+                        "null|stack|abort] CONFIG"
                      << Io::Endl;
         return EXIT_USAGE;
     }

@@ -38,7 +38,8 @@ TEST(GatewayTest, SaysInOneLineWhatIsWrongWithItsConfiguration) {
         Child const child = Gateway({"--console", path});
         EXPECT_EQ(child.Errors() + std::to_string(child.ExitCode()), "gateway: " + path + ": " + error + "\n2");
     }
-    EXPECT_EQ(std::pair(Gateway({}).ExitCode(), Gateway({"--colour", dir / "config"}).ExitCode()), std::pair(2, 2));
+    for (char const* const option : {"--colour", "--crash", "--root"}) EXPECT_EQ(Gateway({dir / "config", option}).ExitCode(), 2);
+    EXPECT_EQ(std::pair(Gateway({}).ExitCode(), Gateway({"--crash", "nul", dir / "config"}).ExitCode()), std::pair(2, 2));
 }
 
 long Count(std::string const& text, std::string const& part) {
