@@ -30,6 +30,10 @@ void Fails(SysCall call, int error) {
     if (error) calls->Script(call, {Calls::Fail(error)});
 }
 
+Clock* clockOfTest = nullptr;
+
+void Later(long milliseconds) { clockOfTest->Advance(milliseconds); }
+
 struct Locks {
     Condition low{Mutex::CACHE}, high{Mutex::CORE};
     Time::Span const now = Time::Monotonic();
@@ -69,8 +73,8 @@ CLIENT(14, l.low.Lock(); Fails(SysCall::pthread_cond_wait, EPERM); l.low.Wait(-1
 CLIENT(15, l.low.Lock(); Fails(SysCall::pthread_mutex_unlock, EPERM); l.low.Unlock(); Fails({}, 0); l.low.Unlock())
 CLIENT(16, Fails(SysCall::pthread_mutex_init, EPERM); Mutex const bad(Mutex::CACHE); Fails({}, 0))
 CLIENT(17, Fails(SysCall::pthread_cond_init, EPERM); Condition const bad(Mutex::CACHE); Fails({}, 0))
-CLIENT(18, l.low.Lock(); Clock clock; clock.Advance(150); l.low.Unlock())
-CLIENT(19, l.low.Lock(); Clock clock; clock.Advance(150); l.low.Wait(0L); l.low.Unlock())
+CLIENT(18, l.low.Lock(); Later(150); l.low.Unlock())
+CLIENT(19, l.low.Lock(); Later(150); l.low.Wait(0L); l.low.Unlock())
 CLIENT(20, Fails(SysCall::getrandom, EIO); Random::Get(); Fails({}, 0))
 CLIENT(21, Fails(SysCall::getrandom, EIO); String text; (void)Random::GetAsciiString(5, text); Fails({}, 0))
 CLIENT(22, Fails(SysCall::getrandom, EIO); unsigned char bytes[5]; Random::GetNz(bytes, 5); Fails({}, 0))
@@ -120,6 +124,8 @@ void ExpectClients(std::integer_sequence<int, NUMBERS...>) {
 }
 
 TEST_F(LogBacktrace, BeginsWithTheFunctionOfTheClient) {
+    Clock clock(Clock::ModeT::AUTO);
+    clockOfTest = &clock;
     EXPECT_EQ(Mutex::SetThreshold("100"), 0x000903E8u);
     ExpectClients(std::make_integer_sequence<int, 27>());
     EXPECT_EQ(Mutex::RstThreshold(), 0x0009044Cu);
