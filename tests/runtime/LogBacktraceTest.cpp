@@ -175,7 +175,7 @@ TEST_F(LogBacktrace, HasAHeadAndTheFramesBehindTheSkippedOnes) {
         {Log::Backtrace(0, 1, readable), true, failed("1): resource deadlock avoided")},
         {Log::Backtrace(~0UL, 0, readable), false, failed("0): no such process")}};
     for (auto const& [request, handler, text] : rows) {
-        EXPECT_EQ(Shown([&] {
+        EXPECT_EQ(Shown([request = request, handler = handler] {
                       std::unique_ptr<Log::InHandler> const inside(handler ? new Log::InHandler : nullptr);
                       Heap heap;
                       heap.Arm(), Here(request), heap.Disarm();
