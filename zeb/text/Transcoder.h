@@ -21,9 +21,13 @@
 // and all can show every character but ISO_8859_1. A surrogate that came out of UTF-8 is written as it is.
 // There is no byte order mark: U+FEFF is a character like any other.
 //
-// An object is three numbers that never change: any threads may use it. Nothing allocates. A text that comes
-// in pieces is put together by the caller: at TRUNCATED `*input` stands on the part to be kept for the next
-// piece.
+// Owns      nothing: an object is three numbers that never change. Input and output are the caller's, and do
+//           not overlap
+// Threads   any number at a time
+// Pieces    of a text are put together by the caller: at TRUNCATED `*input` stands on the part to be kept for
+//           the next piece. With REPLACE_INVALID a run of invalid input that two pieces share gives two "?"
+// Failure   by the result alone; nothing is logged, and nothing takes memory
+// Cost      linear, in the pass that counts too; room of four times the input always is enough, and saves it
 
 #include "zeb/core/Export.h"
 #include "zeb/core/ReturnT.h"
