@@ -31,6 +31,16 @@ void Give(std::string_view text, std::string const& name, std::function<std::siz
 
 } // namespace
 
+std::vector<std::string> Damaged(std::string const& text, char other) {
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (i != 0) texts.push_back(text.substr(0, i));
+        texts.push_back(text);
+        texts.back()[i] = other;
+    }
+    return texts;
+}
+
 std::vector<std::size_t> FeedSteps(std::size_t size) {
     std::vector<std::size_t> steps{0};
     if (size > 1) steps.push_back(1);

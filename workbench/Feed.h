@@ -18,5 +18,9 @@ using FeedT = std::vector<std::string_view>;
 
 void ForEveryFeed(std::string_view text, std::function<void(FeedT const& pieces)> const& body);
 
+// The texts that a parser of this one should refuse: it is cut at each place behind its first character, and
+// has `other` in place of each of its characters in turn.
+std::vector<std::string> Damaged(std::string const& text, char other);
+
 // The sizes that ForEveryFeed uses for a text of that size: 0 (whole), 1, 2, 3, 5, 7, 11, 13, ...
 std::vector<std::size_t> FeedSteps(std::size_t size);

@@ -87,6 +87,7 @@ TEST(FeedTest, GivesManyCutsAndNamesTheOneThatFails) {
     ForEveryFeed("The quick brown fox", [&](FeedT const& pieces) { counts.insert(pieces.size()); });
     for (std::size_t const pieces : {1, 10, 19}) EXPECT_EQ(counts.count(pieces), 1u) << pieces;
     EXPECT_THAT_FAILS(ForEveryFeed("ab", [](FeedT const& pieces) { EXPECT_EQ(pieces.size(), 1u); }), "fed by 1");
+    EXPECT_EQ(Damaged("abc", '~'), (std::vector<std::string>{"~bc", "a", "a~c", "ab", "ab~"}));
 }
 
 } // namespace
