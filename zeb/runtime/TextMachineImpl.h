@@ -27,16 +27,16 @@ public:
         unsigned const digit = Digit_(c);
         if (digit >= base || value_ > (max - digit) / base) return false;
         value_ = value_ * base + digit;
-        isEmpty_ = false;
+        ++digits_;
         return true;
     }
 
-    bool IsEmpty() const { return isEmpty_; }
-    bool IsZero() const { return !isEmpty_ && value_ == 0; }
+    bool IsEmpty() const { return digits_ == 0; }
+    bool IsZero() const { return digits_ == 1 && value_ == 0; } // "0", and no more of them
 
     // The number at its end; the next one begins. False if it had no digit.
     bool Take(uint64_t& value) {
-        bool const isNumber = !isEmpty_;
+        bool const isNumber = !IsEmpty();
         value = value_;
         *this = NumberMachine();
         return isNumber;
@@ -51,7 +51,7 @@ private:
     }
 
     uint64_t value_ = 0;
-    bool isEmpty_ = true;
+    unsigned long digits_ = 0;
 };
 
 // A text that is cut where its room ends, and always has a NUL if it has room at all.
