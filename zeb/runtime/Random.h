@@ -2,12 +2,15 @@
 
 // Random: randomness from the kernel, good enough for keys: getrandom() of the blocking pool's quality.
 //
-// Nothing here fails for want of randomness: each operation waits until it has all of its bytes. While the
-// kernel has too few, a critical line says so every 333 milliseconds; an interruption of the thread does not
-// end the wait. Only those that make room for their result say, by false, that memory ran out.
+// For many numbers of no secrecy (a shuffle, a jitter of times) seed a generator of your own with Get(): each
+// operation costs system calls, one for each 256 bytes.
 //
-// Each call costs system calls, one for each 256 bytes: who needs many numbers of no secrecy (a shuffle, a
-// jitter of times) seeds a generator of its own. Any thread, under any lock.
+// Threads   any
+// Waits     each operation, until it has all of its bytes. While the kernel has too few, on a device that has
+//           just started, a critical line with the stack says so every 333 milliseconds. Nothing else ends
+//           the wait: neither an interruption nor a request to stop, which stay pending for the caller
+// Locks     any may be held, for as long as such a wait may take
+// Memory    is taken by those two alone that make room for their result; they give false when there is none
 
 #include "zeb/core/Export.h"
 

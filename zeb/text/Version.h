@@ -8,7 +8,10 @@
 // uses. So a version of four fields equals all that agree in these, as long as it stands on the left. A new
 // object uses no field, and equals everything: parse it, or give a mask.
 //
-// A plain value. Parsing allocates for its while; one thread at a time changes an object.
+// Owns      nothing: a plain value, copied as numbers
+// Threads   one at a time changes an object
+// Failure   by the result; a log line only for what should not happen: the parser out of memory
+// Cost      Parse() compiles and searches for four regular expressions each time: keep what was parsed
 
 #include "zeb/core/Export.h"
 
@@ -39,7 +42,7 @@ public:
     bool operator==(Version const& other) const { return (*this <=> other) == 0; }
     std::weak_ordering operator<=>(Version const& other) const;
 
-    // Looks for a version anywhere in the text, which may be of four forms:
+    // Looks for a version anywhere in the text, up to its first NUL. It may be of four forms:
     //
     //   2.05(AAXX.3)C7      2, 5, C, 7, 3
     //   4.02.1.C[.3]        4, 2, C, 3; the third number is passed over, a missing one is 0
