@@ -5,6 +5,7 @@
 #include "examples/gateway/Sampler.h"
 #include "examples/gateway/StateFile.h"
 #include "workbench/Calls.h"
+#include "workbench/Child.h"
 #include "workbench/Clock.h"
 #include "workbench/Heap.h"
 #include "workbench/LogCapture.h"
