@@ -36,6 +36,12 @@ TEST(Device, TalksInBothDirectionsAtOnce) {
     EXPECT_TRUE(device.Flush() && read(master, answer, 16) == 8 && answer == std::string("answer\r\n"));
     EXPECT_TRUE(device.ReadLine(second) && !device.ObjIReady());
     EXPECT_EQ(Text(first) + Text(second), "firstsecond");
+    auto const reopen = [&](auto&& object) { // forgets what a wait has found
+        EXPECT_TRUE(write(master, "x\n", 2) == 2 && WaitFor(object, Io::MODE_READ, 1000) == READY && object.Close());
+        EXPECT_TRUE(tcflush(slave, TCIFLUSH) == 0 && object.Open(O_RDWR | O_NOCTTY));
+        EXPECT_EQ(WaitFor(object, Io::MODE_READ, 0), TIMED_OUT);
+    };
+    reopen(device), reopen(Io::PollableFile(path, O_RDWR | O_NOCTTY));
     EXPECT_EQ(close(master) + close(slave), 0);
 }
 
@@ -118,7 +124,8 @@ int Echo() {
     String line;
     for (; in.ReadLine(line); in.SetTimeout(1000)) {
         out << "[" << line << "]" << Io::Endl;
-        err << (in.ObjIReady() ? "+" : "-");
+        err << (in.ObjIReady() ? "+" : "-") << Io::Endl;
+        EXPECT_EQ(out.OutBuffer().PCount() + err.OutBuffer().PCount(), 0u) << "each line goes out at once";
     }
     out << "not ended"; // goes out with the object
     return in.CurrentState();
@@ -131,7 +138,7 @@ TEST(StdStreams, CarryTheTextOfAProcess) {
     Child const child = Child::Run([&] { return dup2(in[0], 0) == 0 ? Echo() : -1; });
     close(in[0]);
     EXPECT_EQ(child.ExitCode(), Stateful::STATE_EOS) << child;
-    EXPECT_EQ(child.Output() + child.Errors(), "[one]\n[two]\n[three]\nnot ended++-");
+    EXPECT_EQ(child.Output() + child.Errors(), "[one]\n[two]\n[three]\nnot ended+\n+\n-\n");
 }
 
 } // namespace

@@ -28,6 +28,16 @@ struct End : Io::Pollable {
     Io::PollableBase waiting{socket, *this, "Object"};
 };
 
+constexpr uint32_t READY = 0x00320001, INTERRUPTED = 0x80320001, TIMED_OUT = 0x80320002;
+constexpr uint32_t POLL_FAILED = 0x80320003, UNUSABLE = 0x80320004;
+
+inline uint32_t WaitFor(Io::Pollable& object, Io::ModeT request, int timeoutMs) {
+    Io::Pollable* objects[] = {nullptr, &object};
+    Io::ModeT const requests[] = {Io::MODE_READ, request};
+    pollfd fds[2];
+    return Io::Pollable::Wait(objects, requests, fds, 2, timeoutMs, nullptr).Code();
+}
+
 template<int TYPE>
 struct EndsTest : testing::Test {
     EndsTest() {

@@ -9,16 +9,6 @@ namespace {
 
 using Io::MODE_PRIORITY, Io::MODE_READ, Io::MODE_READ_WRITE, Io::MODE_WRITE, Io::ModeT, Io::Pollable;
 
-constexpr uint32_t READY = 0x00320001, INTERRUPTED = 0x80320001, TIMED_OUT = 0x80320002;
-constexpr uint32_t POLL_FAILED = 0x80320003, UNUSABLE = 0x80320004;
-
-uint32_t WaitFor(Pollable& object, ModeT request, int timeoutMs) {
-    Pollable* objects[] = {nullptr, &object};
-    ModeT const requests[] = {MODE_READ, request};
-    pollfd fds[2];
-    return Pollable::Wait(objects, requests, fds, 2, timeoutMs, nullptr).Code();
-}
-
 using PollableTest = EndsTest<SOCK_SEQPACKET>;
 
 TEST_F(PollableTest, TellsWhatIsReadyAndRemembersItUntilItIsUsed) {
@@ -120,8 +110,12 @@ TEST_F(PollableTest, KernelBufferSizes) {
 
 TEST_F(PollableTest, DatagramTellsItsSizeAheadOfReading) {
     Io::PollableDgram dgram("T", end_.fd, end_.mode, end_.waiting);
-    Send("12345");
-    EXPECT_TRUE(dgram.GetBytesAvailable(done_) && dgram.GetBytesAvailable(done_) && done_ == 5);
+    for (std::string const& text : {std::string("1"), std::string("12345")}) {
+        Send(text);
+        EXPECT_TRUE(dgram.GetBytesAvailable(done_) && dgram.GetBytesAvailable(done_) && done_ == text.size());
+        EXPECT_EQ(read(end_.fd, data_, sizeof(data_)), ssize(text));
+    }
+    Send("lost");
     Calls calls;
     calls.Script(SysCall::recv, {Calls::Fail(ENOBUFS)});
     EXPECT_TRUE(!dgram.GetBytesAvailable(done_) && dgram.SysError() == ENOBUFS);

@@ -118,6 +118,8 @@ TEST_F(TlsTest, WaitInsideATransferEndsByInterruptionTimeOrTheEndOfTheStream) {
     end_.ClearState_();
     Clock const clock(Clock::ModeT::AUTO);
     end_.socket.SslSetTimeout(700);
+    Calls calls;
+    calls.Script(SysCall::poll, {Calls::Fail(EINTR)});
     EXPECT_FALSE(end_.socket.SysRead(data_, 16, done_));
     EXPECT_EQ(end_.CurrentState(), Stateful::STATE_TIMEOUT);
     EXPECT_NEAR(clock.Moved(), 700e6, 2e6);

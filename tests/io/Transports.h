@@ -71,8 +71,10 @@ inline std::string Text(CString const& text) { return {text.Cstr(), text.Size()}
 // -1 on failure.
 template<auto GET>
 long Number(Io::SeekableStream const& stream) {
-    long out = 0;
-    return (stream.*GET)(out) ? out : -1;
+    long out = 77;
+    if ((stream.*GET)(out)) return out;
+    EXPECT_EQ(out, 0);
+    return -1;
 }
 inline auto const Position = Number<&Io::SeekableStream::Tell>;
 inline auto const SizeOf = Number<&Io::SeekableStream::GetStreamSize>;

@@ -5,6 +5,7 @@
 #include <deque>
 #include <optional>
 #include <sstream>
+#include <sys/prctl.h>
 
 namespace {
 
@@ -76,7 +77,7 @@ TEST_F(TimerTest, CancelWaitsForACallbackButNeitherInsideItNorForTheOwnersLock) 
 TEST_F(TimerTest, AHeldLockIsLoggedAndHoldsUpOnlyWhatIsDueLater) {
     Clock clock;
     Mutex const mutex(Mutex::CORE);
-    Owner stuck([&] { clock.Advance(150); }, &mutex), urgent([] {});
+    Owner stuck([&] { clock.Advance(150); }, &mutex), urgent([] { EXPECT_EQ(prctl(PR_GET_TIMERSLACK), 1); });
     mutex.Lock(), stuck.timer.Set(0L);
     ExpectWaitLines(clock, log_, "W Timer: unable to run \"owner\" for ");
     urgent.timer.Set(-90000L);
