@@ -143,6 +143,7 @@ TEST_F(TaskTest, AnIdleQueueHasNoThread) {
 
 TEST_F(TaskTest, ReportExhaustedMemoryAndGoOn) {
     Event::Unsubscribe("", this, onDone.Ident()); // events take memory of their own
+    queue.~Queue();                               // and its timer would leave none to be taken
     for (bool const lazy : {false, true}) {
         auto const body = [&](Heap& heap) {
             heap.Arm();
@@ -152,13 +153,14 @@ TEST_F(TaskTest, ReportExhaustedMemoryAndGoOn) {
             heap.Disarm();
             EXPECT_EQ(code == Queue::QUEUED && apply.Initialized(), !heap.Fired());
             EXPECT_TRUE(code.Succeeded() || code == 0x803000C8u || code.IsOom());
-            EXPECT_EQ(log_.Has("C Timer: unable to create \"Timer\" queue."), !apply.Initialized());
+            EXPECT_TRUE(log_.Has("C Timer: unable to create \"Timer\" queue.") || apply.Initialized());
             EXPECT_EQ((tried.CancelAllTasks(onDone), log_.Take().empty()), !heap.Fired());
             EXPECT_EQ(tried.EnqueueTask(onDone, &idle).Succeeded(), tried.Initialized());
             tried.CancelAllTasks(onDone), log_.Clear();
         };
         ForEveryAllocation(body, Heap::ScopeT::PROCESS);
     }
+    new (&queue) Queue("q", Time::Span(), nullptr);
 }
 
 TEST_F(TaskTest, ThousandsOfSeveralThreadsRunInTheirOrder) {

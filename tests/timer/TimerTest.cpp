@@ -91,7 +91,10 @@ TEST_F(TimerTest, AHeldLockIsLoggedAndHoldsUpOnlyWhatIsDueLater) {
 
 TEST_F(TimerTest, AQueueEndsWithTheLastTimerOfItsName) {
     for (int round = 0; round < 2; ++round) {
+        Calls const calls;
         Owner first([] {});
+        Clock::RealPause(3); // it waits, and does not look again and again
+        EXPECT_EQ(calls.Count(SysCall::pthread_cond_timedwait), 0u);
         {
             Owner second([] {});
             EXPECT_EQ(CountTids(), 2u);
@@ -101,7 +104,13 @@ TEST_F(TimerTest, AQueueEndsWithTheLastTimerOfItsName) {
         EXPECT_EQ((first.timer.Set(Time::Span::Max()), CountTids()), 2u);
     }
     EXPECT_EQ(CountTids(), 1u);
-    EXPECT_EQ(log_.Take(), LinesT(4, ACTIVE));
+    struct Bare : TimerBase { // does not leave ahead of its end
+        Bare()
+            : TimerBase("owner", nullptr, "bare") {}
+        void Run() const override {}
+    };
+    Bare().Set(9000L);
+    EXPECT_EQ(log_.Take(), LinesT(5, ACTIVE));
     struct Own {
         void Fire() { delete this; }
         Timer<Own> const timer{"own", this, &Own::Fire, nullptr};
@@ -111,6 +120,22 @@ TEST_F(TimerTest, AQueueEndsWithTheLastTimerOfItsName) {
     EXPECT_EQ(CountTids(), 2u); // the thread cannot end itself, and stays for the next one
     EXPECT_TRUE(Owner([] {}).timer.Initialized());
     EXPECT_EQ(CountTids(), 1u);
+}
+
+TEST_F(TimerTest, OneWithoutAQueueDoesNothing) {
+    LinesT const lines{"C Timer: system failed [0xcffd****], its thread does not run.",
+                       "C Timer: unable to create \"poor\" queue."};
+    ForEveryAllocation(
+        [&](Heap& heap) {
+            heap.Arm();
+            Owner const owner([] {}, nullptr, "poor");
+            heap.Disarm();
+            owner.timer.Set(0L), owner.timer.Cancel();
+            EXPECT_EQ(owner.timer.Initialized(), !heap.Fired());
+            LinesT const said = log_.Take();
+            EXPECT_EQ(LinesT(said.end() - std::min(ssize(said), 2L), said.end()), heap.Fired() ? lines : LinesT{});
+        },
+        Heap::ScopeT::PROCESS);
 }
 
 TEST_F(TimerTest, OneDestroyedWhileDueDoesNoHarm) {
