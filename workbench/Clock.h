@@ -7,8 +7,7 @@
 // Threads    any may read, wait and advance; one in a wait is counted by Waiters()
 // Destroy    when no thread waits on it any more: a wait that is left ends, as if its time were over
 // Order      a thread that has not gone to sleep yet computes its deadline from the moved clock:
-// AwaitWaiters()
-//            first, then Advance()
+//            AwaitWaiters() first, then Advance()
 //
 // A thread in a wait wakes within 2 real milliseconds when the clock has passed its deadline, or when what it
 // waits for happens. A wait that nobody ends within 20 real seconds ends the process with a message.

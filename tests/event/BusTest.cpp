@@ -39,8 +39,10 @@ struct EventBus : WithMainThread {
 
 TEST_F(EventBus, CallsTheAcceptorsOfATypeInOrder) {
     Mutex const lock{Mutex::CACHE};
-    Acceptor a(Write('a'), &lock), b(Write('b')), c(Write('c')), other(Write('x')), absent(Write('?'));
+    Acceptor lone(Write('l')), b(Write('b')), c(Write('c')), other(Write('x')), absent(Write('?'));
+    Acceptor a([&](Note const& note) { Write('a')(note), note.Value() == 6 ? lone.Unsubscribe() : void(); }, &lock);
     Subscribe({&a, &b, &c});
+    Subscribe({&lone}, "Event::Type::Lone"); // goes during the call for another type
     Subscribe({&other, &c}, "Event::Type::Other");
     ASSERT_TRUE(Event::Subscribe("Event::Type::Other", c.General()));
     Send(1);

@@ -1,11 +1,15 @@
 #pragma once
 
-// Buffer: bytes from the heap, owned. The block grows to exactly the size that is asked for, without a
-// reserve; a user who appends in a loop calls Reserve() first. CryptoBuffer is the same for secrets: a block
-// is wiped when it moves and when it dies, and compared in constant time.
+// Buffer: bytes from the heap. The block grows to exactly the size that is asked for, without a reserve; a
+// user who appends in a loop calls Reserve() first. CryptoBuffer is the same for secrets: a block is wiped
+// when it moves and when it dies, and compared in constant time. For text take String, for a view CBuffer.
 //
-// Operations that can fail give false when memory ran out, and leave the buffer as it was. There is no silent
-// copy: Assign() copies, Swap() moves.
+// Owns       its block, which ends with the buffer. Pointers into it, and views of it, stand until an
+//            operation that grows or shrinks the block, Swap() included. There is no silent copy: Assign()
+//            copies, Swap() moves
+// Threads    one at a time
+// Memory     an operation that needs some gives false when it ran out, and leaves the buffer as it was;
+//            erasing, truncating and shrinking cannot fail
 
 #include "zeb/core/CBuffer.h"
 

@@ -1,7 +1,14 @@
 #pragma once
 
 // The clocks, and the delay of a thread. Deadlines and intervals are measured on the monotonic clock, which
-// nobody sets; the wall clock tells dates.
+// nobody sets; the wall clock tells dates. To wait for something other than the time take Condition
+// (zeb/runtime/Condition.h) or Pollable (zeb/io/Pollable.h), to be called later a Timer (zeb/timer/Timer.h).
+//
+// Threads    any
+// Waits      Sleep() alone, for the time; an interruption of the thread ends it within a third of a second, a
+//            signal does not
+// Locks      a lock that is held stays held meanwhile: hold none around Sleep() that others want
+// Memory     none is taken
 
 #include "zeb/core/Export.h"
 #include "zeb/core/TimeSpan.h"
@@ -20,7 +27,7 @@ ZEB_PUBLIC int MillisecondsTo(Span const& to);
 
 } // namespace Time
 
-// Waits that long. False at once when the calling Thread is interrupted, and otherwise within a third of a
-// second after that.
+// Waits that long on the monotonic clock; not at all for a time that is not positive. False when the calling
+// Thread was or is interrupted; a thread without an object of that class is never.
 ZEB_PUBLIC bool Sleep(Time::Span const& span);
 ZEB_PUBLIC bool Sleep(long milliseconds);

@@ -13,9 +13,8 @@
 // result post a task (zeb/task/TaskQueue.h): handlers are short, as all events behind them wait.
 //
 // Owns       an event from Raise() on; clones of delegates from Subscribe() to Unsubscribe(). The thread
-// lives
-//            as long as there is an acceptor or an operation in progress: an event that is raised without it
-//            is dropped at no cost. The queue has no limit
+//            lives as long as there is an acceptor or an operation in progress: an event that is raised
+//            without it is dropped at no cost. The queue has no limit
 // Threads    any. Handlers run on the thread of the bus, one after the other, with the lock of their delegate
 //            held and no lock of the bus
 // Waits      Raise() with SYNC for the delivery to all, and Unsubscribe() for a call in progress: neither has
@@ -25,8 +24,7 @@
 //            hold none that a handler needs, and around Unsubscribe() none that its handler takes by itself;
 //            the lock of the delegate may be held there
 // Callback   a handler may raise, subscribe and unsubscribe, itself too, and destroy its object behind that
-// if
-//            its lock lies elsewhere. SYNC would wait for itself: it is logged and refused there
+//            if its lock lies elsewhere. SYNC would wait for itself: it is logged and refused there
 // Memory     taken by Subscribe() and by the raise of clones; a failure is logged, and leaves nothing behind
 
 #include "zeb/event/Base.h"

@@ -16,15 +16,13 @@
 //
 // Owns      its place in the schedule; the lock belongs to the client and outlives the collector
 // Threads   any. The alarm runs on the "Statistics collector thread", which starts with the first collector
-// of
-//           a program and ends with the last
+//           of a program and ends with the last
 // Alarm     the first one comes as soon as the collector is activated, then one each period; those that were
 //           missed are skipped. It runs under the lock given at construction, if any, and holds no other. The
 //           lock is only tried: while it is busy the alarm is repeated each 50 milliseconds, with a warning
 //           each 30 seconds, and the alarms of all others wait
 // Waits     Deactivate(), and so the destructor, until no alarm of the collector runs, unless it is called
-// from
-//           that alarm; nothing interrupts that wait. Its caller may hold the lock of the collector
+//           from that alarm; nothing interrupts that wait. Its caller may hold the lock of the collector
 // Locks     hold none around Deactivate() that the alarm takes itself, other than that one
 // Destroy   anywhere but in an alarm of its own, and the last one in no alarm. A derived class deactivates
 //           itself first: behind its destructor the alarm would find it gone

@@ -91,9 +91,8 @@ public:
     // The target is left alone on failure:
     //   STATE_EOS      nothing but white space is left
     //   STATE_INVALID  no digit, a plus sign, a minus sign for an unsigned type (left unread); or a number
-    //   outside
-    //                  of the type, whose digits are consumed. A number of twenty digits and more may wrap
-    //                  within 64 bits without notice
+    //                  outside of the type, whose digits are consumed. A number of twenty digits and more
+    //                  may wrap within 64 bits without notice
     IStream& operator>>(short& value);
     IStream& operator>>(unsigned short& value);
     IStream& operator>>(int& value);

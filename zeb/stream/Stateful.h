@@ -6,8 +6,7 @@
 // fail at once, so that a caller chains many operations and tests the object one time at the end:
 //
 //   file << "port " << port << Io::Endl;
-//   if (!file.Flush()) Log(...) << file.ErrorString();   // SysError() has the errno, CurrentState() the
-//   state
+//   if (!file.Flush()) Log(...) << file.ErrorString();   // SysError() has the errno
 //
 // The first failure wins: its code and errno stay readable until the state is cleared. STATE_BROKEN is final:
 // it is what a constructor leaves that failed, and Initialized() tells of it.
@@ -16,7 +15,7 @@
 //   STATE_TIMEOUT      the limit of a wait ran out; ClearState_() and go on, or give up
 //   STATE_INTERRUPTED  the thread is to end; STATE_RESET: the peer is gone
 //   STATE_INVALID      the input is not what was asked for; STATE_TRUNCATED: it ends in the midst of a line
-//   end STATE_FAILED       all else: SysError() when it came of the system, and wrong use, which has none
+//   STATE_FAILED       all else: SysError() when it came of the system, and wrong use, which has none
 //
 // Owns       nothing
 // Threads    one at a time; nothing is locked. Operations that record are const, the state being

@@ -17,12 +17,13 @@
 //       void Apply_() override { Write_(); }
 //   };
 //
-// Merging  a request that comes ahead of the run is merged with it; one that comes during Apply_() starts
-// anew. Owns     its timer. Queue, mutex and ident outlive the object. Locks    the mutex is the owner's, and
-// the caller of Enqueue(), Cancel(), Cleanup(), Activate(), Deactivate()
-//          and Left() holds it. Its place is below TASK_QUEUE, for construction and destruction too.
-// Waits    Cancel() and Cleanup() for an Apply_() that runs, with the mutex held; so one that runs without it
-//          must not block on it. Apply_() that takes long tests Thread::SelfInterrupted().
+// Merging  a request that comes ahead of the run is merged with it; one during Apply_() starts anew.
+// Owns     its timer. Queue, mutex and ident outlive the object.
+// Locks    the mutex is the owner's, and the caller of Enqueue(), Cancel(), Cleanup(), Activate(),
+//          Deactivate() and Left() holds it. Its place is below TASK_QUEUE, for construction and
+//          destruction too.
+// Waits    Cancel() and Cleanup() for an Apply_() that runs, with the mutex held; so one that runs without
+//          it must not block on it. Apply_() that takes long tests Thread::SelfInterrupted().
 // Destroy  cleaned up, by the destructor of the derived class, and not in Apply_(); one that is not is logged
 //          and cancelled.
 // Memory   a request takes none. A run that cannot be queued is logged, and tried again each second.

@@ -7,8 +7,7 @@
 //          and status outlive the object. The id is unique in the process.
 // Threads  Run() on that of the queue, the rest on any.
 // Waits    Run() that takes long tests Thread::SelfInterrupted(), which a cancellation raises; Sleep() and
-// the
-//          waits of streams end by it.
+//          the waits of streams end by it.
 // Destroy  when it has run or was cancelled, not in its own Run(). An event of its end may still be under
 // way.
 

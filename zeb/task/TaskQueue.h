@@ -13,18 +13,14 @@
 // Task     runs with its lock held, if it has one. The thread never blocks on it: it tries every 50
 //          milliseconds, and logs every 30 seconds who holds it. The tasks behind wait.
 // Threads  any, tasks included. A task may queue itself and others, and cancel: that takes out what is
-// listed,
-//          and does not wait for the caller itself.
+//          listed, and does not wait for the caller itself.
 // Waits    a cancellation for the end of a matching task that runs, and the destructor for the end of all
-// that
-//          are listed. The task is asked to end by an interruption; nothing ends the wait but the task.
+//          that are listed. The task is asked to end by an interruption; nothing ends the wait but the task.
 // Locks    those held must stand below TASK_QUEUE. Around a cancellation hold none that the task takes, but
-// for
-//          its own; around the destructor none that any listed task needs, its own included.
+//          for its own; around the destructor none that any listed task needs, its own included.
 // Destroy  anywhere but in one of its own tasks. The destructor runs what is still listed, so the owner
-// cancels
-//          first what shall not run. A queue that its own task destroys is logged; that task is the last one,
-//          and gives no event.
+//          cancels first what shall not run. A queue that its own task destroys is logged; that task is the
+//          last one, and gives no event.
 // Memory   taken for each task by EnqueueTask(), which fails with an Oom code and changes nothing.
 
 #include "zeb/core/CString.h"

@@ -5,15 +5,14 @@
 // (zeb/task/TaskQueue.h): a callback that stays keeps its whole queue waiting.
 //
 // Queues   go by name: the timers that give one name share a queue, whose thread starts with the first of
-// them
-//          and ends with the last. A queue serves its timers by deadline, equal ones in the order of Set().
+//          them and ends with the last. A queue serves its timers by deadline, equal ones in the order of
+//          Set().
 // Callback runs with the lock of the timer held, if it has one. The queue never blocks on that lock: it tries
 //          every 50 milliseconds, and logs every 30 seconds who holds it; timers that are due earlier than
 //          the one that is tried are served meanwhile, the others wait behind it. Set() in the callback arms
 //          the timer anew, which makes a periodic one; Cancel() in it does not wait.
 // Threads  any. Of a Set() or Cancel() on another thread during the callback nothing is lost: it waits for
-// the
-//          end of the callback, and what that has armed gives way.
+//          the end of the callback, and what that has armed gives way.
 // Waits    Set(), Cancel() and the destructor for a callback in progress, unless they are called from it;
 //          nothing interrupts that wait.
 // Locks    those held must stand below TIMER_QUEUE, and for construction and destruction below

@@ -3,8 +3,7 @@
 // The array form of a Json::Value: a list of elements in the order of insertion.
 //
 // Owns       nothing: it is embedded in its value; elements and values are blocks of the document's pool,
-// none is
-//            freed singly, and all end when the document is cleared
+//            none is freed singly, and all end when the document is cleared
 // Threads    one at a time
 // Memory     an operation that needs it gives null when the pool is exhausted, and takes the document's valid
 //            flag down; once it is down every append gives null

@@ -14,8 +14,7 @@
 // twice in an object is logged at Log::WARNING, and kept.
 //
 // Owns       all values, names and texts below it. Dropping the content (InitObject, InitArray, Parse of a
-// text
-//            with an object or array as root, the destructor) ends every pointer and view into it
+//            text with an object or array as root, the destructor) ends every pointer and view into it
 // Threads    one at a time
 // Fails      by codes and null results; no failure is logged, but that Parse and Export ran out of memory
 // Memory     2048 bytes lie inside the object, so that a small document on the stack costs no system call and

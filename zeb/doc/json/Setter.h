@@ -16,8 +16,7 @@
 //            must have one behind it. A container that hangs somewhere already is copied
 // Threads    one: descriptions are local objects
 // Fails      by the document: when the pool is exhausted nothing is appended and its valid flag goes down.
-// Test
-//            Valid() once at the end
+//            Test Valid() once at the end
 
 #include "zeb/doc/json/Document.h"
 #include "zeb/doc/json/Kind.h"

@@ -3,9 +3,8 @@
 // A node of a tree: an element, a text, a comment ..., with a list of children and a list of attributes.
 //
 // Owns       nothing: nodes, attributes and texts come from the pool of the document at the root and end with
-// it,
-//            or with its Clear(); a node stays in the tree of its own document (AppendRecursive brings over a
-//            copy)
+//            it, or with its Clear(); a node stays in the tree of its own document (AppendRecursive brings
+//            over a copy)
 // Threads    one builds or reads a tree at a time
 // Fails      operations that build give null once the pool had no memory; the flag of the document
 //            (Document::Valid) then stays down, so that a builder may append without a check and test the
