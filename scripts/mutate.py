@@ -4,8 +4,9 @@
 In the sources of the folder one place after the other is changed, drawn at random: a condition, a constant, an operator or a
 deleted statement. Only what holds the change is compiled, linked with the unchanged objects of build/dev, and run in
 namespaces of its own. What does not compile or comes to the same code does not count; a program that hangs is caught.
-A changed header is compiled into the source of its name and a test that includes it, and into a second one when the tests do
-not fail by then. The word `again` in place of a count judges what survived the last run: for the test that was written since.
+A changed header is compiled into the source of its name, or another one of the folder that includes it, and into a test; and
+into a second test when the tests do not fail by then. The word `again` in place of a count judges what survived the last run:
+for the test that was written since.
 """
 
 import functools
@@ -158,8 +159,11 @@ class Judge:
             return [name]
         users = [test for test in self.tests if name in tree.closure(test)]
         users.sort(key=lambda test: (not Path(test).name.startswith(Path(name).stem), name not in tree.includes(test)[0]))
-        own = name.rpartition(".")[0] + ".cpp"
-        return users[:1] + ([own] if str(tree.ROOT / own) in self.commands else []) + users[1:2]
+        home, stem = name.rpartition("/")[0], Path(name).stem
+        sources = [source for source in tree.select((home.split("/")[0],), (".cpp",)) if source.rpartition("/")[0] == home]
+        sources = [source for source in sources if name in tree.closure(source) and str(tree.ROOT / source) in self.commands]
+        sources.sort(key=lambda source: (Path(source).stem != stem, name not in tree.includes(source)[0]))
+        return users[:1] + sources[:1] + users[1:2]
 
     @functools.cache
     def precompiled(self):

@@ -49,7 +49,7 @@ void ExpectSocketAddress(T const& address, RawT const& foreign, char const* text
     EXPECT_TRUE(other.Assign(address.Sockaddr(), T::Socklen()));
     EXPECT_FALSE(other.Assign(foreign));
     EXPECT_TRUE(other == address && other.Port() == address.Port() && other.Address() == address.Address());
-    EXPECT_TRUE(address.AsString(copy));
+    EXPECT_TRUE(address.AsString(copy) && (other.Clear(), other == T()));
     LogCapture log;
     Log(Log::INFO, "Test", nullptr, "to %1 from %2") << address << "here";
     EXPECT_EQ(log.Take(), LogCapture::LinesT{std::string("I Test: to ") + text + " from here."});
