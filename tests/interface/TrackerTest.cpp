@@ -275,7 +275,7 @@ TEST(Ip46Wan, ChangesNothingWithoutMemory) {
         bool const ok4 = wan.On(four, changed4), ok6 = wan.On(six, changed6);
         heap.Disarm();
         EXPECT_EQ(ok4 && ok6, !heap.Fired());
-        EXPECT_TRUE(changed4 == ok4 && changed6 == ok6);
+        EXPECT_EQ(std::pair(changed4, changed6), std::pair(ok4, ok6));
         EXPECT_EQ(wan.Facts(), std::string(ok4 ? "other system 0.0.0.9; " : "a sys4 1.1.1.1; ") +
                                    (ok6 ? "other system ::9; 46a" : "b sys6 2001::1; 46a") + (ok6 || !ok4 ? "p" : ""));
     });

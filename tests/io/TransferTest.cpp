@@ -50,7 +50,7 @@ TEST_F(TransferTest, ErrorsOfASystemCallAreRetriedRecordedAndLogged) {
             Io::Base& base = way < 2 ? static_cast<Io::Base&>(end.file) : end.socket;
             auto const move = [&] { return way % 2 == 0 ? base.SysRead(data_, 1, done_) : base.SysWrite("x", 1, done_); };
             EXPECT_EQ(move(), state == Stateful::STATE_OK) << strerror(error) << " on way " << way;
-            EXPECT_TRUE(end.CurrentState() == state && end.SysError() == sysError);
+            EXPECT_EQ(std::pair(end.CurrentState(), end.SysError()), std::pair(state, sysError));
             EXPECT_EQ(clock.Moved(), times > 1 ? 4 * 50000000L : 0);
             EXPECT_EQ(log_.Take(), Lines(lines[way].empty() ? 0 : 1, "E Object: " + lines[way]));
             end.ClearState_();

@@ -57,7 +57,7 @@ TEST(IpMaskTest, IsARunOfOnes) {
     for (unsigned length = 0; length <= 32; ++length) {
         EXPECT_TRUE(mask.Generate(length) && same.Assign(static_cast<IpAddress const&>(mask)));
         EXPECT_EQ(mask.Value(), length == 0 ? 0 : 0xFFFFFFFFu << (32 - length));
-        EXPECT_TRUE(mask.Length() == length && same == mask) << length;
+        EXPECT_EQ(std::pair(mask.Length(), same == mask), std::pair(length, true));
     }
     EXPECT_FALSE(mask.Generate(33));
     ExpectRefused(mask, {"255.0.255.0", "0.0.0.1", "127.255.255.255", "255.255.255", "24"});

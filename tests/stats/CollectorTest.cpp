@@ -121,7 +121,7 @@ TEST_F(CollectorTest, WhatCannotStartIsNotInitialized) {
             alarm.Activate();
             EXPECT_TRUE(!alarm.Initialized() || alarm.Await(clock_, 1) == 1);
             heap.Disarm();
-            EXPECT_TRUE(alarm.Initialized() == !heap.Fired() && log_.Count(line) == heap.Fired());
+            EXPECT_EQ(std::pair(!alarm.Initialized(), log_.Count(line)), std::pair(heap.Fired(), heap.Fired() ? 1UL : 0UL));
         },
         Heap::ScopeT::PROCESS);
     log_.Clear();

@@ -12,7 +12,7 @@ TEST(StringStream, KeepsWhatFitsItsBound) {
     for (unsigned long const block : {128UL, 100000UL}) {
         StringStream stream("", Io::MODE_READ_WRITE, Io::EOL_ANY_LF, block);
         EXPECT_FALSE(stream.WriteAll(text.data(), text.size()) && stream.Flush());
-        EXPECT_TRUE(stream.CurrentState() == Stateful::STATE_FAILED && stream.Str().Size() == 65536);
+        EXPECT_EQ(std::pair(stream.CurrentState(), stream.Str().Size()), std::pair(Stateful::STATE_FAILED, 65536UL));
     }
     StringStream exact("hello!", Io::MODE_READ_WRITE, Io::EOL_ANY_LF, 128, 10);
     exact << "1234"; // over the start, and written though it were too much behind the end
