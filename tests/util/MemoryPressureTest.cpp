@@ -87,23 +87,24 @@ TEST_F(MonitorTest, OneEpisodeIsOneEvent) {
         MemoryPressureWatcher watcher("pot", mine, 10, 1000);
         mine.Reset(delegate.Clone());
         Clock clock;
-        auto const alarm = [&] {
-            clock.Advance(1); // the end of a drain
-            Clock::RealPause(5);
+        auto const alarm = [&](bool isDraining) {
+            unsigned long const polls = calls.Count(SysCall::poll);
+            clock.Advance(1); // the end of a drain: it looks once more, and waits for the next episode
+            EXPECT_TRUE(!isDraining || Await([&] { return calls.Count(SysCall::poll) == polls + 2; }));
             EXPECT_TRUE(clock.AwaitWaiters(1));
             calls.Script(SysCall::poll, {Calls::Ready(POLLPRI)});
             clock.Advance(333);
         };
         auto const hears = [&](unsigned count) { return Await([&] { return heard == aimed * 3 + count; }); };
-        alarm();
+        alarm(false);
         EXPECT_TRUE(hears(1) && Await(Waits));
         calls.Script(SysCall::poll, {Calls::Ready(POLLPRI)}, 2); // the same episode
         watcher.Proceed();
         EXPECT_TRUE(clock.AwaitWaiters(1) && hears(1) && calls.Left(SysCall::poll) == 0);
         watcher.Proceed(); // kept for the next one
-        alarm();
+        alarm(true);
         EXPECT_TRUE(hears(2) && clock.AwaitWaiters(1));
-        alarm();
+        alarm(true);
         EXPECT_TRUE(hears(3) && Await(Waits));
         watcher.Shutdown(); // at once: nobody moves the clock
         EXPECT_EQ(log_.Take(), LinesT(3, WARNING + "1000 ms."));
@@ -124,24 +125,25 @@ TEST_F(MonitorTest, GoesOnBehindErrorsAndTimeAndWithoutMemory) {
         mine.Reset(delegate.Clone());
         MemoryPressureWatcher const watcher("pot", mine, 10, 1000);
         Clock clock;
-        auto const after = [&](long milliseconds) { // lines
+        auto const after = [&](long milliseconds, unsigned long lines) {
             EXPECT_TRUE(clock.AwaitWaiters(1));
             for (; milliseconds > 0; milliseconds -= 333) clock.Advance(std::min(milliseconds, 333L)), Clock::RealPause(3);
-            return clock.AwaitWaiters(1) ? log_.Lines().size() : 99;
+            EXPECT_TRUE(Await([&] { return log_.Lines().size() == lines; }));
+            return clock.AwaitWaiters(1);
         };
         log_.Clear();
-        EXPECT_EQ(after(1), 0u);
+        EXPECT_TRUE(after(1, 0));
         calls.Script(SysCall::poll, {Calls::Ready(POLLERR)});
-        unsigned long const polls = (after(333), calls.Count(SysCall::poll));
-        EXPECT_EQ(after(330), 0u);
-        EXPECT_EQ(calls.Count(SysCall::poll), polls) << "asked again at once";
+        EXPECT_TRUE(after(333, 0) && Await([&] { return calls.Left(SysCall::poll) == 0; }) && clock.AwaitWaiters(1));
+        unsigned long const polls = calls.Count(SysCall::poll);
+        EXPECT_TRUE(after(330, 0) && calls.Count(SysCall::poll) == polls) << "asked again at once";
         Heap heap(failing, Heap::ModeT::FOREVER, Heap::ScopeT::PROCESS);
         heap.Arm();
-        EXPECT_TRUE(after(5) == 1 && after(3320) == 1 && after(15) == 2);
+        EXPECT_TRUE(after(5, 1) && after(3320, 1) && after(15, 2));
         heap.Disarm();
-        EXPECT_TRUE(after(3335) == 2 && after(3300) == 2);
+        EXPECT_TRUE(after(3335, 2) && after(3300, 2));
         heap.Arm();
-        EXPECT_EQ(after(40), 3u) << "when time is over an event is made anew";
+        EXPECT_TRUE(after(40, 3)) << "when time is over an event is made anew";
     }
 }
 

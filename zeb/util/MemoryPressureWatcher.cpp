@@ -136,7 +136,7 @@ ReturnT MemoryPressureWatcher::Impl_::Run() {
             Event::Raise(event, acceptor, Event::ASYNC, Event::DIRECT);
             AwaitProceed_();
             // What was reported of the episode that is over does not count.
-            while (isReady)
+            while (isReady && !StopRequested())
                 (void)Poll_(DRAIN_PERIOD, isReady); // a failure is found again by the wait that follows
         } else if (found.Succeeded()) {
             (void)Sleep(ERROR_PERIOD); // that was interrupted ends the loop
