@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <sstream>
 #include <vector>
 
 #include <poll.h>
@@ -36,6 +37,16 @@ char const* const NAMES[] = {
 #undef ZEB_CALL_VIA
 #undef ZEB_CALL_POLL
 };
+
+// Of "EIO" or "5"; -1 for what is neither.
+int ErrorOf(std::string const& word) {
+    constexpr int LAST = 133;
+    for (int error = 0; error <= LAST; ++error) {
+        char const* const name = strerrorname_np(error);
+        if (word == std::to_string(error) || (name != nullptr && word == name)) return error;
+    }
+    return -1;
+}
 
 } // namespace
 
@@ -154,6 +165,23 @@ void Calls::Script(SysCall call, std::initializer_list<Step> steps, unsigned lon
     if (script.Left() == 0) script = {};
     while (times-- != 0)
         script.steps.insert(script.steps.end(), steps.begin(), steps.end());
+}
+
+void Calls::ScriptFailure(std::string const& words) {
+    std::istringstream text(words);
+    std::string name, error;
+    unsigned long ahead = 0;
+    if (!(text >> name)) return;
+    text >> ahead >> error;
+    auto const* const call = std::find(std::begin(NAMES), std::end(NAMES), name);
+    int const number = ErrorOf(error);
+    if (call == std::end(NAMES) || number < 0) {
+        ADD_FAILURE() << "no failure of a call: " << words;
+        return;
+    }
+    auto const index = static_cast<SysCall>(call - std::begin(NAMES));
+    Script(index, {Real()}, ahead);
+    Script(index, {Fail(number)});
 }
 
 unsigned long Calls::Count(SysCall call) const {

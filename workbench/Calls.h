@@ -86,6 +86,10 @@ public:
     // Appends steps to what is scripted for `call`; `times` repeats them.
     void Script(SysCall call, std::initializer_list<Step> steps, unsigned long times = 1);
 
+    // The same in words, for tables: "openat 2 EMFILE" fails the third call so; the errors are those of
+    // errno.h, or numbers. What it does not know fails the test. An empty text is nothing to do.
+    void ScriptFailure(std::string const& words);
+
     // Calls since this object exists, scripted or not, of the thread or of the process.
     unsigned long Count(SysCall call) const;
 

@@ -8,8 +8,11 @@
 #include <set>
 #include <sstream>
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -65,6 +68,22 @@ long OpenDescriptors() {
     return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
 }
 
+DescriptorLimit::DescriptorLimit(long more) {
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    saved_[0] = limit.rlim_cur;
+    saved_[1] = limit.rlim_max;
+    // The limit is of numbers, of which the lowest free one is next; one of those counted was that of the
+    // list.
+    limit.rlim_cur = static_cast<rlim_t>(OpenDescriptors() - 1 + more);
+    if (setrlimit(RLIMIT_NOFILE, &limit) != 0) ADD_FAILURE() << "cannot limit the descriptors";
+}
+
+DescriptorLimit::~DescriptorLimit() {
+    rlimit const limit = {saved_[0], saved_[1]};
+    if (setrlimit(RLIMIT_NOFILE, &limit) != 0) ADD_FAILURE() << "cannot give the descriptors back";
+}
+
 TempDir::TempDir() {
     char const* const base = getenv("TMPDIR");
     path_ = std::string(base == nullptr ? "/tmp" : base) + "/zebtest.XXXXXX";
@@ -118,6 +137,7 @@ void TempDir::Make(std::string const& words, std::string const& folder) const {
         char const kind = arrow != std::string::npos ? '>' : word.back();
         std::string const path =
             folder + "/" + word.substr(0, kind == '>' ? arrow : word.find_last_not_of("/|*") + 1);
+        fs::create_directories((*this / path).substr(0, (*this / path).rfind('/')), error);
         if (kind == '>')
             fs::create_symlink(word.substr(arrow + 1), *this / path, error);
         else if (kind == '/')
@@ -129,6 +149,21 @@ void TempDir::Make(std::string const& words, std::string const& folder) const {
         if (kind == '*') fs::permissions(*this / path, fs::perms(0755), error);
         if (error) ADD_FAILURE() << "cannot make " << word << ": " << error.message();
     }
+}
+
+void TempDir::MakeDeep(std::string const& folder, unsigned levels, std::string const& name) const {
+    Make("", folder);
+    int fd = open((*this / folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (unsigned i = 0; i < levels && fd >= 0; ++i) {
+        mkdirat(fd, name.c_str(), 0755);
+        int const file = openat(fd, "file", O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
+        int const below = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        close(file);
+        close(fd);
+        fd = below;
+    }
+    if (fd < 0) ADD_FAILURE() << "cannot make all levels of " << folder;
+    if (fd >= 0) close(fd);
 }
 
 std::string ReadWholeFile(std::string const& path) {

@@ -12,6 +12,18 @@ std::string ListTree(std::string const& folder);
 // How many descriptors the process has open.
 long OpenDescriptors();
 
+// While it exists the process can open at most `more` descriptors: the next one is EMFILE.
+class DescriptorLimit {
+public:
+    explicit DescriptorLimit(long more);
+    ~DescriptorLimit();
+    DescriptorLimit(DescriptorLimit const&) = delete;
+    DescriptorLimit& operator=(DescriptorLimit const&) = delete;
+
+private:
+    unsigned long saved_[2];
+};
+
 class TempDir {
 public:
     TempDir();
@@ -32,10 +44,13 @@ public:
 
     bool Exists(std::string_view name) const;
 
-    // Makes what the words name: "a/" a directory and what is missing above it, "a>b" a link to "b", "a|" a
-    // FIFO, "a*" a program, and any other word a file; files hold their own word. All lies in `folder`, which
-    // is made if it is missing.
+    // Makes what the words name in `folder`, with the directories above: "a/" a directory, "a>b" a link to
+    // "b", "a|" a FIFO, "a*" a program, and any other word a file; files hold their own word.
     void Make(std::string const& words, std::string const& folder = ".") const;
+
+    // Makes `levels` directories called `name`, one in the other, each with a file "file" beside it. The path
+    // may become longer than any call takes.
+    void MakeDeep(std::string const& folder, unsigned levels, std::string const& name) const;
 
     // Names in it, sorted, separated by blanks.
     std::string List() const;
