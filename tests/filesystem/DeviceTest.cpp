@@ -3,7 +3,6 @@
 #include "zeb/filesystem/Directory.h"
 
 #include <fstream>
-#include <optional>
 
 namespace {
 
@@ -14,7 +13,6 @@ using FileSystem::Directory;
 struct DeviceTest : PathTest {
     void SetUp() override {
         ZEB_NEED_ROOT();
-        space.emplace();
         ASSERT_TRUE(space->SmallDisk("/dev") && space->SmallDisk("/etc"));
         umask(077);
     }
@@ -22,7 +20,7 @@ struct DeviceTest : PathTest {
         std::ofstream(Device::LIST) << list;
         return Device::CreateDevices(pts);
     }
-    std::optional<Namespace> space;
+    std::string Logged() { return log.TakeText(); }
     std::string const failed = "E FileSystem::Device: failed to ", absent = "no such file or directory.\n";
 };
 
@@ -42,30 +40,29 @@ TEST_F(DeviceTest, MakesWhatTheListNames) {
 
 TEST_F(DeviceTest, GoesOnBehindWrongLinesAndNodesThatAreOthers) {
     // line; what is logged
-    char const* const rows[][2] = {{"x", "W unknown command \"x\"."},
-                                   {"x e", "W unknown command at line 2: \"x e\"."},
-                                   {"x d 1", "W unknown command \"x d 1\"."},
-                                   {"x c 1 2 3 4", "W unknown command \"x c 1 2 3 4\"."},
-                                   {"x p 1 2", "W unknown device type \"p\" at line 5."},
-                                   {"x c one 2", "W major number \"one\" is invalid at line 6."},
-                                   {"x c -1 2", "W major number \"-1\" is invalid at line 7."},
-                                   {"x c 1 0x2", "W minor number \"0x2\" is invalid at line 8."},
-                                   {"x c 1 4294967296", "W minor number \"4294967296\" is invalid at line 9."},
-                                   {"x c 4294967295 1", "E failed to create \"/dev/x\": invalid argument."},
-                                   {"no/x b 1 2", "E failed to create \"/dev/no/x\": no such file or directory."},
-                                   {"full c 1 7", ""},
-                                   {"full c 1 8", "E existing \"/dev/full\" (1 7) device is not (1 8)."},
-                                   {"full c 2 7", "E existing \"/dev/full\" (1 7) device is not (2 7)."},
-                                   {"full b 1 7", "E existing \"/dev/full\" is not a block device."},
-                                   {"full s 1 7", "E existing \"/dev/full\" is not a socket."},
-                                   {"log s 1 1", ""},
-                                   {"log c 1 7", "E existing \"/dev/log\" is not a character device."},
-                                   {"log c 1 7 1", "E existing \"/dev/log\" is not a requested filetype."},
-                                   {"last c 1 3", ""}};
+    std::istringstream rows(R"rows(x; W unknown command "x".
+x e; W unknown command at line 2: "x e".
+x d 1; W unknown command "x d 1".
+x c 1 2 3 4; W unknown command "x c 1 2 3 4".
+x p 1 2; W unknown device type "p" at line 5.
+x c one 2; W major number "one" is invalid at line 6.
+x c 4294967296 2; W major number "4294967296" is invalid at line 7.
+x c 1 -2; W minor number "-2" is invalid at line 8.
+x c 4294967295 1; E failed to create "/dev/x": invalid argument.
+no/x b 1 2; E failed to create "/dev/no/x": no such file or directory.
+full c 1 7;
+full c 1 8; E existing "/dev/full" (1 7) device is not (1 8).
+full b 1 7; E existing "/dev/full" is not a block device.
+full s 1 7; E existing "/dev/full" is not a socket.
+log s 1 1;
+log c 1 7; E existing "/dev/log" is not a character device.
+log c 1 7 1; E existing "/dev/log" is not a requested filetype.
+last c 1 3;)rows");
     std::string list, lines;
-    for (auto const& [line, logged] : rows) {
-        list += std::string(line) + "\n";
-        if (*logged) lines += std::string(logged).insert(2, "FileSystem::Device: ") + "\n";
+    for (std::string line, logged; std::getline(rows, line, ';') && (std::getline(rows, logged) || true);) {
+        list += line + "\n";
+        if (logged.size() > 3) lines += logged.insert(3, "FileSystem::Device: ").substr(1) + "\n";
+        logged.clear();
     }
     EXPECT_EQ(Run(list), Directory::DONE);
     EXPECT_EQ(Logged(), lines);
@@ -91,8 +88,7 @@ TEST_F(DeviceTest, EndsWhereTheListOrADirectoryFails) {
 }
 
 TEST_F(DeviceTest, MakesFindsAndRemovesOneNode) {
-    int error = -1;
-    CString const name("x"), large(texts.emplace_back(5000, 'x').c_str());
+    CString const name("x"), large = Keep(std::string(5000, 'x'));
     auto const fails = [&](bool isDone, int expected) { EXPECT_TRUE(!isDone && error == expected) << error; };
     EXPECT_TRUE(Device::Create(name, S_IFBLK | 0040, 7, 300, &error) && error == 0 && Device::Exists(name, S_IFBLK, 7, 300));
     EXPECT_EQ(ListTree("/dev"), "x(b640,7:300)");

@@ -29,7 +29,7 @@ int MakeAbsolute_(String& path) {
 bool Fold_(String& path) {
     char* const text = path.Ptr();
     unsigned long written = 0, end = 0;
-    for (unsigned long start = 1; start <= path.Size(); start = end + 1) {
+    for (unsigned long start = 1; start < path.Size(); start = end + 1) {
         end = path.Find('/', start);
         CString const component(text + start, end - start);
         if (component.Empty() || component == ".") continue;
