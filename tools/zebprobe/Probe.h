@@ -47,6 +47,7 @@ VerbsT const& UriVerbs();
 VerbsT const& SmallValueVerbs();
 VerbsT const& DigestVerbs();
 VerbsT const& KernelVerbs();
+VerbsT const& PathVerbs();
 
 // The verb of that name, or null.
 Verb const* FindVerb(std::string_view name);

@@ -8,7 +8,7 @@ namespace Probe {
 namespace {
 
 VerbsT const& (*const FAMILIES[])() = {JsonVerbs, XmlVerbs,        TimeVerbs,   IntegerVerbs, AddressVerbs,
-                                       UriVerbs,  SmallValueVerbs, DigestVerbs, KernelVerbs};
+                                       UriVerbs,  SmallValueVerbs, DigestVerbs, KernelVerbs,  PathVerbs};
 
 char const HEAD[] =
     "usage: zebprobe VERB [options] < list-of-paths\n"
