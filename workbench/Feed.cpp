@@ -1,8 +1,11 @@
 #include "workbench/Feed.h"
 
+#include "workbench/Calls.h"
+#include "workbench/TempDir.h"
 #include "workbench/Workbench.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <random>
 
@@ -12,6 +15,7 @@ namespace {
 
 constexpr std::size_t PRIMES[] = {2, 3, 5, 7, 11, 13, 31, 127, 509, 1021, 4093, 16381, 65521};
 constexpr unsigned RANDOM_CUTS = 3;
+constexpr unsigned READS = 3; // of each byte, by readers that go back
 
 // The text cut where `next` says, each piece in a block of its own.
 void Give(std::string_view text, std::string const& name, std::function<std::size_t()> const& next,
@@ -30,6 +34,20 @@ void Give(std::string_view text, std::string const& name, std::function<std::siz
 }
 
 } // namespace
+
+void ForEveryRead(std::string const& text, std::function<void(char const*)> const& body) {
+    unsigned long const failedBefore = Workbench::FailedParts();
+    TempDir const dir;
+    std::string const path = dir.Write("text", text);
+    body(path.c_str());
+    if (Workbench::FailedParts() != failedBefore) return;
+    SCOPED_TRACE("read byte by byte");
+    Calls calls;
+    calls.Script(SysCall::read, {Calls::Fail(EINTR), Calls::Short(1), Calls::Fail(EAGAIN)},
+                 READS * (text.size() + 1));
+    body(path.c_str());
+    calls.Clear();
+}
 
 std::vector<std::string> Damaged(std::string const& text, char other) {
     std::vector<std::string> texts;

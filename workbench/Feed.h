@@ -18,6 +18,10 @@ using FeedT = std::vector<std::string_view>;
 
 void ForEveryFeed(std::string_view text, std::function<void(FeedT const& pieces)> const& body);
 
+// The text as a file, for a reader that opens it by its path: read whole, and then byte by byte, with each
+// read() of this thread interrupted and told to try again first. Stops like ForEveryFeed.
+void ForEveryRead(std::string const& text, std::function<void(char const* path)> const& body);
+
 // The texts that a parser of this one should refuse: it is cut at each place behind its first character, and
 // has `other` in place of each of its characters in turn.
 std::vector<std::string> Damaged(std::string const& text, char other);

@@ -33,9 +33,10 @@ void Check(unsigned from, unsigned to, unsigned flags, std::string const& in, Ou
     SCOPED_TRACE(testing::PrintToString(std::tuple(in, from, to, flags)));
     auto const& [code, used, out, needed] = whole;
     for (unsigned long room = 0; room <= out.size() + 9; ++room) { // whole characters, and none behind a gap
-        std::string const written = room < out.size() ? std::get<2>(Encode(from, to, flags, in, room)) : out;
-        EXPECT_TRUE(out.starts_with(written) && written.size() + 4 > std::min(room, out.size())) << room;
-        EXPECT_EQ(Encode(from, to, flags, in, room), OutcomeT(code, used, written, needed)) << room;
+        OutcomeT const got = Encode(from, to, flags, in, room);
+        unsigned long const written = std::get<2>(got).size();
+        EXPECT_EQ(got, OutcomeT(code, used, out.substr(0, written), needed)) << room;
+        EXPECT_GT(written + (room < out.size() ? 4 : 1), std::min(room, out.size())) << room;
     }
     for (unsigned long cut = 0; (flags & 3) == 0 && cut <= in.size(); ++cut) {
         auto const [firstCode, firstUsed, first, one] = Encode(from, to, flags, in.substr(0, cut), 400);
@@ -48,33 +49,31 @@ void Check(unsigned from, unsigned to, unsigned flags, std::string const& in, Ou
 TEST(Transcoder, PutsAQuestionMarkInPlaceOfWhatTheFlagsName) {
     std::tuple<unsigned, unsigned, unsigned, std::string, uint32_t, unsigned long, std::string> const rows[] = {
         // clang-format off
-        {A, 6, 7, "a", BAD, 0, ""}, {6, A, 7, "a", BAD, 0, ""}, {U8, B16, 0, "\xED\x9F\xBF\xED\xBF\xBF", DONE, 6, "\xD7\xFF\xDF\xFF"},
-        {U8, L32, 0, "\xED\xA0\x80", DONE, 3, "\0\xD8\0\0"s}, {L16, A, 3, "x\0\x80\0"s, SHOW, 2, "x"},
-        {U8, A, 0, "12345678\x7F\xC2\x80", SHOW, 9, "12345678\x7F"}, {U8, A, 4, "\xC2\x80\xF0\x9F\x98\x80_\xED\xA0\x80", DONE, 10, "??_?"},
-        {A, U8, 2, "\xC3\xA4_", DONE, 3, "??_"}, {U8, U8, 5, "a\xC0\x80", BAD, 1, "a"}, // what is invalid; one "?" for each run
+        {A, 6, 7, "a", BAD, 0, ""}, {6, A, 7, "a", BAD, 0, ""}, {U8, L32, 0, "\xED\xA0\x80", DONE, 3, "\0\xD8\0\0"s},
+        {U8, B16, 0, "\xED\x9F\xBF\xED\xBF\xBF", DONE, 6, "\xD7\xFF\xDF\xFF"}, {L16, A, 3, "x\0\x80\0"s, SHOW, 2, "x"},
+        {U8, A, 0, "12345678\x7F\xC2\x80", SHOW, 9, "12345678\x7F"}, {A, U8, 2, "\xC3\xA4_", DONE, 3, "??_"},
+        {U8, A, 4, "\xC2\x80\xF0\x9F\x98\x80_\xED\xA0\x80", DONE, 10, "??_?"}, {U8, U8, 5, "a\xC0\x80", BAD, 1, "a"},
         {U8, U8, 2, "a\xC0\x80" "b\xC1\xBF" "c\xF5\x80\x80\x80" "d\xFF\xFE\xC3\xA4", DONE, 16, "a?b?c?d?\xC3\xA4"},
-        {U8, U8, 2, "\xE0\x9F\x80" "a\xF0\x8F\xBF\xBF" "b\xF4\x90\x80\x80" "c", DONE, 14, "?a?b?c"},
+        {U8, U8, 2, "\xE0\x9F\x80" "a\xF0\x8F\xBF\xBF" "b\xF4\x90\x80\x80" "c", DONE, 14, "?a?b?c"}, {L16, U8, 1, "\0\xD8\0"s, DONE, 3, "?"},
         {U8, U8, 2, "\xC2\xC2\xA9\xE2\x82" "a\xE2" "b\xF4\x8F\xBF\xC0", DONE, 12, "?\xC2\xA9?a?b?"},
         {L16, U8, 2, "\0\xDC\xFF\xDF" "a\0\xFF\xDB" "b\0\0\xD8\0\xD8\0\xDC"s, DONE, 16, "?a?b?\xF0\x90\x80\x80"},
-        {B16, B16, 2, "\xDC\0\xDF\xFF\xDB\xFF\0b"s, DONE, 8, "\0?\0?\0b"s},
-        {L32, U8, 2, "\0\xD8\0\0\xFF\xDF\0\0\0\0\x11\0" "a\0\0\0\0\0\0\x80"s, DONE, 20, "?a?"},
-        {U8, L16, 6, "\xE2\x82", CUT, 0, ""}, {U8, L16, 1, "a\xF0\x9F\x98", DONE, 4, "a\0?\0"s}, // what ends within a character
-        {L16, U8, 1, "\0\xD8\0"s, DONE, 3, "?"}, {L16, U8, 3, "\0\xDC\0"s, DONE, 3, "??"}, {B32, U8, 3, "\x80\0\0\0\0\0\0"s, DONE, 7, "??"}};
+        {L32, U8, 2, "\0\xD8\0\0\xFF\xDF\0\0\0\0\x11\0" "a\0\0\0\0\0\0\x80"s, DONE, 20, "?a?"}, {U8, L16, 6, "\xE2", CUT, 0, ""},
+        {B16, B16, 2, "\xDC\0\xDF\xFF\xDB\xFF\0b"s, DONE, 8, "\0?\0?\0b"s}, {U8, L16, 1, "a\xF0\x9F\x98", DONE, 4, "a\0?\0"s},
+        {L16, U8, 3, "\0\xDC\0"s, DONE, 3, "??"}, {B32, U8, 3, "\x80\0\0\0\0"s, DONE, 5, "??"}};
     // clang-format on
     for (auto const& [from, to, flags, in, code, used, out] : rows) Check(from, to, flags, in, {code, used, out, out.size()});
     char const* in = "\x80\xC3";
-    Transcoder const both(Charset::UTF_8, Charset::UTF_8, Transcoder::REPLACE_INVALID | Transcoder::REPLACE_TRUNCATED);
-    EXPECT_EQ(both.Encode(&in, 2, nullptr, 4, nullptr), DONE);
+    constexpr Transcoder::FlagT BOTH = Transcoder::REPLACE_INVALID | Transcoder::REPLACE_TRUNCATED;
+    EXPECT_EQ(Transcoder(Charset::UTF_8, Charset::UTF_8, BOTH).Encode(&in, 2, nullptr, 4, nullptr), DONE);
 }
 
 // The same by the system's library.
 OutcomeT Iconv(char const* from, char const* to, std::string in) {
     std::string out(400, '#');
-    iconv_t const converter = iconv_open(to, from);
     char *at = in.data(), *end = out.data();
     unsigned long left = in.size(), room = out.size();
-    bool const failed = iconv(converter, &at, &left, &end, &room) == static_cast<size_t>(-1);
-    uint32_t const code = !failed ? DONE : errno == EINVAL ? CUT : BAD;
+    iconv_t const converter = iconv_open(to, from);
+    uint32_t const code = iconv(converter, &at, &left, &end, &room) != -1UL ? DONE : errno == EINVAL ? CUT : BAD;
     iconv_close(converter);
     return {code, in.size() - left, out.substr(0, 400 - room), 400 - room};
 }

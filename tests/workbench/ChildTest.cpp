@@ -87,6 +87,14 @@ TEST(FeedTest, GivesManyCutsAndNamesTheOneThatFails) {
     ForEveryFeed("The quick brown fox", [&](FeedT const& pieces) { counts.insert(pieces.size()); });
     for (std::size_t const pieces : {1, 10, 19}) EXPECT_EQ(counts.count(pieces), 1u) << pieces;
     EXPECT_THAT_FAILS(ForEveryFeed("ab", [](FeedT const& pieces) { EXPECT_EQ(pieces.size(), 1u); }), "fed by 1");
+    std::string reads;
+    ForEveryRead("ab", [&](char const* path) {
+        char text[9];
+        int const file = open(path, O_RDONLY);
+        for (int i = 0; i < 5; ++i) reads += std::to_string(read(file, text, sizeof text)) + " ";
+        close(file);
+    });
+    EXPECT_EQ(reads, "2 0 0 0 0 -1 1 -1 -1 1 ");
     EXPECT_EQ(Damaged("abc", '~'), (std::vector<std::string>{"~bc", "a", "a~c", "ab", "ab~"}));
 }
 
