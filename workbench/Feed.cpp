@@ -9,7 +9,9 @@
 #include <memory>
 #include <random>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -33,13 +35,21 @@ void Give(std::string_view text, std::string const& name, std::function<std::siz
     body(pieces);
 }
 
+int FirstFreeDescriptor() {
+    int const free = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    close(free);
+    return free;
+}
+
 } // namespace
 
 void ForEveryRead(std::string const& text, std::function<void(char const*)> const& body) {
     unsigned long const failedBefore = Workbench::FailedParts();
     TempDir const dir;
     std::string const path = dir.Write("text", text);
+    int const free = FirstFreeDescriptor();
     body(path.c_str());
+    EXPECT_EQ(FirstFreeDescriptor(), free) << "a descriptor is left open";
     if (Workbench::FailedParts() != failedBefore) return;
     SCOPED_TRACE("read byte by byte");
     Calls calls;

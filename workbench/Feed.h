@@ -19,7 +19,8 @@ using FeedT = std::vector<std::string_view>;
 void ForEveryFeed(std::string_view text, std::function<void(FeedT const& pieces)> const& body);
 
 // The text as a file, for a reader that opens it by its path: read whole, and then byte by byte, with each
-// read() of this thread interrupted and told to try again first. Stops like ForEveryFeed.
+// read() of this thread interrupted and told to try again first. Stops like ForEveryFeed. A descriptor that
+// the body leaves open fails the test.
 void ForEveryRead(std::string const& text, std::function<void(char const* path)> const& body);
 
 // The texts that a parser of this one should refuse: it is cut at each place behind its first character, and

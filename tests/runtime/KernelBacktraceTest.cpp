@@ -29,15 +29,15 @@ TEST(KernelBacktrace, WalksThroughTheFramesInBuffersOfAnySizeAndPassesOverOtherL
     std::string expected,
         lines = "\n[<>] f+0x2/0x3\n[<0x>] f+0x2/0x3\n[<1x1>] f+0x2/0x3\n[<00x1>] f+0x2/0x3\n[<10000000000000000>] f+0x2/0x3\n"
                 "[<1>] +0x2/0x3\n[<1>] f+0x/0x3\n[<1>] f+0x2/0x\n[<1>] f+0x2/0x3 []\n[<1>] f+0x2/0x3 [m] \n[<1>] 0x\n[<1>] 0y1\n"
-                "[<1>] 1x1\n[<1>] 0x1g\n[<1>] 0x10000000000000000\n[<1>] f+0x10000000000000000/0x1\n";
+                "[<1>] 1x1\n[<1>] 0x1g\n[<1>] 0x10000000000000000\n[<1>] f+0x10000000000000000/0x1\n[<1>] f+0x2/0x3 [m\n]\n";
     for (std::string const& text : Damaged(good, '~'))
         if (text != good.substr(0, 15) && text.find('~') != 6 && !text.ends_with("~]")) lines += text + "\n"; // another name
     for (char const c : lines) expected += c == '\n' ? bad : "";
     lines +=
         "[<0>] do_poll.constprop.0+0x1a/0x30\n[<ffffffff81234567>] sys_poll+0xFF/0x100 [fuse]\n[<0xabc>] 0x+0x1/0x2 [m]\n[<0>] " +
-        name + "+0x0/0xffffffffffffffff [" + name + "]\n[<ffffffffffffffff>] 0xffffffffffffffff";
+        name + "+0x0/0xffffffffffffffff [" + name + "]\n[<2>] 0x3\n[<ffffffffffffffff>] 0xffffffffffffffff";
     expected += "1 0 do_poll.constprop.0+26  20 1|1 18446744071581156711 sys_poll+255 fuse 9 5|1 2748 0x+1 m 3 2|1 0 " + name +
-                "+0 " + name + " 151 151|1 18446744073709551615 0xffffffffffffffff+0  19 1|0 0|0 0|";
+                "+0 " + name + " 151 151|1 2 0x3+0  4 1|1 18446744073709551615 0xffffffffffffffff+0  19 1|0 0|0 0|";
     for (unsigned long const size : {1, 2, 7, 38, 64, 400, 4000})
         ForEveryRead(lines + (size % 2 == 0 ? "\n" : ""), [&](char const* path) {
             std::string buffer(size, '#'), all;

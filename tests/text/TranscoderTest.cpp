@@ -54,11 +54,12 @@ TEST(Transcoder, PutsAQuestionMarkInPlaceOfWhatTheFlagsName) {
         {U8, A, 0, "12345678\x7F\xC2\x80", SHOW, 9, "12345678\x7F"}, {A, U8, 2, "\xC3\xA4_", DONE, 3, "??_"},
         {U8, A, 4, "\xC2\x80\xF0\x9F\x98\x80_\xED\xA0\x80", DONE, 10, "??_?"}, {U8, U8, 5, "a\xC0\x80", BAD, 1, "a"},
         {U8, U8, 2, "a\xC0\x80" "b\xC1\xBF" "c\xF5\x80\x80\x80" "d\xFF\xFE\xC3\xA4", DONE, 16, "a?b?c?d?\xC3\xA4"},
-        {U8, U8, 2, "\xE0\x9F\x80" "a\xF0\x8F\xBF\xBF" "b\xF4\x90\x80\x80" "c", DONE, 14, "?a?b?c"}, {L16, U8, 1, "\0\xD8\0"s, DONE, 3, "?"},
+        {U8, U8, 2, "\xE0\x9F\x80" "a\xF0\x8F\xBF\xBF" "b\xF4\x90\x80\x80" "c", DONE, 14, "?a?b?c"},
         {U8, U8, 2, "\xC2\xC2\xA9\xE2\x82" "a\xE2" "b\xF4\x8F\xBF\xC0", DONE, 12, "?\xC2\xA9?a?b?"},
         {L16, U8, 2, "\0\xDC\xFF\xDF" "a\0\xFF\xDB" "b\0\0\xD8\0\xD8\0\xDC"s, DONE, 16, "?a?b?\xF0\x90\x80\x80"},
         {L32, U8, 2, "\0\xD8\0\0\xFF\xDF\0\0\0\0\x11\0" "a\0\0\0\0\0\0\x80"s, DONE, 20, "?a?"}, {U8, L16, 6, "\xE2", CUT, 0, ""},
         {B16, B16, 2, "\xDC\0\xDF\xFF\xDB\xFF\0b"s, DONE, 8, "\0?\0?\0b"s}, {U8, L16, 1, "a\xF0\x9F\x98", DONE, 4, "a\0?\0"s},
+        {L16, U8, 1, "\0\xD8\0"s, DONE, 3, "?"},
         {L16, U8, 3, "\0\xDC\0"s, DONE, 3, "??"}, {B32, U8, 3, "\x80\0\0\0\0"s, DONE, 5, "??"}};
     // clang-format on
     for (auto const& [from, to, flags, in, code, used, out] : rows) Check(from, to, flags, in, {code, used, out, out.size()});

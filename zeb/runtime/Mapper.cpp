@@ -70,10 +70,7 @@ public:
         return (state_ == START && number_.IsEmpty()) || state_ >= BLANKS;
     }
 
-    void NextLine() {
-        state_ = START;
-        start_ = end_ = 0;
-    }
+    void NextLine() { state_ = START; }
 
 private:
     enum StateT {
