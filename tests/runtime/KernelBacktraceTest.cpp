@@ -54,6 +54,7 @@ TEST(KernelBacktrace, TellsTheRoomThatItNeedsAndErrorsOfTheSystem) {
     std::string const path = dir.Write("stack", "[<5>] name+0x2/0x3 [mod]\n[<6>] x+0x2/0x3\n");
     KernelBacktrace absent("/nowhere", buffer, 64), noRoom(path.c_str(), buffer, 0), gone(1ULL << 40, buffer, 64),
         tight(~0ULL, buffer, 32), fitting(~0ULL, buffer, 33), null(7, nullptr, 64), stack(path.c_str(), buffer, 4);
+    EXPECT_STREQ(buffer, "/proc/18446744073709551615/stack");
     for (KernelBacktrace* const failed : {&absent, &gone, &fitting}) EXPECT_EQ(Step(*failed), "-2 -2");
     for (KernelBacktrace* const failed : {&noRoom, &tight, &null}) EXPECT_EQ(Step(*failed), "-22 -22");
     Calls calls;

@@ -5,40 +5,31 @@ namespace {
 
 using namespace std::string_literals;
 
-// A kernel with this randomness, asked as often as there are texts.
-struct Kernel : Calls {
-    explicit Kernel(std::vector<std::string> const& texts) {
-        for (std::string const& text : texts) Script(SysCall::getrandom, {Calls::Data(text)});
-    }
-};
-
-TEST(Random, MakesNumbersOfEightBytesAndAsksForAtMost256AtATime) {
+TEST(Random, MakesNumbersBytesAndTextOfWhatTheKernelGivesInBlocksOfAtMost256Bytes) {
     constexpr unsigned long VALUE = 0xF807060504030201;
-    Kernel const kernel(std::vector<std::string>(5, "\1\2\3\4\5\6\7\xF8"));
+    std::string const eight = "\1\2\3\4\5\6\7\xF8", a(256, 'a'), b(256, 'b'), c = "xyz", all = a + b + c, none(256, '\0');
+    std::string const letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789Ze";
+    std::string sparse = none, bytes, expected, filled(all.size() + 1, '#'), out(41, '#');
+    for (unsigned i = 0; i < 256; bytes += static_cast<char>(i++))
+        if (i % 8 == 3) expected += sparse[i] = static_cast<char>(i);
+    Calls kernel;
+    for (auto const& text : {eight, eight, eight, eight, eight, a, b, c, a, b, c, sparse, none, sparse, bytes, "?"s, "x"s})
+        kernel.Script(SysCall::getrandom, {Calls::Data(text)});
     EXPECT_EQ(std::pair(Random::Get(), Random::GetAbs()), std::pair(VALUE, static_cast<long>(VALUE)));
-    std::vector const made{Random::GetUniformInterval(10, 7), Random::GetUniformInterval(10, 0),
-                           Random::GetUniformInterval(~0UL, 1)};
-    EXPECT_EQ(made, (std::vector{10 + VALUE % 7, 10 + VALUE, ~0UL}));
-    std::string const a(256, 'a'), b(256, 'b'), all = a + b + "xyz";
-    std::string filled(all.size() + 1, '#');
+    for (auto const& [base, span, made] : {std::tuple(10ul, 7, 10 + VALUE % 7), {10, 0, 10 + VALUE}, {~0ul, 1, ~0ul}})
+        EXPECT_EQ(Random::GetUniformInterval(base, static_cast<unsigned long>(span)), made);
     Buffer buffer;
-    Kernel const blocks({a, b, "xyz", a, b, "xyz"});
+    String text, empty;
     Random::Get(filled.data(), all.size()), Random::Get(filled.data(), 0);
     EXPECT_TRUE(Random::Get(buffer, all.size()) && buffer == CBuffer(CString(filled.data(), all.size())));
     EXPECT_EQ(filled, all + "#");
-}
-
-TEST(Random, LeavesOutZerosAndMakesTextOfLettersAndDigits) {
-    std::string const letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789Ze", none(256, '\0');
-    std::string sparse = none, bytes, expected, out(41, '#');
-    for (unsigned i = 0; i < 256; bytes += static_cast<char>(i++))
-        if (i % 8 == 3) expected += sparse[i] = static_cast<char>(i);
-    Kernel const kernel({sparse, none, sparse, bytes, "?", "x"});
-    String text, empty;
     Random::GetNz(reinterpret_cast<unsigned char*>(out.data()), 40);
     EXPECT_EQ(out, expected + expected.substr(0, 8) + "#");
     EXPECT_TRUE(Random::GetAsciiString(256, text) && Random::GetAsciiString(0, empty) && empty.Empty());
     EXPECT_EQ(text.Cstr(), letters + letters + letters + letters);
+}
+
+TEST(Random, TellsThatMemoryRanOut) {
     ForEveryAllocation([](Heap& heap) {
         Buffer data;
         String made;
