@@ -7,6 +7,8 @@
 #include "zeb/text/Matcher.h"
 #include "zeb/text/Regex.h"
 
+#include <cstring>
+
 namespace {
 
 constinit Version const zero_(31);
@@ -55,8 +57,8 @@ Version::FoundT Version::Parse_(CString const& text, Form_ const& form) {
     for (unsigned i = 0; form.groups[i] != 0; ++i) {
         String group;
         if (matcher.GetGroup(form.groups[i], group).Failed()) return FoundT::FAILED;
-        if (!group.Empty() && !Integer::Parse(group, found.fields_[i], Integer::PARSE_HEX))
-            return FoundT::FAILED;
+        bool const isEmpty = group.Empty(); // which stands for 0
+        if (!isEmpty && !Integer::Parse(group, found.fields_[i], Integer::PARSE_HEX)) return FoundT::NO;
         found.mask_ |= 1UL << i;
     }
     *this = found;

@@ -50,8 +50,8 @@ public:
     //   4.02.C.1.0-3        4, 2, C, 1, 3; the letter may be a 0
     //
     // If several fit the last of them counts: 4.02.1.C.3 at the end of a text is 2, 1, C, 3, 0. The object
-    // then has the fields of that form, with 0 in those that the form does not have. False, with nothing
-    // changed, if none fits, a number has more than 64 bits, or memory ran out.
+    // then has the fields of that form, with 0 in those that the form does not have. A form with a number of
+    // more than 64 bits does not fit. False, with nothing changed, if none fits, or memory ran out.
     bool Parse(CString const& text);
 
     // Appends "4.2.C.1.0-3". False, with nothing changed, when memory ran out.
