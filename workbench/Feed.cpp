@@ -63,8 +63,8 @@ std::vector<std::string> Damaged(std::string const& text, char other) {
     std::vector<std::string> texts;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (i != 0) texts.push_back(text.substr(0, i));
-        texts.push_back(text);
-        texts.back()[i] = other;
+        texts.push_back(text.substr(0, i) + text.substr(i + 1));
+        texts.push_back(text.substr(0, i) + other + text.substr(i + 1));
     }
     return texts;
 }

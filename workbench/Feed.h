@@ -24,7 +24,7 @@ void ForEveryFeed(std::string_view text, std::function<void(FeedT const& pieces)
 void ForEveryRead(std::string const& text, std::function<void(char const* path)> const& body);
 
 // The texts that a parser of this one should refuse: it is cut at each place behind its first character, and
-// has `other` in place of each of its characters in turn.
+// each of its characters in turn is left out, or is `other`. Fields of one character are empty then, too.
 std::vector<std::string> Damaged(std::string const& text, char other);
 
 // The sizes that ForEveryFeed uses for a text of that size: 0 (whole), 1, 2, 3, 5, 7, 11, 13, ...
