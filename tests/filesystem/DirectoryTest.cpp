@@ -32,6 +32,13 @@ std::string Number(ReturnT const& code) {
     return code.Facility() == ReturnT::FACILITY_FAIL ? "fail" : (code.Failed() ? "e" : "") + std::to_string(code.Code() & 0xFFFF);
 }
 
+std::string Parts(CString const& path) {
+    File const object(path);
+    String folder, base;
+    if (!object.GetDirectoryName(folder) || !object.GetBaseName(base)) return "0";
+    return std::string(object.IsAbsolute() ? "1/ [" : "1 [") + folder.Cstr() + "] [" + base.Cstr() + "]";
+}
+
 std::string DirectoryTest::Do(std::string const& command, Heap* heap) {
     std::istringstream words(command);
     std::string operation, first, second;
@@ -50,6 +57,14 @@ std::string DirectoryTest::Do(std::string const& command, Heap* heap) {
         {"symlink", [&] { return told(Symlink::Create(text, b, &error)); }},
         {"readlink", [&] { return told(Symlink::GetFile(a, target, &error)); }},
         {"delete", [&] { return told(File::Delete(a, &error)); }},
+        {"rename",
+         [&] {
+             File here(a);
+             return std::to_string(here.Rename(b) && here.Path() == b);
+         }},
+        {"chmod", [&] { return std::to_string(File::SetMode(a, 0755)); }},
+        {"parts", [&] { return Parts(text); }},
+        {"canonical", [&] { return told(File::GetCanonicalPath(text, target, true, &error)); }},
         {"copy", [&] { return std::to_string(File::Copy(a, b)); }},
         {"mkdir", [&] { return told(Directory::Create(a, Directory::NOT_RECURSIVE, &error)); }},
         {"mkdirs", [&] { return told(Directory::Create(a, Directory::RECURSIVE, &error)); }},
@@ -81,6 +96,14 @@ f&&link f g&0&f g;  f&&link f f&17;  &&link f g&2;  f&link 0 EMLINK&link f g&31;
 f&&symlink t l&0&f l>t;  f&&symlink t f&17;  &symlink 0 ENOSPC&symlink t l&28;
 l>../t&&readlink l&0 ../t;  f&&readlink f&22;  &&readlink l&2;
 f&&delete f&0&;  d/&&delete d&21;  d/ l>d&&delete l&0&d/;  &&delete f&2;  f&unlink 0 EROFS&delete f&30;
+f&&rename f g&1&g;  &&rename f g&0;  f&rename 0 EXDEV&rename f g&0;  f&&chmod f&1&f*;  &&chmod f&0;
+&&parts /a/b&1/ [/a] [b];  &&parts /a&1/ [/] [a];  &&parts a&1 [] [a];  &&parts a/&1 [a] [];  &&parts /&1/ [/] [];
+&&parts a//b&1 [a/] [b];  &&parts ../x&1 [..] [x];
+&&canonical /a/./b//c/../d/&0 /a/b/d;  &&canonical /&0 /;  &&canonical //&0 /;  &&canonical /.&0 /;  &&canonical /./&0 /;
+&&canonical /a/..&0 /;  &&canonical /a/../&0 /;  &&canonical /a/b/../..&0 /;  &&canonical /a..b/.../..c/d..&0 /a..b/.../..c/d..;
+&&canonical ///a///b///&0 /a/b;  &&canonical /abc/../de&0 /de;  &&canonical /.a/..&0 /;  &&canonical /a/b/.&0 /a/b;
+&&canonical /a/b/c/../../x/./../y&0 /a/y;  &&canonical /..&22;  &&canonical /../a&22;  &&canonical /a/../..&22;
+&&canonical /a/../../a&22;  &&canonical //..&22;
 f&&copy f g&1&f g;  f l>f&&copy f l&1;  f l>f&&copy l f&1;  &&copy f g&0!;
 f&open 0 EACCES&copy f g&0!;  f&open 1 EACCES&copy f g&0!;  f&read 0 EIO&copy f g&0!&f g;  f&write 0 ENOSPC&copy f g&0!&f g;
 f&ftruncate 0 EPERM&copy f g&0!&f g;  f&close 0 EIO&copy f g&0!&f g;  f&close 1 EIO&copy f g&0!&f g;  d/&&copy d g&0!&d/ g;
@@ -117,7 +140,7 @@ a/l>x b/ b/l&&copytree a b&e5;  a/f b/f/&&copytree a b&e6!;  a/f b/&write 0 ENOS
 
 // Each row as it is; those that allocate and succeed without memory too, each allocation failing in turn.
 TEST_F(DirectoryTest, DoesOrSaysWhyNotWithAndWithoutMemory) {
-    std::regex const allocating("(mkdirs|names|files|copytree|rmtree|rmloud|object|readlink).*:[01].*"),
+    std::regex const allocating("(mkdirs|rename|parts|canonical|names|files|copytree|rmtree|rmloud|object|readlink).*:[01].*"),
         lacking("12|oom.*|e6!|0.?");
     std::istringstream rows(ROWS);
     for (std::string row; std::getline(rows >> std::ws, row, ';');) {
@@ -146,11 +169,10 @@ TEST_F(DirectoryTest, DoesOrSaysWhyNotWithAndWithoutMemory) {
     }
 }
 
-TEST_F(DirectoryTest, ListsWhatAFilterKeeps) {
+TEST_F(DirectoryTest, ListsWhatAFilterKeepsAndCallsItWithoutALock) {
     dir.Make("one two/ three>absent");
     StringVector names;
     AutoPVector<File, StdDeleter> files;
-    // A filter may list directories itself.
     auto const filter = [](CString const& name) {
         StringVector others;
         return name[0] == 't' && Directory::GetNameList("/", others).Succeeded() && others.Has("proc");
