@@ -40,29 +40,19 @@ TEST_F(DeviceTest, MakesWhatTheListNames) {
 
 TEST_F(DeviceTest, GoesOnBehindWrongLinesAndNodesThatAreOthers) {
     // line; what is logged
-    std::istringstream rows(R"rows(x; W unknown command "x".
-x e; W unknown command at line 2: "x e".
-x d 1; W unknown command "x d 1".
-x c 1 2 3 4; W unknown command "x c 1 2 3 4".
-x p 1 2; W unknown device type "p" at line 5.
-x c one 2; W major number "one" is invalid at line 6.
-x c 4294967296 2; W major number "4294967296" is invalid at line 7.
-x c 1 -2; W minor number "-2" is invalid at line 8.
-x c 4294967295 1; E failed to create "/dev/x": invalid argument.
-no/x b 1 2; E failed to create "/dev/no/x": no such file or directory.
-full c 1 7;
-full c 1 8; E existing "/dev/full" (1 7) device is not (1 8).
-full b 1 7; E existing "/dev/full" is not a block device.
-full s 1 7; E existing "/dev/full" is not a socket.
-log s 1 1;
-log c 1 7; E existing "/dev/log" is not a character device.
-log c 1 7 1; E existing "/dev/log" is not a requested filetype.
-last c 1 3;)rows");
+    std::istringstream rows(
+        R"rows(x;W unknown command "x".; x e;W unknown command at line 2: "x e".; x d 1;W unknown command "x d 1".;
+x c 1 2 3 4;W unknown command "x c 1 2 3 4".; x p 1 2;W unknown device type "p" at line 5.;
+x c one 2;W major number "one" is invalid at line 6.; x c 4294967296 2;W major number "4294967296" is invalid at line 7.;
+x c 1 -2;W minor number "-2" is invalid at line 8.; x c 4294967295 1;E failed to create "/dev/x": invalid argument.;
+no/x b 1 2;E failed to create "/dev/no/x": no such file or directory.; full c 1 7;;
+full c 1 8;E existing "/dev/full" (1 7) device is not (1 8).; full b 1 7;E existing "/dev/full" is not a block device.;
+full s 1 7;E existing "/dev/full" is not a socket.; log s 1 1;; log c 1 7;E existing "/dev/log" is not a character device.;
+log c 1 7 1;E existing "/dev/log" is not a requested filetype.; last c 1 3;;)rows");
     std::string list, lines;
-    for (std::string line, logged; std::getline(rows, line, ';') && (std::getline(rows, logged) || true);) {
+    for (std::string line, logged; std::getline(std::getline(rows >> std::ws, line, ';'), logged, ';');) {
         list += line + "\n";
-        if (logged.size() > 3) lines += logged.insert(3, "FileSystem::Device: ").substr(1) + "\n";
-        logged.clear();
+        if (!logged.empty()) lines += logged.insert(2, "FileSystem::Device: ") + "\n";
     }
     EXPECT_EQ(Run(list), Directory::DONE);
     EXPECT_EQ(Logged(), lines);
