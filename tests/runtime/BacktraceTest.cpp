@@ -1,6 +1,7 @@
 #include "zeb/runtime/Backtrace.h"
 
 #include "tests/runtime/Worker.h"
+#include "zeb/runtime/Condition.h"
 #include "zeb/runtime/SignalName.h"
 
 #include <algorithm>
@@ -58,6 +59,17 @@ TEST(Backtrace, NamesTheFramesBehindTheSkippedOnes) {
             backtrace.Clear();
         }
     }
+}
+
+// By way of functions of libc that have no names.
+TEST(Backtrace, GoesOnBehindALibraryWithoutSymbols) {
+    static Backtrace backtrace(Backtrace::NAMES);
+    int numbers[] = {2, 1};
+    qsort(numbers, 2, sizeof(int), [](void const*, void const*) { return Outer(backtrace, 0), 0; });
+    backtrace.Demangle();
+    auto const names = Names(backtrace);
+    auto const end = std::find_if(names.begin() + 3, names.end(), [](auto const& name) { return Has({name}, "::TestBody()"); });
+    EXPECT_TRUE(end != names.end() && Has({end - 2, end}, "qsort") && Has(names, "main")) << testing::PrintToString(names);
 }
 
 TEST(Backtrace, TakesEachSideOnceAndOfOneThread) {
@@ -136,6 +148,12 @@ using ThreadBacktrace = WithMainThread;
     sink = 1;
 }
 
+[[gnu::noinline]] void Sit(Condition const& lock, bool const& stop) {
+    Mutex::Guard const guard(lock);
+    while (!stop) lock.Wait(-1L);
+    sink = 1;
+}
+
 [[gnu::noinline]] void Spin(std::atomic<bool> const& stop) {
     while (!stop) sink = 0;
     sink = 1;
@@ -146,21 +164,25 @@ TEST_F(ThreadBacktrace, NamesTheFunctionThatAnotherThreadSitsIn) {
     ASSERT_EQ(pipe(pair), 0);
     std::atomic<bool> stop = false;
     std::atomic<int> there = 0;
-    Worker waiting([&] { ++there, Poll(pair[0]); }, "waiting"), busy([&] { ++there, Spin(stop); }, "busy");
-    ASSERT_TRUE(waiting.Start() == Thread::STARTED && busy.Start() == Thread::STARTED);
-    ASSERT_TRUE(Await([&] { return there == 2; }));
+    bool signalled = false;
+    Condition const lock(Mutex::CACHE);
+    Worker waiting([&] { ++there, Poll(pair[0]); }, "waiting"), busy([&] { ++there, Spin(stop); }, "busy"),
+        sitting([&] { ++there, Sit(lock, signalled); }, "sitting");
+    for (Worker* const worker : {&waiting, &busy, &sitting}) ASSERT_EQ(worker->Start(), Thread::STARTED);
+    ASSERT_TRUE(Await([&] { return there == 3; }));
     Clock::RealPause(5); // into the functions
     Array<int> tids;
     ASSERT_TRUE(Thread::GetTids(tids));
+    std::pair<char const*, char const*> const threads[] = {{"waiting", "Poll(int)"}, {"busy", "Spin("}, {"sitting", "Sit("}};
     raise(SIGTRAP);                 // of nobody's request
     auto const ask = [&](int tid) { // each thread about all, also about one another
         for (int i = 0; i < 6; ++i) {
-            bool const first = i % 2;
+            auto const& [name, function] = threads[i % 3];
             Backtrace backtrace(Backtrace::NAMES);
-            ASSERT_EQ(Thread::GetBacktrace(tids[first ? 1 : 2], backtrace, nullptr, 0), 0) << tid;
+            ASSERT_EQ(Thread::GetBacktrace(tids[static_cast<unsigned long>(i % 3 + 1)], backtrace, nullptr, 0), 0) << tid;
             backtrace.Demangle();
-            EXPECT_TRUE(Has(Names(backtrace), first ? "Poll(int)" : "Spin(")) << testing::PrintToString(Names(backtrace));
-            EXPECT_STREQ(backtrace.ThreadName(), first ? "waiting" : "busy");
+            EXPECT_TRUE(Has(Names(backtrace), function)) << testing::PrintToString(Names(backtrace));
+            EXPECT_STREQ(backtrace.ThreadName(), name);
         }
     };
     Worker first([&] { ask(1); }), second([&] { ask(2); });
@@ -169,7 +191,11 @@ TEST_F(ThreadBacktrace, NamesTheFunctionThatAnotherThreadSitsIn) {
     EXPECT_TRUE(first.Stop() && second.Stop());
 
     stop = true;
-    EXPECT_TRUE(write(pair[1], "x", 1) == 1 && waiting.Stop() && busy.Stop());
+    {
+        Mutex::Guard const guard(lock);
+        signalled = true, lock.Broadcast();
+    }
+    EXPECT_TRUE(write(pair[1], "x", 1) == 1 && waiting.Stop() && busy.Stop() && sitting.Stop());
     Backtrace backtrace(Backtrace::NAMES);
     for (int const tid : {0, 1, tids[1]}) EXPECT_EQ(Thread::GetBacktrace(tid, backtrace, nullptr, 0), ESRCH);
     EXPECT_EQ(Thread::GetBacktrace(Thread::TID_SELF, backtrace, nullptr, 0), 0);

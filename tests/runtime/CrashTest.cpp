@@ -1,5 +1,7 @@
 #include "tests/runtime/Worker.h"
 #include "workbench/Namespace.h"
+#include "zeb/event/Bus.h"
+#include "zeb/event/SystemEvents.h"
 #include "zeb/runtime/Main.h"
 #include "zeb/runtime/Oops.h"
 
@@ -147,6 +149,8 @@ TEST(Crash, IsReportedLineByLineAndEndsTheGroup) {
         {[] { CrashAtUnlock([] { Thread::OwnerId(Mutex(Mutex::CACHE)); }); }, "segmentation fault", "WriteNowhere"},
         {[] { CrashAtUnlock([] { Log(Log::INFO, "a", nullptr, "b"); }); }, "segmentation fault", "WriteNowhere"},
         {HoldTimeZone, "segmentation fault", "WriteNowhere"},
+        {[] { CrashAtUnlock([] { (void)Event::Raise(Event::Heartbeat(), nullptr, Event::ASYNC, Event::DIRECT); }); },
+         "segmentation fault", "WriteNowhere"},
         {CrashTwice, "segmentation fault", "WriteNowhere", "Unknown", "", true, false, true}};
     // clang-format on
     for (Crashing const& row : rows) {
@@ -155,6 +159,11 @@ TEST(Crash, IsReportedLineByLineAndEndsTheGroup) {
         EXPECT_TRUE(child.Signal() == SIGKILL && !child.TimedOut()) << child;
         ExpectReport(child.Errors(), row, "Unable to open dump file: no such file or directory.");
     }
+}
+
+TEST(Crash, ACallToNowhereHasAFrameOfItsOwn) {
+    Child const child = Crash([] { reinterpret_cast<void (*)()>(nowhere)(), sink = 1; });
+    EXPECT_NE(child.Errors().find("\n  0x0000000000000000: <unknown>+0x0 (+0x0)\n"), std::string::npos) << child;
 }
 
 using OopsTest = WithMainThread;

@@ -111,6 +111,7 @@ public:
 
 private:
     static constexpr unsigned long PATH_MIN = 256;
+    static constexpr char const UNKNOWN[] = "<unknown>"; // also at address 0, which nobody looks for
 
     // False at the end of the stack, and on a failure.
     bool Step_() {
@@ -170,7 +171,7 @@ private:
     void Find_(unsigned long ip) {
         if (ip == ip_) return;
         ip_ = ip;
-        name_ = "<unknown>";
+        name_ = UNKNOWN;
         offset_ = 0;
         if (!MapIp_()) return;
         // Behind a call that does not return the next function may begin.
@@ -214,7 +215,7 @@ private:
     // Of the address that was looked up last.
     unsigned long ip_ = 0;
     bool exact_ = false; // the frame was interrupted by a signal, and so is no return address
-    char const* name_ = "";
+    char const* name_ = UNKNOWN;
     unsigned long offset_ = 0;
     unsigned long base_ = 0;
     char* path_ = nullptr;
