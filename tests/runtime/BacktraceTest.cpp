@@ -61,6 +61,16 @@ TEST(Backtrace, NamesTheFramesBehindTheSkippedOnes) {
     }
 }
 
+TEST(Backtrace, NamesTheFileWhereThereIsNoSymbol) {
+    Calls calls;
+    calls.Script(SysCall::open, {Calls::Real(), Calls::Fail(EACCES)}); // of the mappings, of the symbols
+    Backtrace backtrace(Backtrace::LOCATIONS);
+    Outer(backtrace, 0);
+    Backtrace::Frame const frame = *backtrace.begin();
+    EXPECT_EQ(frame.Name() + std::to_string(frame.NameOffset()), "<runtime_test>" + std::to_string(frame.LocationOffset()));
+    EXPECT_TRUE(Has({Names(backtrace)[1]}, "Outer")) << testing::PrintToString(Names(backtrace));
+}
+
 // By way of functions of libc that have no names.
 TEST(Backtrace, GoesOnBehindALibraryWithoutSymbols) {
     static Backtrace backtrace(Backtrace::NAMES);

@@ -107,8 +107,11 @@ private:
 class ZEB_PUBLIC Backtrace::Frame {
 public:
     unsigned long Ip() const; // address of the next instruction
-    char const* Name() const; // of the function, "<unknown>" without a symbol; "...()" on the kernel side
-    unsigned long NameOffset() const; // of the address from the start of the function
+    // Of the function; "...()" on the kernel side. Where there is no symbol it is the file of the code,
+    // "<gateway>", and without a file "<unknown>".
+    char const* Name() const;
+    // Of the address from the start of the function; of its mapping where the name is that of a file.
+    unsigned long NameOffset() const;
     char const*
     Location() const; // path of the mapped file, or "" when it was not asked for; module of the kernel
     unsigned long LocationOffset() const; // of the address from the start of that mapping

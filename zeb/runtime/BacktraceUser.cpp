@@ -178,9 +178,18 @@ private:
         unsigned long const call = exact_ ? ip : ip - 1;
         unsigned long offset = 0;
         char const* const name = symbols_.Find(call, base_, path_, offset);
-        if (!name) return;
+        if (!name) return NameByFile_();
         name_ = name;
         offset_ = offset + (ip - call);
+    }
+
+    // With a copy of the file that has its symbols the offset tells the function.
+    void NameByFile_() {
+        char const* const slash = strrchr(path_, '/');
+        if (!slash) return;
+        snprintf(file_, sizeof(file_), "<%s>", slash + 1);
+        name_ = file_;
+        offset_ = ip_ - base_;
     }
 
     // The mapping that holds the address. False if there is none, or no memory.
@@ -220,6 +229,7 @@ private:
     unsigned long base_ = 0;
     char* path_ = nullptr;
     unsigned long pathSize_ = 0;
+    char file_[64];
 
     char const* location_ = "";
     Symbols_ symbols_;
