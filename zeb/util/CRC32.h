@@ -3,6 +3,11 @@
 // Util::CRC32: the cyclic redundancy check of 32 bits of Ethernet, gzip and PNG: reflected, polynomial
 // 0xEDB88320. It finds errors of transmission, and is no hash for tables or against attackers.
 //
+//   Util::CRC32 check;
+//   check.Update(head, headSize);
+//   check.Update(data, dataSize);             // the same as of both at once
+//   if (check.Digest() != expected) ...
+//
 // To take the digest changes nothing: more bytes may follow. Nothing allocates or fails. One thread at a time
 // uses an object; a table of the caller's is only read, and must live as long as the object.
 

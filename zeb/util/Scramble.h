@@ -17,12 +17,13 @@ class ZEB_PUBLIC Scramble {
 public:
     static constexpr unsigned long TEXT_MAX = 69;
 
-    // False, with `out` as it was, when the text is too long or memory ran out.
+    // False, with `out` as it was, when the text is too long or memory ran out. What stands behind a NUL in
+    // the text is lost on the way back. Text and `out` may be one object, here and below.
     static bool Encode(CString const& text, String& out);
 
     // False, with `out` as it was, when this is no base64 of 18, 36 or 72 bytes, or memory ran out. Any such
     // bytes are decoded to some text, which ends ahead of its first NUL: nothing tells whether Encode() made
-    // them.
+    // them. White space in the form does no harm.
     static bool Decode(CString const& text, String& out);
 };
 
