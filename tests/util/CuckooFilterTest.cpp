@@ -31,20 +31,22 @@ TEST(CuckooFilter, IsMadeInItsForm) {
         calls.Script(SysCall::getrandom, {Calls::Data("\1\2\3\x84\5\6\7\x88")});
         EXPECT_EQ(Bytes(CuckooFilter(capacity, 500)), Empty(count, 4, 500, 0x84030201)) << capacity;
     }
-    EXPECT_FALSE(CuckooFilter(1UL << 40, 1).Initialized());
+    for (unsigned const shift : {34, 40, 63}) EXPECT_FALSE(CuckooFilter(1UL << shift, 1).Initialized()) << shift;
 }
 
 TEST(CuckooFilter, NeverForgetsWhatItTookIn) {
     for (auto const& [count, most] : {std::pair(4u, 10000u), {27, 10000}, {900, 700}, {54000, 60}}) {
         CuckooFilter filter(count * 10 / 9, 500);
-        unsigned strangers = 0;
-        for (unsigned i = 0; i < count; ++i) EXPECT_TRUE(filter.Add(View(Item(i)))) << i;
+        unsigned added = 0, there = 0, again = 0, strangers = 0;
+        for (unsigned i = 0; i < count; ++i) added += filter.Add(View(Item(i)));
         std::string const before = Bytes(filter);
         Footprint const footprint;
-        for (unsigned i = 0; i < count; ++i) EXPECT_TRUE(filter.Contains(View(Item(i))) && filter.Add(View(Item(i)))) << i;
-        for (unsigned i = 1000000; i < 1010000; ++i) strangers += filter.Contains(View(Item(i))) ? 1 : 0;
-        EXPECT_LE(strangers, most);
-        EXPECT_TRUE(footprint.Allocations() == 0 && Bytes(filter) == before) << "nothing is added twice";
+        for (unsigned i = 0; i < count; ++i) there += filter.Contains(View(Item(i))), again += filter.Add(View(Item(i)));
+        for (unsigned i = 1000000; i < 1010000; ++i) strangers += filter.Contains(View(Item(i)));
+        EXPECT_EQ(std::tuple(added, there, again), std::tuple(count, count, count));
+        EXPECT_LE(strangers, most) << count;
+        EXPECT_EQ(footprint.Allocations(), 0u);
+        EXPECT_EQ(Bytes(filter), before) << "nothing is added twice";
     }
 }
 
@@ -77,37 +79,49 @@ TEST(CuckooFilter, PutsAndKicksItemsAsDefined) {
 }
 
 TEST(CuckooFilter, RefusesWhatItsHeaderDoesNotFit) {
-    std::string const good = Empty(4, 4, 1, 2);
-    for (std::string const& bytes :
-         {std::string("x"), good.substr(0, 23), good.substr(0, 24), good.substr(0, 55), Empty(0, 4, 1, 2),
-          Empty(4, 0, 1, 2) + "12345678", Words({~0U, ~0U, 0xFFFF, ~0U, 0, 0}) + "12345678",
-          Words({0x80000000, 2, 0xFFFF, 1, 0, 0}) + "12345678"}) {
+    std::string const good = Empty(4, 4, 1, 2), behind = "12345678";
+    // clang-format off
+    std::pair<std::string, bool> const rows[] = {{"x", false}, {good.substr(0, 23), false}, {good.substr(0, 24), false},
+        {good.substr(0, 55), false}, {good.substr(0, 56), true}, // the last two bytes are not asked for
+        {Empty(0, 4, 1, 2), false}, {Empty(4, 0, 1, 2) + behind, false}, {Words({~0U, ~0U, 0xFFFF, ~0U, 0, 0}) + behind, false},
+        {Words({0x80000000, 2, 0xFFFF, 1, 0, 0}) + behind, false}, {Words({1 << 26, 1 << 26, 0xFFFF0000, 0, 0, 0}), false}};
+    // clang-format on
+    for (auto const& [bytes, isTaken] : rows) {
         CuckooFilter filter{View(bytes)};
-        EXPECT_FALSE(!filter.Initialized() || filter.Contains(View("a")) || filter.Add(View("a"))) << bytes.size();
-        EXPECT_EQ(Bytes(filter), bytes);
+        EXPECT_TRUE(filter.Initialized());
+        EXPECT_EQ(filter.Add(View(Item(1))), isTaken) << bytes.size();
+        EXPECT_EQ(filter.Contains(View(Item(1))), isTaken) << bytes.size();
+        EXPECT_EQ(Bytes(filter) != bytes, isTaken) << bytes.size();
     }
-    CuckooFilter exact{View(good.substr(0, 56))}; // the last two bytes are not asked for
-    EXPECT_TRUE(exact.Add(View("a")) && exact.Contains(View("a")));
 }
 
 TEST(CuckooFilter, GoesThroughAFileAndTellsWhatFailed) {
     TempDir const dir;
     LogCapture log;
     CuckooFilter filter(20000, 100); // more than one block of the stream
-    EXPECT_TRUE(filter.Add(View("a")));
+    EXPECT_TRUE(filter.Add(View(Item(1))));
     std::string const path = dir.Write("filter", std::string(100000, 'x')), empty = dir.Write("empty", "");
-    EXPECT_TRUE(filter.Export(CString(path.c_str())));
+    auto const load = [](std::string const& from) { return Bytes(CuckooFilter(CString(from.c_str()))); };
+    auto const store = [&](std::string const& to) { return filter.Export(CString(to.c_str())); };
+    EXPECT_TRUE(store(path));
     EXPECT_EQ(dir.Read("filter"), Bytes(filter));
-    EXPECT_EQ(Bytes(CuckooFilter(CString(path.c_str()))), Bytes(filter));
-    EXPECT_FALSE(CuckooFilter(CString(empty.c_str())).Initialized());
-    EXPECT_TRUE(log.Take().empty());
-    EXPECT_FALSE(filter.Export("/dev/full") || filter.Export("/nowhere/x"));
-    EXPECT_FALSE(CuckooFilter(CString("/etc")).Initialized() || CuckooFilter(CString("/nowhere/y")).Initialized());
-    EXPECT_EQ(log.Count("no such file or directory."), 2u);
-    EXPECT_TRUE(log.Has("is a directory.") && log.Has("no space left on device."));
+    EXPECT_EQ(load(path), Bytes(filter));
+    EXPECT_EQ(load(empty) + log.TakeText(), "");
     Calls calls;
-    calls.Script(SysCall::read, {Calls::Short(100), Calls::Fail(EIO)});
-    EXPECT_FALSE(CuckooFilter(CString(path.c_str())).Initialized());
+    calls.Script(SysCall::read, {Calls::Short(100), Calls::Fail(EIO), Calls::Short(100), Calls::Return(0)}); // an early end
+    for (std::string const& from : {path, path, std::string("/etc"), dir / "no"}) EXPECT_EQ(load(from), "");
+    calls.Script(SysCall::write, {Calls::Short(5000), Calls::Fail(ENOSPC)});
+    EXPECT_FALSE(store(path));
+    calls.Script(SysCall::close, {Calls::Fail(EDQUOT)});
+    for (char const* const to : {"filter", "no/x", "."}) EXPECT_FALSE(store(dir / to)) << to;
+    EXPECT_EQ(dir.Masked(log.TakeText()), R"(E Io::File: "@/filter": unable to read data: input/output error.
+E Io::File: "/etc": unable to read data: is a directory.
+E Io::File: unable to open "@/no": no such file or directory.
+E Io::File: "@/filter": unable to write data: no space left on device.
+E Io::File: "@/filter": unable to close descriptor -1: disk quota exceeded.
+E Io::File: unable to open "@/no/x": no such file or directory.
+E Io::File: unable to open "@/.": is a directory.
+)");
     ForEveryAllocation([&, small = dir.Write("small", Empty(64, 4, 1, 2))](Heap& heap) {
         Buffer out;
         heap.Arm();

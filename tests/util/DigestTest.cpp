@@ -68,7 +68,7 @@ template<class CheckT>
 unsigned long Fold(CheckT check) {
     unsigned long sum = 0;
     for (unsigned long size = 0; size < 260; ++size) {
-        for (unsigned long const step : {260, 1, 7}) {
+        for (unsigned long const step : {260, 1, 45}) {
             check.Reset();
             for (unsigned long at = 0; at < size; at += step) check.Update(Bytes(260).data() + at, std::min(step, size - at));
             sum = sum * 31 + check.Digest();
@@ -89,8 +89,6 @@ TEST(Checksum, GivesTheValuesOfItsDefinitionHoweverTheTextIsCut) {
     Util::CRC16 sums;
     std::string const full((3 << 20) + 1, '\xFF'); // as large sums as there are
     sums.Update(full.data(), full.size());
-    EXPECT_EQ(sums.Digest(), 0xFF);
-    for (unsigned i = 0; i < 50000; ++i) sums.Update("\xFF\xFF\xFF", 3);
     EXPECT_EQ(sums.Digest(), 0xFF);
 }
 
@@ -128,15 +126,14 @@ TEST(MurmurHash, GivesTheValuesOfItsVariant) {
 
 TEST(LM, GivesThePublishedValues) {
     char text[Util::LM::TEXT_SIZE];
-    std::istringstream rows("password e52cac67419a9a224a3b108f3fa6cb6d SecREt01 ff3750bcc2b22412c2265b23734e0dac "
-                            "Password1 e52cac67419a9a2238f10713b629b565 12345678901234 0182bd0bd4444bf8c03d5bba34975d50 "
-                            "P@$$w0rd!{}~ b0109442b77b46c77823f1e8eb8cfffc zzzzzzzyyyyyyy a5e6066de61c3e3536d67e522b5c6dff "
-                            "abcdefghijklmn e0c510199cc66abd8c51ec214bebdea1 The\xE4\xFF 15325720d3e32408aad3b435b51404ee "
-                            "0Aa9Zz<>?/|=;: 2a7a888f104e2d76ea70b5382520a0cc");
-    EXPECT_TRUE(Util::LM::TextDigest("", text));
-    EXPECT_STREQ(text, "aad3b435b51404eeaad3b435b51404ee");
+    std::istringstream rows(
+        "- aad3b435b51404eeaad3b435b51404ee password e52cac67419a9a224a3b108f3fa6cb6d SecREt01 ff3750bcc2b22412c2265b23734e0dac "
+        "Password1 e52cac67419a9a2238f10713b629b565 12345678901234 0182bd0bd4444bf8c03d5bba34975d50 "
+        "P@$$w0rd!{}~ b0109442b77b46c77823f1e8eb8cfffc zzzzzzzyyyyyyy a5e6066de61c3e3536d67e522b5c6dff "
+        "abcdefghijklmn e0c510199cc66abd8c51ec214bebdea1 The\xE4\xFF 15325720d3e32408aad3b435b51404ee "
+        "0Aa9Zz<>?/|=;: 2a7a888f104e2d76ea70b5382520a0cc");
     for (std::string password, expected; rows >> password >> expected;) {
-        EXPECT_TRUE(Util::LM::TextDigest(password.c_str(), text));
+        EXPECT_TRUE(Util::LM::TextDigest(password == "-" ? "" : password.c_str(), text));
         EXPECT_EQ(text, expected);
     }
     EXPECT_FALSE(Util::LM::TextDigest("123456789012345", text));
