@@ -166,6 +166,11 @@ TEST(RrdDb, CountsFromWhatItWasPrimedWith) {
     db.Reset();
     ASSERT_TRUE(Update(db, Tenths((1L << 32) + 100), {900, 0, 2, 4, 7})); // the whole counter again, in all levels
     EXPECT_EQ(Shown(db, "drops", 3, 2) + Shown(db, "drops", 0, 1), "6@100 0@-14300 6@100 ");
+    for (Db::StepT const step : {Db::STEP_3S, Db::STEP_1M}) { // the first growth counts for one step
+        Db fresh("f", "", ATTRIBUTES, 5, step);
+        EXPECT_TRUE(Update(fresh, Tenths(30), ValuesT(5, 900)));
+        EXPECT_EQ(Shown(fresh, "rate", 0, 1), step == Db::STEP_3S ? "2400@30 " : "120@30 ");
+    }
     std::string const fail = "C \"d\": [0xcffd****]. ", unknown = "E \"d\": unknown attribute: ";
     EXPECT_EQ(Said(log), fail + fail + fail + unknown + "none. " + unknown + "x. ");
 }
