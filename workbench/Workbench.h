@@ -2,6 +2,8 @@
 // ours.
 #pragma once
 
+#include "libzeb/zeb_tlv.h"
+
 #include <atomic>
 
 #include <cstddef>
