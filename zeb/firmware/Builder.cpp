@@ -18,10 +18,17 @@ bool IsRevocable_(uint32_t firmwareId) {
     return false;
 }
 
+constexpr char LEAF_WORDS[] = "code signing";
+
+bool GetSerial_(zeb_fw_error* error, X509* certificate, char const* kind, ASN1_INTEGER const*& serial) {
+    serial = X509_get0_serialNumber(certificate);
+    return serial != nullptr ||
+           zeb_fw_error_openssl_(error, 614, "unable to get a serial of %s certificate", kind);
+}
+
 bool CheckSerial_(zeb_fw_error* error, X509* certificate, char const* kind) {
-    ASN1_INTEGER const* const serial = X509_get0_serialNumber(certificate);
-    if (serial == nullptr)
-        return zeb_fw_error_openssl_(error, 614, "unable to get a serial of %s certificate", kind);
+    ASN1_INTEGER const* serial;
+    if (!GetSerial_(error, certificate, kind, serial)) return false;
     int const length = ASN1_STRING_length(serial);
     bool const isNegative = ASN1_STRING_type(serial) == V_ASN1_NEG_INTEGER;
     bool const isZero = length == 1 && ASN1_STRING_get0_data(serial)[0] == 0;
@@ -32,7 +39,7 @@ bool CheckSerial_(zeb_fw_error* error, X509* certificate, char const* kind) {
 }
 
 bool CheckRevocation_(zeb_fw_error* error, X509* certificate, int kind, uint32_t firmwareId) {
-    if (!CheckSerial_(error, certificate, kind == AUTHORITY ? "intermediate" : "code signing")) return false;
+    if (!CheckSerial_(error, certificate, kind == AUTHORITY ? "intermediate" : LEAF_WORDS)) return false;
     if (IsRevocable_(firmwareId)) return true;
     return zeb_fw_error_(error, 636, "no certificate revocation list found for 0x%08x firmware ID",
                          firmwareId);
@@ -87,7 +94,8 @@ bool DescribeDigits_(zeb_fw_error* error, X509* certificate, zeb_fw_crt_info& in
     info.fingerprint = zeb_fw_alloc_hex_string_(digest, size);
     if (info.fingerprint == nullptr)
         return zeb_fw_error_sys_(error, 613, "unable to allocate a builder certificate fingerprint");
-    ASN1_INTEGER const* const serial = X509_get0_serialNumber(certificate);
+    ASN1_INTEGER const* serial;
+    if (!GetSerial_(error, certificate, LEAF_WORDS, serial)) return false;
     info.serial = zeb_fw_alloc_hex_string_(ASN1_STRING_get0_data(serial),
                                            static_cast<size_t>(ASN1_STRING_length(serial)));
     return info.serial != nullptr ||
