@@ -3,11 +3,13 @@
 #include "workbench/Clock.h"
 #include "workbench/Workbench.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include <fcntl.h>
 #include <net/if.h>
@@ -106,6 +108,23 @@ bool Namespace::SmallDisk(std::string const& path, unsigned long bytes) {
     std::string options = "mode=755";
     if (bytes != 0) options += ",size=" + std::to_string(bytes);
     return Step(mount("tmpfs", path.c_str(), "tmpfs", 0, options.c_str()) == 0, "mount a disk at", path);
+}
+
+bool Namespace::Tree(std::string const& path, std::string const& words) {
+    Workbench::Own const own;
+    if (!SmallDisk(path)) return false;
+    std::istringstream stream(words);
+    for (std::string word; stream >> word;) {
+        std::size_t const mark = std::min(word.find_first_of("=>"), word.size());
+        fs::path const entry = fs::path(path) / word.substr(0, mark);
+        std::string const rest = word.substr(std::min(mark + 1, word.size()));
+        std::error_code error;
+        fs::create_directories(mark == word.size() ? entry : entry.parent_path(), error);
+        if (word[mark] == '>') fs::create_symlink(rest, entry, error);
+        bool const written = word[mark] != '=' || std::ofstream(entry) << rest << "\n" << std::flush;
+        if (!Step(written && !error, "make", word)) return false;
+    }
+    return true;
 }
 
 bool Namespace::Bind(std::string const& source, std::string const& target) {

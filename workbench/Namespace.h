@@ -37,6 +37,10 @@ public:
     // is without limit.
     bool SmallDisk(std::string const& path, unsigned long bytes = 0);
 
+    // Makes `path` a folder in memory with what the words name: "a/b=text" a file of one line, "a/b>c" a link
+    // to c, "a/b" a folder; parents are made. A /sys of the test's own.
+    bool Tree(std::string const& path, std::string const& words);
+
     // Puts `source` in the place of `target`, which must exist.
     bool Bind(std::string const& source, std::string const& target);
 
