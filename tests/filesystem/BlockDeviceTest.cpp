@@ -1,0 +1,214 @@
+#include "zeb/filesystem/BlockDevice.h"
+#include "tests/runtime/Worker.h"
+#include "workbench/LoopDisk.h"
+#include "workbench/Namespace.h"
+#include "zeb/core/ErrorString.h"
+
+#include <regex>
+
+namespace {
+
+using Io::BlockDevice, Io::Stateful;
+using StepsT = std::vector<Calls::Step>;
+
+constexpr unsigned long BLOCK = 512, SIZE = 1 << 20;
+
+std::string Replaced(std::string const& text, std::initializer_list<std::pair<char const*, char const*>> rules) {
+    std::string all = text;
+    for (auto const& [from, to] : rules) all = std::regex_replace(all, std::regex(from), to);
+    return all;
+}
+
+struct OpenDevice : BlockDevice {
+    explicit OpenDevice(ModeT mode = EXCLUSIVE, CString const& name = "/dev/sda", Log::VerboseT verbose = Log::VERBOSE_ON)
+        : BlockDevice(name, mode, verbose) {}
+
+    // Whether all operations are refused for that reason; the state is cleared then.
+    bool Ended(StateT state, int error) {
+        char byte = 0;
+        int unused = 0;
+        EXPECT_EQ(std::tuple(CurrentState(), SysError()), std::tuple(state, error));
+        bool const refused = !(Seek(0) || SeekToBlock(0) || ReadAll(&byte, 0) || WriteAll(&byte, 0) || WriteZeros(0, 1) ||
+                               Discard(0, 1, unused) || WipeArea(0, 1) || RereadPartitions() || PrintInfo(""));
+        ClearState_();
+        return refused;
+    }
+};
+
+// A disk that is met under any name, and a /sys of its own.
+struct BlockDeviceTest : WithMainThread {
+    void SetUp() override {
+        ZEB_NEED_ROOT();
+        if (char const* const why = LoopDisk::WhyNot()) GTEST_SKIP() << why;
+        disk.emplace(SIZE).Fill('x');
+        space.emplace().PrivateDev();
+        for (std::string const name : {"sda", "sda1", "sdb", "mmcblk0p2", "mmcblk1", "nvme0n1"}) disk->Node("/dev/" + name);
+        space->Tree("/sys", "block/sda/queue/discard_max_hw_bytes=1048576");
+    }
+    // What is logged of the disk under that name, and by PrintInfo, in short, or its errno.
+    std::string Probe(std::string const& name, std::string const& tree, StepsT const& steps = {}) {
+        // clang-format off
+        space->Tree("/sys", Replaced(tree, {{"\\bD\\b", "block/sdb"}, {"\\bL\\b", "block/sdb/queue/discard_max_hw_bytes"},
+            {"\\bV\\b", "U/2-1"}, {"\\bE\\b", "block/sdb/device/preferred_erase_size"}, {"\\bM\\b", "U/2-1/driver/module"},
+            {"\\bU\\b", "bus/usb/devices"}, {"\\bT\\b", "bus/usb/devices/2-1/host3/target3:0:0/3:0:0:1"}}));
+        for (Calls::Step const& step : steps) calls.Script(SysCall::ioctl, {step});
+        OpenDevice const device(BlockDevice::EXCLUSIVE, CString(("/dev/" + name).c_str()));
+        EXPECT_TRUE(device.PrintInfo("box") || device.CurrentCode().Facility() == Facility::FAIL);
+        std::string all;
+        for (std::string const& line : log_.Take()) all += line + " ";
+        std::string const words = std::string(": ") + ErrorString(device.SysError()) + "\\.",
+                          code = device.SysError() != 0 ? strerrorname_np(device.SysError()) : "";
+        return Replaced(all, {
+            {". Io::BlockDevice: \"[^\"]*\": |bus |,? ?size \"1048576\", block \"512\", blocks \"2048\"\\. |\"", ""},
+            {words.c_str(), (" " + code).c_str()}, {"\\. erasesize |erasesize (?=\\d+, d)", " "}, {", (zero )?discard ", " "},
+            {" *\\.? *$", ""}, {"unable to ", "~"}, {"unknown 1 no no", "?"}});
+    } // clang-format on
+
+    std::optional<LoopDisk> disk;
+    std::optional<Namespace> space;
+    Calls calls;
+};
+
+TEST_F(BlockDeviceTest, KnowsItsDiskItsBusAndWhatItCanDo) {
+    // The device, if it is not sdb, the tree of /sys, and what is told. "~" is "unable to", "?" a disk of no talents.
+    std::string const rows = // clang-format off
+        "D -> ?; sda1: block/sda/sda1/dev=8:1 -> unknown, master /dev/sda 1 no no; "
+        "mmcblk0p2: block/mmcblk0p/mmcblk0p2/dev block/mmcblk0/mmcblk0p2/dev=179:2 -> emmc, master /dev/mmcblk0 1 no no; "
+        "nvme0n1: block/nvme0n1/queue/discard_max_hw_bytes=4294967295 -> nvme 1 yes no; "
+        "mmcblk1: block/mmcblk1/queue/discard_max_hw_bytes=4294967295 -> emmc 1 yes no; "
+        "L=2147483646 -> unknown 1 yes no; L=2147483647 -> ?; "
+        "M>a/usb_storage T/block/sdb L=2147483646 -> usb-storage 1 yes no; "
+        "M>a/usb_storage T/block/sdb L=4294967295 -> usb-storage 1 no no; "
+        "M>uas T/block/sdb L=4294967295 -> uas 1 yes no; M>uas T/block/sdb L=0 -> uas 1 no no; "
+        "D M>usb_uasp T/block/sdb -> ?; D M/uas T/block/sdb -> ?; D V/driver=uas T/block/sdb -> ?; "
+        "D M>uas T/block/sda -> ?; D M>uas T=x -> ?; D M>uas V/ghost3/target3/a/block/sdb -> ?; "
+        "D M>uas V/host2=x V/host3/a/b/block/sdb -> ?; D M>uas V/host3/target3/.b/block/sdb -> ?; "
+        "D M>usb_storage V U/1-1/driver/module>uas U/1-1/host1/target1/a/block/sdb -> uas 1 no no; "
+        "E=4096 -> unknown 8 no no; E=513 -> invalid erasesize 513, ignored. ?; E=0 -> invalid erasesize 0, ignored. ?; "
+        "block/sda -> ~find a master device ENODEV; sda1: block/sda/sda1/dev -> ~find a master device ENODEV; "
+        "D>sdb -> ~find a block control file ELOOP; sda1: block/sda>sda -> ~find a partition control file ELOOP; "
+        "D/queue>queue -> ~find a discard control file ELOOP; D/device>device -> ~find a erase size control file ELOOP; "
+        "D U>devices -> ~search the USB devices ELOOP; D V>2-1 -> ~search the USB devices ELOOP; "
+        "D M>uas V/host3>host3 -> ~search the USB devices ELOOP; D M>uas T/block>block -> ~search the USB devices ELOOP; "
+        "L -> ~read discard value EISDIR; E -> ~read erase size value EISDIR; "
+        "E=1\x01 -> ~read erase size value: invalid input; L=12k -> ~parse discard value 12k; "
+        "L=18446744073709551616 -> ~parse discard value 18446744073709551616; L= -> ~parse discard value; "
+        "E=-1 -> ~parse erase size value -1; "; // clang-format on
+    auto const real = Calls::Real(), no = Calls::Fail(EIO);
+    std::pair<StepsT, char const*> const measures[] = {
+        // clang-format off
+        {{no}, "~get a size of the block device EIO"}, {{real, no}, "~get a blocksize of the block device EIO"},
+        {{real, Calls::Value(0)}, "~get a blocksize of the block device EINVAL"}, {{real, real, no}, "?"},
+        {{real, Calls::Value(4097)}, "unsupported block size of the block device: 4097"},
+        {{Calls::Value(9000UL), Calls::Value(4096)}, "unknown, size 9000, block 4096, blocks 2 1 no no"},
+        {{real, real, Calls::Value(1U)}, "unknown 1 yes yes"}};
+    // clang-format on
+    static std::regex const row("((\\w+): )?([^;]+) -> ([^;]*); ");
+    for (std::sregex_iterator it(rows.begin(), rows.end(), row), end; it != end; ++it)
+        EXPECT_EQ(Probe(it->length(2) ? it->str(2) : "sdb", it->str(3)), it->str(4)) << it->str();
+    for (auto const& [steps, expected] : measures) EXPECT_EQ(Probe("sdb", "D", steps), expected);
+}
+
+TEST_F(BlockDeviceTest, MovesBytesAndErasesThem) {
+    OpenDevice device;
+    std::string text(3 * BLOCK, 'a'), back(3 * BLOCK, '?'), large(SIZE + BLOCK, 'z');
+    calls.Script(SysCall::write, {Calls::Short(7), Calls::Real()});
+    EXPECT_TRUE(device.SeekToBlock(4) && device.WriteAll(text.data(), text.size()) && device.Seek(4 * BLOCK));
+    EXPECT_EQ(disk->Blocks(3, 5), "xaaax");
+    calls.Script(SysCall::read, {Calls::Short(1), Calls::Short(600)});
+    EXPECT_TRUE(device.ReadAll(back.data(), back.size()) && back == text);
+    EXPECT_TRUE(device.WriteZeros(5, 2) && disk->Blocks(4, 4) == "a00x");
+    int error = 1;
+    EXPECT_TRUE(device.Discard(8, 8, error) && error == 0 && disk->Blocks(7, 10) == "x00000000x");
+    EXPECT_TRUE(device.WipeArea(24, 8) && disk->Blocks(23, 10) == "x00000000x" && log_.Take().empty());
+    calls.Script(SysCall::ioctl, {Calls::Fail(EOPNOTSUPP)}, 4);
+    EXPECT_TRUE(device.Discard(40, 1, error) && error == EOPNOTSUPP && device.WipeArea(41, 1) && disk->Blocks(40, 3) == "x0x");
+    EXPECT_EQ(log_.Take(), LinesT(2, "I Io::BlockDevice: discard is not supported on the block device \"/dev/sda\"."));
+    Calls const pieces; // of a MiB
+    EXPECT_FALSE(device.Seek(0) && device.ReadAll(large.data(), large.size())) << "a block more than there are";
+    EXPECT_TRUE(device.Ended(Stateful::STATE_EOS, 0) && pieces.Count(SysCall::read) == 2);
+    space->Tree("/sys", "block/sda");
+    OpenDevice plain(BlockDevice::SHARED); // cannot discard
+    EXPECT_TRUE(plain.Discard(50, 1, error) && error == 0 && plain.WipeArea(51, 1) && disk->Blocks(50, 3) == "x0x");
+}
+
+TEST_F(BlockDeviceTest, EndsWithTheFirstFailure) {
+    static char data[BLOCK];
+    static int unused = 0;
+    using WorkT = bool (*)(OpenDevice&);
+    WorkT const read = [](OpenDevice& it) { return it.ReadAll(data, BLOCK); };
+    WorkT const write = [](OpenDevice& it) { return it.WriteAll(data, BLOCK); };
+    WorkT const discard = [](OpenDevice& it) { return it.Discard(1, 1, unused); };
+    WorkT const seeks[] = {[](OpenDevice& it) { return it.Seek(-1); }, [](OpenDevice& it) { return it.SeekToBlock(1L << 55); }};
+    WorkT const zeros[] = {
+        [](OpenDevice& it) { return it.WriteZeros(0, 1UL << 55); }, [](OpenDevice& it) { return it.WriteZeros(1L << 55, 1); },
+        [](OpenDevice& it) { return it.WriteZeros(-1, 1); }, [](OpenDevice& it) { return it.WriteZeros(2048, 1); }};
+    auto const some = Calls::Short(7), fail = Calls::Fail(EIO), busy = Calls::Fail(EBUSY), stop = Calls::Fail(EINTR),
+               no = Calls::Fail(EOPNOTSUPP);
+    std::string const device = " the block device", erase = "unable to erase data of" + device,
+                      place = "could not set current position for", drop = "unable to discard data of" + device,
+                      sync = "unable to sync to" + device;
+    std::tuple<WorkT, SysCall, StepsT, int, std::string> const rows[] = {
+        // clang-format off
+        {read, SysCall::read, {some, fail}, EIO, "unable to read from" + device}, {read, SysCall::read, {some, stop}, 0, ""},
+        {write, SysCall::write, {some, fail}, EIO, "unable to write to" + device}, {write, SysCall::write, {stop}, 0, ""},
+        {write, SysCall::fsync, {fail}, EIO, sync}, {write, SysCall::fsync, {busy}, EBUSY, sync},
+        {seeks[0], SysCall::lseek, {}, EINVAL, place}, {seeks[1], SysCall::lseek, {}, EINVAL, place},
+        {zeros[0], SysCall::ioctl, {}, EINVAL, erase}, {zeros[1], SysCall::ioctl, {}, EINVAL, erase},
+        {zeros[2], SysCall::ioctl, {}, EINVAL, erase}, {zeros[3], SysCall::ioctl, {}, EINVAL, erase},
+        {discard, SysCall::ioctl, {fail}, EIO, drop}, {discard, SysCall::ioctl, {no, fail}, EIO, drop},
+        {[](OpenDevice& it) { return it.WipeArea(1, 1); }, SysCall::ioctl, {fail}, EIO, drop},
+        {[](OpenDevice& it) { return it.RereadPartitions(); }, SysCall::ioctl, {fail}, EIO,
+         "unable to reread partition table of" + device}};
+    // clang-format on
+    OpenDevice disk_;
+    for (auto const& [work, call, steps, code, words] : rows) {
+        for (Calls::Step const& step : steps) calls.Script(call, {step});
+        EXPECT_FALSE(work(disk_)) << words;
+        std::string const line = "E Io::BlockDevice: " + words + " \"/dev/sda\": " + ErrorString(code) + ".";
+        EXPECT_EQ(log_.Take(), code == 0 ? LinesT() : LinesT{line});
+        EXPECT_TRUE(disk_.Ended(code == 0 ? Stateful::STATE_INTERRUPTED : Stateful::STATE_FAILED, code)) << words;
+    }
+    Worker worker([&] {
+        EXPECT_TRUE(Await(&Thread::SelfInterrupted));
+        for (WorkT const work : {read, write}) EXPECT_TRUE(!work(disk_) && disk_.Ended(Stateful::STATE_INTERRUPTED, 0));
+    });
+    EXPECT_TRUE(worker.Start().Succeeded() && worker.Stop() && log_.Take().empty());
+}
+
+TEST_F(BlockDeviceTest, IsOpenedAloneBesideOthersOrToBeRead) {
+    char data[BLOCK];
+    std::string const sda = "I Io::BlockDevice: \"/dev/sda\": ";
+    {
+        OpenDevice const first;
+        EXPECT_TRUE(first.PrintInfo("") && first.Size() == SIZE && first.BlockSize() == BLOCK &&
+                    first.BlockCount() == SIZE / BLOCK);
+        EXPECT_EQ(log_.Take(), (LinesT{sda + "bus \"unknown\", size \"1048576\", block \"512\", blocks \"2048\".",
+                                       sda + "erasesize \"1\", discard \"yes\", zero discard \"no\"."}));
+        OpenDevice second;
+        EXPECT_TRUE(second.Ended(Stateful::STATE_BROKEN, EBUSY) && !second.Ok());
+        OpenDevice shared(BlockDevice::SHARED), reader(BlockDevice::READ_ONLY);
+        calls.Script(SysCall::fsync, {Calls::Fail(EBUSY), Calls::Fail(EIO)});
+        EXPECT_TRUE(shared.WriteAll(data, BLOCK) && !shared.WriteAll(data, BLOCK) && reader.ReadAll(data, BLOCK));
+        EXPECT_TRUE(!reader.WriteAll(data, BLOCK) && reader.SysError() == EBADF && log_.Take().size() == 3);
+    }
+    for (auto const verbose : {Log::VERBOSE_OFF, Log::VERBOSE_ON}) {
+        OpenDevice absent(BlockDevice::SHARED, "/dev/sdz", verbose);
+        EXPECT_TRUE(absent.Ended(Stateful::STATE_BROKEN, ENOENT) && !absent.Initialized());
+        std::string const line = "E Io::BlockDevice: \"/dev/sdz\": unable to open the block device: no such file or directory.";
+        EXPECT_EQ(log_.Take(), verbose == Log::VERBOSE_OFF ? LinesT() : LinesT{line});
+    }
+    space->Tree(
+        "/sys",
+        "block/sda/queue/discard_max_hw_bytes=1048576 bus/usb/devices/1/driver/module>uas bus/usb/devices/1/host1/target1/a");
+    ForEveryAllocation([this](Heap& heap) {
+        log_.Clear();
+        heap.Arm();
+        OpenDevice const device;
+        heap.Disarm();
+        EXPECT_EQ(std::tuple(device.Ok(), device.Initialized(), log_.Lines().empty()),
+                  std::tuple(!heap.Fired(), !heap.Fired(), !heap.Fired()));
+    });
+}
+
+} // namespace
