@@ -6,6 +6,7 @@
 #include "EventPrinter.h"
 #include "History.h"
 #include "Interfaces.h"
+#include "Pressure.h"
 #include "Report.h"
 #include "Sampler.h"
 #include "StateFile.h"
@@ -100,11 +101,13 @@ private:
             return false;
         history_.Start();
         load_.Activate();
+        pressure_.Start(config_.Name());
         return true;
     }
 
     void Stop_() {
         heartbeat_.Cancel();
+        pressure_.Stop();
         load_.Deactivate();
         history_.Deactivate();
         sampler_.Stop();
@@ -130,6 +133,7 @@ private:
     Telemetry telemetry_;
     Interfaces interfaces_;
     EventPrinter eventPrinter_;
+    Pressure pressure_;
     History history_{telemetry_};
     ThreadLoad load_;
     Task::Queue queue_{"State", QUEUE_IDLE, nullptr};

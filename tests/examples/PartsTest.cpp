@@ -2,6 +2,7 @@
 
 #include "examples/gateway/Config.h"
 #include "examples/gateway/Crash.h"
+#include "examples/gateway/Pressure.h"
 #include "examples/gateway/Sampler.h"
 #include "examples/gateway/StateFile.h"
 #include "workbench/Calls.h"
@@ -9,11 +10,13 @@
 #include "workbench/Clock.h"
 #include "workbench/Heap.h"
 #include "workbench/LogCapture.h"
+#include "workbench/Namespace.h"
 #include "workbench/TempDir.h"
 #include "zeb/runtime/Main.h"
 #include "zeb/runtime/ThreadMain.h"
 
 #include <cerrno>
+#include <poll.h>
 
 #include <gtest/gtest.h>
 
@@ -99,6 +102,24 @@ TEST(Crash, EndsTheProgramWithTheReportOfItsKind) {
             Crash(kind);
         });
         EXPECT_NE(child.Errors().find("Reason       : " + std::string(reason) + "\n"), std::string::npos) << child;
+    }
+}
+
+TEST(Pressure, IsAnsweredEachTime) {
+    ZEB_NEED_ROOT();
+    if (access("/proc/pressure/memory", F_OK) != 0) GTEST_SKIP() << "the kernel does not account for pressure";
+    TempDir const dir;
+    Namespace space;
+    space.Bind(dir.Write("monitor", ""), "/proc/pressure/memory");
+    LogCapture log;
+    AutoPtr<ThreadMain> const main(ThreadMain::New("test"));
+    Pressure pressure;
+    pressure.Start("box");
+    EXPECT_EQ(log.Take(), LogCapture::LinesT{"I Pressure: \"box\": watching for memory pressure: 10% of 2000 ms."});
+    Calls calls(Calls::ScopeT::PROCESS);
+    for (int round = 0; round < 2; ++round, log.Clear(), Clock::RealPause(20)) { // then it looks again
+        calls.Script(SysCall::poll, {Calls::Ready(POLLPRI)});
+        EXPECT_TRUE(log.Await("high memory pressure detected: threshold 10% of 2000 ms"));
     }
 }
 
