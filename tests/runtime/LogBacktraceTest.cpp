@@ -24,62 +24,25 @@ LinesT LinesOf(std::function<void()> const& body) {
     return lines;
 }
 
-void Fails(SysCall call, int error) {
-    static Calls* calls = nullptr;
-    delete std::exchange(calls, error ? new Calls : nullptr);
-    if (error) calls->Script(call, {Calls::Fail(error)});
-}
-
+std::atomic<unsigned> sink; // keeps the frames of what would else be tail calls
 Clock* clockOfTest = nullptr;
+Calls* callsOfTest = nullptr; // of the client that runs
 
-void Later(long milliseconds) { clockOfTest->Advance(milliseconds); }
+void Later() { clockOfTest->Advance(150); }
+void Fails(SysCall call, int error) { callsOfTest->Script(call, {Calls::Fail(error)}); }
+
+#define INLINE [[gnu::always_inline]] inline
 
 struct Locks {
+    INLINE void Push(Thread::LockPushT_ type) { self.LockPush_(low, type, now); }
+    INLINE void Pop(Thread::LockPopT_ type) { self.LockPop_(low, type); }
+
     Condition low{Mutex::CACHE}, high{Mutex::CORE};
     Time::Span const now = Time::Monotonic();
     Thread& self = *Thread::Self();
+    static constexpr auto HELD = Thread::PUSH_ACQUIRED, FREE = Thread::PUSH_RELEASED;
+    static constexpr auto UNHOLD = Thread::POP_ACQUIRED, UNFREE = Thread::POP_RELEASED;
 };
-
-std::atomic<unsigned> sink; // keeps the frames of what would else be tail calls
-
-// Clients of what logs with a backtrace, one by one.
-template<int>
-void Client();
-
-#define CLIENT(number, ...)                                                                                                      \
-    template<>                                                                                                                   \
-    [[gnu::noinline]] void Client<number>() {                                                                                    \
-        [[maybe_unused]] Locks l;                                                                                                \
-        __VA_ARGS__;                                                                                                             \
-        sink = number;                                                                                                           \
-    }
-
-// clang-format off
-CLIENT(0, Log(Log::INFO, "T", nullptr, "here") << Log::Backtrace(0))
-CLIENT(1, (void)(StatusLog(5, Log::INFO, "T", nullptr, "here") << Log::Backtrace(0)))
-CLIENT(2, Mutex::Guard const a(l.high), b(l.low))
-CLIENT(3, l.low.Lock(); l.low.Lock(); l.low.Unlock())
-CLIENT(4, l.low.Lock(); l.low.TryLock(); l.low.Unlock())
-CLIENT(5, l.low.Lock(); l.high.Lock(); l.low.Unlock(); l.high.Unlock(); l.self.LockPop_(l.low, Thread::POP_ACQUIRED))
-CLIENT(6, l.self.LockPop_(l.low, Thread::POP_ACQUIRED))
-CLIENT(7, l.self.LockPush_(l.low, Thread::PUSH_RELEASED, l.now); l.self.LockPop_(l.low, Thread::POP_ACQUIRED))
-CLIENT(8, l.self.LockAcquired_(l.low, l.now))
-CLIENT(9, l.self.LockPush_(l.low, Thread::PUSH_ACQUIRED, l.now); l.self.LockAcquired_(l.low, l.now); l.self.LockPop_(l.low, Thread::POP_ACQUIRED))
-CLIENT(10, l.self.LockPush_(l.low, Thread::PUSH_RELEASED, l.now); l.self.LockWaitStarted_(l.low, l.now); l.self.LockPop_(l.low, Thread::POP_RELEASED))
-CLIENT(11, l.self.LockPush_(l.low, Thread::PUSH_RELEASED, l.now); l.self.LockWaitFinished_(l.low, l.now); l.self.LockPop_(l.low, Thread::POP_RELEASED))
-CLIENT(12, l.low.Signal())
-CLIENT(13, l.low.Broadcast())
-CLIENT(14, l.low.Lock(); Fails(SysCall::pthread_cond_wait, EPERM); l.low.Wait(-1L); Fails({}, 0); l.low.Unlock())
-CLIENT(15, l.low.Lock(); Fails(SysCall::pthread_mutex_unlock, EPERM); l.low.Unlock(); Fails({}, 0); l.low.Unlock())
-CLIENT(16, Fails(SysCall::pthread_mutex_init, EPERM); Mutex const bad(Mutex::CACHE); Fails({}, 0))
-CLIENT(17, Fails(SysCall::pthread_cond_init, EPERM); Condition const bad(Mutex::CACHE); Fails({}, 0))
-CLIENT(18, l.low.Lock(); Later(150); l.low.Unlock())
-CLIENT(19, l.low.Lock(); Later(150); l.low.Wait(0L); l.low.Unlock())
-CLIENT(20, Fails(SysCall::getrandom, EIO); Random::Get(); Fails({}, 0))
-CLIENT(21, Fails(SysCall::getrandom, EIO); String text; (void)Random::GetAsciiString(5, text); Fails({}, 0))
-CLIENT(22, Fails(SysCall::getrandom, EIO); unsigned char bytes[5]; Random::GetNz(bytes, 5); Fails({}, 0))
-CLIENT(23, Fails(SysCall::getrandom, EIO); Random::GetUniformInterval(0, 5); Fails({}, 0))
-// clang-format on
 
 struct Transport {
     Transport() { sink = static_cast<unsigned>(socketpair(AF_UNIX, SOCK_DGRAM, 0, pair) + write(pair[1], "x", 1)); }
@@ -95,12 +58,41 @@ struct Transport {
     Io::PollableBase waiting{base, dgram, "T"};
 };
 
+// Clients of what logs with a backtrace, one by one.
+template<int>
+void Client();
+
 // clang-format off
-CLIENT(24, Transport t; Fails(SysCall::write, EPERM); sink = t.base.SysWrite("a", 1, t.done); Fails({}, 0))
-CLIENT(25, Transport t; Fails(SysCall::recv, ENOBUFS); sink = t.dgram.GetBytesAvailable(t.done); Fails({}, 0))
-CLIENT(26, Array<Mutex*> locks; for (unsigned i = 0; i < 8; ++i) l.self.LockPush_(l.low, Thread::PUSH_ACQUIRED, l.now);
-           Heap heap(1); heap.Arm(); l.self.LockPush_(l.low, Thread::PUSH_ACQUIRED, l.now); heap.Disarm();
-           for (unsigned i = 0; i < 9; ++i) l.self.LockPop_(l.low, Thread::POP_ACQUIRED))
+#define CLIENT(number, ...)                                                                                                      \
+    template<> [[gnu::noinline]] void Client<number>() { [[maybe_unused]] Locks l; __VA_ARGS__; sink = number; }
+CLIENT(0, Log(Log::INFO, "T", nullptr, "here") << Log::Backtrace(0))
+CLIENT(1, (void)(StatusLog(5, Log::INFO, "T", nullptr, "here") << Log::Backtrace(0)))
+CLIENT(2, Mutex::Guard const a(l.high), b(l.low))
+CLIENT(3, l.low.Lock(); l.low.Lock(); l.low.Unlock())
+CLIENT(4, l.low.Lock(); l.low.TryLock(); l.low.Unlock())
+CLIENT(5, l.low.Lock(); l.high.Lock(); l.low.Unlock(); l.high.Unlock(); l.Pop(l.UNHOLD))
+CLIENT(6, l.Pop(l.UNHOLD))
+CLIENT(7, l.Push(l.FREE); l.Pop(l.UNHOLD))
+CLIENT(8, l.self.LockAcquired_(l.low, l.now))
+CLIENT(9, l.Push(l.HELD); l.self.LockAcquired_(l.low, l.now); l.Pop(l.UNHOLD))
+CLIENT(10, l.Push(l.FREE); l.self.LockWaitStarted_(l.low, l.now); l.Pop(l.UNFREE))
+CLIENT(11, l.Push(l.FREE); l.self.LockWaitFinished_(l.low, l.now); l.Pop(l.UNFREE))
+CLIENT(12, l.low.Signal())
+CLIENT(13, l.low.Broadcast())
+CLIENT(14, l.low.Lock(); Fails(SysCall::pthread_cond_wait, EPERM); l.low.Wait(-1L); l.low.Unlock())
+CLIENT(15, l.low.Lock(); Fails(SysCall::pthread_mutex_unlock, EPERM); l.low.Unlock(); l.low.Unlock())
+CLIENT(16, Fails(SysCall::pthread_mutex_init, EPERM); Mutex const bad(Mutex::CACHE))
+CLIENT(17, Fails(SysCall::pthread_cond_init, EPERM); Condition const bad(Mutex::CACHE))
+CLIENT(18, l.low.Lock(); Later(); l.low.Unlock())
+CLIENT(19, l.low.Lock(); Later(); l.low.Wait(0L); l.low.Unlock())
+CLIENT(20, Fails(SysCall::getrandom, EIO); Random::Get())
+CLIENT(21, Fails(SysCall::getrandom, EIO); String text; sink = Random::GetAsciiString(5, text))
+CLIENT(22, Fails(SysCall::getrandom, EIO); unsigned char bytes[5]; Random::GetNz(bytes, 5))
+CLIENT(23, Fails(SysCall::getrandom, EIO); Random::GetUniformInterval(0, 5))
+CLIENT(24, Transport t; Fails(SysCall::write, EPERM); sink = t.base.SysWrite("a", 1, t.done))
+CLIENT(25, Transport t; Fails(SysCall::recv, ENOBUFS); sink = t.dgram.GetBytesAvailable(t.done))
+CLIENT(26, for (int i = 0; i < 8; ++i) l.Push(l.HELD); Heap heap(1); heap.Arm(); l.Push(l.HELD); heap.Disarm();
+           for (int i = 0; i < 9; ++i) l.Pop(l.UNHOLD))
 // clang-format on
 
 using LogBacktrace = WithMainThread;
@@ -109,6 +101,8 @@ template<int... NUMBERS>
 void ExpectClients(std::integer_sequence<int, NUMBERS...>) {
     void (*const clients[])() = {Client<NUMBERS>...};
     for (unsigned number = 0; number < sizeof...(NUMBERS); ++number) {
+        Calls calls;
+        callsOfTest = &calls;
         LinesT const lines = LinesOf(clients[number]);
         unsigned statements = 0;
         for (unsigned i = 0; i + 1 < lines.size(); ++i) {
@@ -204,7 +198,8 @@ TEST_F(LogBacktrace, ShowsAnotherThreadAndWhatFailed) {
     calls.Script(SysCall::read, {Calls::Fail(EACCES)});
     std::string const head = "W T: here.|E T: unable to go to a next stack frame: permission denied|W T: \"busy\" (" +
                              std::to_string(tid) + ") backtrace:|W T:   ";
-    std::string const shown = Shown([&] { Here(Log::Backtrace(5, tid, Log::Backtrace::DEMANGLE)); });
+    std::string shown;
+    for (auto const& line : LinesOf([&] { Here(Log::Backtrace(5, tid, Log::Backtrace::DEMANGLE)); })) shown += line + "|";
     EXPECT_TRUE(shown.starts_with(head) && shown.find("ShowsAnotherThread") != std::string::npos) << shown;
     EXPECT_TRUE((stop = true) && busy.Stop());
 }
