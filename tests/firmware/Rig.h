@@ -83,13 +83,17 @@ struct Firmware {
         return raw + Trailer(SlowCrc(raw));
     }
 
-    // Makes it a signed one: the certificates, one behind the other, and the signature by the key of the first one.
-    Firmware& Sign(Certificates const& made, std::vector<std::string> const& names, std::string const& digest = "sha256") {
+    // Makes it a signed one: the certificates, one behind the other, and a signature by the key of the first one, or none.
+    Firmware& Certify(Certificates const& made, std::vector<std::string> const& names, std::string const& digest = "sha256") {
         tags.erase(0x10001);
         tags[0x10002].clear();
         for (std::string const& name : names) tags[0x10002] += made.Read(name + ".pem");
         tags[0x10003] = digest;
-        return Seal(made, names.front());
+        tags[0x10004] = Word(70) + std::string(signatureRoom - 4, '\0');
+        return *this;
+    }
+    Firmware& Sign(Certificates const& made, std::vector<std::string> const& names, std::string const& digest = "sha256") {
+        return Certify(made, names, digest).Seal(made, names.front());
     }
     Firmware& Seal(Certificates const& made, std::string const& key) {
         tags[0x10004] = std::string(signatureRoom, '\0');
