@@ -51,7 +51,8 @@ TEST(FirmwareError, ComposesItsMessageAndItsCauses) {
         // clang-format off
         {0, "plain", "plain"}, {ENOENT, "open", "open (no such file or directory)"}, {EIO, "read", "read (input/output error)"},
         {-1, "negative", "negative"}, {0, longest, longest}, {0, longer, longer.substr(0, 1018) + "[...]"},
-        {ENOMEM, std::string(999, 'y'), std::string(999, 'y') + " (cannot allocate memory"}, {99999, "odd", "odd (unknown error 99999)"}};
+        {ENOMEM, std::string(999, 'y'), std::string(999, 'y') + " (cannot allocate memory"}, {99999, "odd",
+         "odd (unknown error 99999)"}};
     // clang-format on
     for (auto const& [number, text, expected] : rows) {
         zeb_fw_error error;
@@ -126,15 +127,18 @@ TEST(FirmwareImage, IsRefusedForWhatIsWrongInIt) {
         {tag(0x10007, Word(0x55)), "944 unable to read a fill byte (0x55) from the TLV table"},
         {tag(0x10007, Word(0)), "911 a TLV table block has trailing junk bytes"},
         {[](F& f) { f.behind = "x"; }, "911 a TLV table block has trailing junk bytes"},
-        {[](F& f) { f.behind.assign(0x10000 - f.Table().size() - 1, f.fill) += 'x'; }, "911 a TLV table block has trailing junk bytes"},
+        {[](F& f) { f.behind.assign(0x10000 - f.Table().size() - 1, f.fill) += 'x'; },
+         "911 a TLV table block has trailing junk bytes"},
         {gone(0x10003), "917 no digest name found in a TLV table"}, {tag(0x10003, ""), "917 no digest name found in a TLV table"},
         {tag(0x10003, "sha255"), "919 unable to get a \"sha255\" digest object"},
         {tag(0x10002, ""), "920 unexpected builder certificate found in a TLV table"},
         {tag(0x10004, ""), "921 unexpected digest found in a TLV table"},
         {gone(0x10001), "923 no builder certificate found in a TLV table"},
         {[](F& f) { f.tags.erase(0x10001), f.tags[0x10002]; }, "924 no digest found in a TLV table"},
-        {[](F& f) { f.tags.erase(0x10001), f.tags.erase(3), f.tags[0x10002], f.tags[0x10004]; }, "942 no firmware ID in the TLV table found"},
-        {[](F& f) { f.tags.erase(0x10001), f.tags[3] = "0x0A51", f.tags[0x10002], f.tags[0x10004]; }, "943 the firmware ID in the TLV table corrupted"},
+        {[](F& f) { f.tags.erase(0x10001), f.tags.erase(3), f.tags[0x10002], f.tags[0x10004]; },
+         "942 no firmware ID in the TLV table found"},
+        {[](F& f) { f.tags.erase(0x10001), f.tags[3] = "0x0A51", f.tags[0x10002], f.tags[0x10004]; },
+         "943 the firmware ID in the TLV table corrupted"},
         {[](F& f) { f.tags.erase(0x10001), f.tags[0x10002], f.tags[0x10004]; }, "done 3"}};
     // clang-format on
     TempDir const folder;
@@ -162,14 +166,19 @@ TEST(FirmwareImage, IsRefusedForItsFrame) {
         {good, 0, 0, "done 2"}, {raw, 0x400000, 0, "done 2"}, {raw + good, 0x400000, 0x10000, "done 2"},
         {zeros, 0x400000, 0, "704 no TLV table found in a firmware file"}, {zeros, 0x400000, 0x80000, "909 no TLV table found"},
         {raw, 0, 0, "903 raw firmware size 4194244 is not aligned by a block size 0x10000"},
-        {raw + zeros.substr(0, 0x10000), 0x410000, 0x20000, "903 raw firmware size 4259840 is not aligned by a block size 0x20000"},
-        {raw.substr(1), 0, 0, "305 firmware size 4194303 is less than 4194304"}, {raw, 0x3FFFFF, 0, "305 firmware size 4194303 is less than 4194304"},
+        {raw + zeros.substr(0, 0x10000), 0x410000, 0x20000,
+         "903 raw firmware size 4259840 is not aligned by a block size 0x20000"},
+        {raw.substr(1), 0, 0, "305 firmware size 4194303 is less than 4194304"}, {raw, 0x3FFFFF, 0,
+         "305 firmware size 4194303 is less than 4194304"},
         {raw, 0x8000001, 0, "306 firmware size 134217729 is greater than 134217728"},
         {raw, 0x410000, 0, "906 unable to read a firmware block (input/output error)"},
-        {with(0x400000, "wQRT"), 0, 0, corrupted}, {with(0x400003, "t"), 0, 0, corrupted}, {with(0x400004, LittleWord(0)), 0, 0, corrupted},
+        {with(0x400000, "wQRT"), 0, 0, corrupted}, {with(0x400003, "t"), 0, 0, corrupted}, {with(0x400004, LittleWord(0)), 0, 0,
+         corrupted},
         {with(0x400004, LittleWord(~0U)), 0, 0, corrupted}, {with(0x400004, LittleWord(1)), 0, 0, "done 2"},
-        {with(0x400008, std::string(1, '\0')), 0, 0, corrupted}, {with(0x400008, "N"), 0, 0, "done 2"}, {with(0x400037, "x"), 0, 0, "done 2"},
-        {with(0x400038, LittleWord(0)), 0, 0, "908 a firmware image corrupted"}, {with(0x3FFFFF, "x"), 0, 0, "908 a firmware image corrupted"},
+        {with(0x400008, std::string(1, '\0')), 0, 0, corrupted}, {with(0x400008, "N"), 0, 0, "done 2"}, {with(0x400037, "x"), 0,
+         0, "done 2"},
+        {with(0x400038, LittleWord(0)), 0, 0, "908 a firmware image corrupted"}, {with(0x3FFFFF, "x"), 0, 0,
+         "908 a firmware image corrupted"},
         {with(0, "xx"), 0, 0x10000, "908 a firmware image corrupted"}};
     // clang-format on
     for (auto const& [bytes, rawSize, blockSize, expected] : rows)
@@ -226,9 +235,12 @@ TEST(FirmwareImage, RefusesArgumentsThatMakeNoSense) {
     std::string const path = folder.Write("image", Firmware().File());
     std::pair<Ask, char const*> const rows[] = {
         // clang-format off
-        {{.file = ""}, "912 invalid firmware name"}, {{.file = path, .blockSize = 1}, "910 invalid firmware block size 0x00000001"},
-        {{.file = path, .blockSize = 0x40000}, "910 invalid firmware block size 0x00040000"}, {{.file = path, .authorities = ""}, "914 invalid CA certificates directory name"},
-        {{.file = path, .tags = {3, 256}}, "901 unable to get 0x00000100 non-user tag value"}, {{.file = path, .tags = {255, 0}}, "done 2"}};
+        {{.file = ""}, "912 invalid firmware name"}, {{.file = path, .blockSize = 1},
+         "910 invalid firmware block size 0x00000001"},
+        {{.file = path, .blockSize = 0x40000}, "910 invalid firmware block size 0x00040000"}, {{.file = path, .authorities = ""},
+         "914 invalid CA certificates directory name"},
+        {{.file = path, .tags = {3, 256}}, "901 unable to get 0x00000100 non-user tag value"}, {{.file = path, .tags = {255, 0}},
+         "done 2"}};
     // clang-format on
     for (auto const& [ask, expected] : rows) EXPECT_EQ(ask(), expected);
     zeb_fw_error error;

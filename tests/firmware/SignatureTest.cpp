@@ -56,7 +56,8 @@ TEST(FirmwareSignature, IsTakenFromKeysOfManyKinds) {
     Chain const chain;
     std::tuple<std::vector<std::string>, char const*, std::size_t> const rows[] = {
         // clang-format off
-        {{"rsa:2048"}, "sha256", 0x10000}, {{"rsa:2048"}, "sha512", 0x20000}, {{"ec", "-pkeyopt", "ec_paramgen_curve:P-384"}, "sha384", 0x80000},
+        {{"rsa:2048"}, "sha256", 0x10000}, {{"rsa:2048"}, "sha512", 0x20000}, {{"ec", "-pkeyopt", "ec_paramgen_curve:P-384"},
+         "sha384", 0x80000},
         {Certificates::P256, "sha1", 0x80000},
         {{"ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-pkeyopt", "ec_param_enc:explicit"}, "sha256", 0x20000}};
     // clang-format on
@@ -90,21 +91,30 @@ TEST(FirmwareSignature, IsRefusedForItsCertificates) {
     std::tuple<R, std::vector<std::string>, unsigned, char const*> const rows[] = {
         // clang-format off
         {expired, {"key", "inter"}, 1, TAKEN}, {early, {"key", "inter"}, 0, TAKEN}, {usage(LEAF), {"inter", "key"}, 0, TAKEN},
-        {usage("basicConstraints=CA:FALSE\nextendedKeyUsage=codeSigning"), {"key", "inter"}, 0, "619 unable to get a key usage extension from a builder certificate"},
-        {usage("keyUsage=keyEncipherment\nextendedKeyUsage=codeSigning"), {"key", "inter"}, 0, "620 a builder certificate is not intended to use for a digital signature"},
-        {usage("keyUsage=digitalSignature"), {"key", "inter"}, 0, "621 unable to get an extended key usage extension of a builder certificate"},
-        {usage("keyUsage=digitalSignature\nextendedKeyUsage=serverAuth"), {"key", "inter"}, 0, "622 a builder certificate is not intended to use for code signing"},
+        {usage("basicConstraints=CA:FALSE\nextendedKeyUsage=codeSigning"), {"key", "inter"}, 0,
+         "619 unable to get a key usage extension from a builder certificate"},
+        {usage("keyUsage=keyEncipherment\nextendedKeyUsage=codeSigning"), {"key", "inter"}, 0,
+         "620 a builder certificate is not intended to use for a digital signature"},
+        {usage("keyUsage=digitalSignature"), {"key", "inter"}, 0,
+         "621 unable to get an extended key usage extension of a builder certificate"},
+        {usage("keyUsage=digitalSignature\nextendedKeyUsage=serverAuth"), {"key", "inter"}, 0,
+         "622 a builder certificate is not intended to use for code signing"},
         {usage("keyUsage=digitalSignature\nextendedKeyUsage=serverAuth,codeSigning"), {"key", "inter"}, 0, TAKEN},
-        {usage("keyUsage=keyCertSign"), {"key", "inter"}, 0, "634 certificate with unsupported format in a builder certificate stream"},
+        {usage("keyUsage=keyCertSign"), {"key", "inter"}, 0,
+         "634 certificate with unsupported format in a builder certificate stream"},
         {usage(LEAF), {"leaf", "key"}, 0, "635 multiple code signing certificates found in a builder certificate stream"},
         {usage(Certificates::CA), {"key", "inter"}, 0, "627 no builder certificate found in a stream"},
-        {usage(LEAF), {"key"}, 0, "604 a builder certificate is invalid (error 20 at depth 0; unable to get local issuer certificate)"},
-        {{.name = "key", .extensions = LEAF}, {"key"}, 0, "604 a builder certificate is invalid (error 18 at depth 0; self-signed certificate)"},
+        {usage(LEAF), {"key"}, 0,
+         "604 a builder certificate is invalid (error 20 at depth 0; unable to get local issuer certificate)"},
+        {{.name = "key", .extensions = LEAF}, {"key"}, 0,
+         "604 a builder certificate is invalid (error 18 at depth 0; self-signed certificate)"},
         {serial(tooLong.c_str()), {"key", "inter"}, 0, TAKEN}, {serial("0x00FF"), {"key", "inter"}, 1, TAKEN},
-        {serial(tooLong.c_str()), {"key", "inter"}, 1, "615 code signing certificate has an invalid serial (length: 21, negative: no)"},
+        {serial(tooLong.c_str()), {"key", "inter"}, 1,
+         "615 code signing certificate has an invalid serial (length: 21, negative: no)"},
         {serial("-5"), {"key", "inter"}, 1, "615 code signing certificate has an invalid serial (length: 1, negative: yes)"},
         {serial("0"), {"key", "inter"}, 1, "615 code signing certificate has an invalid serial (length: 1, negative: no)"},
-        {{.name = "key", .issuer = "root", .extensions = Certificates::CA, .serial = "-7"}, {"leaf", "inter", "key"}, 1, "615 intermediate certificate has an invalid serial (length: 1, negative: yes)"}};
+        {{.name = "key", .issuer = "root", .extensions = Certificates::CA, .serial = "-7"}, {"leaf", "inter", "key"}, 1,
+         "615 intermediate certificate has an invalid serial (length: 1, negative: yes)"}};
     // clang-format on
     for (auto const& [request, names, revocation, expected] : rows) {
         chain.Make(request);
@@ -131,9 +141,12 @@ TEST(FirmwareSignature, IsRefusedForItsAuthorities) {
     std::string const binary = chain.Run({"x509", "-in", "root.pem", "-outform", "DER"});
     std::pair<std::map<std::string, std::string>, char const*> const rows[] = {
         // clang-format off
-        {{{"a", other}, {"b", root + root}}, "done 0"}, {{{"a", other + root.substr(0, root.size() - 1)}, {"b", other.substr(0, other.size() - 1)}}, "done 0"},
-        {{}, "109 no CA certificates found in a directory"}, {{{"a", "text"}, {"b", binary}}, "109 no CA certificates found in a directory"},
-        {{{"a", bad}}, "101 unable to read PATH/a PEM certificate"}, {{{"a", root + bad}}, "101 unable to read PATH/a PEM certificate"},
+        {{{"a", other}, {"b", root + root}}, "done 0"}, {{{"a", other + root.substr(0, root.size() - 1)}, {"b", other.substr(0,
+         other.size() - 1)}}, "done 0"},
+        {{}, "109 no CA certificates found in a directory"}, {{{"a", "text"}, {"b", binary}},
+         "109 no CA certificates found in a directory"},
+        {{{"a", bad}}, "101 unable to read PATH/a PEM certificate"}, {{{"a", root + bad}},
+         "101 unable to read PATH/a PEM certificate"},
         {{{"a", other}}, "604 a builder certificate is invalid (error 20 at depth 1; unable to get local issuer certificate)"}};
     // clang-format on
     Ask const ask = chain.Image(Firmware().Sign(chain, {"leaf", "inter"}));
@@ -188,9 +201,12 @@ TEST(FirmwareSignature, IsRefusedForItsField) {
     std::string const good = firmware.tags[0x10004];
     std::pair<std::string, char const*> const rows[] = {
         // clang-format off
-        {good, "done 0"}, {good + "more", "done 1"}, {Word(296) + good.substr(4), "done 1"}, {Word(297) + good.substr(4), "934 signature size 297 is too large, expected less than 296"},
-        {Word(~0U) + good.substr(4), "934 signature size 4294967295 is too large, expected less than 296"}, {"", "934 signature size 0 is too large, expected less than 0"},
-        {"abc", "934 signature size 0 is too large, expected less than 0"}, {Word(0), "done 1"}, {Word(1) + good.substr(4), "done 1"}};
+        {good, "done 0"}, {good + "more", "done 1"}, {Word(296) + good.substr(4), "done 1"}, {Word(297) + good.substr(4),
+         "934 signature size 297 is too large, expected less than 296"},
+        {Word(~0U) + good.substr(4), "934 signature size 4294967295 is too large, expected less than 296"}, {"",
+         "934 signature size 0 is too large, expected less than 0"},
+        {"abc", "934 signature size 0 is too large, expected less than 0"}, {Word(0), "done 1"}, {Word(1) + good.substr(4),
+         "done 1"}};
     // clang-format on
     for (auto const& [field, expected] : rows) {
         firmware.tags[0x10004] = field;
@@ -209,14 +225,21 @@ TEST(FirmwareSignature, TellsEachCallThatFails) {
     using C = SysCall;
     auto const no = Calls::Return(0), io = Calls::Fail(EIO);
     std::tuple<C, Calls::Step, char const*> const rows[] = {// clang-format off
-        {C::opendir, io, "105 "}, {C::readdir, io, "106 106 106 106 106 106 "}, {C::stat, io, "108 108 108 108 108 "}, {C::BIO_new_file, no, "100 100 "},
-        {C::BIO_read_ex, no, "800 "}, {C::BIO_new_mem_buf, no, "714 925 "}, {C::X509_STORE_new, no, "600 "}, {C::X509_STORE_add_cert, no, "503 "},
-        {C::PEM_read_bio_X509, no, "101 101 101 502 502 632 632 632 "}, {C::X509_check_ca, Calls::Return(5), "634 634 "}, {C::X509_check_ca, Calls::Return(2), "634 634 "},
-        {C::OPENSSL_sk_push, no, "633 "}, {C::X509_STORE_CTX_new, no, "602 "}, {C::X509_STORE_CTX_init, no, "603 "}, {C::X509_verify_cert, no, "604 "},
-        {C::X509_get0_serialNumber, no, "614 614 614 "}, {C::X509_NAME_oneline, no, "606 607 "}, {C::X509_get0_pubkey, no, "608 "}, {C::OBJ_nid2sn, no, "609 "},
-        {C::EVP_get_digestbyname, no, "919 611 "}, {C::X509_digest, no, "612 "}, {C::X509_get_pubkey, no, "930 "}, {C::EVP_MD_CTX_new, no, "931 "},
+        {C::opendir, io, "105 "}, {C::readdir, io, "106 106 106 106 106 106 "}, {C::stat, io, "108 108 108 108 108 "},
+         {C::BIO_new_file, no, "100 100 "},
+        {C::BIO_read_ex, no, "800 "}, {C::BIO_new_mem_buf, no, "714 925 "}, {C::X509_STORE_new, no, "600 "},
+         {C::X509_STORE_add_cert, no, "503 "},
+        {C::PEM_read_bio_X509, no, "101 101 101 502 502 632 632 632 "}, {C::X509_check_ca, Calls::Return(5), "634 634 "},
+         {C::X509_check_ca, Calls::Return(2), "634 634 "},
+        {C::OPENSSL_sk_push, no, "633 "}, {C::X509_STORE_CTX_new, no, "602 "}, {C::X509_STORE_CTX_init, no, "603 "},
+         {C::X509_verify_cert, no, "604 "},
+        {C::X509_get0_serialNumber, no, "614 614 614 "}, {C::X509_NAME_oneline, no, "606 607 "}, {C::X509_get0_pubkey, no,
+         "608 "}, {C::OBJ_nid2sn, no, "609 "},
+        {C::EVP_get_digestbyname, no, "919 611 "}, {C::X509_digest, no, "612 "}, {C::X509_get_pubkey, no, "930 "},
+         {C::EVP_MD_CTX_new, no, "931 "},
         {C::EVP_DigestVerifyInit, no, "932 "}, {C::lseek, io, "905 905 "}, {C::zeb_tlv_table_set, Calls::Fail(EINVAL), "936 "},
-        {C::zeb_tlv_table_img_offs_crc, no, "935 "}, {C::zeb_tlv_table_img_len, Calls::Return(8), "911 939 "}, {C::EVP_DigestVerifyFinal, Calls::Return(-1), "941 "},
+        {C::zeb_tlv_table_img_offs_crc, no, "935 "}, {C::zeb_tlv_table_img_len, Calls::Return(8), "911 939 "},
+         {C::EVP_DigestVerifyFinal, Calls::Return(-1), "941 "},
         {C::close, io, "301 "}, {C::X509_STORE_CTX_get_error, Calls::Return(7), "604 "}};
     // clang-format on
     std::set<std::string> seen;

@@ -107,7 +107,8 @@ TEST(Ec, TellsAWrongSignatureFromAKeyThatIsMissing) {
     std::tuple<PublicKey const*, char const*, std::string, char const*> const rows[] = {
         // clang-format off
         {&pair.open, "message", good, "Done"}, {&pair.open, "messagf", good, "8834019A"}, {&pair.open, "", good, "8834019A"},
-        {&pair.open, "message", bad, "8834019A"}, {&pair.open, "message", "", "8834019A"}, {&pair.open, "message", "x", "8834019A"},
+        {&pair.open, "message", bad, "8834019A"}, {&pair.open, "message", "", "8834019A"}, {&pair.open, "message", "x",
+         "8834019A"},
         {&other.open, "message", good, "8834019A"}, {&none, "message", good, "Fail"}};
     // clang-format on
     LogCapture log;
@@ -136,7 +137,8 @@ struct Everything {
 
     std::vector<std::function<ReturnT()>> const all = {
         // clang-format off
-        [this] { return secret.Generate(); }, [this] { return secret.Assign(pair.secret); }, [this] { return pair.secret.EncodeAsn1(der); },
+        [this] { return secret.Generate(); }, [this] { return secret.Assign(pair.secret); },
+         [this] { return pair.secret.EncodeAsn1(der); },
         [this] { return secret.DecodeAsn1(View(good)); }, [this] { return pair.secret.EncodePem(pem); },
         [this] { return pair.secret.Sign(MESSAGE, signature); }, [this] { return pair.secret.GetPublicKey(open); },
         [this] { return open.Assign(pair.open); }, [this] { return pair.open.EncodeAsn1(point); },

@@ -36,7 +36,8 @@ TEST(SslLib, UnloadsWhatItHasLoadedWhenAStepFails) {
     std::tuple<C, unsigned long, char const*> const rows[] = {
         // clang-format off
         {C::OPENSSL_init_ssl, 0, "unable to start OpenSSL."}, {C::OSSL_PROVIDER_load, 0, "unable to load a provider \"legacy\"."},
-        {C::OSSL_PROVIDER_load, 1, "unable to load a provider \"default\"."}, {C::OPENSSL_init_ssl, 1, "unable to load error strings."},
+        {C::OSSL_PROVIDER_load, 1, "unable to load a provider \"default\"."}, {C::OPENSSL_init_ssl, 1,
+         "unable to load error strings."},
         {C::OPENSSL_init_crypto, 0, "unable to initialize a crypto library."}};
     // clang-format on
     for (auto const& row : rows) {
@@ -134,7 +135,8 @@ TEST(Spki, TakesPinsOfThirtyTwoBytes) {
     std::string const pin = "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHv8=";
     std::tuple<std::string, char const*, std::string> const rows[] = {
         // clang-format off
-        {"", "04E20064", ""}, {pin, "04E200C8", digits}, {pin + "AA==", "84E20064", "ab"}, {"~", "84E20064", "ab"}, {" ", "84E20064", "ab"},
+        {"", "04E20064", ""}, {pin, "04E200C8", digits}, {pin + "AA==", "84E20064", "ab"}, {"~", "84E20064", "ab"}, {" ",
+         "84E20064", "ab"},
         {"AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHg==", "84E20064", "ab"}, {pin.substr(0, 43) + "gAAA", "84E20064", "ab"},
         {std::string(9999, 'A'), "84E20064", "ab"}};
     // clang-format on

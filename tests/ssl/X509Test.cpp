@@ -34,12 +34,18 @@ TEST(X509, AnswersWhoMadeAndWhoSignedACertificate) {
     Chain const chain;
     std::tuple<char const*, char const*, char const*, char const*> const rows[] = {
         // clang-format off
-        {"match", "leaf.csr", "leaf.pem", "Done 1"}, {"match", "root.csr", "leaf.pem", "Done 0"}, {"match", "other.csr", "leaf.pem", "Done 0"},
-        {"match", "leaf.csr", "text", "Oom 2"}, {"match", "leaf.pem", "leaf.pem", "Oom 2"}, {"match", "empty", "leaf.pem", "Oom 2"},
-        {"signature", "root.pem", "leaf.pem", "Done 2"}, {"signature", "root.pem", "old.pem", "Done 2"}, {"chain", "empty", "leaf.pem", "Oom 2"},
-        {"signature", "root.pem", "root.pem", "Done 2"}, {"signature", "twin.pem", "leaf.pem", "Fail 2"}, {"chain", "root.pem", "empty", "Oom 2"},
-        {"signature", "other.pem", "leaf.pem", "Fail 2"}, {"signature", "text", "leaf.pem", "Oom 2"}, {"chain", "root.pem", "root.pem", "Done 2"},
-        {"signature", "root.pem", "leaf.csr", "Oom 2"}, {"chain", "root.pem", "leaf.pem", "Done 2"}, {"chain", "root.pem", "old.pem", "Fail 2"},
+        {"match", "leaf.csr", "leaf.pem", "Done 1"}, {"match", "root.csr", "leaf.pem", "Done 0"}, {"match", "other.csr",
+         "leaf.pem", "Done 0"},
+        {"match", "leaf.csr", "text", "Oom 2"}, {"match", "leaf.pem", "leaf.pem", "Oom 2"}, {"match", "empty", "leaf.pem",
+         "Oom 2"},
+        {"signature", "root.pem", "leaf.pem", "Done 2"}, {"signature", "root.pem", "old.pem", "Done 2"}, {"chain", "empty",
+         "leaf.pem", "Oom 2"},
+        {"signature", "root.pem", "root.pem", "Done 2"}, {"signature", "twin.pem", "leaf.pem", "Fail 2"}, {"chain", "root.pem",
+         "empty", "Oom 2"},
+        {"signature", "other.pem", "leaf.pem", "Fail 2"}, {"signature", "text", "leaf.pem", "Oom 2"}, {"chain", "root.pem",
+         "root.pem", "Done 2"},
+        {"signature", "root.pem", "leaf.csr", "Oom 2"}, {"chain", "root.pem", "leaf.pem", "Done 2"}, {"chain", "root.pem",
+         "old.pem", "Fail 2"},
         {"chain", "root.pem", "early.pem", "Fail 2"}, {"chain", "twin.pem", "leaf.pem", "Fail 2"}};
     // clang-format on
     LogCapture log;
@@ -79,8 +85,10 @@ TEST(X509, TellsEveryCallAndEveryAllocationThatFails) {
     using C = SysCall;
     std::tuple<C, int, char const*, unsigned, char const*> const rows[] = {
         // clang-format off
-        {C::BIO_new_mem_buf, 0, "match", 2, "Oom"}, {C::X509_REQ_get0_pubkey, 0, "match", 1, "Oom"}, {C::EVP_PKEY_eq, -2, "match", 1, "Fail"},
-        {C::X509_get0_pubkey, 0, "match", 1, "Oom"}, {C::X509_get0_pubkey, 0, "signature", 1, "Fail"}, {C::X509_STORE_new, 0, "chain", 1, "Oom"},
+        {C::BIO_new_mem_buf, 0, "match", 2, "Oom"}, {C::X509_REQ_get0_pubkey, 0, "match", 1, "Oom"}, {C::EVP_PKEY_eq, -2,
+         "match", 1, "Fail"},
+        {C::X509_get0_pubkey, 0, "match", 1, "Oom"}, {C::X509_get0_pubkey, 0, "signature", 1, "Fail"}, {C::X509_STORE_new, 0,
+         "chain", 1, "Oom"},
         {C::X509_STORE_add_cert, 0, "chain", 1, "Fail"}, {C::X509_STORE_CTX_new, 0, "chain", 1, "Oom"},
         {C::X509_STORE_CTX_init, 0, "chain", 1, "Fail"}};
     // clang-format on

@@ -96,7 +96,8 @@ TEST(Zebfw, ExplainsWhyAnImageIsRefused) {
         {0x400008, std::string(1, '\0'), "error: 907, a firmware header corrupted\n  where: offset 4194312 (0x400008)"},
         {0x10020, "x", "there is the magic of a table, but no table\n  where: offset 65548 (0x1000c)\n  why:   its CRC"},
         {0x10008, "x", "there is the magic of a table, but no table\n  where: offset 65544 (0x10008)\n  why:   its length"},
-        {0x10000 + used + 7, "x", "error: 911, a TLV table block has trailing junk bytes\n  where: offset " + std::to_string(0x10000 + used + 7)},
+        {0x10000 + used + 7, "x",
+         "error: 911, a TLV table block has trailing junk bytes\n  where: offset " + std::to_string(0x10000 + used + 7)},
         {0, "", "the image is good, and its signature valid"}};
     // clang-format on
     for (auto const& [at, bytes, expected] : rows) {
