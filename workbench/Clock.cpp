@@ -32,7 +32,8 @@ constexpr long WALL_SECONDS = 500000000; // a deadline beyond this is one of the
 constinit std::atomic<bool> active{false};
 constinit std::atomic<long> moved{0};
 constinit std::atomic<long> wallShift{0};
-constinit std::atomic<unsigned long> waiters{0};
+// Of each wait: how far the clock has to be moved to end it; 0 for none.
+constinit std::atomic<long> ends[256]{};
 // Fixed while a Clock exists.
 constinit std::atomic<Clock::ModeT> mode{Clock::ModeT::MANUAL};
 constinit std::atomic<long> startMonotonic{0};
@@ -72,6 +73,29 @@ bool IsMoved(clockid_t clock) {
 
 long Now(bool wall) { return (wall ? startWall + wallShift : startMonotonic.load()) + moved; }
 
+// A wait, counted as long as the clock has not ended it.
+class Counted {
+public:
+    Counted(bool wall, long deadline) {
+        long const end = Sum(deadline - Now(wall), moved);
+        for (std::atomic<long>& place : ends) {
+            long none = 0;
+            if (place.compare_exchange_strong(none, end)) {
+                place_ = &place;
+                return;
+            }
+        }
+    }
+    ~Counted() {
+        if (place_ != nullptr) *place_ = 0;
+    }
+    Counted(Counted const&) = delete;
+    Counted& operator=(Counted const&) = delete;
+
+private:
+    std::atomic<long>* place_ = nullptr;
+};
+
 // Waits in slices until `attempt(nanoseconds)` is true (the result), or the deadline has passed (false).
 template<typename AttemptT>
 bool Wait(bool wall, long deadline, AttemptT const& attempt) {
@@ -81,7 +105,7 @@ bool Wait(bool wall, long deadline, AttemptT const& attempt) {
         return false;
     }
     if (Now(wall) >= deadline) return attempt(0); // a poll: nobody to be waited for
-    ++waiters;
+    Counted const counted(wall, deadline);
     long const began = Workbench::RealMilliseconds();
     bool ended = attempt(0);
     while (!ended && active && Now(wall) < deadline) {
@@ -91,7 +115,6 @@ bool Wait(bool wall, long deadline, AttemptT const& attempt) {
                 (deadline - Now(wall)) / 1000000);
         abort();
     }
-    --waiters;
     return ended;
 }
 
@@ -139,7 +162,10 @@ void Clock::SetWall(long seconds, long nanoseconds) {
 
 long Clock::Moved() const { return moved; }
 
-unsigned long Clock::Waiters() const { return waiters; }
+unsigned long Clock::Waiters() const {
+    return static_cast<unsigned long>(std::count_if(
+        std::begin(ends), std::end(ends), [](std::atomic<long> const& end) { return end > moved; }));
+}
 
 bool Clock::AwaitWaiters(unsigned long count) const {
     for (long const began = Workbench::RealMilliseconds(); Waiters() < count;) {

@@ -36,7 +36,9 @@ public:
     // Nanoseconds by which the clock has moved, by Advance() and by waits in AUTO mode.
     long Moved() const;
 
-    // Threads that are in a wait on this clock now. Wait for it before Advance() when the order matters.
+    // Threads in a wait that the clock has still to end: one whose time is over is none, so that
+    // AwaitWaiters() behind an Advance() finds it in its next wait. Wait for it before Advance() when the
+    // order matters.
     unsigned long Waiters() const;
 
     // True when at least `count` threads are in a wait; false after 2 real seconds without.

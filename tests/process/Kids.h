@@ -67,7 +67,10 @@ struct Kid : Process::Owner {
         return end;
     }
     ReturnT Start() { return process->Start(); }
-    std::string Run() { return Start() == Process::STARTED ? Await(ends + 1) : "not started"; }
+    std::string Run() {
+        int const next = ends + 1; // it may have ended when it is told to have started
+        return Start() == Process::STARTED ? Await(next) : "not started";
+    }
 
     BodyT body;
     std::unique_ptr<Process> process;

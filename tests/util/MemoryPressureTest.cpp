@@ -127,7 +127,7 @@ TEST_F(MonitorTest, GoesOnBehindErrorsAndTimeAndWithoutMemory) {
         Clock clock;
         auto const after = [&](long milliseconds, unsigned long lines) {
             EXPECT_TRUE(clock.AwaitWaiters(1));
-            for (; milliseconds > 0; milliseconds -= 333) clock.Advance(std::min(milliseconds, 333L)), Clock::RealPause(3);
+            for (; milliseconds > 0; milliseconds -= 333) clock.Advance(std::min(milliseconds, 333L)), clock.AwaitWaiters(1);
             EXPECT_TRUE(Await([&] { return log_.Lines().size() == lines; }));
             return clock.AwaitWaiters(1);
         };
