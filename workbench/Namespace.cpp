@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -87,7 +88,11 @@ Namespace::~Namespace() {
     Workbench::Own const own;
     if ((kinds_ & NET) != 0) Step(setns(net_, CLONE_NEWNET) == 0, "leave network", "");
     if ((kinds_ & MOUNT) != 0) {
-        Step(LeaveMounts(mount_), "leave mounts", "");
+        if (!Step(LeaveMounts(mount_), "leave mounts", "")) {
+            // What comes next would act on the files behind the mounts: a folder that is removed, for one.
+            fprintf(stderr, "Namespace: the mounts of a test cannot be left\n");
+            abort();
+        }
         Step(fchdir(folder_) == 0, "return to", "working folder");
     }
     for (int const fd : {mount_, net_, folder_})
