@@ -29,9 +29,10 @@ namespace {
 constexpr unsigned long SIZE = 64UL << 20, BLOCK = 0x10000;
 
 std::string const& Folder() {
-    static std::string const folder = [] {
+    static std::string const& folder = *[] { // lives until the last handler at exit
         char path[] = "/tmp/zebbench.XXXXXX";
-        return std::string(mkdtemp(path));
+        if (mkdtemp(path) == nullptr) abort();
+        return new std::string(path);
     }();
     return folder;
 }
