@@ -31,6 +31,8 @@ public:
 
     static inline std::vector<std::string> const P256 = {"ec", "-pkeyopt", "ec_paramgen_curve:P-256"};
 
+    Certificates();
+
     // Null, or why there can be none here.
     static char const* WhyNot();
 
