@@ -14,12 +14,14 @@ namespace {
 
 using Certificate_ = AutoPtr<x509_st, X509::X509Deleter>;
 
-// The first object of a text, or null.
+// The first object of a text, or null. One that is encrypted is none: nobody is asked for a password, as
+// OpenSSL would on a terminal.
 template<class T>
 T* Read_(CString const& pem, T* (*read)(BIO*, T**, pem_password_cb*, void*)) {
     if (pem.Size() > INT_MAX) return nullptr;
     Owned_<BIO> const stream(BIO_new_mem_buf(pem.Cstr(), static_cast<int>(pem.Size())));
-    return stream ? read(stream.Ptr(), nullptr, nullptr, nullptr) : nullptr;
+    char noPassword[] = "";
+    return stream ? read(stream.Ptr(), nullptr, nullptr, noPassword) : nullptr;
 }
 
 ReturnT ReadCertificate_(char const* ident, CString const& pem, Certificate_& out) {
