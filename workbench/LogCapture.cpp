@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <regex>
 #include <utility>
 
 #include <sys/mman.h>
@@ -136,6 +137,12 @@ bool LogCapture::Await(std::string_view part) const {
 void LogCapture::Clear() {
     Workbench::SpinLock::Guard const guard(lock);
     state_->lines.clear();
+}
+
+std::string Replaced(std::string text, std::vector<std::pair<std::string, std::string>> const& rules) {
+    for (auto const& [from, to] : rules)
+        text = std::regex_replace(text, std::regex(from), to);
+    return text;
 }
 
 RealSyslog::RealSyslog() { ++realDepth; }

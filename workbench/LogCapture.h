@@ -18,6 +18,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 class LogCapture {
@@ -59,6 +60,11 @@ private:
     State* const state_;
     LogCapture* const outer_;
 };
+
+// The text with all matches of each rule (a regular expression, and what takes its place) replaced, one rule
+// after the other: what was logged in short, so that a table can hold it.
+//     Replaced(log.TakeText(), {{"W Spool: ", ""}, {"unable to ", "~"}, {"\\n", " "}})
+std::string Replaced(std::string text, std::vector<std::pair<std::string, std::string>> const& rules);
 
 // While it exists, syslog() is the system's own; for tests with a /dev/log of their own (Namespace.h).
 class RealSyslog {

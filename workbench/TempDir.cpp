@@ -1,5 +1,6 @@
 #include "workbench/TempDir.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -43,6 +44,17 @@ std::string Suffix(fs::path const& path) {
          << std::oct << (info.st_mode & 07777);
     if (!S_ISSOCK(info.st_mode)) text << std::dec << "," << major(info.st_rdev) << ":" << minor(info.st_rdev);
     return text.str() + ")";
+}
+
+// Makes the node whose kind, mode and numbers the text in brackets tells.
+std::error_code MakeNode(std::string const& path, char const* brackets) {
+    char kind = '?';
+    unsigned mode = 0, high = 0, low = 0;
+    if (sscanf(brackets, "(%c%o,%u:%u)", &kind, &mode, &high, &low) < 2)
+        return std::make_error_code(std::errc::invalid_argument);
+    mode |= kind == 'c' ? S_IFCHR : kind == 'b' ? S_IFBLK : S_IFSOCK;
+    bool const isMade = mknod(path.c_str(), mode, makedev(high, low)) == 0;
+    return isMade ? std::error_code() : std::error_code(errno, std::generic_category());
 }
 
 std::string Joined(std::set<std::string> const& names) {
@@ -114,6 +126,13 @@ bool TempDir::Exists(std::string_view name) const {
     return fs::symlink_status(*this / name, error).type() != fs::file_type::not_found;
 }
 
+void TempDir::Clear() const {
+    std::error_code error;
+    for (fs::directory_iterator entry(path_, error), end; !error && entry != end; entry.increment(error))
+        if (fs::remove_all(entry->path(), error); error) break;
+    if (error) ADD_FAILURE() << "cannot empty " << path_ << ": " << error.message();
+}
+
 std::string TempDir::List() const {
     std::set<std::string> names;
     std::error_code error;
@@ -133,17 +152,20 @@ void TempDir::Make(std::string const& words, std::string const& folder) const {
     std::error_code error;
     fs::create_directories(*this / folder, error);
     for (std::string word; stream >> word;) {
-        std::size_t const arrow = word.find('>');
-        char const kind = arrow != std::string::npos ? '>' : word.back();
+        std::size_t const mark = word.find_first_of(">(");
+        char const kind = mark != std::string::npos ? word[mark] : word.back();
         std::string const path =
-            folder + "/" + word.substr(0, kind == '>' ? arrow : word.find_last_not_of("/|*") + 1);
+            folder + "/" +
+            word.substr(0, mark != std::string::npos ? mark : word.find_last_not_of("/|*") + 1);
         fs::create_directories((*this / path).substr(0, (*this / path).rfind('/')), error);
         if (kind == '>')
-            fs::create_symlink(word.substr(arrow + 1), *this / path, error);
+            fs::create_symlink(word.substr(mark + 1), *this / path, error);
         else if (kind == '/')
             fs::create_directories(*this / path, error);
         else if (kind == '|')
             mkfifo((*this / path).c_str(), 0600);
+        else if (kind == '(')
+            error = MakeNode(*this / path, word.c_str() + mark);
         else
             Write(path, word);
         if (kind == '*') fs::permissions(*this / path, fs::perms(0755), error);

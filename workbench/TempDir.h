@@ -45,12 +45,16 @@ public:
     bool Exists(std::string_view name) const;
 
     // Makes what the words name in `folder`, with the directories above: "a/" a directory, "a>b" a link to
-    // "b", "a|" a FIFO, "a*" a program, and any other word a file; files hold their own word.
+    // "b", "a|" a FIFO, "a*" a program, "a(c600,5:1)", "a(b600,8:0)" and "a(s600)" a device or a socket (root
+    // alone may), and any other word a file; files hold their own word.
     void Make(std::string const& words, std::string const& folder = ".") const;
 
     // Makes `levels` directories called `name`, one in the other, each with a file "file" beside it. The path
     // may become longer than any call takes.
     void MakeDeep(std::string const& folder, unsigned levels, std::string const& name) const;
+
+    // Removes all that is in it.
+    void Clear() const;
 
     // Names in it, sorted, separated by blanks.
     std::string List() const;
