@@ -1,10 +1,7 @@
-#include "workbench/Heap.h"
-#include "zeb/core/String.h"
+#include "tests/filesystem/Paths.h"
 #include "zeb/filesystem/UsbPortId.h"
 #include "zeb/text/Matcher.h"
 #include "zeb/text/Regex.h"
-
-#include <sstream>
 
 namespace {
 
@@ -31,53 +28,43 @@ Path Make(std::string const& tail) {
 }
 
 TEST(UsbPath, TakesThePathsOfTheKernelAndNoOthers) {
-    std::string const seven = "/a/b/c/usb1/1-1/1-1.2/1-1.2.3/1-1.2.3.4/1-1.2.3.4.5/1-1.2.3.4.5.6/1-1.2.3.4.5.6.7";
-    std::istringstream taken("/a/b/c/usb1 1:0.0 /a/b/c/d/usbx/usb/usb2 2:0.0 /sys/devices/x/usb255/255-255 255-255:0.0 "
-                             "/a/b/c/usb1/1-1/1-1.2 1-1.2:0.0 /a/b/c/usb1/1-1/1-1.2:1.0 1-1.2:1.0 "
-                             "/a/b/c/usb2/2-4/2-4:0.0/x 2-4:0.0 /a/b/c/usb1/1-1/1-1.2/1-1.2:1.3/host0/t:0 1-1.2:1.3 "
-                             "/a/b/c/usb2/2-4:255.7 2-4:255.7 " +
-                             seven + " 1-1.2.3.4.5.6.7:0.0 " + seven + "/1-1.2.3.4.5.6.7:1.2 1-1.2.3.4.5.6.7:1.2");
+    // What is refused ("-") comes last. "1/" is the beginning that most share, "7/" that of seven hubs, one behind the other.
+    std::string const all = R"(/a/b/c/usb1 1:0.0 /a/b/c/d/usbx/usb/usb2 2:0.0 /sys/devices/x/usb255/255-255 255-255:0.0
+1/1-1/1-1.2 1-1.2:0.0 1/1-1/1-1.2:1.0 1-1.2:1.0 /a/b/c/usb2/2-4/2-4:0.0/x 2-4:0.0 1/1-1/1-1.2/1-1.2:1.3/host0/t:0 1-1.2:1.3
+/a/b/c/usb2/2-4:255.7 2-4:255.7 7/1-1.2.3.4.5.6.7 1-1.2.3.4.5.6.7:0.0 7/1-1.2.3.4.5.6.7/1-1.2.3.4.5.6.7:1.2 1-1.2.3.4.5.6.7:1.2
+sys/a/b/c/usb1 - / - /a/b/c/d - /a/b/usb1 - /usb3/a/b/c/usb1 - /a//b/c/usb1 - /a/b/c/usb0 - /a/b/c/usb256 - /a/b/c/usb - 1/ -
+1/2-1 - 1/-1 - 1/1 - 1/1- - 1/1-:1.0 - 1/1-0 - 1/1-0:1.0 - 1/1-256 - 1/1-1x - 1/1-1.2 - 1/1-1/1-1 - 1/1-1/1-1. - 1/1-1/1-1.0 -
+1/1-1/1-2.2 - 1/1-1/1-2:1.0 - 1/1-1:1.0/ - 1/1-1/1-1.2.3 - 1/1-1/x - 1/1-1/1-1.2/1-1.3.4 - 1/1-1/1-1.2/1-1:1.0 - 1/1-1:1 -
+1/1-1:1. - 1/1-1:.0 - 1/1-1:1.256 - 1/1-1:1.0x - 1/1-1:1.0/x//y - 7/1-1.2.3.4.5.6.7/1-1.2.3.4.5.6.7.8 -)";
+    std::string const hubs = "$011/1-1/1-1.2/1-1.2.3/1-1.2.3.4/1-1.2.3.4.5/1-1.2.3.4.5.6/";
+    std::istringstream rows(Replaced(all, {{"(^|\\s)7/", hubs}, {"(^|\\s)1/", "$1/a/b/c/usb1/"}}));
     Path path;
-    std::string text;
-    for (std::string expected; taken >> text >> expected;) {
-        EXPECT_TRUE(path.Assign(text.c_str())) << text;
-        EXPECT_EQ(Print(path), expected) << text;
+    for (std::string text, expected, before; rows >> text >> expected; before = Print(path)) {
+        EXPECT_EQ(path.Assign(text.c_str()), expected != "-") << text;
+        EXPECT_EQ(Print(path), expected == "-" ? before : expected) << text;
     }
-    // Without the beginning that the others share: "/a/b/c/usb".
-    std::istringstream refused("sys/a/b/c/usb1 / /a/b/c/d /a/b/usb1 /usb3/a/b/c/usb1 /a//b/c/usb1 /a/b/c/usb0 /a/b/c/usb256 "
-                               "/a/b/c/usb 1/ 1/2-1 1/-1 1/1 1/1- 1/1-:1.0 1/1-0 1/1-0:1.0 1/1-256 1/1-1x 1/1-1.2 1/1-1/1-1 "
-                               "1/1-1/1-1. 1/1-1/1-1.0 1/1-1/1-2.2 1/1-1/1-2:1.0 1/1-1:1.0/ 1/1-1/1-1.2.3 1/1-1/x "
-                               "1/1-1/1-1.2/1-1.3.4 1/1-1/1-1.2/1-1:1.0 1/1-1:1 1/1-1:1. 1/1-1:.0 1/1-1:1.256 1/1-1:1.0x "
-                               "1/1-1:1.0/x//y " +
-                               seven + "/1-1.2.3.4.5.6.7.8");
     EXPECT_FALSE(path.Assign(""));
-    while (refused >> text) {
-        EXPECT_FALSE(path.Assign(((text[0] == '1' ? "/a/b/c/usb" : "") + text).c_str())) << text;
-        EXPECT_EQ(Print(path), "1-1.2.3.4.5.6.7:1.2") << text;
-    }
 }
 
 TEST(UsbPath, ComparesByPartsAndWhole) {
     Path const base = Make("1/1-1/1-1.2:3.4");
     // Up to which length the ports are the same, and whether the configuration is.
-    std::istringstream rows("1/1-1/1-1.2:3.4 8 1 1/1-1/1-1.2:3.5 8 1 1/1-1/1-1.2 8 0 1/1-1/1-1.3:3.4 2 1 1/1-1 2 0 "
-                            "1/1-2:3.4 1 1 2/2-1/2-1.2:3.4 0 1");
-    bool isSame;
+    std::istringstream rows("1/1-1/1-1.2:3.4 8 1 1/1-1/1-1.2:3.5 8 1 1/1-1/1-1.2 8 0 1/1-1/1-1.3:3.4 2 1 1/1-1 2 0 1/1-2:3.4 1 1 "
+                            "2/2-1/2-1.2:3.4 0 1");
     std::string tail;
-    for (unsigned lengths; rows >> tail >> lengths >> isSame;) {
+    bool isSame = false;
+    for (unsigned lengths = 0; rows >> tail >> lengths >> isSame;) {
         Path other = Make(tail);
         for (unsigned length = 0; length < 10; ++length) EXPECT_EQ(base.HasSamePort(other, length), length < lengths) << tail;
         EXPECT_EQ(base.HasSameConfiguration(other), isSame) << tail;
         EXPECT_EQ(base == other, Print(base) == Print(other)) << tail;
-        other.Clear();
-        EXPECT_EQ(Print(other), "0:0.0");
+        EXPECT_EQ((other.Clear(), Print(other)), "0:0.0");
     }
 }
 
 TEST(UsbPortId, NamesThePortOfTheCase) {
-    std::istringstream rows("1 - 1/1-1 1 1/1-1/1-1.2 1 1/1-1/1-1.2/1-1.2.3 1/3 1/1-1/1-1.2/1-1.2.3:1.0/x 1/3 "
-                            "1/1-1/1-1.1/1-1.1.7/1-1.1.7.9 2/7/9 1/1-1/1-1.3 1/3 1/1-2/1-2.1 2/1 2/2-1 2 2/2-2 2 "
-                            "2/2-1/2-1.2 2/2 3/3-1/3-1.200 1/200");
+    std::istringstream rows(R"(1 - 1/1-1 1 1/1-1/1-1.2 1 1/1-1/1-1.2/1-1.2.3 1/3 1/1-1/1-1.2/1-1.2.3:1.0/x 1/3 2/2-1 2 2/2-2 2
+1/1-1/1-1.1/1-1.1.7/1-1.1.7.9 2/7/9 1/1-1/1-1.3 1/3 1/1-2/1-2.1 2/1 2/2-1/2-1.2 2/2 3/3-1/3-1.200 1/200)");
     for (std::string tail, expected; rows >> tail >> expected;) {
         PortId id(Make(tail));
         EXPECT_EQ(id.Empty() ? "-" : Print(id), expected) << tail;
@@ -90,21 +77,19 @@ TEST(UsbPortId, NamesThePortOfTheCase) {
 TEST(UsbPortId, TakesWhatItsPatternTakes) {
     EXPECT_STREQ(PortId::Pattern(), R"(^[1-3](\/[1-7]){0,6}$)");
     Util::Regex const regex(PortId::Pattern(), REG_EXTENDED | REG_NOSUB);
-    std::istringstream rows("1 3 1/7 2/1 3/7/6/5/4/3/2 1/1/1/1/1/1/1 0 4 4/1 1/8 1/0 1/ /1 1//2 12 1/12 1.2 1/2/ "
-                            "1/1/1/1/1/1/1/1 1/2x a 1/a");
+    std::istringstream rows(
+        "1 3 1/7 2/1 3/7/6/5/4/3/2 1/1/1/1/1/1/1 0 4 4/1 1/8 1/0 1/ /1 1//2 12 1/12 1.2 1/2/ 1/1/1/1/1/1/1/1 1/2x a 1/a");
     PortId id;
-    std::string text, before;
+    std::string before;
     EXPECT_FALSE(id.Assign(""));
-    for (; rows >> text; before = Print(id)) {
-        bool const isTaken = id.Assign(text.c_str());
-        EXPECT_EQ(isTaken, Util::Matcher(text.c_str()).Find(regex, 0).Succeeded()) << text;
+    for (std::string text; rows >> text; before = Print(id)) {
+        bool const isTaken = Util::Matcher(text.c_str()).Find(regex, 0).Succeeded();
+        EXPECT_EQ(id.Assign(text.c_str()), isTaken) << text;
         EXPECT_EQ(Print(id), isTaken ? text : before);
     }
     ForEveryAllocation([&](Heap& heap) {
         String name;
-        heap.Arm();
-        bool const isDone = id.GetString(name);
-        heap.Disarm();
+        bool const isDone = Reported(heap, [&] { return id.GetString(name); });
         EXPECT_EQ(name.Cstr(), isDone ? before : "");
     });
 }

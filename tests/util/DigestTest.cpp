@@ -11,6 +11,7 @@
 #include "zeb/util/SipHash.h"
 #include "zeb/util/Whirlpool.h"
 
+#include <numeric>
 #include <sstream>
 
 namespace {
@@ -62,27 +63,23 @@ TEST(Digest, GivesThePublishedValuesHoweverTheTextIsCut) {
     }
 }
 
-// The checks of the first 0 to 259 bytes of that text, each whole and cut in two ways, folded into one
-// number.
-template<class CheckT>
-unsigned long Fold(CheckT check) {
+// The checks of the first 0 to 259 bytes of that text, each whole and cut in two ways, folded into one number.
+unsigned long Fold(auto check) {
     unsigned long sum = 0;
-    for (unsigned long size = 0; size < 260; ++size) {
+    for (unsigned long size = 0; size < 260; ++size)
         for (unsigned long const step : {260, 1, 45}) {
             check.Reset();
             for (unsigned long at = 0; at < size; at += step) check.Update(Bytes(260).data() + at, std::min(step, size - at));
             sum = sum * 31 + check.Digest();
         }
-    }
     return sum;
 }
 
 TEST(Checksum, GivesTheValuesOfItsDefinitionHoweverTheTextIsCut) {
     unsigned table[256]; // of another polynomial
-    for (unsigned i = 0; i < 256; ++i) {
-        table[i] = i;
-        for (int bit = 0; bit < 8; ++bit) table[i] = table[i] >> 1 ^ (table[i] & 1) * 0x82F63B78;
-    }
+    std::iota(std::begin(table), std::end(table), 0);
+    for (unsigned& entry : table)
+        for (int bit = 0; bit < 8; ++bit) entry = entry >> 1 ^ (entry & 1) * 0x82F63B78;
     EXPECT_EQ(Fold(Util::CRC32(table)), 0x98FD09AE492D1AEF);
     EXPECT_EQ(Fold(Util::CRC32()), 0x342E1404738CC7C5);
     EXPECT_EQ(Fold(Util::CRC16()), 0xF454094EDD36E6A1);
@@ -117,8 +114,7 @@ TEST(MurmurHash, GivesTheValuesOfItsVariant) {
         {"\1\2\3\4", 0, 0x34A334B7},   {"\1\2\3\4\x81\x82\x83", 0x9747B28C, 0x2E2E94FC},
         {"12345678", ~0U, 0xE28D3579}, {"", 0, 0},
         {"", 1, 0x514E28B7},           {"a", 0, 0x3C2569B2},
-        {"ab", 0, 0x9BBFD75F},
-    };
+        {"ab", 0, 0x9BBFD75F}};
     for (auto const& [data, seed, expected] : rows)
         EXPECT_EQ(Util::MurmurHash::Digest(CBuffer(data.data(), data.size()), seed), expected) << data;
     EXPECT_EQ(Util::MurmurHash::Digest(0x04030201, 0), 0x34A334B7);

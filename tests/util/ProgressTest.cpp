@@ -1,6 +1,5 @@
 #include "zeb/util/Progress.h"
 #include "tests/runtime/Worker.h"
-#include "workbench/Heap.h"
 #include "zeb/event/Bus.h"
 #include "zeb/event/Delegate.h"
 
