@@ -273,6 +273,14 @@ void ForEveryAllocation(std::function<void(Heap&)> const& body, Heap::ScopeT sco
     }
 }
 
+bool Reported(Heap& heap, std::function<bool()> const& body) {
+    heap.Arm();
+    bool const ok = body();
+    heap.Disarm();
+    EXPECT_EQ(ok, !heap.Fired());
+    return ok;
+}
+
 Footprint::Footprint()
     : systemCalls_(Workbench::CallsOfThread()) {
     heap_.Arm();

@@ -74,6 +74,11 @@ private:
 void ForEveryAllocation(std::function<void(Heap& heap)> const& body,
                         Heap::ScopeT scope = Heap::ScopeT::THREAD);
 
+// Runs `body` between Arm() and Disarm() and gives its answer back, which must be true unless an allocation
+// was failed: the shape of most bodies of a sweep.
+//     ForEveryAllocation([](Heap& heap) { Reported(heap, [] { return StringMap().Set("b", "2"); }); });
+bool Reported(Heap& heap, std::function<bool()> const& body);
+
 // What this thread asks of the heap and of the system in a block of code:
 //     Footprint footprint;
 //     ...

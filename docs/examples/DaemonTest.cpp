@@ -2,12 +2,10 @@
 #include "workbench/Calls.h"
 #include "workbench/Clock.h"
 #include "workbench/Heap.h"
-#include "workbench/LogCapture.h"
 #include "workbench/TempDir.h"
-#include "zeb/core/AutoPtr.h"
+#include "workbench/Threads.h"
 #include "zeb/core/StringMap.h"
 #include "zeb/io/ConfigFile.h"
-#include "zeb/runtime/ThreadMain.h"
 #include "zeb/timer/Timer.h"
 
 #include <cerrno>
@@ -51,9 +49,7 @@ private:
 };
 
 // Threads, and so timers, want the main thread to be known.
-class LeasesTest : public testing::Test {
-protected:
-    AutoPtr<ThreadMain> main_{ThreadMain::New("leases")};
+struct LeasesTest : WithMainThread {
     TempDir dir_;
     std::string const path_ = dir_ / "leases";
 };
@@ -79,27 +75,24 @@ TEST_F(LeasesTest, AMinutePassesInNoTime) {
     Clock::RealPause(5);
     EXPECT_FALSE(dir_.Exists("leases"));
     clock.Advance(1);
-    for (int i = 0; i < 2000 && !dir_.Exists("leases"); ++i)
-        Clock::RealPause(1);
+    EXPECT_TRUE(Await([&] { return dir_.Exists("leases"); }));
     EXPECT_EQ(dir_.Read("leases"), "printer 10.0.0.7\n");
 }
 
 TEST_F(LeasesTest, AFullDiskLeavesTheOldFileAndIsTriedAgain) {
     dir_.Write("leases", "old\n");
     Clock clock;
-    LogCapture log;
     Calls calls(Calls::ScopeT::PROCESS); // the call comes from the thread of the timers
     calls.Script(SysCall::write, {Calls::Fail(ENOSPC)});
     Leases leases(path_.c_str());
     ASSERT_TRUE(leases.Set("printer", "10.0.0.7"));
     ASSERT_TRUE(clock.AwaitWaiters(1));
     clock.Advance(60000);
-    EXPECT_TRUE(log.Await("no space left on device"));
+    EXPECT_TRUE(log_.Await("no space left on device"));
     EXPECT_EQ(dir_.Read("leases"), "old\n");
     ASSERT_TRUE(clock.AwaitWaiters(1));
     clock.Advance(60000);
-    for (int i = 0; i < 2000 && dir_.Read("leases") == "old\n"; ++i)
-        Clock::RealPause(1);
+    EXPECT_TRUE(Await([&] { return dir_.Read("leases") != "old\n"; }));
     EXPECT_EQ(dir_.Read("leases"), "printer 10.0.0.7\n");
 }
 

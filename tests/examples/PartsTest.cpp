@@ -7,22 +7,18 @@
 #include "examples/gateway/StateFile.h"
 #include "workbench/Calls.h"
 #include "workbench/Child.h"
-#include "workbench/Clock.h"
 #include "workbench/Heap.h"
-#include "workbench/LogCapture.h"
 #include "workbench/Namespace.h"
 #include "workbench/TempDir.h"
+#include "workbench/Threads.h"
 #include "zeb/runtime/Main.h"
-#include "zeb/runtime/ThreadMain.h"
 
 #include <cerrno>
 #include <poll.h>
 
-#include <gtest/gtest.h>
-
 namespace {
 
-struct PartsTest : testing::Test {
+struct PartsTest : WithMainThread {
     PartsTest() {
         std::string const state = R"("state_file": ")" + (dir_ / "state") + "\"";
         path_ = dir_.Write("config", "{\"interfaces\": [\"lo\"], \"sample_period\": 1000, " + state + "}");
@@ -30,8 +26,6 @@ struct PartsTest : testing::Test {
         EXPECT_TRUE(config_.Load(path_.c_str(), error)) << error.Cstr();
     }
 
-    LogCapture log_;
-    AutoPtr<ThreadMain> main_{ThreadMain::New("test")};
     TempDir dir_;
     std::string path_;
     Config config_;
@@ -45,10 +39,7 @@ TEST_F(PartsTest, AConfigurationThatMemoryEndsForIsRefusedInWords) {
     ForEveryAllocation([this](Heap& heap) {
         Config config;
         StringAccumulator error;
-        heap.Arm();
-        bool const ok = config.Load(path_.c_str(), error);
-        heap.Disarm();
-        EXPECT_EQ(ok, !heap.Fired());
+        bool const ok = Reported(heap, [&] { return config.Load(path_.c_str(), error); });
         std::string const words = error.Valid() && error.Size() != 0 ? error.Cstr() : "out of memory";
         EXPECT_TRUE(ok || words.find("out of memory") != words.npos) << words;
     });
@@ -77,7 +68,7 @@ TEST_F(PartsTest, ASampleIsTakenEachSecondOfItsClock) {
         ASSERT_TRUE(telemetry_.Get(sample, counts) && clock_.AwaitWaiters(1));
         EXPECT_EQ(counts.samples, second);
         clock_.Advance(999), Clock::RealPause(5), clock_.Advance(1);
-        for (int i = 0; i < 2000 && telemetry_.Get(sample, counts) && counts.samples == second; ++i) Clock::RealPause(1);
+        EXPECT_TRUE(Await([&] { return telemetry_.Get(sample, counts) && counts.samples == second + 1; }));
     }
     sampler.Stop(), file_.Stop();
 }
@@ -105,21 +96,21 @@ TEST(Crash, EndsTheProgramWithTheReportOfItsKind) {
     }
 }
 
-TEST(Pressure, IsAnsweredEachTime) {
+using PressureTest = WithMainThread;
+
+TEST_F(PressureTest, IsAnsweredEachTime) {
     ZEB_NEED_ROOT();
     if (access("/proc/pressure/memory", F_OK) != 0) GTEST_SKIP() << "the kernel does not account for pressure";
     TempDir const dir;
     Namespace space;
     space.Bind(dir.Write("monitor", ""), "/proc/pressure/memory");
-    LogCapture log;
-    AutoPtr<ThreadMain> const main(ThreadMain::New("test"));
     Pressure pressure;
     pressure.Start("box");
-    EXPECT_EQ(log.Take(), LogCapture::LinesT{"I Pressure: \"box\": watching for memory pressure: 10% of 2000 ms."});
+    EXPECT_EQ(log_.Take(), LogCapture::LinesT{"I Pressure: \"box\": watching for memory pressure: 10% of 2000 ms."});
     Calls calls(Calls::ScopeT::PROCESS);
-    for (int round = 0; round < 2; ++round, log.Clear(), Clock::RealPause(20)) { // then it looks again
+    for (int round = 0; round < 2; ++round, log_.Clear(), Clock::RealPause(20)) { // then it looks again
         calls.Script(SysCall::poll, {Calls::Ready(POLLPRI)});
-        EXPECT_TRUE(log.Await("high memory pressure detected: threshold 10% of 2000 ms"));
+        EXPECT_TRUE(log_.Await("high memory pressure detected: threshold 10% of 2000 ms"));
     }
 }
 
