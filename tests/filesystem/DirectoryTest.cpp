@@ -71,7 +71,7 @@ struct DirectoryTest : WithFolder {
     }
 };
 
-// What is there; which call fails, if any; the operation; what it gives; and what is there then, unless that is the same.
+// A FolderTable.
 char const* const ROWS = R"rows(
 f&&link f g&0&f g; f&&link f f&17; &&link f g&2; f&link 0 EMLINK&link f g&31; f&&symlink t l&0&f l>t; f&&symlink t f&17;
 &symlink 0 ENOSPC&symlink t l&28; l>../t&&readlink l&0 ../t; f&&readlink f&22; &&readlink l&2; f&&delete f&0&; d/&&delete d&21;
@@ -110,33 +110,9 @@ a/&openat 0 EACCES&copytree a b&e2; a b/&&copytree a b&e1; b/&&copytree a b&e2; 
 a/l>x b/&readlink 0 EIO&copytree a b&e4; a/l>x b/&readlink 0 ENOMEM&copytree a b&oom; a/l>x b/ b/l&&copytree a b&e5;
 a/f b/f/&&copytree a b&e6!; a/f b/&write 0 ENOSPC&copytree a b&e6!&a/ a/f b/ b/f;)rows";
 
-// Each row as it is; those that allocate and succeed without memory too, each allocation failing in turn.
 TEST_F(DirectoryTest, DoesOrSaysWhyNotWithAndWithoutMemory) {
-    std::regex const allocating("((mk|rm)dir .* all|(rename|parts|canon|names|files|copytree|rmloud|object|readlink) .*):[01].*"),
-        lacking("12|oom.*|e6!|0.?");
-    std::istringstream rows(Replaced(ROWS, {{"\n", " "}}));
-    for (std::string row; std::getline(rows >> std::ws, row, ';');) {
-        SCOPED_TRACE(row);
-        std::istringstream fields(row);
-        std::string before, failing, command, result, after;
-        for (std::string* const field : {&before, &failing, &command, &result}) std::getline(fields, *field, '&');
-        bool const isSame = !std::getline(fields, after) && row.back() != '&';
-        auto const check = [&](Heap* heap) {
-            dir.Make(before);
-            std::string const expected = isSame ? dir.Tree() : after;
-            long const open = OpenDescriptors() + failing.starts_with("close"); // that one stays open
-            Calls calls;
-            calls.ScriptFailure(failing);
-            std::string const got = Do(command, heap), there = dir.Tree();
-            bool const isLacking = heap && heap->Fired() && got != result;
-            EXPECT_TRUE(isLacking ? std::regex_match(got, lacking) : got == result && there == expected) << got << "; " << there;
-            EXPECT_EQ(OpenDescriptors(), open);
-            dir.Clear();
-        };
-        check(nullptr);
-        if (failing.empty() && std::regex_match(command + ":" + result, allocating))
-            ForEveryAllocation([&](Heap& heap) { check(&heap); });
-    }
+    auto const allocating = "((mk|rm)dir .* all|(rename|parts|canon|names|files|copytree|rmloud|object|readlink) .*):[01].*";
+    RunFolderTable(dir, {ROWS, allocating, "12|oom.*|e6!|0.?", [this](auto& command, Heap* heap) { return Do(command, heap); }});
 }
 
 TEST_F(DirectoryTest, ListsWhatAFilterKeepsAndCallsItWithoutALock) {
