@@ -56,9 +56,8 @@ struct DirectoryTest : WithFolder {
             {"files", [&] { return Number(Directory::GetFileList(a, files)); }},
             {"content", [&] { return Number(Directory::CheckContent(a, empty, onlyFiles)); }},
             {"copytree", [&] { return Number(Directory::RecursiveCopy(a, b)); }}};
-        auto const& run = operations.at(operation);
         if (heap) heap->Arm();
-        std::string result = run();
+        std::string result = operations.at(operation)();
         if (heap) heap->Disarm();
         if (operation == "rmdir") result += ":" + std::to_string(error);
         std::set<std::string> found = {target.Cstr(), empty ? "empty" : "", onlyFiles ? "only" : ""};

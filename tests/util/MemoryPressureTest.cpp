@@ -14,29 +14,22 @@ using Linux::MemoryPressureWatcher;
 std::string const IDENT = "Linux::MemoryPressureWatcher: \"pot\": ", FAILED = "C " + IDENT + "system failed [0xcffd****]",
                   WARNING = "W " + IDENT + "high memory pressure detected: threshold 10% of ";
 
-struct MemoryPressureTest : WithMainThread {
-    MemoryPressureTest() { EXPECT_TRUE(Event::Subscribe(delegate)); }
-    ~MemoryPressureTest() override { Event::Unsubscribe(delegate); }
+// With a file in the place of the kernel's, which takes a trigger, and alarms by script.
+struct MonitorTest : WithMainThread {
+    MonitorTest() { EXPECT_TRUE(Event::Subscribe(delegate)); }
+    ~MonitorTest() override { Event::Unsubscribe(delegate); }
     void SetUp() override {
+        ZEB_NEED_ROOT();
         if (access("/proc/pressure/memory", F_OK) != 0) GTEST_SKIP() << "the kernel does not account for pressure";
+        space.emplace().Bind(dir.Write("monitor", ""), "/proc/pressure/memory");
     }
     void On(Event::MemoryPressure const& event) { heard += event.Status() == Event::MemoryPressure::HIGH; }
     static bool Waits() { return LocksOf("Memory pressure watcher") == "PRE_ULTIMATE WAITING"; }
 
     std::atomic<unsigned> heard = 0;
     Calls calls{Calls::ScopeT::PROCESS};
-    Event::Delegate<MemoryPressureTest, Event::MemoryPressure> const delegate{"test", this, &MemoryPressureTest::On, nullptr};
+    Event::Delegate<MonitorTest, Event::MemoryPressure> const delegate{"test", this, &MonitorTest::On, nullptr};
     AutoPtr<Event::BaseDelegate> mine{delegate.Clone()};
-};
-
-// With a file in the place of the kernel's, which takes a trigger, and alarms by script.
-struct MonitorTest : MemoryPressureTest {
-    void SetUp() override {
-        ZEB_NEED_ROOT();
-        MemoryPressureTest::SetUp();
-        if (!IsSkipped()) space.emplace().Bind(dir.Write("monitor", ""), "/proc/pressure/memory");
-    }
-
     TempDir dir;
     std::optional<Namespace> space;
 };
@@ -147,12 +140,14 @@ TEST_F(MonitorTest, GoesOnBehindErrorsAndTimeAndWithoutMemory) {
     }
 }
 
-TEST_F(MemoryPressureTest, TheKernelTakesTheTrigger) {
+TEST_F(MonitorTest, OfTheKernelTakesTheTrigger) {
+    space.reset();
     MemoryPressureWatcher const watcher("pot", mine, 5, 2000);
     EXPECT_TRUE(watcher.Initialized() && watcher.IsActive());
 }
 
-TEST_F(MemoryPressureTest, TellsOfRealPressure) {
+TEST_F(MonitorTest, OfTheKernelTellsOfRealPressure) {
+    space.reset();
     if (char const* const why = MemoryHog::WhyNot()) GTEST_SKIP() << why;
     MemoryPressureWatcher const watcher("pot", mine, 10, 500);
     MemoryHog const hog;

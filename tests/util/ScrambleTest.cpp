@@ -23,7 +23,7 @@ TEST(Scramble, HasOneFormForEachTextAndDecodesAnyBytesOfARightSize) {
         {"", "9sMdpJZQlzvc+Hqad9Q8IPVl"}, {"secret", "NYG+QV58TUpuNUrgDgbgzZZq"}, {"abcdefghijklmno", "/HFz/edWwq73H40kKMiKdcHb"},
         {"abcdefghijklmnop", "c5XwdFhkoe2ztkriT0+x5KDVuZ0CaCDRULI8lp956x2/KYzb"},
         {std::string(69, '\xFF'),
-         "dK4bwuahgCqz5nOScQyGiwqeoTjiIw4qMWSe+5KWIbDak3YCcXz2a1rO" "IegSNgMeGjFUjttiRqHginMGcnHsZkuq/qGYQuPR"}};
+         "dK4bwuahgCqz5nOScQyGiwqeoTjiIw4qMWSe+5KWIbDak3YCcXz2a1rOIegSNgMeGjFUjttiRqHginMGcnHsZkuq/qGYQuPR"}};
     // clang-format on
     for (auto const& [text, form] : rows) EXPECT_EQ(Encode(text), form);
     std::string text;
