@@ -15,15 +15,13 @@
 //            opens it so, meanwhile (EBUSY); others may still write
 // Threads    one at a time
 // Waits      for the device. ReadAll() and WriteAll() see an interruption of the thread behind each MiB and
-// end
-//            with STATE_INTERRUPTED, with a part done; discarding and zeroing end with the device alone
+//            end with STATE_INTERRUPTED, with a part done; discarding and zeroing end with the device alone
 // Destroy    anywhere. Nothing is pending: what WriteAll() has taken is on the device
 // Failure    by state (see Stateful): all operations return false from the first failure on; SysError() has
-// the
-//            errno, and a line of the log the words. Of a constructor that failed STATE_BROKEN stays, of an
-//            operation STATE_FAILED, or what it says
+//            the errno, and a line of the log the words. Of a constructor that failed STATE_BROKEN stays, of
+//            an operation STATE_FAILED, or what it says
 // Memory     for the paths and what is read in /sys, at construction; STATE_BROKEN without. Operations take
-// none
+//            none
 
 #include "zeb/core/Log.h"
 #include "zeb/core/String.h"
