@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include <fcntl.h>
 #include <net/if.h>
@@ -71,6 +72,10 @@ char const* Namespace::WhyNot() {
 Namespace::Namespace(int kinds)
     : kinds_(kinds) {
     Workbench::Own const own;
+    // A sanitizer starts a thread of its own with the first of the program. Inside it would share the mounts
+    // for good, and they could not be left.
+    static bool const isThreaded = (std::thread([] {}).join(), true);
+    (void)isThreaded;
     mount_ = open("/proc/thread-self/ns/mnt", O_RDONLY | O_CLOEXEC);
     net_ = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     folder_ = open(".", O_PATH | O_CLOEXEC);
