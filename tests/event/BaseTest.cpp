@@ -33,7 +33,7 @@ TEST(EventBase, PrintsPublicEventsWholeOrNotAtAll) {
             EXPECT_EQ(ok, !heap.Fired());
             std::string const event = std::string("<event class=\"Event::Type::Sms\" raise_time=\"0.000000\"") +
                                       (value ? "><a>1</a><b>yes</b></event>" : "/>");
-            EXPECT_EQ(Printed(document), "<before/>" + (ok ? event : ""));
+            EXPECT_EQ(XmlText(document), "<before/>" + (ok ? event : ""));
             EXPECT_EQ(log.Has("C Event::Base: out of memory [0xcffe****]."), heap.Fired());
         });
     LogCapture log;
@@ -83,7 +83,7 @@ TEST(EventBase, CopiesATreeWithItsTypes) {
     });
     source.Clear();
     text.assign(text.size(), '#');
-    EXPECT_EQ(Printed(copy), "<a b=\"1\">t<c/><!--n--><d><e>u</e></d></a>") << "the source is gone";
+    EXPECT_EQ(XmlText(copy), "<a b=\"1\">t<c/><!--n--><d><e>u</e></d></a>") << "the source is gone";
 }
 
 TEST(EventBase, ReadsCookies) {

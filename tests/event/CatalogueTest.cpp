@@ -33,7 +33,7 @@ namespace {
 // The fields of an event as one text.
 std::string Shown(CString const& text) { return Text(text); }
 std::string Shown(Time::Span const& span) { return Time::Span::String(span).Cstr(); }
-std::string Shown(Xml::Document const& document) { return Printed(document); }
+std::string Shown(Xml::Document const& document) { return XmlText(document); }
 std::string Shown(Util::URI const& uri) {
     String text;
     return uri.Get(text) ? Text(text) : "failed";
@@ -101,7 +101,7 @@ std::string Show(Base const&, T const&... fields) {
 std::string Body(Base const& event) {
     Xml::Document document;
     Xml::Node& node = *document.AppendElement("event");
-    return event.PrintXmlBody_(node) ? Printed(node) : "failed";
+    return event.PrintXmlBody_(node) ? XmlText(node) : "failed";
 }
 
 // Values of fields; equal numbers give equal values.

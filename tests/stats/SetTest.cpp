@@ -61,7 +61,7 @@ TEST(StatsCpu, ComparesReadingsWithTheOnesBefore) {
         heap.Disarm();
         EXPECT_EQ(ok, !heap.Fired());
         char const* const text = "<cpu><now>7.000000</now><min>0</min><max>1000</max><avg>333</avg><cur>1</cur></cpu>";
-        EXPECT_EQ(ok ? Printed(document) : text, text);
+        EXPECT_EQ(ok ? XmlText(document) : text, text);
         load.Clear();
         load.Update_(1, 1, 1); // a base, no sample
         EXPECT_EQ(Figures(load), FiguresT(5));

@@ -23,7 +23,7 @@ using ThreadMonitorTest = WithMainThread;
 std::string Load(Monitor const& monitor, int tid) {
     Document document;
     EXPECT_TRUE(monitor.AttachTo(tid, document).Succeeded());
-    return Printed(document);
+    return XmlText(document);
 }
 
 double Max(Monitor const& monitor, int tid) {
@@ -114,7 +114,7 @@ TEST_F(ThreadMonitorTest, ThreadsArePrintedInTheOrderOfTheirTopLocks) {
         EXPECT_EQ(Thread::AttachThreadsTo(echo, document), 0x0022012Cu);
         for (Node* node = document.FirstNode("threads")->FirstNode(); node; node = node->NextSibling())
             names += node->FirstNode("name")->Value().Cstr()[0];
-        text = Printed(document);
+        text = XmlText(document);
         return names == "MSblo" || names == "SMblo"; // without a lock, waiting for one, the longest holder at the end
     })) << names;
     std::string const tid = std::to_string(Thread::Id());

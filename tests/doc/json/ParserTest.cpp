@@ -91,7 +91,7 @@ TEST(JsonParser, AcceptsAndKeepsTheValue) {
     for (auto const& [text, printed] : ACCEPTED) {
         Document doc;
         EXPECT_EQ(Parse(doc, text), Json::CODE_OK) << text;
-        EXPECT_EQ(Text(doc), printed);
+        EXPECT_EQ(JsonText(doc), printed);
         for (std::string const& longer : {"[" + text + "]", " " + text + std::string(40, '\n')})
             EXPECT_EQ(Parse(doc, longer), Json::CODE_OK) << longer;
     }
@@ -105,7 +105,7 @@ TEST(JsonParser, TakesAScalarRootOnlyWhenAllowedAndLeavesThePool) {
     for (char const* text : {"null", "true", "200", "\"a\"", "-1.5"}) {
         EXPECT_EQ(Parse(doc, text, Document::PARSE_CONTAINER), 0x80380078u) << text;
         EXPECT_EQ(Parse(doc, text), Json::CODE_OK);
-        EXPECT_EQ(std::tuple(Text(doc), doc.IsUChar(), doc.BoolPtr() != nullptr && *doc.BoolPtr(), kept),
+        EXPECT_EQ(std::tuple(JsonText(doc), doc.IsUChar(), doc.BoolPtr() != nullptr && *doc.BoolPtr(), kept),
                   std::tuple(text, *text == '2', *text == 't', "kept"));
         EXPECT_FALSE(doc.Array() || doc.Parent() || doc.String().Cstr()[doc.String().Size()] != '\0');
     }
@@ -120,7 +120,7 @@ TEST(JsonParser, BoundsTheDepth) {
             for (unsigned i = 0; i < levels; ++i) text += open;
             text += open[0] + std::string(levels + 1, static_cast<char>(open[0] + 2)); // the closing one
             EXPECT_EQ(Parse(doc, text), levels == 128 ? 0x00380064u : 0x8038007Du);
-            EXPECT_TRUE(levels != 128 || Text(doc) == text);
+            EXPECT_TRUE(levels != 128 || JsonText(doc) == text);
         }
     EXPECT_EQ(Parse(doc, std::string(200, '[')), 0x8038007Du); // ahead of the fault behind it
 }
@@ -159,7 +159,7 @@ TEST(JsonParser, DuplicatesAreLoggedWhereTheyEndAndKept) {
         LogCapture::LinesT lines;
         for (auto const& name : names) lines.push_back("W Json::Object: AppendMember: duplicate key: \"" + name + "\".");
         EXPECT_EQ(log.Take(), lines) << text;
-        EXPECT_TRUE(text.find("\\") != text.npos || Text(doc) == text) << text;
+        EXPECT_TRUE(text.find("\\") != text.npos || JsonText(doc) == text) << text;
     }
 }
 
@@ -180,12 +180,12 @@ TEST(JsonParser, RandomDocumentsComeBackAsTheyWere) {
         doc.InitArray();
         AppendRandom(*doc.Array(), random, 0);
         for (bool compact : {true, false}) {
-            std::string const text = Text(doc, compact);
+            std::string const text = JsonText(doc, compact);
             // A text that is cut is refused, and what was built so far can be walked and printed.
             ASSERT_NE(Parse(again, text.substr(0, random() % text.size())), Json::CODE_OK) << text;
-            ASSERT_TRUE(again.Valid() && !Text(again).empty());
+            ASSERT_TRUE(again.Valid() && !JsonText(again).empty());
             ASSERT_EQ(Parse(again, text), Json::CODE_OK) << text;
-            ASSERT_EQ(Text(again), Text(doc));
+            ASSERT_EQ(JsonText(again), JsonText(doc));
         }
     }
 }

@@ -12,9 +12,9 @@ TEST(JsonPrint, WritesTheWideAndTheCompactForm) {
     std::string const compact = R"({"a":[1,[],{}],"b":{"c":"d"}})";
     char const wide[] = "{\n  \"a\": [\n    1,\n    [\n    ],\n    {\n    }\n  ],\n  \"b\": {\n    \"c\": \"d\"\n  }\n}";
     Parsed const doc(compact);
-    EXPECT_EQ(Text(doc, true), compact);
-    EXPECT_EQ(Text(doc, false), wide);
-    EXPECT_EQ(Text(*doc.Object()->First()->Value()->Array()->Last()->Value(), false), "{\n}");
+    EXPECT_EQ(JsonText(doc, true), compact);
+    EXPECT_EQ(JsonText(doc, false), wide);
+    EXPECT_EQ(JsonText(*doc.Object()->First()->Value()->Array()->Last()->Value(), false), "{\n}");
     // The settings of the stream change nothing.
     Io::StringStream root, wrapper;
     wrapper.Attach(&root);
@@ -36,7 +36,7 @@ TEST(JsonPrint, TreatsEachByteByItsKind) {
         for (unsigned size : {0U, 3U, 17U, 40U})
             for (unsigned at = 0; at <= size; ++at) {
                 std::string const head(at, 'x'), tail(size - at, 'y');
-                ASSERT_EQ(Text(Value(doc, View(head + byte + tail))), '"' + head + expected + tail + '"') << c;
+                ASSERT_EQ(JsonText(Value(doc, View(head + byte + tail))), '"' + head + expected + tail + '"') << c;
             }
         doc.InitObject();
     }
@@ -63,7 +63,7 @@ TEST(JsonPrint, TheStreamMayHaveABlockOfAnySizeAndAnyRoom) {
     Parsed const doc(R"({"name":["long text that has \n more than one block",1234567890123,-0.5,)"
                      R"(18446744073709551615],"b\u0001":{"c":[[[true]]]}})");
     for (bool compact : {true, false}) {
-        std::string const expected = Text(doc, compact);
+        std::string const expected = JsonText(doc, compact);
         for (unsigned long size : {1UL, 2UL, 3UL, 4UL, 7UL, 16UL, 17UL, 31UL, 64UL, 101UL})
             for (long bound : {0L, 1L, 12L, 20L, 1000L}) {
                 Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, size, bound);

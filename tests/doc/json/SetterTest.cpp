@@ -17,7 +17,7 @@ TEST(JsonSetter, AContainerThatCannotHangWhereItIsPutIsCopied) {
     char const items[] = R"({"n":1},{"n":1},{"f":2})", ring0[] = R"({"r":3,"l":[)";
     std::string const before = std::string(ring0) + items + "]}", more = "," + before;
     std::string const all = std::string(ring0) + items + more + ",[" + items + more + "]]}";
-    EXPECT_EQ(JsonTest::Text(doc), R"({"ring":)" + all + R"(,"self":{"ring":)" + all + "}}");
+    EXPECT_EQ(JsonText(doc), R"({"ring":)" + all + R"(,"self":{"ring":)" + all + "}}");
 }
 
 TEST(JsonSetter, ARecordIsWrittenWholeExactlyWhenMemoryLasts) {
@@ -31,10 +31,10 @@ TEST(JsonSetter, ARecordIsWrittenWholeExactlyWhenMemoryLasts) {
                                                         << UArray(Array(doc) << Element(big.c_str())));
         heap.Disarm();
         std::string const text = R"({"a":")" + big + R"(","o":{"b":")" + big + R"("},"l":[true,{},[")" + big + R"("]]})";
-        std::string const before = JsonTest::Text(doc);
+        std::string const before = JsonText(doc);
         EXPECT_EQ(std::pair(doc.Valid(), before == text), std::pair(!heap.Fired(), !heap.Fired()));
         if (heap.Fired()) Object(*doc.Object()) << Member("late", 1) << NArray("late", Array(doc));
-        EXPECT_EQ(JsonTest::Text(doc), before);
+        EXPECT_EQ(JsonText(doc), before);
     });
 }
 

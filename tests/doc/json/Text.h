@@ -1,22 +1,15 @@
 #pragma once
 
+#include "workbench/Documents.h"
 #include "workbench/Heap.h"
 #include "workbench/LogCapture.h"
 #include "zeb/doc/json/Codes.h"
-#include "zeb/doc/json/Document.h"
-#include "zeb/stream/StringStream.h"
 
 #include <random>
 
 namespace JsonTest {
 
 using Json::Array, Json::Document, Json::Object, Json::Value;
-
-inline std::string Text(Value const& value, bool compact = true) {
-    Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, 4096, 1L << 40);
-    EXPECT_TRUE(Json::Print(stream, value, compact) && stream.Flush());
-    return {stream.Str().Cstr(), stream.Str().Size()};
-}
 
 inline CString View(std::string_view text) { return {text.data(), text.size()}; }
 
@@ -32,14 +25,6 @@ inline uint32_t Parse(Document& document, std::string_view text, Document::Parse
 struct Parsed : Document {
     explicit Parsed(std::string_view text) { EXPECT_EQ(JsonTest::Parse(*this, text), Json::CODE_OK) << text; }
 };
-
-// What the operation gives while allocations fail.
-auto Armed(Heap& heap, auto const& operation) {
-    heap.Arm();
-    auto const result = operation();
-    heap.Disarm();
-    return result;
-}
 
 inline char const OUT_OF_MEMORY[] = "C Json::Document: out of memory [0xcffe****].";
 

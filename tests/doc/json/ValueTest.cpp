@@ -74,7 +74,7 @@ TEST(JsonValue, ADeepCopyIsEqualAndApart) {
     Document copy;
     Value* const value = Parsed(TEXT).Copy_(copy);
     ASSERT_NE(value, nullptr);
-    EXPECT_EQ(Text(*value), TEXT);
+    EXPECT_EQ(JsonText(*value), TEXT);
     EXPECT_TRUE(value->Parent() == nullptr && value->Doc() == &copy);
     Array* const array = value->Object()->First()->Value()->Array();
     auto const held = [&](unsigned long index, double n) { return Held(*array->Get(index)->Value(), n); };

@@ -23,8 +23,8 @@ TEST(XmlNode, BuildsEveryDataType) {
     char const* const none = nullptr;
     auto const append = [&](auto const&... values) { (void(a.AppendElement("b", values)), ...); };
     append(CString("v"), "v", none, true, -7, 4294967295U, INT64_MIN, UINT64_MAX, -1LL, 1ULL);
-    EXPECT_EQ(Dump(a), "E:a#5(E:b=v E:b=v E:b#0 E:b=yes#2 E:b=-7#3 E:b=4294967295#3 E:b=-9223372036854775808#3 "
-                       "E:b=18446744073709551615#3 E:b=-1#3 E:b=1#3)");
+    EXPECT_EQ(XmlTree(a), "E:a#5(E:b=v E:b=v E:b#0 E:b=yes#2 E:b=-7#3 E:b=4294967295#3 E:b=-9223372036854775808#3 "
+                          "E:b=18446744073709551615#3 E:b=-1#3 E:b=1#3)");
     EXPECT_FALSE(a.AppendElement("", true) || a.AppendElement("", 1L));
     EXPECT_TRUE(Node::TypeName(Node::DOCTYPE) == "DOCTYPE" && Node::TypeName(static_cast<Node::TypeT>(63)) == "UNKNOWN");
     document.Clear();
@@ -32,13 +32,13 @@ TEST(XmlNode, BuildsEveryDataType) {
     [&](auto const&... values) { (void(document.AppendToArray("a", values)), ...); }("v", none, true);
     Node const* const last = document.AppendToArray("a", -5);
     EXPECT_EQ(last, document.LastNode());
-    EXPECT_EQ(Dump(document), "DOC(E:a#4(E:x=no#2) E:a=v#4(D=v) E:a#4(D#0) E:a=yes#4(D=yes#2) E:a=-5#4(D=-5#3))");
+    EXPECT_EQ(XmlTree(document), "DOC(E:a#4(E:x=no#2) E:a=v#4(D=v) E:a#4(D#0) E:a=yes#4(D=yes#2) E:a=-5#4(D=-5#3))");
     Node& slot = *document.FirstNode();
     slot.ClearDataType();
     slot.AppendAttribute("b", true), slot.AppendAttribute("n", -2);
     Attribute const* const attribute = slot.AppendAttribute("s", "t");
     EXPECT_EQ(attribute, slot.LastAttribute());
-    EXPECT_EQ(Dump(slot), "E:a @b=yes#2 @n=-2#3 @s=t(E:x=no#2)");
+    EXPECT_EQ(XmlTree(slot), "E:a @b=yes#2 @n=-2#3 @s=t(E:x=no#2)");
 }
 
 TEST(XmlNode, ReportsNamesThatDoNotFitAndGoesOn) {
@@ -59,7 +59,7 @@ TEST(XmlNode, ReportsNamesThatDoNotFitAndGoesOn) {
                                   FAILED + "invalid attribute name: \"a=\".", FAILED + "invalid attribute name: \"\".",
                                   "W Xml::Node: empty attribute name.", duplicate, duplicate, duplicate, duplicate}));
     EXPECT_TRUE(nameless && !nameless->Parent() && second && !second->Parent() && !second->NextAttribute("b"));
-    EXPECT_EQ(Dump(element), "E:e#5 @a==v @b=1");
+    EXPECT_EQ(XmlTree(element), "E:e#5 @a==v @b=1");
     Log(Log::INFO, "x", nullptr, "%1 and %2") << static_cast<Xml::Base const*>(document.FirstNode()) << first;
     EXPECT_EQ(log.Take(), LinesT{"I x: v and 1."});
 }
@@ -95,10 +95,10 @@ TEST(XmlNode, KeepsItsListsThroughRandomLinks) {
         std::string expected = "E:p#5";
         for (Attribute const* attribute : attributes) expected += " @" + Text(attribute->Name());
         for (Node const* node : nodes) expected += (node == nodes.front() ? "(E:" : " E:") + Text(node->Name());
-        ASSERT_EQ(Dump(p), nodes.empty() ? expected : expected + ")"); // follows the links both ways
+        ASSERT_EQ(XmlTree(p), nodes.empty() ? expected : expected + ")"); // follows the links both ways
     }
     p.RemoveAllNodes(), p.RemoveAllAttributes();
-    EXPECT_EQ(Dump(p), "E:p#5");
+    EXPECT_EQ(XmlTree(p), "E:p#5");
     for (auto const* node : nodes) EXPECT_EQ(node->Parent(), nullptr);
     for (auto const* attribute : attributes) EXPECT_EQ(attribute->Parent(), nullptr);
 }
@@ -109,11 +109,11 @@ TEST(XmlNode, RemovesATailThatAWalkStillReaches) {
     document.RemoveAllNodes(b);
     EXPECT_EQ(std::tuple(document.LastNode(), a->NextSibling(), a->Parent()), std::tuple(a, b, &document));
     EXPECT_FALSE(b->Parent() || c->Parent());
-    EXPECT_EQ(Printed(document), "<a/><b/><c/>");
+    EXPECT_EQ(XmlText(document), "<a/><b/><c/>");
     ASSERT_TRUE(copy.ReplaceRecursive(&document)); // takes over what a walk reaches
-    EXPECT_EQ(Dump(copy), "DOC(E:a#5 E:b#5 E:c#5)");
+    EXPECT_EQ(XmlTree(copy), "DOC(E:a#5 E:b#5 E:c#5)");
     Node* const d = document.AppendElement("d");
-    EXPECT_EQ(Dump(document), "DOC(E:a#5 E:d#5)");
+    EXPECT_EQ(XmlTree(document), "DOC(E:a#5 E:d#5)");
     document.RemoveAllNodes(d), document.RemoveFirstNode();
     EXPECT_EQ(document.FirstNode(), nullptr);
     document.AppendNode(b), document.RemoveAllNodes(b);
@@ -141,19 +141,19 @@ TEST(XmlNode, CopiesTreesBetweenDocuments) {
     Document source, target;
     GrowTree(source, 3);
     Node const* const copy = target.AppendElement("x")->AppendRecursive(&source);
-    EXPECT_EQ(std::pair("DOC" + Dump(*copy).substr(1), log.Take()), std::pair(Dump(source), LinesT()));
+    EXPECT_EQ(std::pair("DOC" + XmlTree(*copy).substr(1), log.Take()), std::pair(XmlTree(source), LinesT()));
     Node& element = *source.AppendElement("e");
     element.AppendAttribute("k", "v"), element.AppendElement("n", 5);
     target.Clear();
     Node& place = *target.AppendElement("old", "value");
     place.AppendAttribute("gone", "1"), place.AppendElement("kept");
     EXPECT_TRUE(place.ReplaceRecursive(&element) && place.ReplaceRecursive(&place));
-    EXPECT_EQ(Dump(target), "DOC(E:e#5 @k=v(E:kept#5 E:n=5#3))");
+    EXPECT_EQ(XmlTree(target), "DOC(E:e#5 @k=v(E:kept#5 E:n=5#3))");
     // A copy of an ancestor is whole before it is linked, so this ends.
     EXPECT_NE(place.AppendRecursive(&place), nullptr);
-    EXPECT_EQ(Dump(*place.LastNode()), "E:e#5 @k=v(E:kept#5 E:n=5#3)");
+    EXPECT_EQ(XmlTree(*place.LastNode()), "E:e#5 @k=v(E:kept#5 E:n=5#3)");
     EXPECT_TRUE(target.ReplaceRecursive(&place));
-    EXPECT_EQ(Dump(target).substr(0, 12), "DOC:e#5 @k=v");
+    EXPECT_EQ(XmlTree(target).substr(0, 12), "DOC:e#5 @k=v");
     EXPECT_FALSE(place.ReplaceRecursive(nullptr) || place.AppendRecursive(nullptr));
 }
 

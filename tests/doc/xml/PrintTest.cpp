@@ -21,23 +21,23 @@ TEST(XmlPrint, LaysOutEveryKindOfNode) {
     for (auto const& [text, flags, printed] : rows) {
         Parsed const parsed(text, ALL_NODES);
         for (unsigned long const block : {1, 2, 7, 13, 128, 4096})
-            EXPECT_EQ(Printed(parsed.document, flags, 0, block), printed) << block;
+            EXPECT_EQ(XmlText(parsed.document, flags, 0, block), printed) << block;
     }
     Parsed const parsed("<a><b/></a>");
-    EXPECT_EQ(Printed(*parsed.document.FirstNode(), FORMATTED, 2), "        <a>\n            <b/>\n        </a>\n");
-    EXPECT_EQ(Printed(Document(), FORMATTED), "\n");
+    EXPECT_EQ(XmlText(*parsed.document.FirstNode(), FORMATTED, 2), "        <a>\n            <b/>\n        </a>\n");
+    EXPECT_EQ(XmlText(Document(), FORMATTED), "\n");
 }
 
 TEST(XmlPrint, PrintsWhatATreeMayHoldBesides) {
     LogCapture log;
     Document document;
     Node& element = *document.AppendElement("e", "own & value");
-    EXPECT_EQ(Printed(document), "<e>own &amp; value</e>");
+    EXPECT_EQ(XmlText(document), "<e>own &amp; value</e>");
     element.PrependAttribute(document.AllocateAttribute("", "nameless"));
     element.AppendNode(document.AllocateNilNode(static_cast<Node::TypeT>(9)));
-    EXPECT_EQ(Printed(document, FORMATTED), "<e>\n    \n</e>\n\n");
+    EXPECT_EQ(XmlText(document, FORMATTED), "<e>\n    \n</e>\n\n");
     element.AppendElement("1 <");
-    EXPECT_EQ(Printed(document), "<e><1 </></e>");
+    EXPECT_EQ(XmlText(document), "<e><1 </></e>");
 }
 
 TEST(XmlPrint, EscapesTextsAndChoosesQuotes) {
@@ -55,7 +55,7 @@ TEST(XmlPrint, EscapesTextsAndChoosesQuotes) {
         Document document;
         document.AppendElement("e", value)->AppendAttribute("a", value);
         for (unsigned long const block : {1, 5, 128})
-            EXPECT_EQ(Printed(document, COMPACT, 0, block), std::string("<e a=") + attribute + ">" + text + "</e>");
+            EXPECT_EQ(XmlText(document, COMPACT, 0, block), std::string("<e a=") + attribute + ">" + text + "</e>");
     }
 }
 
@@ -80,11 +80,11 @@ TEST(XmlPrint, RepairsCodePoints) {
     for (auto const& [value, printed, ascii] : rows) {
         Document document;
         document.AppendElement("e", View(value));
-        EXPECT_EQ(Printed(document), "<e>" + printed + "</e>");
-        EXPECT_EQ(Printed(document, COMPACT | ASCII), std::string("<e>") + ascii + "</e>");
+        EXPECT_EQ(XmlText(document), "<e>" + printed + "</e>");
+        EXPECT_EQ(XmlText(document, COMPACT | ASCII), std::string("<e>") + ascii + "</e>");
         document.Clear();
         document.AppendNode(document.AllocateNode(Node::COMMENT, CString(), View(value)));
-        EXPECT_EQ(Printed(document, COMPACT | ASCII), "<!--" + printed + "-->");
+        EXPECT_EQ(XmlText(document, COMPACT | ASCII), "<!--" + printed + "-->");
     }
 }
 
@@ -106,7 +106,7 @@ TEST(XmlPrint, NeedsNoStackForADeepTreeNorDoesACopy) {
     Node* node = &document;
     for (unsigned i = 0; i < 200000; ++i) node = node->AppendElement("a");
     ASSERT_TRUE(copy.AppendRecursive(document.FirstNode()) && copy.ReplaceRecursive(&document));
-    EXPECT_EQ(Printed(copy, COMPACT, 0, 65536).size(), 2 * (199999u * 7 + 4));
+    EXPECT_EQ(XmlText(copy, COMPACT, 0, 65536).size(), 2 * (199999u * 7 + 4));
 }
 
 } // namespace

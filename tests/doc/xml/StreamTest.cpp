@@ -2,6 +2,7 @@
 
 #include "tests/doc/xml/Trees.h"
 #include "workbench/Feed.h"
+#include "workbench/Pieces.h"
 
 using namespace std::literals;
 using enum Io::Stateful::StateT;
@@ -10,15 +11,10 @@ namespace {
 
 constexpr unsigned long NO_LIMIT = 1UL << 30;
 
-struct Input {
-    explicit Input(std::string const& bytes, unsigned long block = 128)
-        : stream(bytes.data(), bytes.size(), Io::MODE_READ_WRITE, Io::EOL_ANY_LF, block, 1L << 30) {}
-    bool Into(Node& node, unsigned long limit) { return Xml::Stream::Read(stream, node, limit); }
-    Io::StringStream stream;
-};
+bool Read(PieceStream& from, Node& node, unsigned long limit) { return Xml::Stream::Read(from, node, limit); }
 
 std::string Packed(Node const& node, unsigned long block = 128) {
-    return Written(block, [&](auto& to) { return Xml::Stream::Write(to, node); });
+    return StreamText([&](auto& to) { return Xml::Stream::Write(to, node); }, block);
 }
 
 std::string const ROOT = "\0\0\0\0\0\0\0\0\0"s;
@@ -43,9 +39,9 @@ TEST(XmlStream, WritesThePackedForm) {
 TEST(XmlStream, ReadsThePackedFormInAllPieces) {
     for (size_t const step : FeedSteps(SAMPLE.size())) {
         Document document;
-        Input input(SAMPLE + "rest", step != 0 ? step : 4096);
-        ASSERT_TRUE(input.Into(document, SAMPLE.size()) && input.stream.GetChar() == 'r');
-        EXPECT_EQ(Dump(document), "DOC(E:a=vw @b=c(D=vw CO=o) PI:p)");
+        PieceStream input(SAMPLE + "rest", Io::EOL_ANY_LF, step != 0 ? step : 4096, step != 0 ? step : 4096);
+        ASSERT_TRUE(Read(input, document, SAMPLE.size()) && input.GetChar() == 'r');
+        EXPECT_EQ(XmlTree(document), "DOC(E:a=vw @b=c(D=vw CO=o) PI:p)");
         EXPECT_EQ(Packed(document), SAMPLE);
     }
 }
@@ -54,19 +50,24 @@ TEST(XmlStream, ReadsIntoANodeInTheMiddleOfATree) {
     Document document;
     Node& place = *document.AppendElement("x", "");
     document.AppendElement("y");
-    Input input("\x01\0\0\0\1a\0\0\0\0\x02\0\0\0\0\0\0\0\1t\xC0"s);
-    ASSERT_TRUE(input.Into(place, NO_LIMIT));
-    EXPECT_EQ(Dump(document), "DOC(E:a=t(D=t) E:y#5)");
+    PieceStream input("\x01\0\0\0\1a\0\0\0\0\x02\0\0\0\0\0\0\0\1t\xC0"s);
+    ASSERT_TRUE(Read(input, place, NO_LIMIT));
+    EXPECT_EQ(XmlTree(document), "DOC(E:a=t(D=t) E:y#5)");
 }
 
-TEST(XmlStream, GivesBackRandomTrees) {
+TEST(XmlStream, GivesBackRandomTreesAsPrintedTextsDo) {
     for (unsigned seed = 0; seed < 60; ++seed) {
         Document document, copy;
         GrowTree(document, seed);
-        std::string const packed = Packed(document, 1 + seed);
-        Input input(packed, 1 + seed % 17);
-        ASSERT_TRUE(input.Into(copy, packed.size()));
-        ASSERT_EQ(Dump(copy), Dump(document));
+        PieceStream input(Packed(document, 1 + seed), Io::EOL_ANY_LF, 1 + seed % 17);
+        ASSERT_TRUE(Read(input, copy, input.transport.input.size()));
+        ASSERT_EQ(XmlTree(copy), XmlTree(document));
+        for (unsigned const flags : {1, 3, 9}) {
+            std::string const text = XmlText(document, flags, 0, 1 + seed);
+            Parsed const parsed(text + " ", 64 | 256 | 512); // comments, instructions, closing tags
+            ASSERT_TRUE(parsed.code.Succeeded() || document.FirstNode() == nullptr) << text;
+            ASSERT_EQ(std::pair(parsed.Tree(), XmlText(parsed.document, flags)), std::pair(XmlTree(document), text));
+        }
     }
 }
 
@@ -85,17 +86,16 @@ TEST(XmlStream, RefusesByState) {
     // clang-format on
     for (auto const& [bytes, limit, state] : rows) {
         Document document;
-        Input input(bytes);
-        EXPECT_FALSE(input.Into(document, limit));
-        EXPECT_EQ(input.stream.CurrentState(), state) << testing::PrintToString(bytes);
+        PieceStream input(bytes);
+        EXPECT_FALSE(Read(input, document, limit));
+        EXPECT_EQ(input.CurrentState(), state) << testing::PrintToString(bytes);
     }
     for (unsigned long size = 1; size < SAMPLE.size(); ++size) {
         Document document;
-        Input input(SAMPLE), cut(SAMPLE.substr(0, size));
-        EXPECT_TRUE(!input.Into(document, size) && input.stream.CurrentState() == STATE_TRUNCATED) << size;
+        PieceStream input(SAMPLE), cut(SAMPLE.substr(0, size));
+        EXPECT_TRUE(!Read(input, document, size) && input.CurrentState() == STATE_TRUNCATED) << size;
         document.Clear();
-        EXPECT_FALSE(cut.Into(document, NO_LIMIT)) << size;
-        EXPECT_EQ(Dump(document).find("!l"), std::string::npos);
+        EXPECT_TRUE(!Read(cut, document, NO_LIMIT) && XmlTree(document).find("!l") == std::string::npos) << size;
     }
 }
 
@@ -103,9 +103,9 @@ TEST(XmlStream, ReportsNamesAndGoesOn) {
     LogCapture log;
     Document document;
     std::string const k = "\x40\0\0\0\1k\0\0\0\0"s;
-    Input input("\0\0\0\0\1n\0\0\0\0\x01\0\0\0\1\x31\0\0\0\0\x40\0\0\0\1-\0\0\0\0"s + k + k + '\xC0');
-    EXPECT_TRUE(input.Into(document, NO_LIMIT));
-    EXPECT_EQ(Dump(document), "DOC:n(E:1 @- @k)");
+    PieceStream input("\0\0\0\0\1n\0\0\0\0\x01\0\0\0\1\x31\0\0\0\0\x40\0\0\0\1-\0\0\0\0"s + k + k + '\xC0');
+    EXPECT_TRUE(Read(input, document, NO_LIMIT));
+    EXPECT_EQ(XmlTree(document), "DOC:n(E:1 @- @k)");
     std::string const failed = "C Xml::Stream: system failed [0xcffd****], ";
     EXPECT_EQ(log.Take(), (LinesT{failed + "non-empty DOCUMENT node name.", failed + "invalid ELEMENT node name: \"1\".",
                                   failed + "invalid attribute name: \"-\".", "W Xml::Node: duplicate attribute: \"k\"."}));
@@ -119,14 +119,12 @@ TEST(XmlStream, SaysExactlyWhenMemoryRanOut) {
     ForEveryAllocation([&](Heap& heap) {
         Document document;
         UseInlineBlock(document);
-        Input input(packed);
-        heap.Arm();
-        bool const ok = input.Into(document, packed.size());
-        heap.Disarm();
-        EXPECT_EQ(std::pair(ok, document.Valid()), std::pair(!heap.Fired(), ok));
-        auto const state = input.stream.CurrentState();
-        EXPECT_TRUE(ok ? Dump(document) == Dump(source) : state == STATE_NO_MEMORY || state == STATE_FAILED);
-        EXPECT_TRUE(ok || !Input(packed).Into(document, packed.size())) << "until Clear()";
+        PieceStream input(packed), again(packed);
+        bool const ok = Reported(heap, [&] { return Read(input, document, packed.size()); });
+        EXPECT_EQ(document.Valid(), ok);
+        auto const state = input.CurrentState();
+        EXPECT_TRUE(ok ? XmlTree(document) == XmlTree(source) : state == STATE_NO_MEMORY || state == STATE_FAILED);
+        EXPECT_TRUE(ok || !Read(again, document, packed.size())) << "until Clear()";
     });
 }
 

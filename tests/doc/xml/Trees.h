@@ -1,12 +1,9 @@
-// What the tests of the trees share: a short form of a tree, its printed form, parsed texts, and random
-// trees.
+// What the tests of the trees share: parsed texts, random trees, and sweeps over memory.
 #pragma once
 
+#include "workbench/Documents.h"
 #include "workbench/Heap.h"
 #include "workbench/LogCapture.h"
-#include "zeb/doc/xml/Document.h"
-#include "zeb/doc/xml/Print.h"
-#include "zeb/stream/StringStream.h"
 
 #include <gmock/gmock.h>
 #include <random>
@@ -19,41 +16,6 @@ inline std::string const FAILED = "C Xml::Document: system failed [0xcffd****], 
 inline std::string Text(CString const& text) { return std::string(text.Cstr(), text.Size()); }
 inline CString View(std::string const& text) { return CString(text.data(), text.size()); }
 
-// For each node: a mark for its type, name, "=value", "#data type" unless it is a string, attributes,
-// children in brackets. The links of each list are followed both ways, and each text must end in a NUL.
-inline std::string Dump(Node const& node) {
-    static char const* const marks[] = {"DOC", "E", "D", "CD", "CO", "DEC", "DT", "PI", "?"};
-    auto const words = [](Xml::Base const& base) {
-        std::string out = base.Value().Empty() ? "" : "=" + Text(base.Value());
-        for (Xml::String const* text : {&base.Name(), &base.Value()})
-            if (text->Cstr()[text->Size()] != '\0') out += "!end";
-        return base.DataType() == Xml::Base::DATA_STRING ? out : out + "#" + std::to_string(base.DataType());
-    };
-    std::string out = marks[std::min<unsigned>(node.Type(), 8)];
-    out += (node.Name().Empty() ? "" : ":" + Text(node.Name())) + words(node);
-    Attribute const* lastAttribute = nullptr;
-    for (auto const* a = node.FirstAttribute(); a != nullptr; lastAttribute = a, a = a->NextAttribute()) {
-        out += " @" + Text(a->Name()) + words(*a);
-        if (a->Parent() != &node || a->PreviousAttribute() != lastAttribute) out += "!link";
-    }
-    Node const* last = nullptr;
-    for (auto const* n = node.FirstNode(); n != nullptr; last = n, n = n->NextSibling()) {
-        out += (last == nullptr ? "(" : " ") + Dump(*n);
-        if (n->Parent() != &node || n->PreviousSibling() != last || n->Doc() != node.Doc()) out += "!link";
-    }
-    if (node.LastAttribute() != lastAttribute || node.LastNode() != last) out += "!link";
-    return last == nullptr ? out : out + ")";
-}
-
-// What is written to a stream with a block of that size.
-inline std::string Written(unsigned long block, auto const& write) {
-    Io::StringStream stream(CString::Nil(), Io::MODE_READ_WRITE, Io::EOL_LF, block, 1L << 24);
-    return write(stream) && stream.Flush() ? Text(stream.Str()) : "failed";
-}
-inline std::string Printed(Node const& node, unsigned flags = 1, unsigned long indent = 0, unsigned long block = 128) {
-    return Written(block, [&](auto& to) { return Xml::Print(to, node, static_cast<Xml::PrintFlagsT>(flags), indent); });
-}
-
 // A parsed text. It stands alone on the heap, so that a read beyond its end is seen.
 struct Parsed {
     explicit Parsed(std::string const& text, unsigned flags = 0, Log::VerboseT verbose = Log::VERBOSE_ON)
@@ -61,7 +23,7 @@ struct Parsed {
         memcpy(buffer.get(), text.c_str(), text.size() + 1);
         code = document.Parse(buffer.get(), static_cast<Document::ParseFlagsT>(flags), verbose);
     }
-    std::string Tree() const { return Dump(document); }
+    std::string Tree() const { return XmlTree(document); }
     Node& First() const { return *document.FirstNode(); }
 
     std::unique_ptr<char[]> buffer;
@@ -78,24 +40,20 @@ inline void GrowTree(Node& node, std::mt19937& random, unsigned depth) {
         for (unsigned i = random() % 5; i != 0; --i) text += parts[random() % std::size(parts)];
         return text;
     };
-    auto const add = [&node](Node::TypeT type, std::string const& title, std::string const& text) {
-        auto const kept = [&](std::string const& bytes) { return node.Doc()->AllocateString(bytes.c_str(), 0); };
-        node.AppendNode(node.Doc()->AllocateNode(type, kept(title), kept(text)));
-        return node.LastNode();
+    auto const kept = [&](std::string const& bytes) { return node.Doc()->AllocateString(bytes.c_str(), 0); };
+    auto const add = [&](Node::TypeT type, std::string const& title, std::string const& text) {
+        return node.AppendNode(node.Doc()->AllocateNode(type, kept(title), kept(text))), node.LastNode();
     };
     for (unsigned i = random() % 6; i != 0; --i) {
         unsigned const kind = node.Type() == Node::DOCUMENT ? 2 + random() % 5 : random() % 8;
         bool const afterText = node.LastNode() != nullptr && node.LastNode()->Type() == Node::DATA;
+        if (kind == 2) add(Node::COMMENT, "", "comment");
+        if (kind == 3) add(Node::PI, name(), "pi");
+        if (kind == 7) add(Node::CDATA, "", "<&>");
         if (kind < 2 && !afterText) {
             Xml::String const& text = add(Node::DATA, "", value("x"))->Value();
             if (node.Value().Empty()) node.SetValue(text);
-        } else if (kind == 2) {
-            add(Node::COMMENT, "", "comment");
-        } else if (kind == 3) {
-            add(Node::PI, name(), "pi");
-        } else if (kind == 7) {
-            add(Node::CDATA, "", "<&>");
-        } else {
+        } else if (kind != 2 && kind != 3 && kind != 7) {
             Node& element = *add(Node::ELEMENT, name(), "");
             for (unsigned a = random() % 4; a != 0; --a)
                 element.AppendAttribute(View(name() + std::to_string(a)), View(value("")));
@@ -118,10 +76,8 @@ inline void SweepDocument(std::function<bool(Document&)> const& operation) {
     ForEveryAllocation([&](Heap& heap) {
         Document document;
         UseInlineBlock(document);
-        heap.Arm();
-        bool const ok = operation(document);
-        heap.Disarm();
-        EXPECT_EQ(std::pair(ok, document.Valid()), std::pair(!heap.Fired(), ok));
+        bool const ok = Reported(heap, [&] { return operation(document); });
+        EXPECT_EQ(document.Valid(), ok);
         if (ok) return;
         EXPECT_FALSE(document.FirstNode() || operation(document) || document.AppendElement("a")) << "until Clear()";
         document.Clear();
