@@ -46,8 +46,7 @@ TEST(Backtrace, NamesTheFramesBehindTheSkippedOnes) {
                                      raw ? "5Outer" : "::Outer(Backtrace&, unsigned long, Backtrace::Regs*)", "NamesTheFrames"};
         for (unsigned long const skip : {0UL, 1UL, 2UL}) { // again behind Clear()
             EXPECT_TRUE(backtrace.Empty());
-            Outer(backtrace, skip);
-            backtrace.Demangle();
+            Outer(backtrace, skip), backtrace.Demangle();
             auto const names = Names(backtrace);
             ASSERT_GE(names.size(), 3u);
             EXPECT_TRUE(Has({names[0]}, first[skip]) && Has(names, "main")) << testing::PrintToString(names);
@@ -125,9 +124,7 @@ TEST(Backtrace, IsTruncatedByItsLimitAndByMemory) {
     for (unsigned long failing = 1; failing < 4; ++failing) {
         backtrace.Clear();
         Heap heap(failing, Heap::ModeT::FOREVER);
-        heap.Arm();
-        Deep(backtrace, 400);
-        heap.Disarm();
+        heap.Arm(), Deep(backtrace, 400), heap.Disarm();
         EXPECT_TRUE(heap.Fired() && backtrace.Truncated() && Names(backtrace).size() > 20 * failing);
     }
 }
@@ -136,54 +133,51 @@ TEST(Backtrace, ShowsTheRegistersOfTheFirstFrame) {
     Backtrace backtrace(Backtrace::NAMES);
     Backtrace::Regs regs;
     Outer(backtrace, 0, &regs);
-    char ip[17];
-    snprintf(ip, sizeof(ip), "%016lx", (*backtrace.begin()).Ip());
+    char form[99];
 #if defined(__aarch64__)
-    std::string const form = "   x0: (.*\n){16}\n   sp: 0000.*      pc: " + std::string(ip) + "\npstate: (.*\n){2}";
+    char const* const text = "   x0: (.*\n){16}\n   sp: 0000.*      pc: %016lx\npstate: (.*\n){2}";
 #else
-    std::string const form = "  rax: (.*\n){8}\n.*     rip: " + std::string(ip) + "\n";
+    char const* const text = "  rax: (.*\n){8}\n.*     rip: %016lx\n";
 #endif
+    snprintf(form, sizeof form, text, (*backtrace.begin()).Ip());
     std::string const before = regs.Cstr();
     EXPECT_TRUE(std::regex_match(before, std::regex(form))) << before;
-    backtrace.Clear();
-    Deep(backtrace, 3);
+    backtrace.Clear(), Deep(backtrace, 3);
     EXPECT_EQ(regs.Cstr(), before);
 }
 
 using ThreadBacktrace = WithMainThread;
 
-[[gnu::noinline]] void Poll(int fd) {
-    pollfd poller = {fd, POLLIN, 0};
-    while (poll(&poller, 1, -1) < 0) sink = 0;
-    sink = 1;
+[[gnu::noinline]] void Poll(pollfd* one) {
+    for (int ready = -1; ready < 0; sink = 1) ready = poll(one, 1, -1);
 }
-
-[[gnu::noinline]] void Sit(Condition const& lock, bool const& stop) {
-    Mutex::Guard const guard(lock);
-    while (!stop) lock.Wait(-1L);
-    sink = 1;
+[[gnu::noinline]] void Sit(Condition const& held, bool const& stop) {
+    for (; !stop; sink = 1) held.Wait(-1L);
 }
-
 [[gnu::noinline]] void Spin(std::atomic<bool> const& stop) {
-    while (!stop) sink = 0;
-    sink = 1;
+    for (; !stop; sink = 1) {
+    }
 }
 
 TEST_F(ThreadBacktrace, NamesTheFunctionThatAnotherThreadSitsIn) {
     int pair[2];
     ASSERT_EQ(pipe(pair), 0);
+    pollfd poller = {pair[0], POLLIN, 0};
     std::atomic<bool> stop = false;
     std::atomic<int> there = 0;
     bool signalled = false;
     Condition const lock(Mutex::CACHE);
-    Worker waiting([&] { ++there, Poll(pair[0]); }, "waiting"), busy([&] { ++there, Spin(stop); }, "busy"),
-        sitting([&] { ++there, Sit(lock, signalled); }, "sitting");
+    auto const sit = [&] {
+        Mutex::Guard const guard(lock);
+        ++there, Sit(lock, signalled);
+    };
+    Worker waiting([&] { ++there, Poll(&poller); }, "waiting"), busy([&] { ++there, Spin(stop); }, "busy"),
+        sitting(sit, "sitting");
     for (Worker* const worker : {&waiting, &busy, &sitting}) ASSERT_EQ(worker->Start(), Thread::STARTED);
     ASSERT_TRUE(Await([&] { return there == 3; }));
-    Clock::RealPause(5); // into the functions
     Array<int> tids;
-    ASSERT_TRUE(Thread::GetTids(tids));
-    std::pair<char const*, char const*> const threads[] = {{"waiting", "Poll(int)"}, {"busy", "Spin("}, {"sitting", "Sit("}};
+    ASSERT_TRUE((Clock::RealPause(5), Thread::GetTids(tids))); // into the functions
+    std::pair<char const*, char const*> const threads[] = {{"waiting", "Poll("}, {"busy", "Spin("}, {"sitting", "Sit("}};
     raise(SIGTRAP);                 // of nobody's request
     auto const ask = [&](int tid) { // each thread about all, also about one another
         for (int i = 0; i < 6; ++i) {
@@ -191,8 +185,8 @@ TEST_F(ThreadBacktrace, NamesTheFunctionThatAnotherThreadSitsIn) {
             Backtrace backtrace(Backtrace::NAMES);
             ASSERT_EQ(Thread::GetBacktrace(tids[static_cast<unsigned long>(i % 3 + 1)], backtrace, nullptr, 0), 0) << tid;
             backtrace.Demangle();
-            EXPECT_TRUE(Has(Names(backtrace), function)) << testing::PrintToString(Names(backtrace));
-            EXPECT_STREQ(backtrace.ThreadName(), name);
+            EXPECT_TRUE(Has(Names(backtrace), function) && backtrace.ThreadName() == std::string(name))
+                << testing::PrintToString(Names(backtrace));
         }
     };
     Worker first([&] { ask(1); }), second([&] { ask(2); });
@@ -200,15 +194,11 @@ TEST_F(ThreadBacktrace, NamesTheFunctionThatAnotherThreadSitsIn) {
     ask(0);
     EXPECT_TRUE(first.Stop() && second.Stop());
 
-    stop = true;
-    {
-        Mutex::Guard const guard(lock);
-        signalled = true, lock.Broadcast();
-    }
+    lock.Lock(), stop = signalled = true, lock.Broadcast(), lock.Unlock();
     EXPECT_TRUE(write(pair[1], "x", 1) == 1 && waiting.Stop() && busy.Stop() && sitting.Stop());
     Backtrace backtrace(Backtrace::NAMES);
-    for (int const tid : {0, 1, tids[1]}) EXPECT_EQ(Thread::GetBacktrace(tid, backtrace, nullptr, 0), ESRCH);
-    EXPECT_EQ(Thread::GetBacktrace(Thread::TID_SELF, backtrace, nullptr, 0), 0);
+    for (int const tid : {0, 1, tids[1], Thread::TID_SELF})
+        EXPECT_EQ(Thread::GetBacktrace(tid, backtrace, nullptr, 0), tid == Thread::TID_SELF ? 0 : ESRCH);
     backtrace.Demangle();
     EXPECT_TRUE(Has({Names(backtrace)[0]}, "NamesTheFunctionThatAnotherThreadSitsIn"));
     close(pair[0]), close(pair[1]);

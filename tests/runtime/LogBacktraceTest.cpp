@@ -188,11 +188,10 @@ TEST_F(LogBacktrace, HasAHeadAndTheFramesBehindTheSkippedOnes) {
 TEST_F(LogBacktrace, ShowsAnotherThreadAndWhatFailed) {
     std::atomic<int> tid = 0;
     std::atomic<bool> stop = false;
-    Worker busy(
-        [&] {
-            for (tid = Thread::Id(); !stop;) sink = 0;
-        },
-        "busy");
+    auto const spin = [&] {
+        for (tid = Thread::Id(); !stop;) sink = 0;
+    };
+    Worker busy(spin, "busy");
     ASSERT_TRUE(busy.Start() == Thread::STARTED && Await([&] { return tid != 0; }));
     Calls calls;
     calls.Script(SysCall::read, {Calls::Fail(EACCES)});

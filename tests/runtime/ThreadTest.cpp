@@ -98,21 +98,21 @@ TEST_F(ThreadTest, BeginsEachRunAfreshAndIsJoinedByItsDestructor) {
 }
 
 TEST_F(ThreadTest, StartReportsFailuresOfTheSystem) {
-    std::tuple<SysCall, int, std::string, std::string, std::string> const rows[] = {
+    std::tuple<char const*, std::string, std::string, std::string> const rows[] = {
         // code, why it failed, and the line before
         // clang-format off
-        {SysCall::pthread_attr_init, ENOMEM, "[0x80220004]", "unable to set its attributes up: not enough space", ""},
-        {SysCall::pthread_attr_setstacksize, EINVAL, "[0x80220004]", "unable to set its attributes up: invalid argument", ""},
-        {SysCall::pthread_create, EAGAIN, "[0x80220005]", "unable to create it: resource temporarily unavailable", ""},
-        {SysCall::sigaltstack, ENOMEM, "[0x80220006]", "it failed to initialize", "out of memory [0xcffe****]"},
-        {SysCall::sigaltstack, EPERM, "[0x80220006]", "it failed to initialize",
+        {"pthread_attr_init 0 ENOMEM", "[0x80220004]", "unable to set its attributes up: not enough space", ""},
+        {"pthread_attr_setstacksize 0 EINVAL", "[0x80220004]", "unable to set its attributes up: invalid argument", ""},
+        {"pthread_create 0 EAGAIN", "[0x80220005]", "unable to create it: resource temporarily unavailable", ""},
+        {"sigaltstack 0 ENOMEM", "[0x80220006]", "it failed to initialize", "out of memory [0xcffe****]"},
+        {"sigaltstack 0 EPERM", "[0x80220006]", "it failed to initialize",
          "system failed [0xcffd****], failed to setup the alternate signal stack: operation not permitted"},
-        {SysCall::pthread_getattr_np, ENOENT, "", "", "failed to get info about the thread stack: no such file or directory"}};
+        {"pthread_getattr_np 0 ENOENT", "", "", "failed to get info about the thread stack: no such file or directory"}};
     // clang-format on
-    for (auto const& [call, error, code, text, before] : rows) {
+    for (auto const& [call, code, text, before] : rows) {
         Worker thread([] {});
         Calls calls(Calls::ScopeT::PROCESS);
-        calls.Script(call, {Calls::Fail(error)});
+        calls.ScriptFailure(call);
         EXPECT_EQ(thread.Start().Failed(), !code.empty());
         calls.Clear();
         EXPECT_EQ(thread.Stop(), code.empty());
@@ -150,22 +150,21 @@ TEST_F(ThreadTest, NeedsANameAndAMainThreadWhichReportsOnStandardError) {
     EXPECT_FALSE(Worker([] {}, "").Initialized() || ThreadMain::New("second"));
     main_.Reset();
     EXPECT_FALSE(Worker([] {}).Initialized());
-    EXPECT_EQ(log_.Take(), LinesT{"C Thread: system failed [0xcffd****], a thread needs a name."});
-    std::pair<SysCall, char const*> const rows[] = {
-        {SysCall::pthread_getattr_np, "Main: failed to get info about the thread stack: not enough space\n"},
-        {SysCall::sigaltstack, "id: failed to setup the alternate signal stack: not enough space\n"},
-        {SysCall::sigaction, "id: failed to setup a trace signal handler: not enough space.\n"}};
-    for (auto const& [call, text] : rows) {
+    EXPECT_EQ(log_.TakeText(), "C Thread: system failed [0xcffd****], a thread needs a name.\n");
+    std::string said;
+    for (char const* const call : {"pthread_getattr_np 0 ENOMEM", "sigaltstack 0 ENOMEM", "sigaction 0 ENOMEM"}) {
         OutputCapture errors(2);
         Calls calls;
-        calls.Script(call, {Calls::Fail(ENOMEM)});
+        calls.ScriptFailure(call);
         EXPECT_FALSE(ThreadMain::New("id") || Thread::Self());
-        EXPECT_EQ(errors.Finish(), text);
+        said += errors.Finish();
     }
-    ForEveryAllocation([](Heap& heap) {
-        OutputCapture errors(2);
-        Reported(heap, [] { return static_cast<bool>(AutoPtr<ThreadMain>(ThreadMain::New("id"))); });
-    });
+    EXPECT_EQ(said, "Main: failed to get info about the thread stack: not enough space\n"
+                    "id: failed to setup the alternate signal stack: not enough space\n"
+                    "id: failed to setup a trace signal handler: not enough space.\n");
+    OutputCapture const errors(2);
+    ForEveryAllocation(
+        [](Heap& heap) { Reported(heap, [] { return static_cast<bool>(AutoPtr<ThreadMain>(ThreadMain::New("id"))); }); });
 }
 
 TEST_F(ThreadTest, InterruptionCanBeMaskedAndStatusReplaced) {
@@ -259,13 +258,10 @@ TEST_F(ThreadTest, LifeOfManyThreadsMayRaceAndBeReadMeanwhile) {
 }
 
 TEST_F(ThreadTest, SleepEndsAtItsTimeOrWithAnInterruption) {
-    {
-        Clock clock(Clock::ModeT::AUTO);
-        for (long const milliseconds : {0L, -5L, 1L, 333L, 1000L}) {
-            long const before = clock.Moved();
-            EXPECT_TRUE(Sleep(milliseconds));
-            EXPECT_NEAR(static_cast<double>(clock.Moved() - before) / 1e6, milliseconds > 0 ? milliseconds : 0, 0.01);
-        }
+    for (long const milliseconds : {0L, -5L, 1L, 333L, 1000L}) {
+        Clock const clock(Clock::ModeT::AUTO);
+        EXPECT_TRUE(Sleep(milliseconds));
+        EXPECT_NEAR(static_cast<double>(clock.Moved()) / 1e6, milliseconds > 0 ? milliseconds : 0, 0.01);
     }
     Clock clock;
     std::atomic<bool> slept = true;

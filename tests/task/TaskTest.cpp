@@ -34,10 +34,7 @@ struct Apply : ApplyBase {
         if (again.exchange(false)) Enqueue(1);
         ++runs;
     }
-    void Request(long milliseconds) {
-        Mutex::Guard const guard(mutex);
-        Enqueue(milliseconds);
-    }
+    void Request(long milliseconds) { mutex.Lock(), Enqueue(milliseconds), mutex.Unlock(); }
 
     Mutex& mutex;
     mutable std::atomic<int> asked = 0, runs = 0;
@@ -178,14 +175,12 @@ TEST_F(TaskTest, ThousandsOfSeveralThreadsRunInTheirOrder) {
 }
 
 struct ApplyTest : TaskTest {
-    bool AwaitRuns(Apply const& apply, int runs) {
-        return Await([&] { return clock.Advance(10), apply.runs == runs; });
+    bool AwaitRuns(Apply const& apply, int runs, long step = 10) {
+        return Await([&] { return clock.Advance(step), runs == QUEUED ? apply.asked != 0 : apply.runs == runs; });
     }
+    bool AwaitQueued(Apply const& apply) { return AwaitRuns(apply, QUEUED, 1); }
 
-    bool AwaitQueued(Apply const& apply) {
-        return Await([&] { return clock.Advance(1), apply.asked != 0; });
-    }
-
+    static constexpr int QUEUED = -1;
     Clock clock;
 };
 
