@@ -127,8 +127,8 @@ void HoldTimeZone() {
 
 // A second crash waits behind the first, and ends with the group.
 void CrashTwice() {
-    new std::thread(WriteNowhere);
-    Clock::RealPause(20), DivideByZero();
+    new std::thread([] { sink = 2, WriteNowhere(); });
+    Await([] { return sink == 2; }), Clock::RealPause(20), DivideByZero();
 }
 
 TEST(Crash, IsReportedLineByLineAndEndsTheGroup) {
