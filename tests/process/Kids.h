@@ -23,23 +23,19 @@ constexpr SysCall FORK = SysCall::clone;
 inline std::string ReadAll(int fd) {
     std::string all;
     char data[4096];
-    for (ssize_t count; (count = read(fd, data, sizeof data)) > 0 || (count < 0 && errno == EINTR);)
-        if (count > 0) all.append(data, static_cast<std::size_t>(count));
+    for (ssize_t count; (count = TEMP_FAILURE_RETRY(read(fd, data, sizeof data))) > 0;)
+        all.append(data, static_cast<size_t>(count));
     return all;
 }
 
-inline bool HasChildren() { return waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD; }
-
 // What a process wants to be made of.
 struct KidOptions {
-    int* io = nullptr;
-    Process::OutputT output = Process::OUTPUT_KEEP;
+    bool talks = false; // with the test, by its standard streams
     Process::StopSignalT stop = Process::STOP_SIGNAL_TERM;
     unsigned long killMs = 20000;
     Process::SessionT session = Process::SESSION_NEW;
     int oomScore = 0;
-    char const* chroot = "";
-    char const* executable = "/bin/sh";
+    char const *chroot = "", *executable = "/bin/sh";
 };
 
 struct Kid : Process::Owner {
@@ -47,12 +43,12 @@ struct Kid : Process::Owner {
 
     explicit Kid(std::string const& script, KidOptions const& with = {}, BodyT onEnd = {}, char const* name = "kid")
         : body(std::move(onEnd))
-        , process(new Process(name, with.executable, *this, with.oomScore, with.io, with.output, with.stop, with.killMs,
-                              with.session, with.chroot, 0, 0, Process::IO_PRIO_DEFAULT)) {
+        , process(new Process(name, with.executable, *this, with.oomScore, with.talks ? &io : nullptr, Process::OUTPUT_KEEP,
+                              with.stop, with.killMs, with.session, with.chroot, 0, 0, Process::IO_PRIO_DEFAULT)) {
         char const* const arguments[] = {"-c", script.c_str(), nullptr};
         if (!script.empty() && process->SetArguments(arguments).Failed()) ADD_FAILURE() << name;
     }
-    ~Kid() override { process.reset(); }
+    ~Kid() override { process.reset(), Close(); }
 
     bool AttachTo(Xml::Node&) const override { return true; }
     void OnProcessTerminated_(Process const* which, int exitCode, int signal) override {
@@ -71,20 +67,24 @@ struct Kid : Process::Owner {
         int const next = ends + 1; // it may have ended when it is told to have started
         return Start() == Process::STARTED ? Await(next) : "not started";
     }
+    // The number that it prints, -1 without output.
+    int Number() const {
+        char text[16] = {};
+        return read(io, text, sizeof text - 1) > 0 ? atoi(text) : -1;
+    }
+    void Close() { (void)(io < 0 || close(std::exchange(io, -1))); }
+    // All that it prints.
+    std::string Output() {
+        std::string const all = ReadAll(io);
+        return Close(), all;
+    }
 
+    int io = -1;
     BodyT body;
     std::unique_ptr<Process> process;
     std::string end;
     std::atomic<int> ends = 0;
 };
-
-// The lines but those of orphans, and of how a thread or a timer has failed.
-inline std::string Join(LinesT const& lines) {
-    std::string all;
-    for (std::string const& line : lines)
-        if (line.find(" Process: ") == 1 && line.find("unknown PID") == std::string::npos) all += line + "\n";
-    return all;
-}
 
 struct KidTest : WithMainThread {
     KidTest() {
@@ -96,8 +96,19 @@ struct KidTest : WithMainThread {
         prctl(PR_SET_CHILD_SUBREAPER, 0, 0, 0, 0);
         EXPECT_EQ(Posix::Exec_::Instance(), nullptr);
         EXPECT_EQ(OpenDescriptors(), descriptors_);
-        EXPECT_FALSE(HasChildren());
+        EXPECT_TRUE(waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) != 0 && errno == ECHILD) << "children are left";
         pthread_sigmask(SIG_UNBLOCK, &child_, nullptr);
+    }
+    // The lines of Process since the last time, without its name, but those of orphans.
+    std::string Said() {
+        std::string all;
+        for (std::string const& line : log_.Take())
+            if (line.find(" Process: ") == 1 && line.find("unknown PID") == std::string::npos)
+                all += line[0] + line.substr(9) + "\n";
+        return all;
+    }
+    bool AwaitOrphan(int pid) const {
+        return log_.Await("C Process: a process with an unknown PID [" + std::to_string(pid) + "] terminated.");
     }
     long const descriptors_ = OpenDescriptors();
     sigset_t child_;

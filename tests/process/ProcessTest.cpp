@@ -4,127 +4,105 @@
 namespace {
 
 using ProcessTest = KidTest;
+using CodesT = std::vector<ReturnT>;
 
 TEST_F(ProcessTest, TheOwnerIsToldHowItEnded) {
-    std::string const group = "W Process: killing all processes in \"kid\" group...\n";
+    std::string const group = "W killing all processes in \"kid\" group...\n", killed = "W \"kid\" has been killed.\n";
+    constexpr auto SAME = Process::SESSION_INHERIT;
     struct {
-        char const* script;
-        Process::SessionT session;
-        Process::StopSignalT stop;
-        long killMs; // -1 for a process that is not stopped
+        char const* script; // one that talks is stopped then
+        KidOptions with;
         std::string end, lines;
     } const rows[] = {
-        {"exit 0", Process::SESSION_NEW, Process::STOP_SIGNAL_TERM, -1, "exit 0 signal -1", ""},
-        {"exit 255", Process::SESSION_INHERIT, Process::STOP_SIGNAL_TERM, -1, "exit 255 signal -1", ""},
-        {"kill -6 $$", Process::SESSION_NEW, Process::STOP_SIGNAL_TERM, -1, "exit -1 signal 6", ""},
-        {"sleep 99 & kill -15 $$", Process::SESSION_NEW, Process::STOP_SIGNAL_TERM, -1, "exit -1 signal 15", group},
-        {"sleep 99 & echo >&0; wait", Process::SESSION_NEW, Process::STOP_SIGNAL_TERM, 20000, "exit -1 signal 15", group},
-        {"trap 'exit 9' INT; echo >&0; while :; do sleep .01; done", Process::SESSION_NEW, Process::STOP_SIGNAL_INT, 20000,
-         "exit 9 signal -1", ""},
-        {"sleep 99 & echo >&0; wait", Process::SESSION_NEW, Process::STOP_SIGNAL_KILL, 20000, "exit -1 signal 9", ""},
-        {"echo >&0; exec sleep 99", Process::SESSION_INHERIT, Process::STOP_SIGNAL_KILL, 20000, "exit -1 signal 9", ""},
-        {"trap '' TERM; sleep 99 & echo >&0; wait", Process::SESSION_NEW, Process::STOP_SIGNAL_TERM, 50, "exit -1 signal 9",
-         "W Process: \"kid\" has been killed.\n"},
-        {"trap '' TERM; echo >&0; exec sleep 99", Process::SESSION_INHERIT, Process::STOP_SIGNAL_TERM, 50, "exit -1 signal 9",
-         "W Process: \"kid\" has been killed.\n"},
-        {"echo >&0; exec sleep 99", Process::SESSION_NEW, Process::STOP_SIGNAL_NONE, 0, "exit -1 signal 9",
-         "W Process: \"kid\" has been killed.\n"},
+        {"exit 0", {}, "exit 0 signal -1", ""},
+        {"exit 255", {.session = SAME}, "exit 255 signal -1", ""},
+        {"kill -6 $$", {}, "exit -1 signal 6", ""},
+        {"sleep 99 & kill -15 $$", {}, "exit -1 signal 15", group},
+        {"sleep 99 & echo >&0; wait", {}, "exit -1 signal 15", group},
+        {"trap 'exit 9' INT; echo >&0; while :; do sleep .01; done", {.stop = Process::STOP_SIGNAL_INT}, "exit 9 signal -1", ""},
+        {"sleep 99 & echo >&0; wait", {.stop = Process::STOP_SIGNAL_KILL}, "exit -1 signal 9", ""},
+        {"echo >&0; exec sleep 99", {.stop = Process::STOP_SIGNAL_KILL, .session = SAME}, "exit -1 signal 9", ""},
+        {"trap '' TERM; sleep 99 & echo >&0; wait", {.killMs = 50}, "exit -1 signal 9", killed},
+        {"trap '' TERM; echo >&0; exec sleep 99", {.killMs = 50, .session = SAME}, "exit -1 signal 9", killed},
+        {"echo >&0; exec sleep 99", {.stop = Process::STOP_SIGNAL_NONE, .killMs = 0}, "exit -1 signal 9", killed},
     };
-    for (auto const& row : rows) {
-        int io = -1;
-        Kid kid(row.script,
-                {.io = &io, .stop = row.stop, .killMs = static_cast<unsigned long>(row.killMs), .session = row.session},
-                [&](Kid&) { EXPECT_EQ(ReadAll(io), "") << "somebody of the group is left"; });
-        for (int run = 1; run <= 2; ++run) {
-            char byte;
+    for (auto [script, with, end, lines] : rows) {
+        with.talks = true;
+        Kid kid(script, with, [](Kid& self) { EXPECT_EQ(ReadAll(self.io), "") << "somebody of the group is left"; });
+        for (int run = 1; run <= 2; ++run, kid.Close()) {
             ASSERT_EQ(kid.Start(), Process::STARTED);
-            bool const stopped = row.killMs < 0 || (read(io, &byte, 1) == 1 && kid.process->Stop() && kid.process->Stop());
-            EXPECT_TRUE(stopped);
-            EXPECT_EQ(kid.Await(run), row.end) << row.script;
-            close(io), io = -1;
+            EXPECT_TRUE(!strstr(script, ">&0") || (kid.Number() == 0 && kid.process->Stop() && kid.process->Stop()));
+            EXPECT_EQ(kid.Await(run), end) << script;
         }
-        EXPECT_EQ(Join(log_.Take()), row.lines + row.lines) << row.script;
+        EXPECT_EQ(Said(), lines + lines) << script;
     }
 }
 
 TEST_F(ProcessTest, AnExitLeavesTheGroupAlone) {
-    int io = -1;
-    Kid kid("sleep 99 & echo $! >&0; exit 3", {.io = &io});
+    Kid kid("sleep 99 & echo $! >&0; exit 3", {.talks = true});
     EXPECT_EQ(kid.Run(), "exit 3 signal -1");
-    char text[16] = {};
-    EXPECT_GT(read(io, text, sizeof text), 0);
-    EXPECT_EQ(kill(atoi(text), SIGKILL), 0);
-    EXPECT_EQ(ReadAll(io), "");
-    close(io);
-    EXPECT_TRUE(log_.Await("C Process: a process with an unknown PID [" + std::to_string(atoi(text)) + "] terminated."));
+    int const orphan = kid.Number();
+    ASSERT_GT(orphan, 0);
+    EXPECT_EQ(kill(orphan, SIGKILL), 0);
+    EXPECT_EQ(kid.Output(), "");
+    EXPECT_TRUE(AwaitOrphan(orphan));
 }
 
 TEST_F(ProcessTest, AStopAndItsEndAreToldWhenSomethingElseHappens) {
-    int io = -1;
-    char number[16] = {};
-    Kid kid("echo $$ >&0; kill -STOP $$; read line; exit $line", {.io = &io}), wake("exit 0", {}, {}, "wake");
+    Kid kid("echo $$ >&0; kill -STOP $$; read line; exit $line", {.talks = true}), wake("exit 0", {}, {}, "wake");
     auto const isStopped = [](int pid) {
         return Await([&] { return ReadWholeFile("/proc/" + std::to_string(pid) + "/stat").find(") T ") != std::string::npos; });
     };
+    auto const isTold = [&](char const* what) { return log_.Await("W Process: process \"kid\" " + std::string(what)); };
     ASSERT_EQ(kid.Start(), Process::STARTED);
-    EXPECT_TRUE(read(io, number, sizeof number) > 0 && isStopped(atoi(number)));
+    EXPECT_TRUE(isStopped(kid.Number()));
     EXPECT_EQ(wake.Run(), "exit 0 signal -1");
-    EXPECT_TRUE(log_.Await("W Process: process \"kid\" stopped."));
+    EXPECT_TRUE(isTold("stopped."));
     EXPECT_EQ(kid.process->Signal(SIGCONT, Process::SCOPE_GROUP), Process::SIGNAL_SENT);
     EXPECT_EQ(wake.Run(), "exit 0 signal -1");
-    EXPECT_TRUE(log_.Await("W Process: process \"kid\" continued."));
-    EXPECT_EQ(write(io, "5\n", 2), 2);
+    EXPECT_TRUE(isTold("continued."));
+    EXPECT_EQ(write(kid.io, "5\n", 2), 2);
     EXPECT_EQ(kid.Await(), "exit 5 signal -1");
-    close(io);
     int const stranger = fork();
     if (stranger == 0) raise(SIGSTOP), _exit(0);
     EXPECT_TRUE(isStopped(stranger) && wake.Run() == wake.Run());
     EXPECT_EQ(log_.Lines().size(), 2u);
     kill(stranger, SIGKILL);
-    EXPECT_TRUE(log_.Await("C Process: a process with an unknown PID [" + std::to_string(stranger) + "] terminated."));
+    EXPECT_TRUE(AwaitOrphan(stranger));
 }
 
 TEST_F(ProcessTest, WithinTheCallbackProcessesStayAsTheyAre) {
-    std::string results;
     Kid running("exec sleep 99", {}, {}, "running"), idle("exit 0", {}, {}, "idle");
     auto doomed = std::make_unique<Kid>("exec sleep 99", KidOptions(), Kid::BodyT(), "doomed");
     ASSERT_TRUE(running.Start() == Process::STARTED && doomed->Start() == Process::STARTED);
     Kid kid("exit 1", {}, [&](Kid& self) {
-        EXPECT_EQ(self.Start(), Process::START_IN_TERMINATION);
-        EXPECT_EQ(idle.Start(), Process::START_IN_EXECUTION_THREAD);
-        EXPECT_EQ(running.Start(), Process::ALREADY_STARTED);
+        EXPECT_EQ((CodesT{self.Start(), idle.Start(), running.Start(), self.process->Signal(0, Process::SCOPE_PROCESS),
+                          doomed->process->Signal(SIGKILL, Process::SCOPE_GROUP), self.process->PushArgument("x")}),
+                  (CodesT{Process::START_IN_TERMINATION, Process::START_IN_EXECUTION_THREAD, Process::ALREADY_STARTED,
+                          Process::SIGNAL_STOPPED, Process::SIGNAL_SENT, ReturnT::Done()}));
         EXPECT_TRUE(!self.process->Stop() && running.process->Stop() && idle.process->Stop());
         EXPECT_FALSE(Kid("", {}, {}, "new").process->Initialized());
-        EXPECT_EQ(doomed->process->Signal(SIGKILL, Process::SCOPE_GROUP), Process::SIGNAL_SENT);
-        EXPECT_EQ(self.process->Signal(0, Process::SCOPE_PROCESS), Process::SIGNAL_STOPPED);
         doomed.reset();
-        EXPECT_TRUE(self.process->PushArgument("x").Succeeded());
     });
     EXPECT_EQ(kid.Run(), "exit 1 signal -1");
-    EXPECT_EQ(Join(log_.Lines()), "C Process: \"kid\": unable to start within a termination context.\n"
-                                  "C Process: unable to start \"idle\" in an execution thread context.\n"
-                                  "E Process: \"running\": unable to start, a process already started.\n"
-                                  "C Process: \"kid\": unable to stop within a termination context.\n"
-                                  "C Process: unable to stop \"running\" process in an execution thread context.\n"
-                                  "C Process: new \"new\" can not be registered in an execution thread context.\n"
-                                  "E Process: \"new\": unable to register.\n"
-                                  "E Process: unable to create and initialize \"new\" process.\n"
-                                  "E Process: failed to send signal 0 to \"kid\": process stopped.\n"
-                                  "C Process: \"doomed\" process can not be unregistered in an execution thread context.\n");
     EXPECT_TRUE(log_.Await("unknown PID"));
+    EXPECT_EQ(Said(), "C \"kid\": unable to start within a termination context.\n"
+                      "C unable to start \"idle\" in an execution thread context.\n"
+                      "E \"running\": unable to start, a process already started.\n"
+                      "E failed to send signal 0 to \"kid\": process stopped.\n"
+                      "C \"kid\": unable to stop within a termination context.\n"
+                      "C unable to stop \"running\" process in an execution thread context.\n"
+                      "C new \"new\" can not be registered in an execution thread context.\nE \"new\": unable to register.\n"
+                      "E unable to create and initialize \"new\" process.\n"
+                      "C \"doomed\" process can not be unregistered in an execution thread context.\n");
     EXPECT_TRUE(running.process->Stop());
     EXPECT_EQ(running.Await(), "exit -1 signal 15");
 }
 
 TEST_F(ProcessTest, AnOwnerThatDestroysItsProcessInTheCallbackIsSurvived) {
-    {
-        Kid kid("exit 1", {}, [](Kid& self) { delete self.process.release(); });
-        ASSERT_EQ(kid.Start(), Process::STARTED);
-        EXPECT_TRUE(Await([&] { return kid.ends == 1; }));
-    }
-    Kid next("exit 2");
-    EXPECT_EQ(next.Run(), "exit 2 signal -1");
-    EXPECT_EQ(Join(log_.Take()), "C Process: \"kid\" process can not be unregistered in an execution thread context.\n");
+    EXPECT_EQ(Kid("exit 1", {}, [](Kid& self) { delete self.process.release(); }).Run(), "exit 1 signal -1");
+    EXPECT_EQ(Kid("exit 2").Run(), "exit 2 signal -1");
+    EXPECT_EQ(Said(), "C \"kid\" process can not be unregistered in an execution thread context.\n");
 }
 
 TEST_F(ProcessTest, StartsAwaitStopsAndCallbacks) {
@@ -149,18 +127,14 @@ TEST_F(ProcessTest, StartsAwaitStopsAndCallbacks) {
 }
 
 TEST_F(ProcessTest, AProcessThatIsDestroyedGoesOnByItself) {
-    int io = -1;
-    {
-        Kid kid("read line; exit 0", {.io = &io}), other("exit 0");
-        ASSERT_EQ(kid.Start(), Process::STARTED);
-        kid.process.reset();
-        EXPECT_EQ(Join(log_.Take()), "C Process: \"kid\" was not terminated.\n");
-        close(io);
-        EXPECT_TRUE(log_.Await("unknown PID"));
-        EXPECT_EQ(other.Run(), "exit 0 signal -1");
-    }
+    Kid forgotten("read line; exit 0", {.talks = true}, {}, "forgotten");
+    ASSERT_EQ(forgotten.Start(), Process::STARTED);
     std::binary_semaphore entered(0), leave(0);
     auto kid = std::make_unique<Kid>("exit 0", KidOptions(), [&](Kid&) { entered.release(), leave.acquire(); });
+    forgotten.process.reset();
+    EXPECT_EQ(Said(), "C \"forgotten\" was not terminated.\n");
+    forgotten.Close();
+    EXPECT_TRUE(log_.Await("unknown PID"));
     ASSERT_EQ(kid->Start(), Process::STARTED);
     entered.acquire();
     std::atomic<bool> destroyed = false;
@@ -172,94 +146,81 @@ TEST_F(ProcessTest, AProcessThatIsDestroyedGoesOnByItself) {
 }
 
 TEST_F(ProcessTest, RefusedRequestsHaveTheirCodesAndWords) {
-    int io = -1;
-    Kid kid("exec sleep 99", {.io = &io}), failing("", {.executable = "/etc/passwd"}, {}, "failing");
+    Kid kid("exec sleep 99", {.talks = true}), failing("", {.executable = "/etc/passwd"}, {}, "failing");
     EXPECT_TRUE(failing.Start().Failed() && failing.process->Signal(9, Process::SCOPE_GROUP).Failed() && failing.process->Stop());
     Posix::Exec_& exec = *Posix::Exec_::Instance();
     {
         Calls calls;
-        calls.Script(SysCall::pthread_kill, {Calls::Fail(EINVAL)});
+        calls.ScriptFailure("pthread_kill 0 EINVAL");
         EXPECT_EQ(kid.Start(), Process::NOT_NOTIFIED);
     }
-    EXPECT_EQ(kid.Start(), Process::STARTED);
-    EXPECT_EQ(kid.process->Signal(999, Process::SCOPE_PROCESS), Process::SIGNAL_FAILED);
-    EXPECT_EQ(kid.process->Signal(999, Process::SCOPE_GROUP), Process::GROUP_SIGNAL_FAILED);
-    EXPECT_EQ(kid.process->Signal(999, static_cast<Process::ScopeT>(2)), Process::SIGNAL_SENT);
-    EXPECT_EQ(kid.process->Signal(SIGTERM, Process::SCOPE_PROCESS), Process::SIGNAL_SENT);
+    auto const signal = [&](int number, int scope) { return kid.process->Signal(number, static_cast<Process::ScopeT>(scope)); };
+    EXPECT_EQ((CodesT{kid.Start(), signal(999, 0), signal(999, 1), signal(999, 2), signal(SIGTERM, 0)}),
+              (CodesT{Process::STARTED, Process::SIGNAL_FAILED, Process::GROUP_SIGNAL_FAILED, Process::SIGNAL_SENT,
+                      Process::SIGNAL_SENT}));
     EXPECT_EQ(kid.Await(), "exit -1 signal 15");
-    EXPECT_EQ(kid.process->Signal(15, Process::SCOPE_GROUP), Process::SIGNAL_STOPPED);
-    EXPECT_EQ(kid.Start(), Process::STILL_OPEN);
-    close(io), io = -1;
+    EXPECT_EQ((CodesT{signal(15, 1), kid.Start()}), (CodesT{Process::SIGNAL_STOPPED, Process::STILL_OPEN}));
+    kid.Close();
     ProcessInstance_ stray(*kid.process, kid, {}), own(*kid.process, kid, {});
     (void)stray.name.Assign("stray"), (void)own.Register("own", "/bin/true", "");
-    EXPECT_EQ(stray.Start(), Process::START_UNREGISTERED);
-    EXPECT_EQ(exec.Signal(stray, 9, Process::SCOPE_GROUP), Process::SIGNAL_UNREGISTERED);
+    EXPECT_EQ((CodesT{stray.Start(), exec.Signal(stray, 9, Process::SCOPE_GROUP)}),
+              (CodesT{Process::START_UNREGISTERED, Process::SIGNAL_UNREGISTERED}));
     EXPECT_FALSE(exec.Stop(stray) || exec.Kill(stray) || exec.Register(own));
     exec.Unregister(stray), stray.OnTimer_();
-    EXPECT_TRUE(exec.BeginStart(own) == Process::STARTED && exec.BeginStart(own) == Process::BUSY);
-    EXPECT_EQ(exec.AwaitStart(own), Process::STARTED);
+    EXPECT_EQ((CodesT{exec.BeginStart(own), exec.BeginStart(own), exec.AwaitStart(own)}),
+              (CodesT{Process::STARTED, Process::BUSY, Process::STARTED}));
     exec.EndStart();
     EXPECT_EQ(kid.Await(2), "exit 0 signal -1");
     EXPECT_TRUE(stray.Stop() && exec.Stop(own) && exec.Kill(own)); // nothing is there to be stopped
-    EXPECT_EQ(Join(log_.Take()), "E Process: \"/etc/passwd\" is not an executable.\n"
-                                 "E Process: unable to create and initialize \"failing\" process.\n"
-                                 "C Process: system failed [0xcffd****].\nC Process: system failed [0xcffd****].\n"
-                                 "C Process: unable to notify an execution thread to start \"kid\" process.\n"
-                                 "E Process: unable to send 999 signal to \"kid\" process: invalid argument.\n"
-                                 "E Process: unable to send 999 signal to \"kid\" process group: invalid argument.\n"
-                                 "E Process: failed to send signal 15 to \"kid\": process stopped.\n"
-                                 "C Process: \"kid\": unable to start, I/O descriptors are still opened.\n"
-                                 "C Process: unable to start unregistered \"stray\" process.\n"
-                                 "C Process: unable to send a signal to an unregistered \"stray\" process.\n"
-                                 "C Process: unable to stop an unregistered \"stray\" process.\n"
-                                 "C Process: unable to kill an unregistered \"stray\" process.\n"
-                                 "C Process: \"own\" already registered.\n"
-                                 "C Process: \"stray\" was not registered.\n"
-                                 "C Process: unable to kill an unregistered \"stray\" process.\n"
-                                 "C Process: unable to start \"own\" busy process.\n");
+    EXPECT_EQ(Said(), "E \"/etc/passwd\" is not an executable.\nE unable to create and initialize \"failing\" process.\n"
+                      "C system failed [0xcffd****].\nC system failed [0xcffd****].\n"
+                      "C unable to notify an execution thread to start \"kid\" process.\n"
+                      "E unable to send 999 signal to \"kid\" process: invalid argument.\n"
+                      "E unable to send 999 signal to \"kid\" process group: invalid argument.\n"
+                      "E failed to send signal 15 to \"kid\": process stopped.\n"
+                      "C \"kid\": unable to start, I/O descriptors are still opened.\n"
+                      "C unable to start unregistered \"stray\" process.\n"
+                      "C unable to send a signal to an unregistered \"stray\" process.\n"
+                      "C unable to stop an unregistered \"stray\" process.\n"
+                      "C unable to kill an unregistered \"stray\" process.\nC \"own\" already registered.\n"
+                      "C \"stray\" was not registered.\nC unable to kill an unregistered \"stray\" process.\n"
+                      "C unable to start \"own\" busy process.\n");
 }
 
 TEST_F(ProcessTest, ArgumentsAndVariablesAreThoseOfTheNextStart) {
-    int io = -1;
-    Kid kid("set | grep ^KID_; echo $*", {.io = &io});
+    Kid kid("set | grep ^KID_; echo $*", {.talks = true});
     Process& process = *kid.process;
-    auto const run = [&] {
-        EXPECT_EQ(kid.Run(), "exit 0 signal -1");
-        std::string const output = ReadAll(io);
-        return close(io), io = -1, output;
-    };
+    auto const run = [&] { return kid.Run() == "exit 0 signal -1" ? kid.Output() : kid.end; };
     char const* const list[] = {"KID_A", "1", "KID_B", "2", nullptr};
-    char const* const odd[] = {"KID_C", "3", "KID_D", nullptr};
-    char const* const bad[] = {"KID_C", "3", "KID=", "4", nullptr};
+    char const *const odd[] = {"KID_C", "3", "KID_D", nullptr}, *const bad[] = {"KID_C", "3", "KID=", "4", nullptr};
+    char const* const words[] = {"-c", "set | grep ^KID_; ionice", nullptr};
     StringMap map, badMap;
-    EXPECT_TRUE(map.Set("KID_M", "5") && badMap.Set("", "6"));
-    EXPECT_EQ(process.SetEnvironment(list), Process::ENVIRONMENT_SET);
-    EXPECT_EQ(process.SetEnvironment(odd), Process::NO_VALUE);
-    EXPECT_EQ(process.SetEnvironment(bad), Process::BAD_VARIABLE);
-    EXPECT_EQ(process.SetEnvironment(badMap), Process::BAD_VARIABLE);
-    EXPECT_EQ(process.SetEnvironment("a b", "7"), Process::BAD_VARIABLE);
+    StringVector arguments;
+    EXPECT_TRUE(map.Set("KID_M", "5") && badMap.Set("", "6") && arguments.Assign(words));
+    EXPECT_EQ((CodesT{process.SetEnvironment(list), process.SetEnvironment(odd), process.SetEnvironment(bad),
+                      process.SetEnvironment(badMap), process.SetEnvironment("a b", "7")}),
+              (CodesT{Process::ENVIRONMENT_SET, Process::NO_VALUE, Process::BAD_VARIABLE, Process::BAD_VARIABLE,
+                      Process::BAD_VARIABLE}));
     EXPECT_TRUE(process.PushArgument("zero").Succeeded() && process.PushArgument("one").Succeeded());
     EXPECT_EQ(run(), "KID_A='1'\nKID_B='2'\none\n");
-    EXPECT_EQ(process.UnsetEnvironment("KID_A"), Process::ENVIRONMENT_UNSET);
-    EXPECT_EQ(process.UnsetEnvironment("KID_A"), Process::NOT_SET);
-    EXPECT_EQ(process.SetEnvironment("KID_C", "8"), Process::ENVIRONMENT_SET);
+    EXPECT_EQ(
+        (CodesT{process.UnsetEnvironment("KID_A"), process.UnsetEnvironment("KID_A"), process.SetEnvironment("KID_C", "8")}),
+        (CodesT{Process::ENVIRONMENT_UNSET, Process::NOT_SET, Process::ENVIRONMENT_SET}));
     EXPECT_EQ(run(), "KID_B='2'\nKID_C='8'\none\n");
     EXPECT_EQ(process.SetEnvironment(map), Process::ENVIRONMENT_SET);
-    StringVector arguments;
-    for (char const* const argument : {"-c", "set | grep ^KID_; ionice"}) EXPECT_TRUE(arguments.PushBack(argument));
     EXPECT_TRUE(process.SetArguments(arguments).Succeeded());
     process.SetIoPriority(Process::IO_PRIO_IDLE);
     EXPECT_EQ(run(), "KID_M='5'\nidle\n");
     process.ClearEnvironment();
     EXPECT_EQ(run(), "idle\n");
-    EXPECT_EQ(Join(log_.Take()), "C Process: \"KID_D\" environment variable has no value.\n"
-                                 "E Process: \"kid\": bad environment variable: \"KID=\".\n"
-                                 "E Process: \"kid\": bad environment variable: \"\".\n"
-                                 "E Process: \"kid\": bad environment variable: \"a b\".\n");
+    std::string const refused = "E \"kid\": bad environment variable: ";
+    EXPECT_EQ(Said(), "C \"KID_D\" environment variable has no value.\n" + refused + "\"KID=\".\n" + refused + "\"\".\n" +
+                          refused + "\"a b\".\n");
     process.ClearArguments();
+    int const next = kid.ends + 1;
     EXPECT_EQ(kid.Start(), Process::STARTED);
-    close(io); // the input of a shell without a script ends
-    EXPECT_EQ(kid.Await(kid.ends + 1), "exit 0 signal -1");
+    kid.Close(); // the input of a shell without a script ends
+    EXPECT_EQ(kid.Await(next), "exit 0 signal -1");
 }
 
 // Memory, the log and the environment are used meanwhile: a child that waited for one of their locks would hang.
@@ -294,38 +255,28 @@ TEST_F(ProcessTest, HundredsOfChildrenOfEightThreadsAreAllTold) {
 }
 
 TEST_F(ProcessTest, WhatCannotBeMadeIsNotInitialized) {
-    std::string const last = "E Process: unable to create and initialize \"kid\" process.\n", mine = "C Process: \"kid\": ";
-    std::string const thread = "C Process: unable to initialize and start the execution thread.\n"
-                               "C Process: unable to create an execution object.\n";
-    std::string const score = "E Process: \"kid\": invalid process OOM score: \"";
+    std::string const last = "E unable to create and initialize \"kid\" process.\n",
+                      object = "C unable to create an execution object.\n",
+                      thread = "C unable to initialize and start the execution thread.\n" + object,
+                      score = "E \"kid\": invalid process OOM score: \"", range = "\" (valid range is -999...999).\n";
     struct {
         KidOptions options;
-        SysCall call;
-        std::vector<Calls::Step> steps;
-        std::string lines;
+        std::string call, lines;
     } const rows[] = {
-        {{.oomScore = -1000}, {}, {}, score + "-1000\" (valid range is -999...999).\n"},
-        {{.oomScore = 1000}, {}, {}, score + "1000\" (valid range is -999...999).\n"},
-        {{.executable = " "}, {}, {}, ""},
-        {{.executable = "/nonexistent"}, {}, {}, "E Process: \"/nonexistent\" executable not found.\n"},
-        {{},
-         SysCall::sigaction,
-         {Calls::Fail(EINVAL)},
-         "C Process: unable to initialize a signal handler: invalid argument.\n"
-         "C Process: unable to create an execution object.\n"},
-        {{}, SysCall::pthread_create, {Calls::Fail(EAGAIN)}, mine + "unable to initialize a timer.\n"},
-        {{}, SysCall::pthread_create, {Calls::Real(), Calls::Fail(EAGAIN)}, thread},
-        {{},
-         SysCall::pthread_sigmask,
-         {Calls::Fail(EINVAL)},
-         "C Process: unable to setup a signal mask: invalid argument.\n" + thread},
+        {{.oomScore = -1000}, "", score + "-1000" + range},
+        {{.oomScore = 1000}, "", score + "1000" + range},
+        {{.executable = " "}, "", ""},
+        {{.executable = "/nonexistent"}, "", "E \"/nonexistent\" executable not found.\n"},
+        {{}, "sigaction 0 EINVAL", "C unable to initialize a signal handler: invalid argument.\n" + object},
+        {{}, "pthread_create 0 EAGAIN", "C \"kid\": unable to initialize a timer.\n"},
+        {{}, "pthread_create 1 EAGAIN", thread},
+        {{}, "pthread_sigmask 0 EINVAL", "C unable to setup a signal mask: invalid argument.\n" + thread},
     };
-    for (auto const& row : rows) {
+    for (auto const& [options, call, lines] : rows) {
         Calls calls(Calls::ScopeT::PROCESS);
-        if (!row.steps.empty() && row.call != SysCall::pthread_create) calls.Script(SysCall::pthread_create, {Calls::Real()});
-        for (Calls::Step const& step : row.steps) calls.Script(row.call, {step});
-        EXPECT_FALSE(Kid("", row.options).process->Initialized()) << row.lines;
-        EXPECT_EQ(Join(log_.Take()), row.lines + last);
+        calls.ScriptFailure(call);
+        EXPECT_FALSE(Kid("", options).process->Initialized()) << lines;
+        EXPECT_EQ(Said(), lines + last);
     }
     for (int const oomScore : {-999, 999}) EXPECT_TRUE(Kid("", {.oomScore = oomScore}).process->Initialized());
     struct sigaction action;
@@ -334,42 +285,36 @@ TEST_F(ProcessTest, WhatCannotBeMadeIsNotInitialized) {
 }
 
 TEST_F(ProcessTest, MemoryThatEndsFailsTheOperationAndChangesNothing) {
-    ForEveryAllocation(
-        [&](Heap& heap) {
-            log_.Clear();
-            heap.Arm();
-            Kid kid("", {.executable = "/bin/true"});
-            heap.Disarm();
-            EXPECT_EQ(kid.process->Initialized(), !heap.Fired());
-            EXPECT_EQ(log_.Has("unable to create and initialize \"kid\""), heap.Fired());
-        },
-        Heap::ScopeT::THREAD);
-    int io = -1;
-    Kid kid("set | grep ^KID_; echo $0", {.io = &io});
-    EXPECT_TRUE(kid.process->PushArgument("zero").Succeeded() && kid.process->SetEnvironment("KID_A", "1").Succeeded());
-    char const* const arguments[] = {"-c", "exit 1", "other", nullptr};
-    char const* const variables[] = {"KID_A", "2", nullptr};
+    ForEveryAllocation([&](Heap& heap) {
+        log_.Clear();
+        heap.Arm();
+        Kid kid("", {.executable = "/bin/true"});
+        heap.Disarm();
+        EXPECT_EQ(kid.process->Initialized(), !heap.Fired());
+        EXPECT_EQ(log_.Has("unable to create and initialize \"kid\""), heap.Fired());
+    });
+    Kid kid("set | grep ^KID_; echo $0", {.talks = true});
+    Process& process = *kid.process;
+    EXPECT_TRUE(process.PushArgument("zero").Succeeded() && process.SetEnvironment("KID_A", "1").Succeeded());
+    char const *const arguments[] = {"-c", "exit 1", "other", nullptr}, *const variables[] = {"KID_A", "2", nullptr};
     StringVector vector;
     StringMap map;
     EXPECT_TRUE(vector.Assign(arguments) && map.Set("KID_B", "3"));
-    std::function<ReturnT()> const operations[] = {
-        [&] { return kid.process->SetArguments(arguments); },
-        [&] { return kid.process->SetArguments(vector); },
-        [&] { return kid.process->PushArgument("more"); },
-        [&] { return kid.process->SetEnvironment(variables); },
-        [&] { return kid.process->SetEnvironment(map); },
-        [&] { return kid.process->SetEnvironment("KID_C", "4"); },
-        [&] { return kid.Start(); },
-    };
-    for (auto const& operation : operations) {
+    {
         Heap heap(1, Heap::ModeT::FOREVER);
         heap.Arm();
-        EXPECT_TRUE(operation().IsOom());
+        CodesT const codes = {process.SetArguments(arguments),
+                              process.SetArguments(vector),
+                              process.PushArgument("more"),
+                              process.SetEnvironment(variables),
+                              process.SetEnvironment(map),
+                              process.SetEnvironment("KID_C", "4"),
+                              kid.Start()};
         heap.Disarm();
+        for (ReturnT const& code : codes) EXPECT_TRUE(code.IsOom()) << &code - codes.data();
     }
     EXPECT_EQ(kid.Run(), "exit 0 signal -1");
-    EXPECT_EQ(ReadAll(io), "KID_A='1'\nzero\n");
-    close(io);
+    EXPECT_EQ(kid.Output(), "KID_A='1'\nzero\n");
 }
 
 TEST_F(ProcessTest, TheExecutionThreadGetsOverFailingCalls) {
@@ -380,13 +325,12 @@ TEST_F(ProcessTest, TheExecutionThreadGetsOverFailingCalls) {
     ASSERT_EQ(kid.Start(), Process::STARTED);
     EXPECT_TRUE(Await([&] { return clock.Advance(50), kid.ends == 1; }));
     std::string const tail = " child processes of \"kid\": operation not permitted, retrying...\n";
-    EXPECT_EQ(Join(log_.Take()), "E Process: failed to kill" + tail + "W Process: killing all processes in \"kid\" group...\n" +
-                                     "E Process: failed to wait" + tail);
+    EXPECT_EQ(Said(), "E failed to kill" + tail + "W killing all processes in \"kid\" group...\n" + "E failed to wait" + tail);
     calls.Script(SysCall::sigtimedwait, {Calls::Fail(EINVAL), Calls::Fail(EINTR)});
     Kid other("exit 0");
     EXPECT_EQ(other.Start(), Process::STARTED);
     EXPECT_TRUE(Await([&] { return clock.Advance(200), other.ends == 1 && calls.Left(SysCall::sigtimedwait) == 0; }));
-    EXPECT_EQ(Join(log_.Take()), "C Process: signal wait error: invalid argument.\n");
+    EXPECT_EQ(Said(), "C signal wait error: invalid argument.\n");
 }
 
 TEST_F(ProcessTest, ExecuteRunsToTheEndWhereThereIsNoProcess) {
@@ -410,9 +354,9 @@ TEST_F(ProcessTest, ExecuteRunsToTheEndWhereThereIsNoProcess) {
     }
     Kid const kid("");
     EXPECT_EQ(execute("exit 7"), 1);
-    EXPECT_EQ(Join(log_.Take()), "C Process: \"kid\": unable to start (unable to execute a process: no such file or directory).\n"
-                                 "C Process: \"kid\": no child processes.\n"
-                                 "C Process: \"kid\": unable to execute in multithread environment.\n");
+    EXPECT_EQ(Said(), "C \"kid\": unable to start (unable to execute a process: no such file or directory).\n"
+                      "C \"kid\": no child processes.\n"
+                      "C \"kid\": unable to execute in multithread environment.\n");
 }
 
 } // namespace
