@@ -104,7 +104,7 @@ struct KidTest : WithMainThread {
         std::string all;
         for (std::string const& line : log_.Take())
             if (line.find(" Process: ") == 1 && line.find("unknown PID") == std::string::npos)
-                all += line[0] + line.substr(9) + "\n";
+                all += line[0] + line.substr(10) + "\n";
         return all;
     }
     bool AwaitOrphan(int pid) const {
