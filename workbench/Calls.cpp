@@ -277,3 +277,14 @@ unsigned long Workbench::CallsOfThread() { return callsOfThread; }
 #include "workbench/Calls.inc"
 
 #pragma GCC visibility pop
+
+std::string ToldByEveryCall(SysCall call, Calls::Step const& step, std::string const& good,
+                            std::function<std::string(std::function<void()> const& arm)> const& body) {
+    std::string all;
+    ForEveryCall(call, step, [&](std::function<void()> const& arm) {
+        std::string const told = body(arm);
+        if (told != good) all += told + " ";
+        return told != good;
+    });
+    return all;
+}

@@ -118,3 +118,10 @@ private:
 //     });
 unsigned ForEveryCall(SysCall call, Calls::Step const& step,
                       std::function<bool(std::function<void()> const& arm)> const& body);
+
+// The same of a body that tells in words how it went: what it told in each run that took `step`, each with a
+// blank behind it. `good` is what it tells when nothing failed.
+//
+//     EXPECT_EQ(ToldByEveryCall(SysCall::read, Calls::Fail(EIO), "ok", load), "no header no rows ");
+std::string ToldByEveryCall(SysCall call, Calls::Step const& step, std::string const& good,
+                            std::function<std::string(std::function<void()> const& arm)> const& body);

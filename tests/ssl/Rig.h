@@ -10,23 +10,21 @@
 
 #include <openssl/err.h>
 
-// The code; a stale error of OpenSSL ahead of the operation is not its own, and none is left behind.
-template<typename BodyT>
-ReturnT Quiet(BodyT const& operation) {
-    ERR_put_error(ERR_LIB_USER, 0, 1, "stale", 1);
-    ReturnT const code = operation();
-    EXPECT_EQ(ERR_peek_error(), 0u);
-    return code;
-}
-
 // "Fail", "Oom", "Done", or the code in digits.
 inline std::string Kind(ReturnT const& code) {
     if (code.IsOom()) return "Oom";
     if (code.Facility() == ReturnT::FACILITY_FAIL) return "Fail";
     if (code.Facility() == ReturnT::FACILITY_DONE) return "Done";
     char text[16];
-    snprintf(text, sizeof text, "%08X", code.Code());
-    return text;
+    return snprintf(text, sizeof text, "%08X", code.Code()), text;
+}
+
+// The same of an operation; a stale error of OpenSSL ahead of it is not its own, and none is left behind.
+inline std::string Kind(std::function<ReturnT()> const& operation) {
+    ERR_put_error(ERR_LIB_USER, 0, 1, "stale", 1);
+    ReturnT const code = operation();
+    EXPECT_EQ(ERR_peek_error(), 0u);
+    return Kind(code);
 }
 
 // Of operations in their order.
