@@ -3,6 +3,7 @@
 #include "libzeb/zeb_string.h"
 #include "libzeb/zeb_tlv.h"
 
+#include "workbench/FirmwareImage.h"
 #include "workbench/Heap.h"
 
 #include <random>
@@ -11,35 +12,8 @@ namespace {
 
 std::string const MAGIC = "TESTMAGI";
 
-// A table as its description says, made by the slow and obvious way.
-using Tags = std::vector<std::pair<uint32_t, std::string>>;
-
-std::string Word(unsigned long value) {
-    std::string word;
-    for (int shift = 24; shift >= 0; shift -= 8) word += static_cast<char>(value >> shift);
-    return word;
-}
-
-unsigned SlowCrc(std::string const& data) {
-    unsigned crc = 0xFFFFFFFF;
-    for (unsigned char const c : data) {
-        crc ^= c;
-        for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320 : 0);
-    }
-    return crc;
-}
-
-std::string Sealed(std::string image) {
-    image.replace(12, 4, std::string(4, '\0'));
-    return image.replace(12, 4, Word(SlowCrc(image)));
-}
-
-std::string Image(Tags const& tags) {
-    std::string entries;
-    for (auto const& [tag, value] : tags)
-        entries += Word(tag) + Word(value.size()) + value + std::string(-value.size() % 4, '\0');
-    return Sealed(MAGIC + Word(20 + entries.size()) + "crc." + Word(tags.size()) + entries);
-}
+constexpr auto Word = FirmwareImage::Word;
+constexpr auto Sealed = FirmwareImage::SealTable;
 
 struct Table {
     zeb_tlv_table* table = nullptr;
@@ -66,34 +40,33 @@ struct Table {
     std::string Img() const { return {static_cast<char const*>(zeb_tlv_table_img_ptr(table)), zeb_tlv_table_img_len(table)}; }
 };
 
-Tags const TAGS = {{0, "zero"}, {3, "abc"}, {0x10004, ""}, {0x10005, std::string(9, '\7')}, {~0U, "end"}};
+FirmwareImage::TagsT const TAGS = {{0, "zero"}, {3, "abc"}, {0x10004, ""}, {0x10005, std::string(9, '\7')}, {~0U, "end"}};
 
 TEST(Tlv, ReadsAndMakesTheImagesOfItsDescription) {
-    std::string const image = Image(TAGS);
-    Table const parsed(image + "more"), empty(Image({}));
-    ASSERT_EQ(parsed.result, 0);
-    ASSERT_EQ(empty.result, 0);
+    std::string const image = FirmwareImage::Table(MAGIC, TAGS);
+    Table const parsed(image + "more"), empty(FirmwareImage::Table(MAGIC, {}));
+    ASSERT_EQ(parsed.result + empty.result, 0);
     EXPECT_EQ(parsed.Img(), image);
     std::vector<zeb_tlv_entry> entries;
     zeb_tlv_entry entry;
-    for (size_t i = 0; i < TAGS.size(); ++i) {
-        auto const& [tag, value] = TAGS[i];
+    for (auto const& [tag, value] : TAGS) {
         EXPECT_EQ(parsed.Get(tag), value);
-        ASSERT_EQ(zeb_tlv_table_at(parsed.table, i, &entry), 1);
+        ASSERT_EQ(zeb_tlv_table_at(parsed.table, entries.size(), &entry), 1);
         EXPECT_TRUE(entry.tag == tag && std::string(static_cast<char const*>(entry.value), entry.size) == value) << tag;
         entries.push_back({tag, value.size(), tag == 0x10005 ? nullptr : value.data()});
     }
     EXPECT_EQ(zeb_tlv_table_at(parsed.table, TAGS.size(), &entry) + zeb_tlv_table_at(empty.table, 0, &entry), 0);
     for (uint32_t const tag : {1U, 4U, 0x10006U, ~0U - 1}) EXPECT_EQ(parsed.Get(tag) + empty.Get(tag), "nonenone");
-    Tags zeros = TAGS;
-    zeros[3].second.assign(9, '\0');
+    FirmwareImage::TagsT zeros = TAGS;
+    zeros[0x10005].assign(9, '\0');
     Table made(entries);
     ASSERT_EQ(made.result, 0);
-    EXPECT_EQ(made.Img(), Image(zeros));
+    EXPECT_EQ(made.Img(), FirmwareImage::Table(MAGIC, zeros));
     size_t size = 0;
     EXPECT_EQ(zeb_tlv_table_img_offs_crc(made.table, &size) + size, 16u);
-    EXPECT_EQ(
-        zeb_tlv_table_set(made.table, 0x10005, 9, TAGS[3].second.data()) + zeb_tlv_table_set(made.table, 0x10004, 0, nullptr), 0);
+    EXPECT_EQ(zeb_tlv_table_set(made.table, 0x10005, 9, TAGS.at(0x10005).data()) +
+                  zeb_tlv_table_set(made.table, 0x10004, 0, nullptr),
+              0);
     EXPECT_EQ(made.Img(), image);
     for (auto const& [tag, length, error] : {std::tuple(0x10005U, 8UL, EINVAL), {0x10005U, 10UL, EINVAL}, {4U, 4UL, ENOENT}}) {
         EXPECT_EQ(zeb_tlv_table_set(made.table, tag, length, "0123456789"), -1);
@@ -103,7 +76,7 @@ TEST(Tlv, ReadsAndMakesTheImagesOfItsDescription) {
 }
 
 TEST(Tlv, RefusesWhatIsNoImage) {
-    std::string const image = Image(TAGS);
+    std::string const image = FirmwareImage::Table(MAGIC, TAGS);
     for (unsigned long size = 0; size < image.size(); ++size) EXPECT_EQ(Table(image.substr(0, size)).result, -1) << size;
     for (unsigned long i = 0; i < image.size() * 8; ++i) {
         std::string bad = image;
@@ -141,7 +114,7 @@ TEST(Tlv, RefusesWhatIsNoImage) {
 }
 
 TEST(Tlv, TellsThatMemoryRanOut) {
-    ForEveryAllocation([image = Image(TAGS)](Heap& heap) {
+    ForEveryAllocation([image = FirmwareImage::Table(MAGIC, TAGS)](Heap& heap) {
         heap.Arm();
         errno = 0;
         Table const parsed(image);
@@ -166,7 +139,7 @@ TEST(Crc, IsThatOfEthernetInAllItsForms) {
     for (unsigned size = 0; size < 300; ++size) {
         unsigned const offset = random() % 64;
         auto const* const at = reinterpret_cast<unsigned char const*>(data.data()) + offset;
-        unsigned const slow = SlowCrc(data.substr(offset, size)), start = random();
+        unsigned const slow = FirmwareImage::Crc(data.substr(offset, size)), start = random();
         EXPECT_EQ(zeb_crc32_tables_(0xFFFFFFFF, at, size), slow) << size;
         if (fast == nullptr) continue;
         EXPECT_EQ(fast(0xFFFFFFFF, at, size), slow) << size;

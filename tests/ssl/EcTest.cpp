@@ -93,8 +93,10 @@ TEST(Ec, RefusesWhatIsNoKeyOfItsCurve) {
     }
     EXPECT_EQ(log.Count("E Ssl::Ec::PrivateKey: unable to decode an ASN.1 sequence."), decoded);
     for (std::string const& data :
-         {std::string(), std::string("x"), point.substr(1), point + "x", '\2' + std::string(32, '\xFF')})
-        EXPECT_EQ(Kind([&] { return pair.open.DecodeAsn1(View(data)); }) + Asn1(pair.open), "Fail" + point);
+         {std::string(), std::string("x"), point.substr(1), point + "x", '\2' + std::string(32, '\xFF')}) {
+        std::string const kind = Kind([&] { return pair.open.DecodeAsn1(View(data)); });
+        EXPECT_EQ(kind + Asn1(pair.open), "Fail" + point);
+    }
     EXPECT_TRUE(log.Has("E Ssl::Error: \"Ssl::Ec\": [" + std::to_string(getpid()) + "] (SSL error 0x"));
 }
 
