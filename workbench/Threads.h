@@ -32,6 +32,7 @@
 #include "zeb/core/AutoPtr.h"
 #include "zeb/runtime/ThreadMain.h"
 
+#include <chrono>
 #include <functional>
 #include <semaphore>
 #include <utility>
@@ -78,4 +79,17 @@ inline unsigned long CountTids() {
     Array<int> tids;
     EXPECT_TRUE(Thread::GetTids(tids));
     return tids.Size();
+}
+
+// Runs the body in a thread of the library, interrupts it after 20 ms of real time, and expects it to end
+// within a third of a second, as every wait of the library does.
+inline void ExpectInterrupted(std::function<void()> const& body) {
+    AutoPtr<ThreadMain> const main(ThreadMain::New("interrupted"));
+    Worker worker(body);
+    ASSERT_EQ(worker.Start(), Thread::STARTED);
+    Clock::RealPause(20);
+    auto const start = std::chrono::steady_clock::now();
+    worker.Interrupt();
+    EXPECT_TRUE(worker.Stop());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(380));
 }

@@ -1,18 +1,16 @@
-// A test's own event, and acceptors that write down what reaches them.
+// A test's own event.
 #pragma once
 
 #include "tests/runtime/Worker.h"
-#include "zeb/event/Bus.h"
-#include "zeb/event/Delegate.h"
+#include "workbench/EventAcceptor.h"
 
-#include <functional>
 #include <string>
 #include <utility>
 
 struct Note : Event::Base {
     static constexpr char IDENT[] = "Event::Type::Note";
 
-    explicit Note(int value, char const* type = "Event::Type::Note", bool good = true)
+    explicit Note(int value, char const* type = IDENT, bool good = true)
         : value_(value)
         , type_(type) {
         SetInitialized_(good);
@@ -43,26 +41,4 @@ inline void Send(int value, Event::TypeT wait = Event::SYNC, Event::OrderT order
     EXPECT_TRUE(Event::Raise(Note(value), to, wait, order));
 }
 
-struct Acceptor {
-    using HandlerT = std::function<void(Note const& note)>;
-
-    explicit Acceptor(HandlerT handler, Mutex const* lock = nullptr, char const* ident = "acceptor")
-        : handler_(std::move(handler))
-        , delegate(ident, this, &Acceptor::On_, lock) {}
-    ~Acceptor() { Unsubscribe(); }
-
-    bool Subscribe(char const* type = "Event::Type::Note") { return Event::Subscribe(type, delegate); }
-    // The same handler under another lock, or name.
-    Event::Delegate<Acceptor> Under(Mutex const* lock, char const* ident = "acceptor") {
-        return {ident, this, &Acceptor::On_, lock};
-    }
-    // Another handler of any event.
-    Event::Delegate<Acceptor> General() { return {"acceptor", this, &Acceptor::OnAny_, nullptr}; }
-    void Unsubscribe() { Event::Unsubscribe("", this, delegate.Ident()); }
-
-    void On_(Note const& note) { handler_(note); }
-    void OnAny_(Event::Base const& event) { handler_(static_cast<Note const&>(event)); }
-
-    HandlerT handler_;
-    Event::Delegate<Acceptor> const delegate;
-};
+using Acceptor = EventAcceptor<Note>;

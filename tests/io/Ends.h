@@ -58,16 +58,3 @@ struct EndsTest : testing::Test {
     unsigned long done_ = 99;
     LogCapture log_;
 };
-
-// Runs `body` in a thread, interrupts it after 20 ms of real time, and expects it to end within a third of a
-// second.
-inline void Interrupted(std::function<void()> const& body) {
-    AutoPtr<ThreadMain> const main(ThreadMain::New("io_test"));
-    Worker worker(body);
-    ASSERT_EQ(worker.Start(), Thread::STARTED);
-    Clock::RealPause(20);
-    auto const start = std::chrono::steady_clock::now();
-    worker.Interrupt();
-    EXPECT_TRUE(worker.Stop());
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(380));
-}

@@ -86,9 +86,9 @@ TEST_F(PollableTest, PriorityStandsUntilInputIsTakenAndAnAliasWaitsOnTheRoot) {
 }
 
 TEST_F(PollableTest, InterruptionEndsAWaitWithDataOrWithout) {
-    Interrupted([&] { EXPECT_EQ(WaitFor(end_, MODE_READ, -1), INTERRUPTED); });
+    ExpectInterrupted([&] { EXPECT_EQ(WaitFor(end_, MODE_READ, -1), INTERRUPTED); });
     end_.buffered = true;
-    Interrupted([&] {
+    ExpectInterrupted([&] {
         for (int i = 0; i < 100000000 && end_.SetPollState(WaitFor(end_, MODE_READ, -1)); ++i) {
         }
         EXPECT_EQ(end_.CurrentState(), Stateful::STATE_INTERRUPTED);

@@ -113,7 +113,7 @@ TEST_F(TlsTest, MovesBytesUntilThePeerGoes) {
 }
 
 TEST_F(TlsTest, WaitInsideATransferEndsByInterruptionTimeOrTheEndOfTheStream) {
-    Interrupted([this] { EXPECT_FALSE(end_.socket.SysRead(data_, 16, done_)); });
+    ExpectInterrupted([this] { EXPECT_FALSE(end_.socket.SysRead(data_, 16, done_)); });
     EXPECT_EQ(end_.CurrentState(), Stateful::STATE_INTERRUPTED);
     end_.ClearState_();
     Clock const clock(Clock::ModeT::AUTO);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tests/runtime/Worker.h"
+#include "workbench/Kid.h"
 #include "zeb/core/StringMap.h"
 #include "zeb/core/StringVector.h"
 #include "zeb/process/ExecImpl.h"
@@ -18,73 +19,6 @@ constexpr SysCall FORK = SysCall::fork;
 #else
 constexpr SysCall FORK = SysCall::clone;
 #endif
-
-// What is read until the end of it.
-inline std::string ReadAll(int fd) {
-    std::string all;
-    char data[4096];
-    for (ssize_t count; (count = TEMP_FAILURE_RETRY(read(fd, data, sizeof data))) > 0;)
-        all.append(data, static_cast<size_t>(count));
-    return all;
-}
-
-// What a process wants to be made of.
-struct KidOptions {
-    bool talks = false; // with the test, by its standard streams
-    Process::StopSignalT stop = Process::STOP_SIGNAL_TERM;
-    unsigned long killMs = 20000;
-    Process::SessionT session = Process::SESSION_NEW;
-    int oomScore = 0;
-    char const *chroot = "", *executable = "/bin/sh";
-};
-
-struct Kid : Process::Owner {
-    using BodyT = std::function<void(Kid&)>;
-
-    explicit Kid(std::string const& script, KidOptions const& with = {}, BodyT onEnd = {}, char const* name = "kid")
-        : body(std::move(onEnd))
-        , process(new Process(name, with.executable, *this, with.oomScore, with.talks ? &io : nullptr, Process::OUTPUT_KEEP,
-                              with.stop, with.killMs, with.session, with.chroot, 0, 0, Process::IO_PRIO_DEFAULT)) {
-        char const* const arguments[] = {"-c", script.c_str(), nullptr};
-        if (!script.empty() && process->SetArguments(arguments).Failed()) ADD_FAILURE() << name;
-    }
-    ~Kid() override { process.reset(), Close(); }
-
-    bool AttachTo(Xml::Node&) const override { return true; }
-    void OnProcessTerminated_(Process const* which, int exitCode, int signal) override {
-        EXPECT_EQ(which, process.get());
-        if (body) body(*this);
-        end = "exit " + std::to_string(exitCode) + " signal " + std::to_string(signal);
-        ++ends;
-    }
-    // How it has ended, once it has for the n-th time.
-    std::string Await(int times = 1) {
-        EXPECT_TRUE(::Await([&] { return ends >= times; }));
-        return end;
-    }
-    ReturnT Start() { return process->Start(); }
-    std::string Run() {
-        int const next = ends + 1; // it may have ended when it is told to have started
-        return Start() == Process::STARTED ? Await(next) : "not started";
-    }
-    // The number that it prints, -1 without output.
-    int Number() const {
-        char text[16] = {};
-        return read(io, text, sizeof text - 1) > 0 ? atoi(text) : -1;
-    }
-    void Close() { (void)(io < 0 || close(std::exchange(io, -1))); }
-    // All that it prints.
-    std::string Output() {
-        std::string const all = ReadAll(io);
-        return Close(), all;
-    }
-
-    int io = -1;
-    BodyT body;
-    std::unique_ptr<Process> process;
-    std::string end;
-    std::atomic<int> ends = 0;
-};
 
 struct KidTest : WithMainThread {
     KidTest() {
