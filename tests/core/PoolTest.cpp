@@ -2,14 +2,11 @@
 
 #include "tests/core/Rig.h"
 #include "workbench/Calls.h"
+#include "workbench/Child.h"
+#include "workbench/MemoryGroup.h"
 
-#include <cerrno>
-#include <fstream>
 #include <sys/mman.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -113,69 +110,39 @@ TEST(PoolReserve, AThreadKeepsWhatFitsBestUpToItsLimit) {
     PoolBase::KeepUpTo(PoolBase::KEPT_MAX);
 }
 
-// What smaps of the process counts as on offer to the kernel.
-unsigned long LazyBytes() {
-    std::ifstream smaps("/proc/self/smaps");
-    unsigned long bytes = 0;
-    for (std::string line; std::getline(smaps, line);)
-        bytes += line.starts_with("LazyFree:") ? std::stoul(line.substr(9)) * 1024 : 0;
-    return bytes;
-}
-
 // Emulation of a processor drops the offer, and its own memory counts too.
 bool IsEmulated() { return getenv("ZEB_EMULATED") != nullptr; }
 
 TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
     if (IsEmulated()) GTEST_SKIP() << "madvise does nothing here";
     OnFreshThread([](Heap const&) {
-        unsigned long const before = LazyBytes();
+        unsigned long const before = SmapsBytes("LazyFree");
         Pool<2048> pool;
         for (unsigned long const size : {PoolBase::WARM_MAX - PAGE, 4UL << 20, 4UL << 20})
             EXPECT_TRUE(pool.Reserve(size - 16) && memset(pool.Alloc(size - 16), 0xFF, size - 16));
         pool.Clear();
-        EXPECT_NEAR(double(LazyBytes() - before), 8 << 20, 64 * PAGE); // pages wait in batches of the kernel
+        EXPECT_NEAR(double(SmapsBytes("LazyFree") - before), 8 << 20, 64 * PAGE); // pages wait in batches of the kernel
         EXPECT_TRUE(pool.Reserve(3UL << 20) && memset(pool.Alloc(3UL << 20), 1, 3UL << 20));
     });
 }
-
-// A group of processes under a memory limit, which ends with the test; without a name where none can be made.
-struct MemoryGroup {
-    explicit MemoryGroup(unsigned long limit) {
-        std::ofstream("/sys/fs/cgroup/cgroup.subtree_control") << "+memory";
-        for (auto const& [parent, file] :
-             {std::pair{"/sys/fs/cgroup/memory", "/memory.limit_in_bytes"}, {"/sys/fs/cgroup", "/memory.max"}}) {
-            std::string const made = parent + ("/zeb-pool-test-" + std::to_string(getpid()));
-            if (mkdir(made.c_str(), 0755) != 0) continue;
-            if (std::ofstream(made + file) << limit << std::flush) path = made;
-            if (!path.empty()) return;
-            rmdir(made.c_str());
-        }
-    }
-    ~MemoryGroup() { rmdir(path.c_str()); }
-    std::string path;
-};
 
 TEST(PoolReserve, UnderAMemoryLimitTheKernelTakesWhatIsKept) {
     constexpr unsigned long SIZE = 28UL << 20;
     if (IsEmulated()) GTEST_SKIP() << "madvise does nothing here";
     MemoryGroup const group(SIZE + (12UL << 20));
-    if (group.path.empty()) GTEST_SKIP() << "no memory cgroup can be made here";
+    if (char const* const why = group.WhyNot()) GTEST_SKIP() << why;
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "the sanitizer's own memory counts too";
 #endif
-    pid_t const child = fork();
-    if (child == 0) {
-        std::ofstream(group.path + "/cgroup.procs") << getpid() << std::flush;
+    Child const child = Child::Run([&] {
+        group.Join();
         Pool<2048> pool;
         for (unsigned i = 0; i < 7; ++i)
             memset((pool.Reserve(PoolBase::REGION_MAX), pool.Alloc(pool.Left())), 1, PoolBase::REGION_MAX);
         pool.Clear();
-        void* const more = mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        memset(more, 1, SIZE);
-        _exit(0);
-    }
-    int status = -1;
-    EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << "killed for want of memory " << status;
+        memset(mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0), 1, SIZE);
+    });
+    EXPECT_EQ(child.ExitCode(), 0) << "killed for want of memory" << child;
 }
 
 TEST(Pool, WhatIsApartLeavesThePresentBlockAsItIs) {

@@ -1,27 +1,18 @@
 #include "zeb/event/Bus.h"
 
 #include "tests/event/Notes.h"
-#include "workbench/Clock.h"
-#include "workbench/Heap.h"
-#include "zeb/core/String.h"
 #include "zeb/event/SenderImpl.h"
 
-#include <atomic>
-#include <initializer_list>
-#include <memory>
 #include <semaphore>
-#include <vector>
 
 namespace {
 
-using LinesT = LogCapture::LinesT;
-
 struct EventBus : WithMainThread {
-    static unsigned long Senders() {
+    static long Senders() {
         AutoPVector<Thread::State, StdDeleter> states;
         EXPECT_EQ(Thread::GetStates(states), 0x00220190u);
-        unsigned long count = 0;
-        for (unsigned long i = 0; i < states.Size(); ++i) count += states[i]->Name() == "Event sender" ? 1 : 0;
+        long count = 0;
+        for (Thread::State const* const state : states) count += state->Name() == "Event sender";
         return count;
     }
     static void Subscribe(std::initializer_list<Acceptor*> acceptors, char const* type = Note::IDENT) {
@@ -49,12 +40,10 @@ TEST_F(EventBus, CallsTheAcceptorsOfATypeInOrder) {
     Send(2, Event::SYNC, Event::OrderT(2)); // anything but DIRECT
     Send(3, Event::ASYNC, Event::REVERSE, &b.delegate);
     SendAs("Event::Type::Nobody", 4);
-    Send(5, Event::SYNC, Event::DIRECT, &absent.delegate);
-    b.Unsubscribe();
+    Send(5, Event::SYNC, Event::DIRECT, &absent.delegate), b.Unsubscribe();
     Event::Unsubscribe(Note::IDENT, &other, "acceptor");
     Event::Unsubscribe("", &a, "another ident");
-    Send(6);
-    SendAs("Event::Type::Other", 7);
+    Send(6), SendAs("Event::Type::Other", 7);
     EXPECT_EQ(calls_, "a1 b1 c1 c2 b2 a2 b3 a6 c6 x7 c7 c7 ");
     EXPECT_EQ(log_.Take(), LinesT());
 }
@@ -65,17 +54,14 @@ TEST_F(EventBus, ItsThreadLivesAsLongAsThereIsAnAcceptor) {
     Raise(event);
     EXPECT_TRUE(event) << "nobody can have subscribed: it stays with the raiser";
     for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(Senders(), 0u);
-        Subscribe({&a, &b});
-        Subscribe({&b}, "Event::Type::B");
-        EXPECT_EQ(Senders(), 1u);
-        a.Unsubscribe();
-        Event::Unsubscribe("Event::Type::B", &b, "acceptor");
-        EXPECT_EQ(Senders(), 1u);
-        Send(2);
-        b.Unsubscribe();
+        EXPECT_EQ(Senders(), 0);
+        Subscribe({&a, &b}), Subscribe({&b}, "Event::Type::B");
+        EXPECT_EQ(Senders(), 1);
+        a.Unsubscribe(), Event::Unsubscribe("Event::Type::B", &b, "acceptor");
+        EXPECT_EQ(Senders(), 1);
+        Send(2), b.Unsubscribe();
     }
-    EXPECT_EQ(Senders(), 0u);
+    EXPECT_EQ(Senders(), 0);
     EXPECT_EQ(calls_, "b2 b2 ");
 }
 
@@ -87,25 +73,18 @@ struct Impostor : Event::Base {
 
 TEST_F(EventBus, RefusesWithALine) {
     AutoPtr<Event::Base> broken(new Note(1, Note::IDENT, false)), none;
-    Raise(broken);
-    Raise(none);
-    EXPECT_TRUE(broken);
-    EXPECT_FALSE(Raise(*broken));
-    EXPECT_FALSE(Raise(Note(-1))) << "no clone";
+    Raise(broken), Raise(none);
+    EXPECT_TRUE(broken && !Raise(*broken) && !Raise(Note(-1))) << "no clone of the last";
     Acceptor a([&](Note const& note) {
         AutoPtr<Event::Base> reply(new Note(note.Value() + 1));
         Raise(reply);
-        EXPECT_TRUE(reply) << "it would wait for itself";
-        EXPECT_FALSE(Raise(*reply));
+        EXPECT_TRUE(reply && !Raise(*reply)) << "it would wait for itself";
     });
-    EXPECT_FALSE(a.Subscribe(""));
-    EXPECT_EQ(Senders(), 0u);
-    EXPECT_TRUE(a.Subscribe());
-    EXPECT_FALSE(a.Subscribe());
+    EXPECT_FALSE(a.Subscribe("") || Senders() != 0);
+    EXPECT_TRUE(a.Subscribe() && !a.Subscribe());
     Send(7);
     EXPECT_TRUE(Raise(Impostor()));
-    a.Unsubscribe();
-    EXPECT_EQ(Senders(), 0u) << "one subscription";
+    EXPECT_EQ((a.Unsubscribe(), Senders()), 0) << "one subscription";
     std::string const raise = "C Event::Raise: trying to ", note = "\"Event::Type::Note\"";
     std::string const failed = "C Event::Forwarder: system failed [0xcffd****], ";
     EXPECT_EQ(
@@ -121,9 +100,7 @@ TEST_F(EventBus, RefusesWithALine) {
 TEST_F(EventBus, AHandlerMayUnsubscribeItselfAndComeBack) {
     Mutex const lock{Mutex::CACHE};
     auto const handle = [&](Acceptor& a, Note const& note) {
-        Write('a')(note);
-        a.Unsubscribe();
-        a.Unsubscribe();
+        Write('a')(note), a.Unsubscribe(), a.Unsubscribe();
         if (note.Value() == 1) {
             EXPECT_FALSE(Event::Subscribe(Note::IDENT, a.Under(nullptr)));
             EXPECT_TRUE(Event::Subscribe(Note::IDENT, a.Under(&lock, "renamed")));
@@ -135,12 +112,12 @@ TEST_F(EventBus, AHandlerMayUnsubscribeItselfAndComeBack) {
     Subscribe({&a});
     for (int value = 1; value != 4; ++value) Send(value);
     EXPECT_EQ(calls_, "a1 a2 ") << "back under its new name, and gone";
-    EXPECT_EQ(Senders(), 1u) << "the detached acceptor keeps it";
+    EXPECT_EQ(Senders(), 1) << "the detached acceptor keeps it";
     // Its call has ended: what is at its address now is another handler, with a lock of its own.
     ASSERT_TRUE(Event::Subscribe(Note::IDENT, a.Under(nullptr, "next")));
     Send(3);
     EXPECT_EQ(calls_, "a1 a2 a3 ");
-    for (auto const& [name, threads] : {std::pair("renamed", 1u), {"next", 0u}, {"acceptor", 0u}}) {
+    for (auto const& [name, threads] : {std::pair("renamed", 1), {"next", 0}, {"acceptor", 0}}) {
         Event::Unsubscribe("", &a, name);
         EXPECT_EQ(Senders(), threads) << "nobody is called renamed any more";
     }
@@ -152,17 +129,11 @@ TEST_F(EventBus, UnsubscribeWaitsForTheCallInProgress) {
     for (char const* const type : {"", Note::IDENT}) {
         std::binary_semaphore inside(0), leave(0);
         std::atomic<bool> ended = false, unsubscribed = false;
-        Acceptor first(Write('f')), a([&](Note const&) {
-            inside.release();
-            leave.acquire();
-            ended = true;
-        });
+        Acceptor first(Write('f')), a([&](Note const&) { inside.release(), leave.acquire(), ended = true; });
         Subscribe({&first, &a}); // nobody is called behind it
-        Send(1, Event::ASYNC);
-        inside.acquire();
+        Send(1, Event::ASYNC), inside.acquire();
         Worker other([&] {
-            Event::Unsubscribe(type, &a, "acceptor");
-            unsubscribed = true;
+            Event::Unsubscribe(type, &a, "acceptor"), unsubscribed = true;
             EXPECT_TRUE(ended);
         });
         ASSERT_TRUE(other.Start().Succeeded());
@@ -205,12 +176,9 @@ TEST_F(EventBus, TakesTheTypeFromTheClassOfAHandler) {
     EXPECT_EQ(hear, same);
     EXPECT_NE(hear, constant);
     for (auto const* const delegate : {&hear, &any, &constant}) ASSERT_TRUE(Event::Subscribe(*delegate));
-    Send(1);
-    Event::Unsubscribe(any);
-    Send(2);
-    Event::Unsubscribe(hear);
-    Event::Unsubscribe(constant);
-    EXPECT_EQ(Senders(), 0u);
+    Send(1), Event::Unsubscribe(any);
+    Send(2), Event::Unsubscribe(hear), Event::Unsubscribe(constant);
+    EXPECT_EQ(Senders(), 0);
     EXPECT_EQ(heir.heard, "h1vc1h2c2");
 }
 
@@ -236,8 +204,7 @@ TEST_F(EventBus, ReportsAcceptorsWhoseLockIsHeld) {
     auto const attempts = [&clock](Gate& gate, std::initializer_list<long> seconds) {
         for (long const second : seconds) {
             clock.Advance(second * 1000 - clock.Moved() / 1000000);
-            gate.arrived.acquire();
-            gate.pass.release();
+            gate.arrived.acquire(), gate.pass.release();
             ASSERT_TRUE(clock.AwaitWaiters(1));
         }
     };
@@ -251,11 +218,8 @@ TEST_F(EventBus, ReportsAcceptorsWhoseLockIsHeld) {
         }
         inner.Open();
         attempts(outer, {96, 125, 126}); // from 96 on, when the call of the first ended
-        a.Unsubscribe();
-        ASSERT_TRUE(a.Subscribe("Event::Type::Other"));
-        clock.Advance(1000);
-        outer.arrived.acquire();
-        outer.Open();
+        ASSERT_TRUE((a.Unsubscribe(), a.Subscribe("Event::Type::Other")));
+        clock.Advance(1000), outer.arrived.acquire(), outer.Open();
         b.Unsubscribe(); // goes on although this thread holds the lock, and takes the last of the type away
         ASSERT_TRUE(clock.AwaitWaiters(1));
         clock.Advance(1000);
@@ -265,9 +229,8 @@ TEST_F(EventBus, ReportsAcceptorsWhoseLockIsHeld) {
     std::string const line = "W Event::Forwarder: unable to send \"Event::Type::Note\" to \"late";
     EXPECT_EQ(log_.Take(), LinesT({line + "\" for 30 seconds.", line + "\" for 62 seconds.", line + "\" for 90 seconds.",
                                    line + "r\" for 30 seconds."}));
-    ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded());
     Acceptor slow([&](Note const&) { clock.Advance(150); }, &inner, "slow");
-    ASSERT_TRUE(slow.Subscribe());
+    ASSERT_TRUE(Mutex::SetThreshold("100").Succeeded() && slow.Subscribe());
     Send(3);
     EXPECT_TRUE(log_.Has("W Event::Forwarder: sending \"Event::Type::Note\" to \"slow\" for 150 ms."));
     (void)Mutex::RstThreshold();
@@ -285,10 +248,7 @@ TEST_F(EventBus, LosesNothingUnderManyThreads) {
             Mutex const lock{Mutex::CACHE};
             std::atomic<int> calls = 0;
             for (int i = 0; i < EVENTS; ++i) {
-                auto const called = [&](Acceptor& passing) {
-                    ++calls;
-                    if (i % 5 == 0) passing.Unsubscribe();
-                };
+                auto const called = [&](Acceptor& passing) { ++calls, i % 5 == 0 ? passing.Unsubscribe() : void(); };
                 Acceptor passing([&](Note const&) { called(passing); }, &lock);
                 EXPECT_TRUE(passing.Subscribe());
                 Send(raiser * 1000 + i, i % 3 == 0 ? Event::SYNC : Event::ASYNC);
@@ -310,18 +270,16 @@ TEST_F(EventBus, SaysExactlyWhenMemoryRanOut) {
             if (runs) Subscribe({&a});
             Send(0); // its acceptor is one of a call that has ended
             calls_.clear();
-            heap.Arm();
-            bool const first = a.Subscribe(), second = b.Subscribe();
-            bool const raised = Event::Raise(Note(1), &b.delegate, Event::SYNC, Event::DIRECT);
-            heap.Disarm();
-            EXPECT_EQ(first && second && raised, !heap.Fired());
+            bool first = false, second = false, raised = false;
+            Reported(heap, [&] {
+                first = a.Subscribe(), second = b.Subscribe();
+                raised = Event::Raise(Note(1), &b.delegate, Event::SYNC, Event::DIRECT);
+                return first && second && raised;
+            });
             EXPECT_EQ(calls_, second && raised ? "b1 " : "");
             EXPECT_EQ(log_.Has("out of memory") || log_.Has("unable to start the thread of the bus"), heap.Fired());
-            EXPECT_EQ(Senders(), runs || first || second ? 1u : 0u);
-            a.Unsubscribe();
-            b.Unsubscribe();
-            EXPECT_EQ(Senders(), 0u);
-            log_.Clear();
+            EXPECT_EQ(Senders(), runs || first || second ? 1 : 0);
+            EXPECT_EQ((a.Unsubscribe(), b.Unsubscribe(), log_.Clear(), Senders()), 0);
         });
     }
 }

@@ -1,6 +1,6 @@
 #include "workbench/Calls.h"
 
-#include "tests/workbench/SelfTest.h"
+#include "workbench/Failures.h"
 #include "workbench/TempDir.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "workbench/Child.h"
 
-#include "tests/workbench/SelfTest.h"
+#include "workbench/Failures.h"
 #include "workbench/Feed.h"
 #include "workbench/LogCapture.h"
 #include "workbench/Namespace.h"

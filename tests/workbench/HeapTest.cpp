@@ -1,6 +1,6 @@
 #include "workbench/Heap.h"
 
-#include "tests/workbench/SelfTest.h"
+#include "workbench/Failures.h"
 #include "workbench/LogCapture.h"
 
 #include <cerrno>
