@@ -42,10 +42,7 @@ void Sweep(bool (*prepare)(T&), std::initializer_list<bool (*)(T&)> changes) {
             T object;
             ASSERT_TRUE(prepare(object));
             std::string const before = Show(object);
-            heap.Arm();
-            bool const ok = change(object);
-            heap.Disarm();
-            EXPECT_EQ(ok, !heap.Fired());
+            bool const ok = Reported(heap, [&] { return change(object); });
             EXPECT_EQ(Show(object) == before, !ok);
         });
 }

@@ -10,8 +10,7 @@ TEST(Buffer, GrowsToExactlyWhatIsAskedAndKeepsItWhenTruncated) {
     Buffer buffer;
     ASSERT_TRUE(buffer.Assign(View("hello")) && buffer.Append(View(" world")) && buffer.Reserve(7));
     EXPECT_EQ(buffer.Capacity(), 11u);
-    buffer.Truncate(20), buffer.Erase(2, 6);
-    EXPECT_EQ(Text(buffer), "herld");
+    EXPECT_EQ((buffer.Truncate(20), buffer.Erase(2, 6), Text(buffer)), "herld");
     EXPECT_EQ((buffer.Truncate(3), buffer.Capacity()), 11u);
     EXPECT_EQ((buffer.ShrinkToFit(), buffer.Capacity()), 3u);
     ASSERT_TRUE(buffer.Assign(buffer) && buffer.Append(buffer));
@@ -26,8 +25,7 @@ TEST(Buffer, GrowsToExactlyWhatIsAskedAndKeepsItWhenTruncated) {
     CryptoBuffer secure;
     ASSERT_TRUE(secure.Assign(View("key")) && secure.Reserve(9));
     EXPECT_TRUE(secure == View("key") && !(secure == View("kez")) && CBuffer::Nil() == View(""));
-    buffer.Swap(secure);
-    EXPECT_EQ(Text(buffer) + Text(secure), "keyherher");
+    EXPECT_EQ((buffer.Swap(secure), Text(buffer) + Text(secure)), "keyherher");
     EXPECT_TRUE(buffer.IsSecure() && !secure.IsSecure() && buffer.Capacity() == 9);
 }
 

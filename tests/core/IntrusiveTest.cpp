@@ -32,8 +32,7 @@ TEST(Intrusive, LinksAtBothEndsAndBetween) {
     AgeListT list;
     list.PushFront(a), list.PushBack(b), list.PushFront(c), list.Insert(d, &b);
     EXPECT_EQ(Numbers(list), (std::deque{3, 1, 4, 2}));
-    list.Remove(a), list.Remove(b), list.Insert(b, list.Front());
-    EXPECT_EQ(Numbers(list), (std::deque{2, 3, 4}));
+    EXPECT_EQ((list.Remove(a), list.Remove(b), list.Insert(b, list.Front()), Numbers(list)), (std::deque{2, 3, 4}));
     for (Item* const item : {&b, &c, &d, static_cast<Item*>(nullptr)}) EXPECT_EQ(list.PopFront(), item);
     EXPECT_TRUE(Numbers(list).empty() && !list.Front() && !b.byAge.IsLinked());
 }
@@ -51,8 +50,7 @@ TEST(Intrusive, AnObjectIsInOneListForEachHookAndListsUnlinkAtTheirEnd) {
             names.PushFront(c), ages.PushBack(c);
             AgeListT().PushBack(c); // leaves the other list; its own one ends
             EXPECT_EQ(Numbers(ages), (std::deque{1, 2}));
-            ages.PushFront(c), ages.PushBack(c);
-            EXPECT_EQ(Numbers(ages), (std::deque{1, 2, 3}));
+            EXPECT_EQ((ages.PushFront(c), ages.PushBack(c), Numbers(ages)), (std::deque{1, 2, 3}));
         } // leaves by itself
         EXPECT_EQ(std::pair(Numbers(names), Numbers(ages)), std::pair(std::deque{2}, std::deque{1, 2}));
     }

@@ -276,12 +276,12 @@ TEST(LogStringBuffer, GrowsWhenAsked) {
     ForEveryAllocation([&](Heap& heap) {
         StringBuffer buffer;
         buffer.SetFlag(StringBuffer::ALLOW_GROWING);
-        heap.Arm();
-        for (auto const mode : {StringBuffer::NEW, StringBuffer::MERGE, StringBuffer::NEW})
-            buffer.Append(text.c_str(), text.size(), mode);
-        heap.Disarm();
-        EXPECT_EQ(buffer.IsTruncated(), heap.Fired());
-        EXPECT_TRUE(heap.Fired() || (buffer.Data() == text + text && buffer.Data() + 1401 == text));
+        bool const whole = Reported(heap, [&] {
+            for (auto const mode : {StringBuffer::NEW, StringBuffer::MERGE, StringBuffer::NEW})
+                buffer.Append(text.c_str(), text.size(), mode);
+            return !buffer.IsTruncated();
+        });
+        EXPECT_TRUE(!whole || (buffer.Data() == text + text && buffer.Data() + 1401 == text));
         buffer.Clear();
         EXPECT_FALSE(buffer.IsOnHeap());
     });

@@ -44,10 +44,8 @@ TEST(Pool, AFailedAllocOrReserveLeavesThePresentBlockInUse) {
             Pool<64> pool;
             auto* const first = static_cast<char*>(pool.Alloc(16));
             Calls const calls;
-            heap.Arm();
-            bool const small = pool.Alloc(100), large = pool.Alloc(100000);
-            heap.Disarm();
-            EXPECT_EQ(small && large, !heap.Fired());
+            bool small = false, large = false;
+            Reported(heap, [&] { return small = pool.Alloc(100), large = pool.Alloc(100000), small && large; });
             EXPECT_TRUE(small || large || pool.Alloc(16) == first + 16);
         });
         Pool<64> pool;

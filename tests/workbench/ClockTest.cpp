@@ -84,8 +84,7 @@ TEST(ClockTest, AWaitEndsEarlyWhenWhatItWaitsForHappens) {
     int error = -1;
     std::thread waiter([&] { error = gate.Wait(); });
     EXPECT_TRUE(clock.AwaitWaiters(1));
-    pthread_mutex_lock(&gate.mutex);
-    gate.open = true;
+    pthread_mutex_lock(&gate.mutex), gate.open = true;
     pthread_cond_signal(&gate.condition), pthread_mutex_unlock(&gate.mutex);
     waiter.join();
     EXPECT_EQ(error, 0);
