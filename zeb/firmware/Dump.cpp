@@ -115,7 +115,7 @@ bool Request_::DumpSigned_(int fd, zeb_fw_image_ const& image, EVP_MD const* dig
         return zeb_fw_error_(error, 923, "no builder certificate found in a TLV table");
     if (Value_(image, ZEB_FW_TAG_SIGNATURE).data == nullptr)
         return zeb_fw_error_(error, 924, "no digest found in a TLV table");
-    uint32_t firmwareId;
+    uint32_t firmwareId = 0;
     if (!FindFirmwareId_(error, image, firmwareId)) return false;
     if (!zeb_fw_dump_tlv_set_(error, image, tlvSet, tlvCount)) return false;
     return caDirectory == nullptr || Verify_(fd, image, digest, firmwareId);
