@@ -3,7 +3,6 @@
 #include "tests/doc/xml/Trees.h"
 #include "tests/event/Notes.h"
 #include "zeb/core/StringMap.h"
-#include "zeb/core/Time.h"
 
 namespace {
 

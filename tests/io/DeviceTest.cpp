@@ -1,8 +1,6 @@
 #include "zeb/io/Device.h"
 #include "tests/io/Ends.h"
 #include "tests/io/Transports.h"
-#include "workbench/Child.h"
-#include "workbench/TempDir.h"
 #include "zeb/io/PollableFile.h"
 #include "zeb/io/StdStream.h"
 
@@ -10,7 +8,6 @@
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 

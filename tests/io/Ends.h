@@ -2,7 +2,6 @@
 #pragma once
 
 #include "tests/runtime/Worker.h"
-#include "workbench/Calls.h"
 #include "zeb/io/FdBase.h"
 #include "zeb/io/Pollable.h"
 #include "zeb/io/PollableBase.h"

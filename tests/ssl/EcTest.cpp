@@ -2,8 +2,7 @@
 
 #include "tests/ssl/Rig.h"
 
-using Ssl::Ec::PrivateKey;
-using Ssl::Ec::PublicKey;
+using Ssl::Ec::PrivateKey, Ssl::Ec::PublicKey;
 
 namespace {
 

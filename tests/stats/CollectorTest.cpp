@@ -1,11 +1,6 @@
 #include "zeb/stats/Collector.h"
 
 #include "tests/runtime/Worker.h"
-#include "workbench/Calls.h"
-#include "workbench/Heap.h"
-#include "zeb/core/Time.h"
-
-#include <thread>
 
 namespace {
 

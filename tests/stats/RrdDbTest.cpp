@@ -2,7 +2,6 @@
 
 #include "tests/doc/xml/Trees.h"
 #include "tests/runtime/Worker.h"
-#include "zeb/core/Time.h"
 #include "zeb/event/Bus.h"
 #include "zeb/event/Delegate.h"
 #include "zeb/event/LibraryEvents.h"

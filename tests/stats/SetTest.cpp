@@ -1,7 +1,6 @@
 #include "zeb/stats/Set.h"
 
 #include "tests/doc/xml/Trees.h"
-#include "workbench/LogCapture.h"
 #include "zeb/stats/Cpu.h"
 
 #include <climits>

@@ -2,10 +2,8 @@
 
 #include "tests/doc/xml/Trees.h"
 #include "tests/runtime/Worker.h"
-#include "workbench/Calls.h"
 
 #include <cerrno>
-#include <unistd.h>
 
 namespace {
 

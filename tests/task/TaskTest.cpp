@@ -8,8 +8,7 @@
 
 namespace {
 
-using Task::ApplyBase;
-using Task::Queue;
+using Task::ApplyBase, Task::Queue;
 
 struct Job : Task::Object {
     explicit Job(

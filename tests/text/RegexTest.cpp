@@ -6,8 +6,7 @@
 
 namespace {
 
-using Util::Matcher;
-using Util::Regex;
+using Util::Matcher, Util::Regex;
 
 // The groups 0 to 4, with "-" for none.
 std::string Groups(Matcher const& matcher) {
