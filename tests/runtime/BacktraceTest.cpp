@@ -152,7 +152,7 @@ using ThreadBacktrace = WithMainThread;
     for (int ready = -1; ready < 0; sink = 1) ready = poll(one, 1, -1);
 }
 [[gnu::noinline]] void Sit(Condition const& held, bool const& stop) {
-    for (; !stop; sink = 1) held.Wait(-1L);
+    while (!stop) held.Wait(-1L), sink = 1;
 }
 [[gnu::noinline]] void Spin(std::atomic<bool> const& stop) {
     for (; !stop; sink = 1) {

@@ -41,7 +41,7 @@ TEST(Mapper, FindsTheMappingOfAnAddressAndRefusesAnotherForm) {
     for (std::string const& text : Damaged("1-2 r-xp 0 3:4 5", '~'))
         for (std::string const& all : {text, FIRST + text, text + "\n"}) rows.emplace_back(all, 9, BAD);
     for (auto const& [text, address, expected] : rows)
-        ForEveryRead(text, [&](char const* path) {
+        ForEveryRead(text, [&text = text, &address = address, &expected = expected](char const* path) {
             Mapper mapper(path);
             for (int i = 0; i < 2; ++i) EXPECT_EQ(Ask(mapper, address), expected) << text;
         });

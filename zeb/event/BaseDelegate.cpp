@@ -12,7 +12,8 @@ BaseDelegate::BaseDelegate(char const* ident, void const* object, void const* me
     : ident_(ident)
     , object_(object)
     , lock_(lock) {
-    memcpy(method_, method, methodSize < METHOD_SIZE ? methodSize : METHOD_SIZE);
+    // An acceptor without a method, as the owner of a process is one, has a null pointer.
+    if (methodSize != 0) memcpy(method_, method, methodSize < METHOD_SIZE ? methodSize : METHOD_SIZE);
 }
 
 BaseDelegate::~BaseDelegate() = default;
