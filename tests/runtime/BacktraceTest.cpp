@@ -77,7 +77,7 @@ TEST(Backtrace, GoesOnBehindALibraryWithoutSymbols) {
     qsort(numbers, 2, sizeof(int), [](void const*, void const*) { return Outer(backtrace, 0), 0; });
     backtrace.Demangle();
     auto const names = Names(backtrace);
-    auto const end = std::find_if(names.begin() + 3, names.end(), [](auto const& name) { return Has({name}, "::TestBody()"); });
+    auto const end = std::find_if(names.begin(), names.end(), [](auto const& name) { return name.ends_with("::TestBody()"); });
     EXPECT_TRUE(end != names.end() && Has({end - 2, end}, "qsort") && Has(names, "main")) << testing::PrintToString(names);
 }
 
