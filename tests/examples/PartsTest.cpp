@@ -100,7 +100,7 @@ using PressureTest = WithMainThread;
 
 TEST_F(PressureTest, IsAnsweredEachTime) {
     ZEB_NEED_ROOT();
-    if (access("/proc/pressure/memory", F_OK) != 0) GTEST_SKIP() << "the kernel does not account for pressure";
+    if (access("/proc/pressure/memory", F_OK) != 0) GTEST_SKIP() << "a kernel without PSI; those of CI and of the device have it";
     TempDir const dir;
     Namespace space;
     space.Bind(dir.Write("monitor", ""), "/proc/pressure/memory");

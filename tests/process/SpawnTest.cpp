@@ -108,7 +108,7 @@ TEST_F(SpawnTest, EveryStepOfTheChildIsReported) {
 
 // A handler of this program must not run in the child, whose memory is that of this program.
 TEST_F(SpawnTest, SignalsOfTheChildFindNoHandlers) {
-    if (FORK != SysCall::clone) GTEST_SKIP() << "a child has its own memory here";
+    if (FORK != SysCall::clone) GTEST_SKIP() << "a sanitizer's child is forked, and shares no memory whose handlers it could run";
     static std::atomic<int> handled = 0;
     signal(SIGUSR2, [](int) { ++handled; });
     Calls calls;

@@ -20,7 +20,8 @@ struct MonitorTest : WithMainThread {
     ~MonitorTest() override { Event::Unsubscribe(delegate); }
     void SetUp() override {
         ZEB_NEED_ROOT();
-        if (access("/proc/pressure/memory", F_OK) != 0) GTEST_SKIP() << "the kernel does not account for pressure";
+        if (access("/proc/pressure/memory", F_OK) != 0)
+            GTEST_SKIP() << "a kernel without PSI; those of CI and of the device have it";
         space.emplace().Bind(dir.Write("monitor", ""), "/proc/pressure/memory");
     }
     void On(Event::MemoryPressure const& event) { heard += event.Status() == Event::MemoryPressure::HIGH; }

@@ -17,8 +17,9 @@ namespace Util {
 
 class ZEB_PUBLIC CRC32 {
 public:
-    // Null is the usual table; else 256 entries, the check of each byte, of another reflected polynomial.
-    // That costs a look-up for each byte, and is several times slower.
+    // Null is the usual check, that of libzeb, which uses what the processor has for it; else 256 entries,
+    // the check of each byte, of another reflected polynomial. That costs a look-up for each byte, and is
+    // many times slower.
     explicit CRC32(unsigned const* table = nullptr)
         : table_(table) {}
 
