@@ -3,6 +3,7 @@
 #include "workbench/Workbench.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <utility>
@@ -32,12 +33,22 @@ MemoryGroup::~MemoryGroup() {
 }
 
 char const* MemoryGroup::WhyNot() const {
+    if (char const* const why = WhyNothingIsOnOffer()) return why;
+#ifdef __SANITIZE_THREAD__
+    return "the shadow memory of the sanitizer counts for the limit, and is larger than it";
+#else
     return path_.empty() ? "no group can be made here that limits memory" : nullptr;
+#endif
 }
 
 void MemoryGroup::Join() const {
     Workbench::Own const own;
     std::ofstream(path_ + "/cgroup.procs") << getpid() << std::flush;
+}
+
+char const* WhyNothingIsOnOffer() {
+    return getenv("ZEB_EMULATED") ? "the emulator of the processor drops madvise, and needs memory of its own"
+                                  : nullptr;
 }
 
 unsigned long SmapsBytes(std::string const& name) {

@@ -11,7 +11,9 @@
 //
 // Owns       a folder below /sys/fs/cgroup, of either version of control groups; it ends with the object
 // Lifetime   what joined must have ended before, so only a child may join
-// Failure    WhyNot() says why none could be made (no root, no control groups of memory)
+// Failure    WhyNot() says why none could be made (no root, no control groups of memory), or why it would
+// show
+//            nothing (an emulated processor, ThreadSanitizer)
 #pragma once
 
 #include <string>
@@ -23,7 +25,7 @@ public:
     MemoryGroup(MemoryGroup const&) = delete;
     MemoryGroup& operator=(MemoryGroup const&) = delete;
 
-    // Null if the group exists.
+    // Null if the group exists and limits what the program takes.
     char const* WhyNot() const;
 
     // The calling process is in the group from now on: memory that it takes counts, but not what it has.
@@ -32,6 +34,9 @@ public:
 private:
     std::string path_;
 };
+
+// Null where MADV_FREE reaches the kernel.
+char const* WhyNothingIsOnOffer();
 
 // What /proc/self/smaps counts under that name, in bytes, over all areas of the process: "LazyFree" for what
 // is on offer to the kernel, "Rss" for what is resident.

@@ -42,6 +42,11 @@ char const* MemoryHog::WhyNot() {
     return can ? nullptr : "no group can be made here that limits memory";
 }
 
+char const* MemoryHog::WhyNoPressure() {
+    Workbench::Own const own;
+    return access("/proc/pressure/memory", F_OK) == 0 ? nullptr : "this kernel does not account for pressure";
+}
+
 MemoryHog::MemoryHog()
     : group_(ROOT + "zeb-hog-" + std::to_string(getpid())) {
     Workbench::Own const own;

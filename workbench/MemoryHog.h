@@ -18,6 +18,9 @@ public:
     // reason.
     static char const* WhyNot();
 
+    // Null when the kernel accounts for pressure, as those of devices do (CONFIG_PSI), else the reason.
+    static char const* WhyNoPressure();
+
     MemoryHog();
     ~MemoryHog();
     MemoryHog(MemoryHog const&) = delete;

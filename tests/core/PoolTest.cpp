@@ -108,11 +108,8 @@ TEST(PoolReserve, AThreadKeepsWhatFitsBestUpToItsLimit) {
     PoolBase::KeepUpTo(PoolBase::KEPT_MAX);
 }
 
-bool IsEmulated() { return getenv("ZEB_EMULATED") != nullptr; }
-char const EMULATED[] = "the emulator drops madvise; shown on the build machine and on the booted ARM kernel";
-
 TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
-    if (IsEmulated()) GTEST_SKIP() << EMULATED;
+    if (char const* const why = WhyNothingIsOnOffer()) GTEST_SKIP() << why;
     OnFreshThread([](Heap const&) {
         unsigned long const before = SmapsBytes("LazyFree");
         Pool<2048> pool;
@@ -126,12 +123,8 @@ TEST(PoolReserve, WhatAThreadKeepsBeyondTheFirstMiBIsOnOfferToTheKernel) {
 
 TEST(PoolReserve, UnderAMemoryLimitTheKernelTakesWhatIsKept) {
     constexpr unsigned long SIZE = 28UL << 20;
-    if (IsEmulated()) GTEST_SKIP() << EMULATED;
     MemoryGroup const group(SIZE + (12UL << 20));
     if (char const* const why = group.WhyNot()) GTEST_SKIP() << why;
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "the shadow memory of the sanitizer counts for the limit, and is larger than it; shown by every other build";
-#endif
     Child const child = Child::Run([&] {
         group.Join();
         Pool<2048> pool;

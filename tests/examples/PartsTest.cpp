@@ -8,6 +8,7 @@
 #include "workbench/Calls.h"
 #include "workbench/Child.h"
 #include "workbench/Heap.h"
+#include "workbench/MemoryHog.h"
 #include "workbench/Namespace.h"
 #include "workbench/TempDir.h"
 #include "workbench/Threads.h"
@@ -100,7 +101,7 @@ using PressureTest = WithMainThread;
 
 TEST_F(PressureTest, IsAnsweredEachTime) {
     ZEB_NEED_ROOT();
-    if (access("/proc/pressure/memory", F_OK) != 0) GTEST_SKIP() << "a kernel without PSI; those of CI and of the device have it";
+    if (char const* const why = MemoryHog::WhyNoPressure()) GTEST_SKIP() << why;
     TempDir const dir;
     Namespace space;
     space.Bind(dir.Write("monitor", ""), "/proc/pressure/memory");

@@ -20,8 +20,7 @@ struct MonitorTest : WithMainThread {
     ~MonitorTest() override { Event::Unsubscribe(delegate); }
     void SetUp() override {
         ZEB_NEED_ROOT();
-        if (access("/proc/pressure/memory", F_OK) != 0)
-            GTEST_SKIP() << "a kernel without PSI; those of CI and of the device have it";
+        if (char const* const why = MemoryHog::WhyNoPressure()) GTEST_SKIP() << why;
         space.emplace().Bind(dir.Write("monitor", ""), "/proc/pressure/memory");
     }
     void On(Event::MemoryPressure const& event) { heard += event.Status() == Event::MemoryPressure::HIGH; }
